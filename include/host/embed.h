@@ -1,0 +1,67 @@
+/* Embedding the host: load a module, call it, read the error.
+ *
+ *     paError error;
+ *     paModule* module = paLoadModule("./plx_datetime.so", &error);
+ *     if (!module) { puts(error.message); return 1; }
+ *     paArray* out[1];
+ *     if (paCallModule(module, 1, out, 4, in, &error) != 0) puts(error.message);
+ *     ...
+ *     paDestroyArray(out[0]);
+ *     paUnloadModule(module);
+ *
+ * Any number of threads may load, call and unload at once, the same module or different ones, each
+ * call with arrays of its own. No C++ exception crosses this interface. Every `paError*` may be
+ * null where the details are not wanted.
+ *
+ * Plain C; every name has C linkage. */
+#ifndef PLX_HOST_EMBED_H
+#define PLX_HOST_EMBED_H
+
+#include "host/pa_array.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* UTF-8, always terminated; a text cut to fit ends on a whole character. Both texts are empty after
+ * a success. */
+typedef struct {
+  char identifier[128]; /* such as "Pelmor:datetime:UnknownTimeZone" */
+  char message[1024];   /* one or two sentences: what was wrong, and what is accepted */
+} paError;
+
+typedef struct paModule paModule;
+
+/* Loads a module and binds all of its symbols at once. Null and a filled error when it cannot be
+ * loaded: `Pelmor:host:ModuleNotFound` (no readable file of this name), `Pelmor:host:NotAModule`
+ * (no shared library, one that lacks plxFunction, or one that needs what is not there),
+ * `Pelmor:host:WrongInterface` (built against another version of these headers; the message names
+ * both). A path without a slash is a file in the current directory. What was loaded stays mapped
+ * until the process ends. */
+PA_API paModule* paLoadModule(const char* path, paError* error);
+
+/* Gives the handle back; null is ignored. No call of this handle may be running. */
+PA_API void paUnloadModule(paModule* module);
+
+/* Calls the module's plxFunction. `plhs` has at least one slot, and max(nlhs, 1) of them are set to
+ * null before the module runs. Returns 0 when the module is done, 1 when it reported an error,
+ * which `error` then tells; slot 0 may then hold a partly written array. Whatever stands in the
+ * slots belongs to the caller, who destroys it. */
+PA_API int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
+                        const paArray* prhs[], paError* error);
+
+/* Sets the host's locale for the whole process to an ICU identifier such as "de_DE"; null takes it
+ * from the environment again (LC_ALL, else LC_TIME, else LANG; en_US for none, C and POSIX).
+ * Returns 0, or 1 and `Pelmor:host:InvalidLocale` for a name that is empty, has more than 100 bytes
+ * or holds anything but ASCII letters, digits and "_-@=;." */
+PA_API int paSetLocale(const char* name, paError* error);
+
+/* For testing modules: while on, the host's error call records an error and comes back instead of
+ * leaving the module, so that the module's own throw is exercised. Holds for the calling thread. */
+PA_API void paSetErrorsReturn(bool on);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

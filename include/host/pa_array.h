@@ -1,0 +1,89 @@
+/* Arrays of the host, as a module and an embedding program see them.
+ *
+ * An array is opaque. Its data are column-major; the real and the imaginary parts stand in two
+ * separate blocks, each aligned to 64 bytes. Character arrays hold UTF-16 code units. Sparse arrays
+ * can be made and asked about, so that they can be refused; they have no data pointers.
+ *
+ * Every query accepts a null array and answers 0, false or null. Queries may run on any number of
+ * threads; an array that is written to belongs to one thread at a time. No error leaves a query.
+ *
+ * Plain C; every name has C linkage.
+ */
+#ifndef PLX_HOST_PA_ARRAY_H
+#define PLX_HOST_PA_ARRAY_H
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+/* What the host library lends to others; everything else in it stays hidden. */
+#define PA_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+#define PA_ENUM(name) enum name : int /* any code may come from outside; all are representable */
+extern "C" {
+#else
+#define PA_ENUM(name) enum name
+#endif
+
+/* The version of the interface that these headers describe. The host defines one symbol that bears
+ * its own version, and every file that includes this header refers to the symbol of the version it
+ * was compiled against: a module built against another version cannot be bound, and so is refused
+ * before any of its code runs. Raise the number in both places with every incompatible change. */
+#define PA_INTERFACE_VERSION 1
+#define PA_INTERFACE_SYMBOL paHostInterface_1
+extern PA_API const int PA_INTERFACE_SYMBOL;
+static const int* const paInterfaceReference __attribute__((used)) = &PA_INTERFACE_SYMBOL;
+
+typedef struct paArray paArray;
+
+typedef PA_ENUM(paClassID){paCHAR_CLASS = 4, paDOUBLE_CLASS = 6} paClassID;
+typedef PA_ENUM(paComplexity){paREAL = 0, paCOMPLEX = 1} paComplexity;
+
+/* ---- Reading arrays ---- */
+
+PA_API paClassID paGetClassID(const paArray* array);
+PA_API bool paIsSparse(const paArray* array);
+PA_API bool paIsComplex(const paArray* array);
+/* Exactly one element. */
+PA_API bool paIsScalar(const paArray* array);
+/* No element. */
+PA_API bool paIsEmpty(const paArray* array);
+/* The real part of the first element; 0 where there is none (empty, char and sparse arrays). */
+PA_API double paGetScalar(const paArray* array);
+PA_API size_t paGetNumberOfElements(const paArray* array);
+/* At least 2; dimensions are kept as given, trailing ones of 1 included. */
+PA_API size_t paGetNumberOfDimensions(const paArray* array);
+/* Owned by the array, valid as long as it lives. */
+PA_API const size_t* paGetDimensions(const paArray* array);
+/* Owned by the array, valid as long as it lives; null for char and sparse arrays, and the imaginary
+ * one for real arrays. Never null otherwise, not even for an empty array. */
+PA_API double* paGetRealData(const paArray* array);
+PA_API double* paGetImagData(const paArray* array);
+
+/* ---- Making arrays ----
+ *
+ * The caller owns what it gets and hands it to paDestroyArray, unless it passes it on (a module
+ * that stores it in an output slot does). `dims` holds `ndim` extents and is copied; fewer than two
+ * dimensions are refused. Refused arguments, sizes whose product overflows and memory that cannot
+ * be had: null outside a module call; inside one, the host's error is raised and does not return.
+ */
+
+/* Zero-filled. The class is paDOUBLE_CLASS. */
+PA_API paArray* paCreateNumericArray(size_t ndim, const size_t* dims, paClassID, paComplexity);
+/* The same with contents left undefined. */
+PA_API paArray* paCreateUninitNumericArray(size_t ndim, const size_t* dims, paClassID,
+                                           paComplexity);
+/* `units`: as many UTF-16 code units as the dimensions say, copied; null only for an empty array.
+ */
+PA_API paArray* paCreateCharArray(size_t ndim, const size_t* dims, const uint16_t* units);
+/* All elements zero and none stored; for asking and refusing. The class is paDOUBLE_CLASS. */
+PA_API paArray* paCreateSparseArray(size_t rows, size_t columns, paClassID, paComplexity);
+/* Null is accepted and ignored. */
+PA_API void paDestroyArray(paArray* array);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
