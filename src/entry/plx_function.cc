@@ -1,0 +1,34 @@
+// The module's entry point: one call from start to end.
+
+#include "host/module.h"
+
+#include "entry/arguments.h"
+#include "timezone/time_zone.h"
+#include "unzoned/set_field_utc.h"
+#include "zoned/calendar.h"
+#include "zoned/set_field.h"
+
+namespace {
+
+paArray* createResult(const paArray* datetimes) {
+  return paCreateUninitNumericArray(paGetNumberOfDimensions(datetimes), paGetDimensions(datetimes),
+                                    paDOUBLE_CLASS, paCOMPLEX);
+}
+
+}  // namespace
+
+// Inputs: datetimes, new values, component selector, time zone. Output: the adjusted datetimes.
+void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
+  const Arguments in = checkArguments(nlhs, nrhs, prhs);
+
+  // Handed over at once: from here on the result is the caller's, also when an error follows.
+  plhs[0] = createResult(in.datetimes);
+
+  bool leapSeconds = false;
+  boost::unique_ptr<icu::TimeZone> zone(getTimeZone(in.timeZone, leapSeconds));
+  if (!zone) {
+    setFieldUTC(in.datetimes, in.values, in.field, plhs[0], leapSeconds);
+  } else {
+    setField(in.datetimes, in.values, in.field, plhs[0], createCalendar(boost::move(zone)));
+  }
+}

@@ -1,0 +1,24 @@
+// Setting one component of every datetime of an array in a time zone, through ICU's calendar.
+#pragma once
+
+#include <unicode/gregocal.h>
+#include <unicode/ucal.h>
+
+#include "host/pa_array.h"
+#include "zoned/unique_ptr.h"
+
+// Writes to every element of `result` (complex, at most as many elements as `datetimes`) the
+// datetime of the same index with one component set: UTC instants, in milliseconds since 1970.
+// `values` holds one value for all or one for each. The calendar, made by createCalendar, is taken
+// over and released.
+//
+// What is below a millisecond stays, but for UCAL_SECOND and UCAL_MILLISECONDS_IN_DAY, which set
+// it. The time of day is given in seconds; its milliseconds wrap at 32 bits, beyond 2147483
+// seconds. A datetime or value that is not finite gives the sum of the two.
+//
+// Elements are set in order; the first that cannot be set raises, with those before it written:
+//   RangeError     a datetime or a result outside +-2^52 ms, or a value from which no result within
+//   can come MustBeInteger  a fraction, or a value outside 32 bits, for any component but second
+//   and time of day ICUError       what ICU reports
+void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
+              paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar);
