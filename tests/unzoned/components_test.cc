@@ -7,6 +7,7 @@
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/exact.h"
+#include "support/integer_calendar.h"
 #include "support/random.h"
 
 namespace {
@@ -102,41 +103,29 @@ TEST(Components, FractionsStay) {
                      s.setter == setQuarter ? set(setMonth, t, 4) : t);
 }
 
-// A plain oracle in integers: a date by std::chrono, a clock by counting, carries by adding days.
-// It speaks for whole milliseconds, where the arithmetic must be exact.
-std::int64_t expectedMillis(Setter setter, std::int64_t t, std::int64_t v) {
-  using namespace std::chrono;
-  const auto floorDiv = [](std::int64_t a, std::int64_t b) { return a / b - (a % b < 0 ? 1 : 0); };
-  constexpr std::int64_t kDay = 86400000;
-  const std::int64_t day = floorDiv(t, kDay), time = t - day * kDay;
-  const year_month_day ymd{sys_days{days{day}}};
-  const std::int64_t y = static_cast<int>(ymd.year()), m = static_cast<unsigned>(ymd.month()),
-                     d = static_cast<unsigned>(ymd.day());
-  const auto firstOf = [&](std::int64_t year, std::int64_t month) {  // month carries
-    const std::int64_t carried = year + floorDiv(month - 1, 12);
-    const std::int64_t inYear = month - floorDiv(month - 1, 12) * 12;
-    const sys_days first{std::chrono::year{static_cast<int>(carried)} /
-                         std::chrono::month{static_cast<unsigned>(inYear)} / 1};
-    return static_cast<std::int64_t>(first.time_since_epoch().count());
-  };
-  const auto onDay = [&](std::int64_t newDay) { return newDay * kDay + time; };
-  const std::int64_t weekday = day + 4 - floorDiv(day + 4, 7) * 7;  // Sunday 0
-  if (setter == setYear) return onDay(firstOf(v, m) + d - 1);
-  if (setter == setQuarter) return onDay(firstOf(y, 3 * (v - 1) + 1) + d - 1);
-  if (setter == setMonth) return onDay(firstOf(y, v) + d - 1);
-  if (setter == setDayOfMonth) return onDay(firstOf(y, m) + v - 1);
-  if (setter == setDayOfYear) return onDay(firstOf(y, 1) + v - 1);
+// A plain oracle in integers, for whole milliseconds, where the arithmetic must be exact.
+double expectedMillis(Setter setter, std::int64_t t, std::int64_t v) {
+  using namespace integer_calendar;
+  constexpr Int kDay = 86400000;
+  const Int day = floorDiv(t, kDay), time = t - day * kDay;
+  const Date date = dateOf(day);
+  const auto onDay = [&](Int newDay) { return static_cast<double>(newDay * kDay + time); };
+  const auto at = [](Int millis) { return static_cast<double>(millis); };
+  if (setter == setYear) return onDay(firstOfMonth(v, date.month) + date.day - 1);
+  if (setter == setQuarter) return onDay(firstOfMonth(date.year, 3 * (v - 1) + 1) + date.day - 1);
+  if (setter == setMonth) return onDay(firstOfMonth(date.year, v) + date.day - 1);
+  if (setter == setDayOfMonth) return onDay(firstOfMonth(date.year, date.month) + v - 1);
+  if (setter == setDayOfYear) return onDay(firstOfYear(date.year) + v - 1);
   if (setter == setWeekOfYear) {
-    const std::int64_t january = firstOf(y, 1);
-    const std::int64_t sunday = january - (january + 4 - floorDiv(january + 4, 7) * 7);
+    const Int sunday = firstOfYear(date.year) - weekday(firstOfYear(date.year));
     return onDay(day + 7 * (v - 1 - floorDiv(day - sunday, 7)));
   }
-  if (setter == setDayOfWeek) return onDay(day - weekday + (v - 1) % 7);  // % keeps the sign
-  if (setter == setHour) return t + (v - time / 3600000) * 3600000;
-  if (setter == setMinute) return t + (v - time / 60000 % 60) * 60000;
-  if (setter == setSecond) return t - time % 60000 + v * 1000;
-  if (setter == setTimeOfDay) return day * kDay + v * 1000;
-  return t;
+  if (setter == setDayOfWeek) return onDay(day - weekday(day) + (v - 1) % 7);  // % keeps the sign
+  if (setter == setHour) return at(t + (v - time / 3600000) * 3600000);
+  if (setter == setMinute) return at(t + (v - time / 60000 % 60) * 60000);
+  if (setter == setSecond) return at(t - time % 60000 + v * 1000);
+  if (setter == setTimeOfDay) return at(day * kDay + v * 1000);
+  return at(t);
 }
 
 TEST(Components, WholeMillisecondsAgreeWithIntegerArithmetic) {
@@ -158,7 +147,7 @@ TEST(Components, WholeMillisecondsAgreeWithIntegerArithmetic) {
       const std::int64_t v =
           random.oneIn(2) ? random.whole(-s.range, s.range) : random.whole(-2, 70);
       ASSERT_SAME_BITS(set(s.setter, {static_cast<double>(t), 0.0}, static_cast<double>(v)),
-                       (doubledouble{static_cast<double>(expectedMillis(s.setter, t, v)), 0.0}))
+                       (doubledouble{expectedMillis(s.setter, t, v), 0.0}))
           << "setter " << &s - setters << " of " << t << " to " << v;
       ++cases;
     }
@@ -184,7 +173,7 @@ TEST(Components, FractionsMoveByWholeMilliseconds) {
           std::ldexp(static_cast<double>(random.whole(0, (1LL << 40) - 1)), -40);
       const doubledouble t = two_sum(static_cast<double>(whole), fraction);
       const std::int64_t v = random.whole(-s.range, s.range);
-      const Rational expected = Rational(expectedMillis(s.setter, whole, v)) + exactly(fraction);
+      const Rational expected = exactly(expectedMillis(s.setter, whole, v)) + exactly(fraction);
       const doubledouble result = set(s.setter, t, static_cast<double>(v));
       ASSERT_EQ(exactly(result), expected)
           << "setter " << &s - setters << " of " << t << " to " << v;

@@ -1,0 +1,65 @@
+// Prints how many results of the arithmetic it computed, and a hash of all their bits.
+
+#include <cstdio>
+
+#include "arith/civil.h"
+#include "arith/remainder.h"
+#include "support/random.h"
+#include "unzoned/components.h"
+#include "unzoned/leap_seconds.h"
+
+namespace {
+
+// FNV-1a over 64-bit words.
+class Digest {
+ public:
+  void add(double x) {
+    // The payload of a NaN is open.
+    const auto bits = std::bit_cast<std::uint64_t>(x == x ? x : kNan);
+    hash_ = (hash_ ^ bits) * 0x100000001b3;
+    ++count_;
+  }
+  void add(const doubledouble& x) {
+    add(x.hi);
+    add(x.lo);
+  }
+  void print() const {
+    std::printf("%llu results, hash %016llx\n", static_cast<unsigned long long>(count_),
+                static_cast<unsigned long long>(hash_));
+  }
+
+ private:
+  std::uint64_t hash_ = 0xcbf29ce484222325, count_ = 0;
+};
+
+doubledouble randomTime(Random& random) {
+  const double hi = random.oneIn(3)
+                        ? random.ofExponent(-20, 80)
+                        : static_cast<double>(random.whole(-4000000000000, 5000000000000));
+  return random.oneIn(3) ? doubledouble{hi, 0.0}
+                         : quick_two_sum(hi, hi * random.real(-0x1p-54, 0x1p-54));
+}
+
+}  // namespace
+
+int main() {
+  Random random(1);
+  Digest digest;
+  constexpr DayAndTime (*kSetters[])(DayAndTime, double) = {
+      setYear,      setQuarter, setMonth,  setWeekOfYear, setDayOfMonth, setDayOfYear,
+      setDayOfWeek, setHour,    setMinute, setSecond,     setTimeOfDay,  setNothing};
+  for (int i = 0; i < 40000; ++i) {
+    const doubledouble t = randomTime(random);
+    const double v =
+        random.oneIn(2) ? static_cast<double>(random.whole(-100, 3000)) : random.real(-1e6, 1e6);
+    for (const auto setter : kSetters) digest.add(putTogether(setter(takeApart(t), v)));
+    digest.add(elapsedToUTC(t));
+    digest.add(utcToElapsed(t));
+    digest.add(two_prod(t.hi, v));
+    digest.add(dd::divide(t, v));
+    digest.add(dd::multiply(t, v));
+    digest.add(vmk_scalar::detail::vmkFdlibm_mod(t.hi, v));
+    digest.add(ymd2days(v, v / 3, t.hi));
+  }
+  digest.print();
+}

@@ -1,0 +1,146 @@
+// Who may include whom, and what the module's code may not do: read from the sources.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/cases.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kRoot = PLX_SOURCE_DIR;
+
+struct Layer {
+  const char* files;    // what it holds for; the first layer that matches a path counts
+  const char* allowed;  // what its files may include, beside the standard library
+};
+
+// Standard headers have no slash in their names; those of the system are named where they may be
+// used.
+const Layer kLayers[] = {
+    {"include/host/.*", "host/.*|boost/.*"},
+    {"src/arith/.*", "arith/.*"},
+    {"src/unzoned/(components|leap_seconds)\\..*",
+     "arith/.*|unzoned/(components|leap_seconds)\\.h"},
+    {"src/entry/raise\\.h", "host/.*"},
+    {"src/entry/text_constants\\..*", "host/.*|boost/.*|entry/text_constants\\.h"},
+    {"src/entry/field_codes\\.h", "unicode/.*"},
+    {"src/entry/component_table\\..*", "entry/(field_codes|component_table)\\.h"},
+    {"src/entry/arguments\\..*", "host/.*|entry/(arguments|component_table|field_codes|raise)\\.h"},
+    {"src/entry/plx_function\\.cc",
+     "host/module\\.h|entry/arguments\\.h|timezone/time_zone\\.h|unzoned/set_field_utc\\.h|"
+     "zoned/(calendar|set_field)\\.h"},
+    {"src/timezone/.*",
+     "host/.*|unicode/.*|entry/(raise|text_constants)\\.h|timezone/.*|"
+     "zoned/(icu_checks|locale|unique_ptr)\\.h"},
+    {"src/unzoned/.*",
+     "host/.*|unicode/ucal\\.h|entry/(raise|field_codes)\\.h|arith/.*|unzoned/.*"},
+    {"src/zoned/unique_ptr\\.h", "boost/.*"},
+    {"src/zoned/.*",
+     "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/(doubledouble|rounding)\\.h|zoned/.*"},
+    {"host/.*", "host/.*|unicode/.*|boost/.*|[a-z_]+\\.h"},
+    {"tools/.*",
+     "host/.*|unicode/.*|CLI/.*|fmt/.*|boost/multiprecision/.*|arith/.*|unzoned/leap_seconds\\.h|"
+     "sys/.*|plx/.*|[a-z_]+\\.h"},
+};
+
+bool isSource(const fs::path& path) {
+  return path.extension() == ".h" || path.extension() == ".cc" || path.extension() == ".c";
+}
+
+std::vector<fs::path> sourcesBelow(const char* folder) {
+  std::vector<fs::path> all;
+  for (const auto& entry : fs::recursive_directory_iterator(kRoot / folder)) {
+    if (entry.is_regular_file() && isSource(entry.path())) all.push_back(entry.path());
+  }
+  return all;
+}
+
+std::vector<std::string> linesOf(const fs::path& path) {
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string allowedFor(const std::string& path) {
+  for (const Layer& layer : kLayers) {
+    if (std::regex_match(path, std::regex(layer.files))) return layer.allowed;
+  }
+  ADD_FAILURE() << path << " belongs to no layer: name its layer here";
+  return "";
+}
+
+TEST(Layers, IncludesStayWithinThem) {
+  Cases cases(100);
+  const std::regex include(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"].*)");
+  for (const char* folder : {"include", "src", "host", "tools"}) {
+    for (const fs::path& path : sourcesBelow(folder)) {
+      const std::string name = fs::relative(path, kRoot).generic_string();
+      const std::regex allowed(allowedFor(name));
+      for (const std::string& line : linesOf(path)) {
+        std::smatch match;
+        if (!std::regex_match(line, match, include)) continue;
+        const std::string header = match[2];
+        const bool isStandard = match[1] == "<" && header.find('/') == std::string::npos;
+        if (!isStandard) {
+          EXPECT_TRUE(std::regex_match(header, allowed)) << name << " may not include " << header;
+        }
+        ++cases;
+      }
+    }
+  }
+}
+
+// The module prints nothing, reads no environment, starts no thread and catches nothing but what
+// the host's comparison of names may throw; it throws in raise(), and where ICU has no memory.
+TEST(Layers, WhatTheModuleDoesNotDo) {
+  Cases cases(1000);
+  const std::regex forbidden(
+      R"(.*\b(printf|puts|cout|cerr|getenv|setlocale|thread|async|catch|throw)\b.*)");
+  const std::regex allowed(
+      R"(.*(\bthrow error;|\bthrow std::bad_alloc\(\);|catch \(\.\.\.\) \{|<boost/thread/once\.hpp>).*)");
+  int catches = 0, throws = 0;
+  for (const fs::path& path : sourcesBelow("src")) {
+    const std::string name = fs::relative(path, kRoot).generic_string();
+    for (std::string line : linesOf(path)) {
+      ++cases;
+      line = line.substr(0, line.find("//"));
+      if (!std::regex_match(line, std::regex(forbidden))) continue;
+      EXPECT_TRUE(std::regex_match(line, allowed)) << name << ": " << line;
+      catches += line.find("catch (") != std::string::npos;
+      throws += line.find("throw error;") != std::string::npos;
+    }
+  }
+  EXPECT_EQ(catches, 1);
+  EXPECT_EQ(throws, 1);
+}
+
+// What depends on rounding says so in its flags: no file of the build turns value-changing options
+// on.
+TEST(Layers, NoValueChangingOptions) {
+  Cases cases(5);
+  for (const auto& entry : fs::recursive_directory_iterator(kRoot)) {
+    const std::string name = fs::relative(entry.path(), kRoot).generic_string();
+    if (name.rfind("build", 0) == 0 || name.rfind(".git", 0) == 0) continue;
+    if (entry.path().filename() != "CMakeLists.txt" && entry.path().extension() != ".cmake" &&
+        entry.path().filename() != "CMakePresets.json") {
+      continue;
+    }
+    ++cases;
+    for (const std::string& line : linesOf(entry.path())) {
+      for (const char* option : {"-ffast-math", "-Ofast", "-funsafe-math", "-fassociative-math",
+                                 "-freciprocal-math", "-ffinite-math", "-mfpmath"}) {
+        EXPECT_EQ(line.find(option), std::string::npos) << name << ": " << line;
+      }
+    }
+  }
+}
+
+}  // namespace
