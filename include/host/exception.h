@@ -7,10 +7,10 @@
 // library, never by the template, of which every module has an instance of its own.
 #pragma once
 
+#include <atomic>
 #include <boost/exception/exception.hpp>
 #include <boost/variant.hpp>
 #include <exception>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -54,15 +54,16 @@ class PA_API BaseMsgID {
 class PA_API IException : public boost::exception_detail::clone_base, public boost::exception {
  public:
   ~IException() noexcept override;
-  // The message in UTF-8, valid as long as the exception or a copy of it lives.
+  // The message in UTF-8, made on first use and valid as long as this exception lives. Safe from
+  // several threads at once.
   virtual const char* what() const noexcept;
 
  protected:
   IException() = default;
-  IException(const IException&) = default;  // shares the error information
+  IException(const IException& other) noexcept;  // shares the error information
 
  private:
-  mutable std::shared_ptr<const std::string> what_;  // made on first use
+  mutable std::atomic<const std::string*> what_{nullptr};  // owned
 };
 
 // An exception with a message for the user.
@@ -123,5 +124,7 @@ class Exception<Key, std::exception, void> : public IMsgIDException, public std:
 }  // namespace brel::except
 
 // Reports an error to the caller of the running module. Under the host this does not come back: the
-// module is left by unwinding. With paSetErrorsReturn on, it returns.
+// module is left by unwinding. With paSetErrorsReturn on, it returns. Where no module is running,
+// there is no caller to report to, and the error itself is thrown (or, with the switch on,
+// ignored).
 PA_API void do_legacy_pa_error(const brel::except::IUserException& error);
