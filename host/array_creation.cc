@@ -1,0 +1,155 @@
+// Making arrays. Null, or inside a module call the host's error, is what a refusal comes to.
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string>
+
+#include "array.h"
+#include "host/pa_array.h"
+#include "host_error.h"
+
+namespace host {
+namespace {
+
+// Wide enough for every vector register there is, and a cache line.
+constexpr std::size_t kAlignment = 64;
+
+// Null where the size overflows or the memory cannot be had. A block of no elements is a block too,
+// so that the data pointers of empty arrays are not null.
+template <class T>
+Block<T> allocate(std::size_t count) {
+  constexpr std::size_t kMostBytes = std::numeric_limits<std::ptrdiff_t>::max() - kAlignment;
+  if (count > kMostBytes / sizeof(T)) return nullptr;
+  // The size has to be a multiple of the alignment.
+  const std::size_t bytes = (count * sizeof(T) + kAlignment) / kAlignment * kAlignment;
+  return Block<T>(static_cast<T*>(std::aligned_alloc(kAlignment, bytes)));
+}
+
+// The product of the extents; false where it overflows. One extent of zero makes it zero, whatever
+// the others are.
+bool countElements(std::size_t ndim, const std::size_t* dims, std::size_t& count) {
+  for (std::size_t i = 0; i < ndim; ++i) {
+    if (dims[i] == 0) {
+      count = 0;
+      return true;
+    }
+  }
+  count = 1;
+  for (std::size_t i = 0; i < ndim; ++i)
+    if (__builtin_mul_overflow(count, dims[i], &count)) return false;
+  return true;
+}
+
+// "an array of 2-by-3 elements"
+std::string describeSize(std::size_t ndim, const std::size_t* dims) {
+  constexpr std::size_t kListed = 8;
+  if (ndim > kListed) return "an array of " + std::to_string(ndim) + " dimensions";
+  std::string size = "an array of " + std::to_string(dims[0]);
+  for (std::size_t i = 1; i < ndim; ++i) size += "-by-" + std::to_string(dims[i]);
+  return size + " elements";
+}
+
+paArray* refuse(const char* function, const char* accepted) {
+  if (insideCall()) raise(invalidArgument(function, accepted));
+  return nullptr;
+}
+
+paArray* noMemory(std::size_t ndim, const std::size_t* dims) {
+  if (insideCall()) raise(outOfMemory(describeSize(ndim, dims)));
+  return nullptr;
+}
+
+using ArrayOwner = std::unique_ptr<paArray>;
+
+// An array without data blocks; null where the product of the extents overflows or memory is short.
+ArrayOwner makeBody(std::size_t ndim, const std::size_t* dims, paClassID classId, bool complex) {
+  Block<std::size_t> copy = allocate<std::size_t>(ndim);
+  std::size_t count = 0;
+  if (!copy || !countElements(ndim, dims, count)) return nullptr;
+  std::memcpy(copy.get(), dims, ndim * sizeof(std::size_t));
+  return ArrayOwner(new (std::nothrow) paArray{.classId = classId,
+                                               .sparse = false,
+                                               .complex = complex,
+                                               .dimensionCount = ndim,
+                                               .elementCount = count,
+                                               .dimensions = std::move(copy),
+                                               .real = nullptr,
+                                               .imaginary = nullptr,
+                                               .units = nullptr});
+}
+
+const char* findFault(std::size_t ndim, const std::size_t* dims) {
+  if (!dims) return "dimensions that are not null";
+  if (ndim < 2) return "at least two dimensions";
+  return nullptr;
+}
+
+const char* findFault(paClassID classId, paComplexity complexity) {
+  if (classId != paDOUBLE_CLASS) return "the class paDOUBLE_CLASS";
+  if (complexity != paREAL && complexity != paCOMPLEX) return "paREAL or paCOMPLEX";
+  return nullptr;
+}
+
+paArray* createNumeric(const char* function, std::size_t ndim, const std::size_t* dims,
+                       paClassID classId, paComplexity complexity, bool zeroed) {
+  const char* fault = findFault(ndim, dims);
+  if (!fault) fault = findFault(classId, complexity);
+  if (fault) return refuse(function, fault);
+  ArrayOwner array = makeBody(ndim, dims, classId, complexity == paCOMPLEX);
+  if (!array) return noMemory(ndim, dims);
+  array->real = allocate<double>(array->elementCount);
+  if (array->complex) array->imaginary = allocate<double>(array->elementCount);
+  if (!array->real || (array->complex && !array->imaginary)) {
+    array.reset();  // the memory there is may be needed to report the error
+    return noMemory(ndim, dims);
+  }
+  if (zeroed) {
+    const std::size_t bytes = array->elementCount * sizeof(double);
+    std::memset(array->real.get(), 0, bytes);
+    if (array->complex) std::memset(array->imaginary.get(), 0, bytes);
+  }
+  return array.release();
+}
+
+}  // namespace
+}  // namespace host
+
+paArray* paCreateNumericArray(size_t ndim, const size_t* dims, paClassID classId,
+                              paComplexity complexity) {
+  return host::createNumeric(__func__, ndim, dims, classId, complexity, true);
+}
+
+paArray* paCreateUninitNumericArray(size_t ndim, const size_t* dims, paClassID classId,
+                                    paComplexity complexity) {
+  return host::createNumeric(__func__, ndim, dims, classId, complexity, false);
+}
+
+paArray* paCreateCharArray(size_t ndim, const size_t* dims, const uint16_t* units) {
+  if (const char* fault = host::findFault(ndim, dims)) return host::refuse(__func__, fault);
+  host::ArrayOwner array = host::makeBody(ndim, dims, paCHAR_CLASS, false);
+  if (!array) return host::noMemory(ndim, dims);
+  if (!units && array->elementCount > 0) {
+    array.reset();
+    return host::refuse(__func__, "code units that are not null, unless the array is empty");
+  }
+  array->units = host::allocate<std::uint16_t>(array->elementCount);
+  if (!array->units) {
+    array.reset();
+    return host::noMemory(ndim, dims);
+  }
+  if (units) std::memcpy(array->units.get(), units, array->elementCount * sizeof(std::uint16_t));
+  return array.release();
+}
+
+paArray* paCreateSparseArray(size_t rows, size_t columns, paClassID classId,
+                             paComplexity complexity) {
+  if (const char* fault = host::findFault(classId, complexity))
+    return host::refuse(__func__, fault);
+  const std::size_t dims[] = {rows, columns};
+  host::ArrayOwner array = host::makeBody(2, dims, classId, complexity == paCOMPLEX);
+  if (!array) return host::noMemory(2, dims);
+  array->sparse = true;
+  return array.release();
+}
+
+void paDestroyArray(paArray* array) { delete array; }

@@ -1,0 +1,15 @@
+// The text of character arrays.
+#include "array.h"
+#include "host/pa_text.h"
+#include "utf.h"
+
+const unsigned short* get_pachar_ptr_and_len(const paArray* array, std::size_t& length) {
+  length = array && array->units ? array->elementCount : 0;
+  return length > 0 ? array->units.get() : nullptr;
+}
+
+std::string paArray2String(const paArray* array) {
+  std::size_t length = 0;
+  const unsigned short* units = get_pachar_ptr_and_len(array, length);
+  return host::toUtf8(units, length);
+}
