@@ -146,4 +146,20 @@ TEST(Dispatcher, SaysSoWhereNothingIsBeingHandled) {
   EXPECT_THROW(brel::i18n::dispatch_char_exception(), brel::except::IMsgIDException);
 }
 
+TEST(Dispatcher, InsideACall) {
+  const ModulePtr module = loadModule(ACTIONS_MODULE);
+  ASSERT_TRUE(module);
+  for (const bool errorsReturn : {false, true}) {
+    paSetErrorsReturn(errorsReturn);
+    const Outcome failed = call(module.get(), scalar(Action::dispatchRuntimeError));
+    const Outcome noMemory = call(module.get(), scalar(Action::dispatchBadAlloc));
+    paSetErrorsReturn(false);
+    EXPECT_EQ(failed.result, 1);
+    EXPECT_EQ(failed.identifier(), "Pelmor:host:CharacterError");
+    EXPECT_NE(failed.message().find("an odd character"), std::string::npos) << failed.message();
+    EXPECT_EQ(failed.output != nullptr, errorsReturn) << "the module goes on only if let";
+    EXPECT_EQ(noMemory.identifier(), "Pelmor:host:OutOfMemory");
+  }
+}
+
 }  // namespace

@@ -1,0 +1,87 @@
+// Calling a module: the one place where its errors and exceptions end.
+#include <cxxabi.h>
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "error_text.h"
+#include "host_error.h"
+#include "module_handle.h"
+#include "running_call.h"
+
+namespace host {
+namespace {
+
+// The runtime hands the end of a thread to its handler without an object, so that the handler's
+// reference is null. That is how it is meant, and nothing to be reported by a sanitizer.
+#define PLX_HANDLES_FORCED_UNWIND __attribute__((no_sanitize("null")))
+
+ErrorText moduleFailure(const char* reason) {
+  return describe(HostMessage("ModuleFailure", {std::string(reason)}));
+}
+
+// The error that the module reported; none where it did its work. Memory that ran out leaves as
+// std::bad_alloc. What a module throws tells more than what it recorded before and is what ended
+// the call, so it comes first.
+PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(const paModule& module, int nlhs,
+                                                       paArray* plhs[], int nrhs,
+                                                       const paArray* prhs[]) {
+  RunningCall call;
+  try {
+    module.function(nlhs, plhs, nrhs, prhs);
+    // An error that was reported counts, even if the module then went on and returned.
+    return call.takeError();
+  } catch (const LeaveModule&) {
+    return call.takeError();
+  } catch (const brel::except::IUserException& error) {
+    return describe(error);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    return moduleFailure(error.what());
+  } catch (abi::__forced_unwind&) {
+    throw;  // the thread is being ended; whoever stops that ends the process
+  } catch (...) {
+    return moduleFailure("an exception of unknown type");
+  }
+}
+
+const char* findFault(const paModule* module, int nlhs, paArray** plhs, int nrhs,
+                      const paArray** prhs) {
+  if (!module) return "a module that is not null";
+  if (!plhs) return "output slots that are not null, at least one";
+  if (nlhs < 0 || nrhs < 0) return "counts of outputs and inputs that are not negative";
+  if (!prhs && nrhs > 0) return "inputs that are not null, unless their count is 0";
+  return nullptr;
+}
+
+}  // namespace
+}  // namespace host
+
+PLX_HANDLES_FORCED_UNWIND int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
+                                           const paArray* prhs[], paError* error) {
+  // Before anything is refused, so that a caller may destroy what stands in the slots either way.
+  if (plhs) std::fill_n(plhs, std::max(nlhs, 1), nullptr);
+  host::clear(error);
+  try {
+    if (const char* needed = host::findFault(module, nlhs, plhs, nrhs, prhs)) {
+      host::write(error, host::invalidArgument(__func__, needed));
+      return 1;
+    }
+    const std::optional<host::ErrorText> failure = host::run(*module, nlhs, plhs, nrhs, prhs);
+    if (!failure) return 0;
+    host::write(error, *failure);
+  } catch (const std::bad_alloc&) {
+    host::writeOutOfMemory(error);
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // An exception of the module's that could not even be asked for its message.
+    host::write(error, host::ErrorText{"Pelmor:host:ModuleFailure",
+                                       "The module's error could not be read."});
+  }
+  return 1;
+}

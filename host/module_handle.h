@@ -1,0 +1,10 @@
+// A loaded module.
+#pragma once
+
+#include "host/embed.h"
+#include "host/module.h"
+
+struct paModule {
+  void* library;  // the dynamic linker's handle
+  decltype(&plxFunction) function;
+};
