@@ -129,6 +129,13 @@ TEST_P(Calls, CallsInsideCallsHaveErrorsOfTheirOwn) {
   EXPECT_THAT(raised.message(), HasSubstr("\"outer\""));
 }
 
+TEST_P(Calls, TheOuterCallGoesOnAfterAnInnerOne) {
+  const Outcome outcome =
+      call(module_.get(), scalar(Action::callModuleThenCreate), text(std::string(ACTIONS_MODULE)));
+  EXPECT_EQ(outcome.result, 1) << "outside a call, a refused array would only be null";
+  EXPECT_EQ(outcome.identifier(), "Pelmor:host:InvalidArgument");
+}
+
 TEST_P(Calls, OutsideACallAgainArraysAreJustRefused) {
   EXPECT_EQ(call(module_.get(), scalar(Action::throwInt)).result, 1);
   EXPECT_EQ(paCreateNumericArray(0, nullptr, paDOUBLE_CLASS, paREAL), nullptr);

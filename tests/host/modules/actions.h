@@ -21,6 +21,7 @@ enum class Action {
   createOneDimension,    // an array the host refuses
   callModule,            // calls the module whose path is the second input, ignoring its error
   callModuleThenRaise,   // the same, then raises
+  callModuleThenCreate,  // the same, then makes an array that the host refuses
   dispatchRuntimeError,  // hands a std::runtime_error to dispatch_char_exception
   dispatchBadAlloc,      //
   endThread,             // ends the thread that calls

@@ -178,6 +178,10 @@ void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
     case Action::callModuleThenRaise:
       callOther(paArray2String(second));
       raise(component_Pelmor::catalog_datetime::key_UnknownTimeZone(TextArgument("outer")));
+    case Action::callModuleThenCreate:
+      callOther(paArray2String(second));
+      plhs[0] = paCreateUninitNumericArray(1, tooLarge, paDOUBLE_CLASS, paREAL);
+      return;
     case Action::dispatchRuntimeError:
       dispatch(std::runtime_error("an odd character"));
       plhs[0] = makeRow({5});
