@@ -1,10 +1,12 @@
 // Loading modules, and refusing what is none before anything of it runs.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -132,8 +134,29 @@ TEST_F(Loader, AFileCutShortAnywhereIsRefused) {
   }
 }
 
-// Headers of random bytes: none may be read past the file. What is still a module to look at is
-// changed in one place too many to be loaded.
+// The tables at the end of a file may be whole although a part that is to be mapped is not.
+TEST_F(Loader, ASegmentPastTheEndIsRefused) {
+  std::string bytes = bytesOf(ACTIONS_MODULE);
+  ElfW(Ehdr) header;
+  std::memcpy(&header, bytes.data(), sizeof header);
+  Cases cases(2);
+  for (unsigned i = 0; i < header.e_phnum; ++i) {
+    const std::size_t at = header.e_phoff + i * sizeof(ElfW(Phdr));
+    ElfW(Phdr) segment;
+    std::memcpy(&segment, &bytes[at], sizeof segment);
+    if (segment.p_type != PT_LOAD) continue;
+    std::string longer = bytes;
+    segment.p_filesz = segment.p_memsz = bytes.size() - segment.p_offset + 1;
+    std::memcpy(&longer[at], &segment, sizeof segment);
+    const Refusal refusal = refusalOf(write("longer.so", longer).c_str());
+    EXPECT_EQ(refusal.identifier, "Pelmor:host:NotAModule");
+    EXPECT_THAT(refusal.message, HasSubstr("damaged or cut short")) << "segment " << i;
+    ++cases;
+  }
+}
+
+// Headers of random bytes: nothing may be read past the file. The module they belong to could not
+// be bound even where the damage does no harm.
 TEST_F(Loader, DamagedHeadersAreRefused) {
   constexpr unsigned kSeed = 20140510;
   SCOPED_TRACE("seed " + std::to_string(kSeed));
