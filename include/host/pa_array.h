@@ -19,6 +19,13 @@
 /* What the host library lends to others; everything else in it stays hidden. */
 #define PA_API __attribute__((visibility("default")))
 
+/* For what nothing refers to and no optimisation may drop, at linking neither. */
+#if defined(__has_attribute) && __has_attribute(retain)
+#define PA_KEPT __attribute__((used, retain))
+#else
+#define PA_KEPT __attribute__((used))
+#endif
+
 #ifdef __cplusplus
 #define PA_ENUM(name) enum name : int /* any code may come from outside; all are representable */
 extern "C" {
@@ -33,7 +40,7 @@ extern "C" {
 #define PA_INTERFACE_VERSION 1
 #define PA_INTERFACE_SYMBOL paHostInterface_1
 extern PA_API const int PA_INTERFACE_SYMBOL;
-static const int* const paInterfaceReference __attribute__((used)) = &PA_INTERFACE_SYMBOL;
+static const int* const paInterfaceReference PA_KEPT = &PA_INTERFACE_SYMBOL;
 
 typedef struct paArray paArray;
 

@@ -14,6 +14,7 @@
 
 #include "host/support.h"
 #include "support/cases.h"
+#include "support/lines_of.h"
 
 namespace {
 
@@ -191,6 +192,14 @@ TEST_F(Loader, AnotherVersionIsRefusedUnrunAndNamed) {
   EXPECT_THAT(refusal.message, HasSubstr("version 1."));
   EXPECT_THAT(refusal.message, HasSubstr(OTHER_VERSION_MODULE));
   EXPECT_EQ(std::getenv("PLX_TEST_OTHER_VERSION_RAN"), nullptr) << "nothing of it ran";
+}
+
+// Otherwise a module of any version would pass.
+TEST(Interface, TheReferenceToTheVersionOutlivesTheLinkersCollection) {
+  int references = 0;
+  for (const auto& line : linesOf("nm -D --undefined-only '" COLLECTED_MODULE "'"))
+    references += line.ends_with(" paHostInterface_1");
+  EXPECT_EQ(references, 1);
 }
 
 TEST_F(Loader, AnUnmetNeedIsRefusedUnrunAndNamed) {

@@ -2,25 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/lines_of.h"
 
 namespace {
-
-std::vector<std::string> linesOf(const std::string& command) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  std::vector<std::string> lines;
-  char buffer[4096];
-  while (fgets(buffer, sizeof buffer, pipe.get())) {
-    std::string line = buffer;
-    while (!line.empty() && line.back() == '\n') line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
-}
 
 TEST(Exports, TheEntryPointAndNothingElse) {
   const auto lines = linesOf("nm -D --defined-only --format=posix '" PLX_MODULE_PATH "'");
