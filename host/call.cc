@@ -35,7 +35,9 @@ PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(const paModule& module, i
     // An error that was reported counts, even if the module then went on and returned.
     return call.takeError();
   } catch (const LeaveModule&) {
-    return call.takeError();
+    // Without an error it was kept from another call.
+    auto error = call.takeError();
+    return error ? error : moduleFailure("the end of another call");
   } catch (const brel::except::IUserException& error) {
     return describe(error);
   } catch (const std::bad_alloc&) {
@@ -80,8 +82,7 @@ PLX_HANDLES_FORCED_UNWIND int paCallModule(paModule* module, int nlhs, paArray* 
     throw;
   } catch (...) {
     // An exception of the module's that could not even be asked for its message.
-    host::write(error, host::ErrorText{"Pelmor:host:ModuleFailure",
-                                       "The module's error could not be read."});
+    host::writeUnreadable(error);
   }
   return 1;
 }

@@ -51,7 +51,8 @@ constexpr Entry kEntries[] = {
      "A new value is not a whole number, or is too large for one. Only the second and the time of "
      "day accept fractions."},
     {"Pelmor:datetime:RangeError",
-     "A datetime or a new value is outside the range of the calendar. Datetimes go from "
+     "A datetime, a new value or the result is outside the range of the calendar. Datetimes go "
+     "from "
      "-140744-08-10T07:30:29.504Z to 144683-05-23T16:29:30.496Z, which is 2^52 milliseconds either "
      "way of 1970, and new values up to 1000000 for the year, 4000000 for the quarter, 12000000 "
      "for the month, 100000000 for the week, and 500000000 for the day and the day of the year, "
@@ -69,8 +70,8 @@ constexpr Entry kEntries[] = {
      "slash it is a file in the current directory."},
     {"Pelmor:host:NotAModule",
      "\"{0}\" is not a module: {1}. A module is a shared library that exports plxFunction and "
-     "needs "
-     "nothing that is not there."},
+     ""
+     "needs nothing that is not there."},
     {"Pelmor:host:WrongInterface",
      "The module \"{0}\" was built against version {1} of the host's interface, and this host has "
      "version {2}. Build the module with this host's headers."},

@@ -39,4 +39,8 @@ void writeOutOfMemory(paError* error) noexcept {
              "them where others are given back first.");
 }
 
+void writeUnreadable(paError* error) noexcept {
+  writeTexts(error, "Pelmor:host:ModuleFailure", "The module's error could not be read.");
+}
+
 }  // namespace host

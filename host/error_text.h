@@ -21,7 +21,8 @@ void clear(paError* error) noexcept;
 void write(paError* error, const ErrorText& text) noexcept;
 // Makes and writes the text of a key. Should memory run out on the way, that is the error.
 void write(paError* error, const brel::except::BaseMsgID& key);
-// Needs no memory of its own.
+// These need no memory of their own.
 void writeOutOfMemory(paError* error) noexcept;
+void writeUnreadable(paError* error) noexcept;
 
 }  // namespace host

@@ -82,6 +82,8 @@ paModule* paLoadModule(const char* path, paError* error) {
     host::write(error, host::invalidArgument(__func__, "a path that is not null"));
   } catch (const std::bad_alloc&) {
     host::writeOutOfMemory(error);
+  } catch (...) {
+    host::writeUnreadable(error);
   }
   return nullptr;
 }

@@ -17,6 +17,16 @@ namespace {
 
 constexpr std::string_view kEntryPoint = "plxFunction";
 constexpr std::string_view kInterfacePrefix = "paHostInterface_";
+// What the compiler builds for, as shared libraries name it.
+#if defined(__x86_64__)
+constexpr unsigned kMachine = EM_X86_64;
+#elif defined(__aarch64__)
+constexpr unsigned kMachine = EM_AARCH64;
+#elif defined(__i386__)
+constexpr unsigned kMachine = EM_386;
+#else
+#error "name this machine's ELF code here"
+#endif
 constexpr char kDamaged[] = "the file is damaged or cut short";
 
 struct CloseFile {
@@ -48,7 +58,7 @@ class Image {
 bool isNativeLibrary(const ElfW(Ehdr) & header) {
   constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
   return std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_ident[EI_CLASS] == kClass &&
-         header.e_type == ET_DYN;
+         header.e_type == ET_DYN && header.e_machine == kMachine;
 }
 
 // The dynamic linker maps what the program headers say and touches it; past the end of the file
