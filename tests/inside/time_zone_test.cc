@@ -30,6 +30,7 @@ TEST(GetTimeZone, NoZoneAndTheLeapSecondFlag) {
 }
 
 TEST(GetTimeZone, Zones) {
+  paSetLocale("en_US", nullptr);  // the spelling of offsets follows it
   for (const char* name :
        {"America/New_York", "Etc/UTC", "GMT", "GMT+3", "UTC+05:30", "Z", "local"}) {
     bool leapSeconds = true;
@@ -52,6 +53,7 @@ TEST(GetTimeZone, UnknownZonesCarryTheText) {
 }
 
 TEST(ParseISOTimeZone, OffsetsOnly) {
+  paSetLocale("en_US", nullptr);
   const struct {
     const char* text;
     int seconds;

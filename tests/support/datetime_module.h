@@ -38,6 +38,7 @@ class DatetimeModule {
  public:
   DatetimeModule() : module_(paLoadModule(PLX_MODULE_PATH, &error_)) {
     EXPECT_NE(module_, nullptr) << error_.identifier << ": " << error_.message;
+    paSetLocale("en_US", nullptr);  // the spelling of offsets follows it
   }
   ~DatetimeModule() { paUnloadModule(module_); }
   DatetimeModule(const DatetimeModule&) = delete;

@@ -1,6 +1,7 @@
-// What the module's code raises when it is called outside a module call, under a host whose error
-// call comes back, so that the module itself throws.
+// What the module's code raises when it is called outside a module call.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
@@ -12,6 +13,8 @@
 struct Raised {
   std::string identifier;
   std::vector<std::string> arguments;  // every argument of the module's is a narrow text
+
+  bool operator==(const Raised&) const = default;
 };
 
 // Throws where an argument is of another kind.
@@ -22,16 +25,20 @@ inline std::vector<std::string> narrow(const brel::except::MessageArguments& arg
 }
 
 // The keyed error that leaves `run`, if any. It is caught as a host catches it, by the host's
-// interface.
+// interface; and it is the same whether the host's error call comes back, so that the module itself
+// throws, or leaves by unwinding.
 template <class Run>
 std::optional<Raised> raisedBy(Run run) {
-  paSetErrorsReturn(true);
-  std::optional<Raised> raised;
-  try {
-    run();
-  } catch (const brel::except::IMsgIDException& error) {
-    raised = Raised{error.GetID(), narrow(error.GetBaseMsgIDObj().arguments())};
+  std::optional<Raised> raised[2];
+  for (const bool returns : {false, true}) {
+    paSetErrorsReturn(returns);
+    try {
+      run();
+    } catch (const brel::except::IMsgIDException& error) {
+      raised[returns] = Raised{error.GetID(), narrow(error.GetBaseMsgIDObj().arguments())};
+    }
   }
   paSetErrorsReturn(false);
-  return raised;
+  EXPECT_TRUE(raised[0] == raised[1]) << "the two kinds of host differ";
+  return raised[0];
 }
