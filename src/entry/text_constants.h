@@ -16,6 +16,6 @@ extern const brel::i18n::ustring kUtcLeapSecondsName;  // "UTCLeapSeconds"
 extern const brel::i18n::ustring kUnknownZoneName;     // "Etc/Unknown", ICU's own unknown zone
 extern const brel::i18n::ustring kLocalName;           // "local"
 
-// Nothing reads these two; they complete the set of the datetime texts of the host's other modules.
+// Nothing reads these two; they are kept so that the set of datetime texts stays complete.
 extern const brel::i18n::ustring kUnzonedName;       // "unzoned"
 extern const brel::i18n::ustring kIsoInstantFormat;  // "uuuu-MM-dd'T'HH:mm:ss.SSS'Z'"

@@ -17,8 +17,11 @@
 // seconds. A datetime or value that is not finite gives the sum of the two.
 //
 // Elements are set in order; the first that cannot be set raises, with those before it written:
-//   RangeError     a datetime or a result outside +-2^52 ms, or a value from which no result within
-//   can come MustBeInteger  a fraction, or a value outside 32 bits, for any component but second
-//   and time of day ICUError       what ICU reports
+//
+//   RangeError     a datetime or a result outside +-2^52 ms, or a value from which no result
+//                  within that range can come
+//   MustBeInteger  a fraction, or a value outside 32 bits, for any component but the second and
+//                  the time of day
+//   ICUError       what ICU reports
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar);
