@@ -1,0 +1,60 @@
+// ISO 8601 dates and datetimes as people write them: reading their fields, and writing them again
+// in the form they came in.
+//
+//   [+|-]YYYY-MM-DD [ (T|t|one space) hh:mm [ :ss [ (.|,)digits ] ] [ Z|z | (+|-)hh[[:]mm[:ss]] ] ]
+//
+// A year has four digits, or a sign and at least four. 24:00 is the midnight that ends the day. The
+// calendar is the proleptic Gregorian one, with a year 0.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "exact.h"
+
+namespace plx {
+
+enum class OffsetForm { none, z, numeric };
+
+// What a text says, its fraction still being part of the text.
+struct DatetimeText {
+  std::int64_t day = 0;         // days since 1970-01-01
+  int secondOfDay = 0;          // 0..86399
+  bool insertedSecond = false;  // written as second 60; secondOfDay then tells second 59
+  std::string_view fraction;    // the digits of the second's fraction as they stand
+  char separator = 0;           // what stands before the time of day; 0 where there is none
+  char decimalMark = '.';
+  OffsetForm offset = OffsetForm::none;
+  int offsetSeconds = 0;  // east of UTC
+};
+
+// Nothing for a text that is no datetime; `why` then says what is wrong with it. Whether the second
+// 60 is one that was inserted is not decided here.
+std::optional<DatetimeText> readDatetime(std::string_view text, std::string& why);
+
+// Whether somebody seems to have meant a datetime: digits and a dash.
+bool looksLikeDatetime(std::string_view text);
+
+// What readDatetime takes, for messages.
+inline constexpr std::string_view kAcceptedDatetimes =
+    "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25";
+
+// A clock's reading at a place.
+struct WallTime {
+  int128 seconds;               // since 1970-01-01T00:00:00 on that clock
+  bool insertedSecond = false;  // shown as second 60; `seconds` tells second 59
+  OffsetForm offset = OffsetForm::none;
+  int offsetSeconds = 0;
+};
+
+// Appends a wall time in the form that `form` came in: a date alone where that was one and the time
+// of day is zero, otherwise with seconds.
+void writeDatetime(std::string& out, const DatetimeText& form, const WallTime& wall,
+                   std::string_view fraction);
+
+// Appends +hh:mm, or +hh:mm:ss where there are seconds.
+void writeOffset(std::string& out, int offsetSeconds);
+
+}  // namespace plx
