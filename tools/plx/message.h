@@ -1,0 +1,33 @@
+// What goes wrong, and how it is told: one line on standard error and an exit status.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace plx {
+
+enum class Status : int {
+  done = 0,
+  badData = 1,      // a text that is no datetime, a value that is none, a result out of range
+  usage = 2,        // options and arguments that make no sense
+  unknownName = 3,  // an unknown component or time zone
+  inputOutput = 4,  // reading, writing or loading the module failed
+};
+
+// Ends the run. The message is one line without "plx: " before it; empty where nobody is left to
+// read one.
+struct Failure {
+  Status status;
+  std::string message;
+};
+
+// A text in double quotes, fit for one line of a terminal: control characters and bytes that are no
+// UTF-8 are escaped, and a text longer than 100 bytes is cut. quoteText("a\tb") is "a\tb" with a
+// backslash and a t.
+std::string quoteText(std::string_view text);
+
+// The same for a file name that begins a message, without the quotes and never cut.
+std::string escapeText(std::string_view text);
+
+}  // namespace plx
