@@ -77,4 +77,9 @@ std::string escapeText(std::string_view text) {
   return out;
 }
 
+std::string describe(std::string_view where, const Complaint& complaint, std::string_view text) {
+  return fmt::format("{}: {}: {}; accepted: {}", where, complaint.what, quoteText(text),
+                     complaint.accepted);
+}
+
 }  // namespace plx

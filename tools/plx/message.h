@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace plx {
 
@@ -22,6 +21,12 @@ struct Failure {
   std::string message;
 };
 
+// What is wrong with a text, and what would be right.
+struct Complaint {
+  std::string what;
+  std::string_view accepted;  // of static storage
+};
+
 // A text in double quotes, fit for one line of a terminal: control characters and bytes that are no
 // UTF-8 are escaped, and a text longer than 100 bytes is cut. quoteText("a\tb") is "a\tb" with a
 // backslash and a t.
@@ -29,5 +34,8 @@ std::string quoteText(std::string_view text);
 
 // The same for a file name that begins a message, without the quotes and never cut.
 std::string escapeText(std::string_view text);
+
+// "where: what is wrong: "text"; accepted: what is accepted".
+std::string describe(std::string_view where, const Complaint& complaint, std::string_view text);
 
 }  // namespace plx
