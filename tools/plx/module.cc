@@ -1,0 +1,96 @@
+#include "module.h"
+
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
+#include <system_error>
+
+#include "message.h"
+
+namespace plx {
+
+namespace {
+
+struct Destroy {
+  void operator()(paArray* array) const { paDestroyArray(array); }
+};
+using Array = std::unique_ptr<paArray, Destroy>;
+
+Array owned(paArray* array) {
+  if (array == nullptr) throw Failure{Status::inputOutput, "not enough memory"};
+  return Array(array);
+}
+
+// A column of `count` numbers.
+Array column(std::size_t count, paComplexity complexity) {
+  const std::size_t dims[] = {count, 1};
+  return owned(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, complexity));
+}
+
+Array columnOf(const std::vector<double>& values) {
+  Array array = column(values.size(), paREAL);
+  std::copy(values.begin(), values.end(), paGetRealData(array.get()));
+  return array;
+}
+
+Array columnOf(const Datetimes& datetimes) {
+  Array array = column(datetimes.size(), paCOMPLEX);
+  std::copy(datetimes.hi.begin(), datetimes.hi.end(), paGetRealData(array.get()));
+  std::copy(datetimes.lo.begin(), datetimes.lo.end(), paGetImagData(array.get()));
+  return array;
+}
+
+Array characters(std::string_view utf8) {
+  const auto text = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
+  const std::vector<std::uint16_t> units(text.getBuffer(), text.getBuffer() + text.length());
+  const std::size_t dims[] = {1, units.size()};
+  return owned(paCreateCharArray(2, dims, units.data()));
+}
+
+}  // namespace
+
+Module::Module(const std::string& path) : path_(path) {
+  paError error;
+  module_.reset(paLoadModule(path.c_str(), &error));
+  if (!module_) throw Failure{Status::inputOutput, escapeText(error.message)};
+}
+
+std::optional<paError> Module::set(Datetimes& datetimes, const std::vector<double>& values,
+                                   int selector, std::string_view zone) {
+  const Array times = columnOf(datetimes);
+  const Array news = columnOf(values);
+  const Array component = columnOf({static_cast<double>(selector)});
+  const Array zoneText = characters(zone);
+  const paArray* in[] = {times.get(), news.get(), component.get(), zoneText.get()};
+  paArray* out[] = {nullptr};
+  paError error;
+  const int failed = paCallModule(module_.get(), 1, out, 4, in, &error);
+  const Array result(out[0]);
+  if (failed != 0) return error;
+  const double* hi = paGetRealData(result.get());
+  const double* lo = paGetImagData(result.get());
+  std::copy(hi, hi + datetimes.size(), datetimes.hi.begin());
+  std::copy(lo, lo + datetimes.size(), datetimes.lo.begin());
+  return std::nullopt;
+}
+
+std::string locateModule(const std::optional<std::string>& asked) {
+  // Without a slash it is a file in the current directory, for the host as for anyone.
+  if (asked) return *asked;
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+  const fs::path beside = folder / PLX_MODULE_FILE;
+  if (fs::exists(beside, error)) return beside.string();
+  const fs::path installed = (folder / PLX_MODULE_FOLDER / PLX_MODULE_FILE).lexically_normal();
+  if (fs::exists(installed, error)) return installed.string();
+  throw Failure{Status::inputOutput, "cannot find the module " + beside.string() + " nor " +
+                                         installed.string() + "; accepted: --module PATH"};
+}
+
+}  // namespace plx

@@ -1,0 +1,61 @@
+// The module, loaded by the host, and its one call.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "arith/doubledouble.h"
+#include "host/embed.h"
+
+namespace plx {
+
+// Datetimes in two blocks, as arrays of the host hold them.
+struct Datetimes {
+  std::vector<double> hi, lo;
+
+  std::size_t size() const { return hi.size(); }
+  doubledouble at(std::size_t i) const { return {hi[i], lo[i]}; }
+  void replace(std::size_t i, const doubledouble& x) {
+    hi[i] = x.hi;
+    lo[i] = x.lo;
+  }
+  void push(const doubledouble& x) {
+    hi.push_back(x.hi);
+    lo.push_back(x.lo);
+  }
+  void clear() {
+    hi.clear();
+    lo.clear();
+  }
+};
+
+class Module {
+ public:
+  // Throws a Failure of Status::inputOutput.
+  explicit Module(const std::string& path);
+
+  // Sets the component of that selector in all datetimes, in place; one value each, in a zone whose
+  // text the module reads. The module's error where it reports one; the datetimes are then as they
+  // were. Throws a Failure where memory runs out.
+  std::optional<paError> set(Datetimes& datetimes, const std::vector<double>& values, int selector,
+                             std::string_view zone);
+
+  const std::string& path() const { return path_; }
+
+ private:
+  struct Unload {
+    void operator()(paModule* module) const { paUnloadModule(module); }
+  };
+  std::string path_;
+  std::unique_ptr<paModule, Unload> module_;
+};
+
+// Where the module is: the path that was asked for, else beside the program, else where an
+// installation keeps it.
+std::string locateModule(const std::optional<std::string>& asked);
+
+}  // namespace plx

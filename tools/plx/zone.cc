@@ -1,0 +1,224 @@
+#include "zone.h"
+
+#include <unicode/parsepos.h>
+#include <unicode/tzfmt.h>
+#include <unicode/uchar.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include "arith/civil.h"
+#include "unzoned/leap_seconds.h"
+
+namespace plx {
+
+namespace {
+
+constexpr std::string_view kAcceptedZones =
+    "UTC, UTCLeapSeconds, local, an identifier such as Europe/Paris in its own letter case, or an "
+    "offset such as UTC+05:30 or -08:00";
+constexpr std::string_view kAcceptedInsertedSeconds =
+    "23:59:60 of the UTC days that ended with a leap second, the last on 2012-06-30, with --zone "
+    "UTCLeapSeconds";
+
+// 2^52 ms are 4503599627370.496 s: the range ends within the floored seconds of these bounds.
+constexpr int128 kLastCalendarSecond = 4503599627370, kFirstCalendarSecond = -4503599627371;
+
+[[noreturn]] void failUnknownZone(std::string_view text) {
+  throw Failure{Status::unknownName,
+                describe("--zone", {"unknown time zone", kAcceptedZones}, text)};
+}
+
+// Names of zones that are none to ICU compare without regard to letter case.
+bool isName(const icu::UnicodeString& text, std::u16string_view name) {
+  if (text.length() != static_cast<std::int32_t>(name.size())) return false;
+  for (std::int32_t i = 0; i < text.length(); ++i) {
+    if (u_foldCase(text[i], U_FOLD_CASE_DEFAULT) !=
+        u_foldCase(name[static_cast<std::size_t>(i)], U_FOLD_CASE_DEFAULT))
+      return false;
+  }
+  return true;
+}
+
+template <class T>
+std::unique_ptr<T> owned(T* object) {
+  if (object == nullptr) throw std::bad_alloc();
+  return std::unique_ptr<T>(object);
+}
+
+void check(UErrorCode status, std::string_view text) {
+  if (U_FAILURE(status)) {
+    throw Failure{Status::unknownName,
+                  describe("--zone", {u_errorName(status), kAcceptedZones}, text)};
+  }
+}
+
+// An offset in one of the spellings of UTC+05:30, +05:30, +0530 and Z; null for anything else.
+std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id, std::string_view text) {
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::TimeZoneFormat> format(
+      icu::TimeZoneFormat::createInstance(icu::Locale("en_US"), status));
+  check(status, text);
+  format->setGMTPattern(icu::UnicodeString(u"UTC{0}"), status);
+  format->setGMTZeroFormat(icu::UnicodeString(u"UTC"), status);
+  check(status, text);
+  icu::ParsePosition position(0);
+  std::unique_ptr<icu::TimeZone> zone(
+      format->parse(UTZFMT_STYLE_LOCALIZED_GMT_SHORT, id, position, nullptr));
+  if (position.getIndex() < id.length()) return nullptr;
+  return zone;
+}
+
+std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id, std::string_view text) {
+  if (isName(id, u"Etc/Unknown")) failUnknownZone(text);
+  if (isName(id, u"local")) return owned(icu::TimeZone::createDefault());
+  auto zone = owned(icu::TimeZone::createTimeZone(id));
+  if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id, text);
+  if (!zone) failUnknownZone(text);
+  return zone;
+}
+
+// The calendar that the module computes with.
+std::unique_ptr<icu::GregorianCalendar> calendarIn(std::unique_ptr<icu::TimeZone> zone,
+                                                   std::string_view text) {
+  UErrorCode status = U_ZERO_ERROR;
+  auto calendar = owned(new icu::GregorianCalendar(zone.release(), icu::Locale("en_US"), status));
+  check(status, text);
+  calendar->setGregorianChange(-0x1p53, status);  // Gregorian rules at all times
+  check(status, text);
+  calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
+  calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_LAST);
+  return calendar;
+}
+
+std::int64_t leapSecond(const std::array<double, kLeapSeconds>& instants, std::size_t i) {
+  return static_cast<std::int64_t>(instants[i]) / 1000;
+}
+
+// How many of the instants lie at or before a second.
+std::size_t leapsUntil(const std::array<double, kLeapSeconds>& instants, int128 second) {
+  std::size_t count = kLeapSeconds;
+  while (count > 0 && second < leapSecond(instants, count - 1)) --count;
+  return count;
+}
+
+// From UTC to the line that counts inserted seconds. `inserted`: the second after this one.
+std::optional<int128> counted(int128 utcSecond, bool inserted) {
+  if (!inserted) return utcSecond + leapsUntil(leapInstantsUTC, utcSecond);
+  const std::size_t count = leapsUntil(leapInstantsUTC, utcSecond + 1);
+  if (count == 0 || utcSecond + 1 != leapSecond(leapInstantsUTC, count - 1)) return std::nullopt;
+  return leapSecond(leapInstantsElapsed, count - 1);
+}
+
+WallTime utcOfCounted(int128 second) {
+  const std::size_t count = leapsUntil(leapInstantsElapsed, second);
+  const bool inserted = count > 0 && second == leapSecond(leapInstantsElapsed, count - 1);
+  // Second 60 follows the second 59 before it, which one leap second less lies behind.
+  return {second - static_cast<int128>(count), inserted, OffsetForm::z, 0};
+}
+
+bool isWithin(int128 second, int128 first, int128 last) {
+  return first <= second && second <= last;
+}
+
+}  // namespace
+
+Zone::Zone(Kind kind, std::string text, int offsetSeconds)
+    : kind_(kind), text_(std::move(text)), offsetSeconds_(offsetSeconds) {}
+
+Zone Zone::named(std::string_view text) {
+  const auto id = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+  if (id.isEmpty()) return Zone(Kind::plain, "");
+  if (isName(id, u"UTC")) return Zone(Kind::utc, "UTC");
+  if (isName(id, u"UTCLeapSeconds")) return Zone(Kind::leapSeconds, "UTCLeapSeconds");
+  Zone zone(Kind::calendar, std::string(text));
+  zone.calendar_ = calendarIn(icuZone(id, text), text);
+  return zone;
+}
+
+Zone Zone::of(const DatetimeText& datetime) {
+  switch (datetime.offset) {
+    case OffsetForm::none:
+      return Zone(Kind::plain, "");
+    case OffsetForm::z:
+      return Zone(Kind::utc, "UTC");
+    case OffsetForm::numeric:
+      break;
+  }
+  std::string text;
+  writeOffset(text, datetime.offsetSeconds);
+  return Zone(Kind::offset, std::move(text), datetime.offsetSeconds);
+}
+
+int128 Zone::calendarSecond(int128 wallSecond) const {
+  const auto [days, secondOfDay] = floorDiv(wallSecond, 86400);
+  double year = 0, month = 0, day = 0;
+  days2ymd(static_cast<double>(days), year, month, day);
+  calendar_->clear();
+  calendar_->set(UCAL_EXTENDED_YEAR, static_cast<std::int32_t>(year));
+  calendar_->set(UCAL_MONTH, static_cast<std::int32_t>(month) - 1);
+  calendar_->set(UCAL_DATE, static_cast<std::int32_t>(day));
+  calendar_->set(UCAL_HOUR_OF_DAY, static_cast<std::int32_t>(secondOfDay / 3600));
+  calendar_->set(UCAL_MINUTE, static_cast<std::int32_t>(secondOfDay / 60 % 60));
+  calendar_->set(UCAL_SECOND, static_cast<std::int32_t>(secondOfDay % 60));
+  UErrorCode status = U_ZERO_ERROR;
+  const double millis = calendar_->getTime(status);
+  check(status, text_);
+  return floorDiv(static_cast<int128>(millis), 1000).quotient;
+}
+
+std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& complaint) const {
+  const int128 wall = int128{datetime.day} * 86400 + datetime.secondOfDay;
+  if (datetime.insertedSecond && kind_ != Kind::leapSeconds) {
+    complaint = {"there is no second 60", kAcceptedInsertedSeconds};
+    return std::nullopt;
+  }
+  if (!isWithin(wall, -kMaxSeconds, kMaxSeconds)) {
+    complaint = {"out of range", kAcceptedRange};
+    return std::nullopt;
+  }
+  std::optional<int128> second = wall - datetime.offsetSeconds;
+  if (kind_ == Kind::leapSeconds) {
+    second = counted(*second, datetime.insertedSecond);
+    if (!second) complaint = {"no leap second was inserted there", kAcceptedInsertedSeconds};
+  } else if (isCalendar()) {
+    // A day more than the range, and the year still fits the calendar's fields.
+    const bool nearby =
+        isWithin(*second, kFirstCalendarSecond - 86400, kLastCalendarSecond + 86400);
+    if (nearby && kind_ == Kind::calendar && datetime.offset == OffsetForm::none)
+      second = calendarSecond(wall);
+    if (!nearby || !isWithin(*second, kFirstCalendarSecond, kLastCalendarSecond)) {
+      complaint = {"out of range", kAcceptedCalendarRange};
+      second.reset();
+    }
+  }
+  return second;
+}
+
+WallTime Zone::wallTime(int128 second) const {
+  switch (kind_) {
+    case Kind::plain:
+      return {second};
+    case Kind::utc:
+      return {second, false, OffsetForm::z, 0};
+    case Kind::leapSeconds:
+      return utcOfCounted(second);
+    case Kind::offset:
+      return {second + offsetSeconds_, false, OffsetForm::numeric, offsetSeconds_};
+    case Kind::calendar:
+      break;
+  }
+  std::int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar_->getTimeZone().getOffset(static_cast<double>(second) * 1000.0, false, raw, saving,
+                                     status);
+  check(status, text_);
+  const int offset = (raw + saving) / 1000;  // zones differ from UTC by whole seconds
+  return {second + offset, false, OffsetForm::numeric, offset};
+}
+
+}  // namespace plx

@@ -1,0 +1,69 @@
+// Time zones as the module knows them, and the wall clocks of those zones.
+//
+//   text          the module then works on     a datetime is written with
+//   (empty)       plain calendar time          no offset
+//   UTC           UTC                          Z
+//   UTCLeapSeconds  UTC that counts leap seconds  Z
+//   local, Europe/Paris, UTC+05:30, +05:30 ...  a calendar in that zone  +hh:mm or +hh:mm:ss
+//
+// Seconds count from 1970-01-01T00:00:00 on the line that the module works on: with inserted
+// seconds on the leap-second line, without them on all others.
+#pragma once
+
+#include <unicode/gregocal.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "datetime_text.h"
+#include "exact.h"
+#include "message.h"
+
+namespace plx {
+
+class Zone {
+ public:
+  // The zone of a text, read as the module reads it with the locale en_US. Throws a Failure of
+  // Status::unknownName.
+  static Zone named(std::string_view text);
+  // The zone that a datetime brings along: its offset, UTC for Z, plain where it has none.
+  static Zone of(const DatetimeText& datetime);
+
+  // What the module is told.
+  const std::string& text() const { return text_; }
+  // The module goes through a calendar, which holds less than the arithmetic does.
+  bool isCalendar() const { return kind_ == Kind::offset || kind_ == Kind::calendar; }
+
+  // The second that a datetime stands in: its own instant where it has an offset, else wall time
+  // here. Wall times that a change of the clock skips or repeats are read as the module's calendar
+  // reads them: by the offset before a gap, and as the later of two. Nothing, and a complaint, for
+  // times outside the range (whose last second is taken whole) and for seconds 60 that were not
+  // inserted.
+  std::optional<int128> secondOf(const DatetimeText& datetime, Complaint& complaint) const;
+
+  // What the clock shows at a second; for a calendar, within its range.
+  WallTime wallTime(int128 second) const;
+
+ private:
+  enum class Kind { plain, utc, leapSeconds, offset, calendar };
+
+  Zone(Kind kind, std::string text, int offsetSeconds = 0);
+
+  int128 calendarSecond(int128 wallSecond) const;
+
+  Kind kind_;
+  std::string text_;
+  int offsetSeconds_;                                 // of Kind::offset
+  std::unique_ptr<icu::GregorianCalendar> calendar_;  // of Kind::calendar; its time means nothing
+};
+
+// For messages: the range of datetimes: in plain time and on the two lines of UTC, and in a
+// calendar.
+inline constexpr std::string_view kAcceptedRange =
+    "dates within 2^52 days of 1970, from -12330436974479-06-28 to +12330436978418-07-07";
+inline constexpr std::string_view kAcceptedCalendarRange =
+    "in a time zone, from -140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z";
+
+}  // namespace plx
