@@ -1,0 +1,93 @@
+#include "components.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "message.h"
+#include "module.h"
+#include "run_plx.h"
+#include "support/cases.h"
+
+namespace plx {
+namespace {
+
+const Component* bySelector(int selector) {
+  for (const Component& c : kComponents)
+    if (c.selector == selector || c.otherSelector == selector) return &c;
+  return nullptr;
+}
+
+TEST(Components, AreThoseOfTheModule) {
+  Cases cases(23);
+  Module module(PLX_MODULE);
+  for (int selector = 1; selector <= 23; ++selector, ++cases) {
+    Datetimes datetimes;
+    datetimes.push({0, 0});
+    EXPECT_EQ(module.set(datetimes, {1}, selector, "").has_value(), bySelector(selector) == nullptr)
+        << selector;
+  }
+}
+
+TEST(Components, TakeFractionsWhereTheModuleDoes) {
+  Cases cases(22);
+  Module module(PLX_MODULE);
+  for (const Component& c : kComponents) {
+    for (const char* zone : {"", "Europe/Paris"}) {
+      Datetimes datetimes;
+      datetimes.push({0, 0});
+      EXPECT_EQ(module.set(datetimes, {1.5}, c.selector, zone).has_value(), c.whole) << c.name;
+      ++cases;
+    }
+  }
+}
+
+TEST(Components, BothSelectorsOfTheDayMeanTheSame) {
+  for (const Component& c : kComponents) {
+    if (c.otherSelector == 0) continue;
+    EXPECT_EQ(c.name, "day");
+    Module module(PLX_MODULE);
+    Datetimes one, other;
+    one.push({1e12, 0.25});
+    other = one;
+    ASSERT_FALSE(module.set(one, {40}, c.selector, ""));
+    ASSERT_FALSE(module.set(other, {40}, c.otherSelector, ""));
+    EXPECT_EQ(one.hi, other.hi);
+    EXPECT_EQ(one.lo, other.lo);
+  }
+}
+
+TEST(Components, EveryExamplePrintsWhatItSays) {
+  Cases cases(11);
+  for (const Component& c : kComponents) {
+    EXPECT_EQ(runPlx(words(c.example)), (PlxResult{0, std::string(c.result) + "\n", "", 0}));
+    ++cases;
+  }
+}
+
+TEST(Components, AreFoundByNameAndBySelector) {
+  EXPECT_EQ(findComponent("month").selector, 7);
+  EXPECT_EQ(findComponent("7").name, "month");
+  EXPECT_EQ(findComponent("12").name, "day");
+  for (const char* text :
+       {"", "months", "Month", "1", "0", "23", "-7", "7.0", "07x", "99999999999"})
+    EXPECT_THROW(findComponent(text), Failure) << text;
+}
+
+TEST(Components, StandInTheTableAndInTheHelp) {
+  const PlxResult table = runPlx({"components"});
+  EXPECT_EQ(table.status, 0);
+  const PlxResult help = runPlx({"set", "--help"});
+  EXPECT_EQ(help.status, 0);
+  for (const Component& c : kComponents) {
+    for (const std::string_view piece : {c.example, c.result}) {
+      EXPECT_NE(table.out.find(piece), std::string::npos) << piece;
+      EXPECT_NE(help.out.find(piece), std::string::npos) << piece;
+    }
+    EXPECT_NE(table.out.find(std::to_string(c.selector)), std::string::npos) << c.name;
+  }
+}
+
+}  // namespace
+}  // namespace plx

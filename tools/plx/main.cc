@@ -1,0 +1,42 @@
+// plx: sets components of datetimes on the command line.
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "command_line.h"
+#include "host/embed.h"
+#include "message.h"
+#include "output.h"
+
+namespace {
+
+int report(const plx::Failure& failure) {
+  if (!failure.message.empty()) std::fprintf(stderr, "plx: %s\n", failure.message.c_str());
+  return static_cast<int>(failure.status);
+}
+
+int run(const std::vector<std::string>& arguments) {
+  plx::Output output(STDOUT_FILENO);
+  try {
+    plx::runCommandLine(arguments, output);
+    return 0;
+  } catch (const plx::Failure& failure) {
+    return report(failure);
+  } catch (const std::exception& error) {
+    return report({plx::Status::inputOutput, error.what()});
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A pipe that nobody reads any more shows as an error of writing, with its own exit status.
+  std::signal(SIGPIPE, SIG_IGN);
+  // A command means the same everywhere: offsets in a zone's text are spelled as in this locale.
+  paSetLocale("en_US", nullptr);
+  return run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+}

@@ -1,0 +1,77 @@
+#include "set_command.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "components.h"
+#include "datetime_text.h"
+#include "line_reader.h"
+#include "module.h"
+#include "setter.h"
+#include "values.h"
+#include "zone.h"
+
+namespace plx {
+
+namespace {
+
+// The lines go out as they are done, so that whoever waits behind a pipe sees them.
+void setLines(const std::vector<Line>& lines, std::string_view source, Setter& setter,
+              Output& output) {
+  auto failure = setter.set(lines, source, output.text());
+  output.flush();
+  if (failure) throw std::move(*failure);
+}
+
+void setFile(const std::string& path, Setter& setter, Output& output) {
+  LineReader reader(path);
+  std::vector<Line> lines;
+  while (reader.read(lines)) setLines(lines, reader.name(), setter, output);
+}
+
+bool exists(const std::string& path) {
+  struct stat info;
+  return ::stat(path.c_str(), &info) == 0;
+}
+
+void setInput(const std::string& input, Setter& setter, Output& output) {
+  std::string why;
+  if (input != "-" && readDatetime(input, why)) {
+    setLines({{{}, input, "\n", 0}}, {}, setter, output);
+  } else if (input != "-" && looksLikeDatetime(input) && !exists(input)) {
+    throw Failure{
+        Status::badData,
+        describe("argument", {why + ", and there is no such file", kAcceptedDatetimes}, input)};
+  } else {
+    setFile(input, setter, output);
+  }
+}
+
+void refuseOneStreamForTwo(const SetOptions& options) {
+  const auto& inputs = options.inputs;
+  const bool readsInput =
+      inputs.empty() || std::find(inputs.begin(), inputs.end(), "-") != inputs.end();
+  if (options.value != "@-" || !readsInput) return;
+  throw Failure{Status::usage,
+                "the values and the datetimes cannot both come from standard input; "
+                "accepted: @FILE, or INPUT"};
+}
+
+}  // namespace
+
+void runSet(const SetOptions& options, Output& output) {
+  refuseOneStreamForTwo(options);
+  const Component& component = findComponent(options.component);
+  Values values(options.value, component);
+  std::optional<Zone> zone;
+  if (!options.zone.empty()) zone = Zone::named(options.zone);
+  Module module(locateModule(options.module));
+  Setter setter(module, component, values, std::move(zone), options.exact);
+
+  if (options.inputs.empty()) setFile("-", setter, output);
+  for (const std::string& input : options.inputs) setInput(input, setter, output);
+  values.finish();
+}
+
+}  // namespace plx

@@ -1,0 +1,70 @@
+// Sets one component of the datetimes in lines of text, a batch of lines at a time.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "components.h"
+#include "datetime_text.h"
+#include "line_reader.h"
+#include "message.h"
+#include "module.h"
+#include "values.h"
+#include "zone.h"
+
+namespace plx {
+
+class Setter {
+ public:
+  // No zone: each datetime has its own. `exact`: write what reads back to the same pair of doubles.
+  Setter(Module& module, const Component& component, Values& values, std::optional<Zone> zone,
+         bool exact);
+
+  // Appends the lines to `out` with their datetimes set; empty lines as they are. Where a line is
+  // wrong, those before it are appended, and the failure comes back. `source` begins the messages
+  // about lines that have numbers.
+  std::optional<Failure> set(const std::vector<Line>& lines, std::string_view source,
+                             std::string& out);
+
+ private:
+  // The datetimes of a batch that share a zone.
+  struct Group {
+    Zone zone;
+    Datetimes datetimes;
+    std::vector<double> values;
+    std::vector<std::size_t> items;
+  };
+  // A line of the batch.
+  struct Item {
+    DatetimeText text;
+    Group* group = nullptr;  // null for an empty line
+    std::size_t index = 0;   // in the group
+  };
+
+  void begin();
+  Item read(const Line& line, std::string_view source);
+  Group& groupOf(const DatetimeText& datetime);
+  void checkValue(const Zone& zone, double value) const;
+  void setGroup(Group& group, const std::vector<Line>& lines, std::string_view source);
+  bool write(const Item& item, std::string& out, Complaint& complaint) const;
+  void stopAt(std::size_t item, Failure failure);
+
+  Module& module_;
+  const Component& component_;
+  Values& values_;
+  const bool hasZone_;
+  const bool exact_;
+
+  std::vector<Item> items_;
+  // By what a text says of its offset; with a zone for all, one group.
+  std::map<std::pair<OffsetForm, int>, Group> groups_;
+  std::size_t end_ = 0;             // the first item that is wrong, or all
+  std::optional<Failure> failure_;  // of that item
+};
+
+}  // namespace plx

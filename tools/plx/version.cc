@@ -1,0 +1,46 @@
+#include "version.h"
+
+#include <fmt/format.h>
+#include <unicode/timezone.h>
+#include <unicode/uversion.h>
+
+#include "datetime_text.h"
+#include "host/pa_array.h"
+#include "unzoned/leap_seconds.h"
+
+namespace plx {
+
+namespace {
+
+std::string lastLeapSecond() {
+  DatetimeText form;
+  form.separator = 'T';
+  const auto dayAfter = static_cast<int128>(leapInstantsUTC.back()) / 1000;
+  std::string text;
+  writeDatetime(text, form, {dayAfter - 1, true, OffsetForm::z, 0}, "");
+  return text;
+}
+
+std::string timeZoneData() {
+  UErrorCode status = U_ZERO_ERROR;
+  const char* version = icu::TimeZone::getTZDataVersion(status);
+  return U_SUCCESS(status) ? version : u_errorName(status);
+}
+
+}  // namespace
+
+std::string versionText(const Module& module) {
+  UVersionInfo info;
+  u_getVersion(info);
+  char icu[U_MAX_VERSION_STRING_LENGTH];
+  u_versionToString(info, icu);
+  return fmt::format(
+      "plx {}\n"
+      "module            {} (host interface {})\n"
+      "ICU               {}\n"
+      "time-zone data    {}\n"
+      "last leap second  {}\n",
+      PLX_VERSION, module.path(), PA_INTERFACE_VERSION, icu, timeZoneData(), lastLeapSecond());
+}
+
+}  // namespace plx
