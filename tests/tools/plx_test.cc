@@ -278,6 +278,25 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
   }
 }
 
+TEST(Plx, TakesEmptyArgumentsForWhatTheyAre) {
+  EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--zone", ""}).out, "2014-05-01\n");
+  EXPECT_EQ(runPlx({"set", "day", "1", ""}),
+            (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
+  EXPECT_EQ(runPlx({"set", "day", "@", "2014-05-10"}),
+            (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
+}
+
+TEST(Plx, RefusesOptionsThatMakeNoSense) {
+  for (const char* command :
+       {"set day 1 2014-05-10 --exact=3", "set day 1 2014-05-10 --zone", "--version=1",
+        "set day 1 2014-05-10 -z UTC -z UTC", "set day 1 2014-05-10 -x", "set day 1 --module"}) {
+    const PlxResult result = runPlx(words(command));
+    EXPECT_EQ(result.status, 2) << command;
+    EXPECT_TRUE(isOneLine(result.err)) << result.err;
+    EXPECT_EQ(result.out, "") << command;
+  }
+}
+
 TEST(Plx, RefusesWhatIsNoDecimalNumber) {
   for (const char* value :
        {"",   " ",   "nan", "NaN",   "-nan",  "inf",    "-inf",  "Infinity", "0x10",

@@ -87,7 +87,8 @@ void runSetCommand(const std::vector<std::string>& arguments, Output& output) {
   app.add_flag("--exact", options.exact,
                "Write every digit that it takes to read back the same pair of\n"
                "doubles; else seconds are rounded to nine digits, or to as many\n"
-               "as came in");
+               "as came in")
+      ->disable_flag_override();
   addModule(app, options.module);
   app.footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" + componentExamples() + "\n" +
              kStatusHelp);
@@ -110,7 +111,8 @@ void runGeneral(const std::vector<std::string>& arguments, Output& output) {
   CLI::App app("Sets one component of datetimes, exactly and in any time zone.", "plx");
   app.add_flag("--version", version,
                "Tell the versions of plx, the module, ICU and the time-zone\n"
-               "data, and the last leap second known");
+               "data, and the last leap second known")
+      ->disable_flag_override();
   addModule(app, module);
   app.add_subcommand("set", "Set one component of datetimes; see plx set --help");
   app.add_subcommand("components", "List the components with their selectors and examples");

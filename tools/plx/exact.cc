@@ -36,8 +36,8 @@ Int powerOf10(std::size_t exponent) {
 }
 
 // The double nearest to numerator / denominator * 2^exponent, ties to even, subnormals included.
-// The denominator is positive. Neither shifted operand is longer than the longer of numerator and
-// denominator, and 56 bits more than the denominator.
+// The denominator is positive. Shifted, the operands have at most 56 bits more than the
+// denominator, or as many as the numerator where that is more.
 template <class Int>
 double nearest(Int numerator, Int denominator, int exponent) {
   if (numerator == 0) return 0.0;

@@ -29,7 +29,7 @@ std::string_view endingOf(std::string_view line) {
 
 LineReader::LineReader(const std::string& path)
     : descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
-      name_(escapeText(path)),
+      name_(path.empty() ? "\"\"" : escapeText(path)),
       buffer_(2 * kChunk) {
   if (descriptor_ >= 0) return;
   throw Failure{Status::inputOutput,
