@@ -80,7 +80,7 @@ std::string allowedFor(const std::string& path) {
 TEST(Layers, IncludesStayWithinThem) {
   Cases cases(100);
   const std::regex include(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"].*)");
-  for (const char* folder : {"include", "src", "host"}) {
+  for (const char* folder : {"include", "src", "host", "tools"}) {
     for (const fs::path& path : sourcesBelow(folder)) {
       const std::string name = fs::relative(path, kRoot).generic_string();
       const std::regex allowed(allowedFor(name));
