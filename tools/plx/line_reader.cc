@@ -73,7 +73,8 @@ void LineReader::takeLines(std::vector<Line>& lines) {
     const bool marked = number_ == 0 && text.starts_with(kByteOrderMark);
     const std::string_view lead = text.substr(0, marked ? kByteOrderMark.size() : 0);
     text.remove_prefix(lead.size());
-    lines.push_back({lead, text, ending, ++number_});
+    // What is written is whole lines, or those of the next file would go on in this one.
+    lines.push_back({lead, text, lineEnd ? ending : std::string_view("\n"), ++number_});
     begin_ = searched_ = next;
   }
 }

@@ -12,7 +12,7 @@ namespace plx {
 struct Line {
   std::string_view lead;  // a byte-order mark at the start of the file
   std::string_view text;
-  std::string_view ending;  // LF, CRLF, or nothing behind the last line
+  std::string_view ending;  // LF or CRLF; a LF also where the last line has none
   std::size_t number;       // from 1; 0 for a text that comes from no file
 };
 

@@ -34,7 +34,7 @@ std::optional<doubledouble> pairIn(const Zone& zone, const DatetimeText& datetim
 // What the module's error means for a datetime and a value that have been checked before.
 Complaint complaintOf(const paError& error) {
   if (std::string_view(error.identifier) == "Pelmor:datetime:RangeError")
-    return {"the result is out of range", kAcceptedCalendarRange};
+    return {"the value or the result is out of range", kAcceptedCalendarRange};
   return {escapeText(error.message), kAcceptedDatetimes};
 }
 
