@@ -14,41 +14,35 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// Where the next vector is read from and written to.
-struct Place {
-  const double* high;
-  const double* low;
-  const double* values;
-  double* resultHigh;
-  double* resultLow;
-};
-
-// A block with at least one lane outside the domain of whole milliseconds. What is not finite
-// becomes the sum of value and datetime, with a low part of +0: the error of such a sum is NaN,
-// which the plain code clears. Bit i of the result is set where lane i is in no domain, and what
-// was written there is wrong.
-template <class Component>
-HWY_NOINLINE std::uint64_t setMixed(const Place& at) {
-  const Pair t{hn::LoadU(d, at.high), hn::LoadU(d, at.low)};
-  const V v = hn::LoadU(d, at.values);
-  const M isAccepted = Component::accepts(v);
+// A vector of datetimes and values with at least one lane outside the domain of whole milliseconds,
+// set and stored where element i begins.
+//
+// What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
+// such a sum is NaN, which the plain code clears. Lanes in no domain are set by the plain code, in
+// order. Returns the index of the first element that it refuses; else, the count.
+template <class Lanes>
+HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
+                             Pair t, V v) {
+  const M isAccepted = Lanes::accepts(v);
   const M finite = hn::And(isFinite(t.hi), isFinite(v));
   M claimed = hn::Or(hn::And(isAccepted, isWhole(t)), hn::Not(finite));
   Pair set;
   if (hn::AllTrue(d, claimed)) {
-    set = Component::setWhole(t.hi, v);
+    set = Lanes::setWhole(t.hi, v);
   } else {
     claimed = hn::Or(hn::And(isAccepted, isPair(t)), hn::Not(finite));
-    set = Component::set(t, v);
+    set = Lanes::set(t, v);
   }
-  hn::StoreU(hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), d, at.resultHigh);
-  hn::StoreU(hn::IfThenElseZero(finite, set.lo), d, at.resultLow);
-  if (hn::AllTrue(d, claimed)) return 0;
-  alignas(8) std::uint8_t bits[8] = {};
-  hn::StoreMaskBits(d, hn::Not(claimed), bits);
-  std::uint64_t unclaimed = 0;
-  for (int i = 0; i < 8; ++i) unclaimed |= std::uint64_t{bits[i]} << (8 * i);
-  return unclaimed;
+  hn::StoreU(hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), d, e.resultHigh + i);
+  hn::StoreU(hn::IfThenElseZero(finite, set.lo), d, e.resultLow + i);
+  if (HWY_LIKELY(hn::AllTrue(d, claimed))) return e.count;
+
+  HWY_ALIGN double isClaimed[hn::MaxLanes(d)];
+  hn::Store(hn::IfThenElseZero(claimed, all(1.0)), d, isClaimed);
+  for (size_t lane = 0; lane < hn::Lanes(d); ++lane) {
+    if (isClaimed[lane] == 0.0 && !setElement(component, leapSeconds, e, i + lane)) return i + lane;
+  }
+  return e.count;
 }
 
 template <class Lanes>
@@ -57,29 +51,33 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   if (e.count < lanes) return plainWalk(component, leapSeconds, e);
 
   // A single value and a missing low part are read again and again from a vector of their own.
-  HWY_ALIGN double value[hn::MaxLanes(d)];
-  HWY_ALIGN double zero[hn::MaxLanes(d)];
-  hn::Store(all(e.values[0]), d, value);
-  hn::Store(hn::Zero(d), d, zero);
+  HWY_ALIGN double oneValue[hn::MaxLanes(d)];
+  HWY_ALIGN double zeros[hn::MaxLanes(d)];
+  hn::Store(all(e.values[0]), d, oneValue);
+  hn::Store(hn::Zero(d), d, zeros);
+  const double* const high = e.high;
+  const double* const low = e.low ? e.low : zeros;
+  const double* const values = e.step ? e.values : oneValue;
+  const size_t lowMask = e.low ? ~size_t{0} : 0;
+  const size_t valueMask = e.step ? ~size_t{0} : 0;
+  double* const resultHigh = e.resultHigh;
+  double* const resultLow = e.resultLow;
+  const size_t count = e.count;
 
   // The last vector ends with the last element, and may do some of the one before it again.
-  const size_t last = e.count - lanes;
+  const size_t last = count - lanes;
   for (size_t i = 0;; i = i + lanes < last ? i + lanes : last) {
-    const Place at{e.high + i, e.low ? e.low + i : zero, e.step ? e.values + i : value,
-                   e.resultHigh + i, e.resultLow + i};
-    const Pair t{hn::LoadU(d, at.high), hn::LoadU(d, at.low)};
-    const V v = hn::LoadU(d, at.values);
+    const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
+    const V v = hn::LoadU(d, values + (i & valueMask));
     if (HWY_LIKELY(hn::AllTrue(d, hn::And(isWhole(t), Lanes::accepts(v))))) {
       const Pair set = Lanes::setWhole(t.hi, v);
-      hn::StoreU(set.hi, d, at.resultHigh);
-      hn::StoreU(set.lo, d, at.resultLow);
+      hn::StoreU(set.hi, d, resultHigh + i);
+      hn::StoreU(set.lo, d, resultLow + i);
     } else {
-      std::uint64_t unclaimed = setMixed<Lanes>(at);
-      for (size_t k = i; unclaimed != 0; ++k, unclaimed >>= 1) {
-        if ((unclaimed & 1) != 0 && !setElement(component, leapSeconds, e, k)) return k;
-      }
+      const size_t refused = setMixed<Lanes>(component, leapSeconds, e, i, t, v);
+      if (refused < count) return refused;
     }
-    if (i == last) return e.count;
+    if (i == last) return count;
   }
 }
 
