@@ -126,6 +126,7 @@ struct Minute {
   static constexpr double kPerMilli = reciprocalAbove(60000);
   static constexpr double kLarger = kMillisPerHour;
   static constexpr double kLargerPerMilli = Hour::kPerMilli;
+  static constexpr double kLargerPerUnit = reciprocalAbove(60);
 };
 struct Day {
   static constexpr double kMillis = kMillisPerDay;
@@ -133,15 +134,23 @@ struct Day {
 };
 static_assert(divides(Hour::kPerMilli, 3600000, kLargestClock));
 static_assert(divides(Minute::kPerMilli, 60000, kLargestClock));
+static_assert(divides(Minute::kLargerPerUnit, 60, 24.0 * 60.0));
 
 // ---- Leap seconds ----
 
-// For buckets of 2^33 milliseconds from 1970 on, some 99 days: the one instant that falls into it,
-// or infinity, and the milliseconds inserted before the bucket. They stand side by side.
+// For buckets of 2^33 milliseconds from 1970 on, some 99 days: the first instant that does not lie
+// before the bucket, or else the last of all. No more than one falls into a bucket, so for a time
+// in it this one alone is in question, and so many leap seconds come before as instants do. They
+// are kept in the fraction: instants are whole and below 2^41, and each entry is exact.
+//
+// Times before the first bucket belong to it, those after the last to the last. A low part that
+// reaches below the start of a bucket does no harm, as instants are whole.
 struct LeapBuckets {
   static constexpr int kCount = 256;
-  double instantAndBefore[2 * kCount];
+  static constexpr double kScale = 32.0;  // of the number of leap seconds, against the instant
+  double entries[kCount];
 };
+static_assert(kLeapSeconds <= LeapBuckets::kScale);
 
 constexpr int leapBucketOf(double instant) { return static_cast<int>(instant * 0x1p-33); }
 
@@ -149,10 +158,8 @@ constexpr LeapBuckets leapBuckets(const std::array<double, kLeapSeconds>& instan
   LeapBuckets buckets{};
   int next = 0;
   for (int i = 0; i < LeapBuckets::kCount; ++i) {
-    const bool hasInstant = next < kLeapSeconds && leapBucketOf(instants[next]) == i;
-    buckets.instantAndBefore[2 * i] = hasInstant ? instants[next] : HUGE_VAL;
-    buckets.instantAndBefore[2 * i + 1] = next * kMillisPerSecond;
-    if (hasInstant) ++next;
+    while (next < kLeapSeconds - 1 && leapBucketOf(instants[next]) < i) ++next;
+    buckets.entries[i] = instants[next] + next / LeapBuckets::kScale;
   }
   return buckets;
 }
@@ -160,6 +167,7 @@ constexpr LeapBuckets leapBuckets(const std::array<double, kLeapSeconds>& instan
 constexpr bool hasBucketsOfItsOwn(const std::array<double, kLeapSeconds>& instants) {
   for (int i = 1; i < kLeapSeconds; ++i) {
     if (leapBucketOf(instants[i - 1]) >= leapBucketOf(instants[i])) return false;
+    if (leapBucketOf(instants[i]) * 0x1p33 == instants[i]) return false;
   }
   return leapBucketOf(instants.back()) < LeapBuckets::kCount - 1;
 }

@@ -35,11 +35,11 @@ HWY_INLINE V all(double x) { return hn::Set(d, x); }
 
 // ---- Double-double arithmetic ----
 //
-// The transforms of arith/doubledouble.h for finite values: the same operations in the same order,
-// never fused. The folding of a low part, which the plain code skips for a zero one, is always
-// done: on a normalised pair it changes nothing but perhaps the sign of a zero low part, and no
-// result here has a low part of -0. (It is the error of a sum a + b with a != -0, and so +0 where
-// it is zero: the difference of equals, or a sum of zeros one of which is +0.)
+// The transforms of arith/doubledouble.h for finite values: the same sums with the same errors,
+// never fused. Folding in a low part, which the plain code skips for a zero one, is always done: on
+// a normalised pair it changes nothing but perhaps the sign of a zero low part. No result has a low
+// part of -0 here: quickTwoSum(), the last step of all, gives zero errors as +0, whether a - s is
+// +0 or cancels b. Nor has it in the plain code, where it is the error of a sum a + b with a != -0.
 
 struct Pair {
   V hi;
@@ -60,13 +60,22 @@ HWY_INLINE Pair twoDifference(V a, V b) {
 
 HWY_INLINE Pair quickTwoSum(V a, V b) {
   const V s = a + b;
-  return {s, b - (s - a)};
+  return {s, (a - s) + b};
 }
 
 HWY_INLINE Pair foldLow(Pair s, V lo) { return quickTwoSum(s.hi, lo + s.lo); }
 HWY_INLINE Pair add(Pair a, V b) { return foldLow(twoSum(a.hi, b), a.lo); }
 HWY_INLINE Pair add(V a, Pair b) { return foldLow(twoSum(a, b.hi), b.lo); }
 HWY_INLINE Pair subtract(Pair a, V b) { return foldLow(twoDifference(a.hi, b), a.lo); }
+
+// t - start, where start is the last multiple of a day not above t, with a shorter way to the error
+// of the difference of the high parts. It is none where t.hi >= 0: start is zero, or t.hi >= 2^26
+// and the difference, below 2^27, is a multiple of ulp(t.hi) >= 2^-26. Where t.hi < 0, start is the
+// larger one in magnitude, and the way is that of quickTwoSum().
+HWY_INLINE Pair subtractDays(Pair t, V start) {
+  const V s = t.hi - start;
+  return foldLow({s, t.hi - (s + start)}, t.lo);
+}
 
 // ---- The two domains of datetimes ----
 
@@ -116,6 +125,15 @@ HWY_INLINE V ceilTimes(V x, double below) { return hn::Ceil(x * all(below)); }
 // but keeps its sign.
 HWY_INLINE V floorQuotient(Pair t, double unit) {
   const V candidate = hn::Floor(t.hi * all(1.0 / unit) + all(2.0 / unit));
+  const V rest = t.hi - candidate * all(unit);
+  const M isTooLarge = hn::Lt(rest + t.lo, hn::Zero(d));
+  return candidate - hn::IfThenElseZero(isTooLarge, all(1.0));
+}
+
+// The same within a day, where t.hi lies in [0, 86400000] and the reciprocal is rounded up: the
+// candidate is never too small without an offset.
+HWY_INLINE V floorQuotientOfDay(Pair t, double unit, double unitsPerMilli) {
+  const V candidate = floorTimes(t.hi, unitsPerMilli);
   const V rest = t.hi - candidate * all(unit);
   const M isTooLarge = hn::Lt(rest + t.lo, hn::Zero(d));
   return candidate - hn::IfThenElseZero(isTooLarge, all(1.0));
@@ -264,10 +282,11 @@ struct SetDayOfWeek {
 // ---- All components ----
 //
 // Each sets datetimes t of either domain to values it accepts: setWhole() those of whole
-// milliseconds, set() pairs.
+// milliseconds, set() pairs. The low parts of setWhole() are zero where a component stays whole.
 
 template <class Date>
 struct OfDate {
+  static constexpr bool kStaysWhole = true;
   static HWY_INLINE M accepts(V v) { return Date::accepts(v); }
 
   static HWY_INLINE Pair setWhole(V t, V v) {
@@ -277,15 +296,18 @@ struct OfDate {
 
   static HWY_INLINE Pair set(Pair t, V v) {
     const V days = floorQuotient(t, kMillisPerDay);
-    const Pair msOfDay = subtract(t, days * all(kMillisPerDay));
+    const Pair msOfDay = subtractDays(t, days * all(kMillisPerDay));
     const V newDays = days + Date::daysMoved(days + all(Date::kFirst), v);
-    return add(newDays * all(kMillisPerDay), msOfDay);
+    // Days are no milliseconds or no fewer than those of the day.
+    const V start = newDays * all(kMillisPerDay);
+    return foldLow(quickTwoSum(start, msOfDay.hi), msOfDay.lo);
   }
 };
 
 // Hour and minute: how often a unit of milliseconds fits into what is left of a larger one.
 template <class Unit>
 struct OfClock {
+  static constexpr bool kStaysWhole = true;
   static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, Unit::kBound); }
 
   static HWY_INLINE Pair setWhole(V t, V v) {
@@ -299,9 +321,11 @@ struct OfClock {
 
   static HWY_INLINE Pair set(Pair t, V v) {
     const V start = floorQuotient(t, kMillisPerDay) * all(kMillisPerDay);
-    const Pair msOfDay = subtract(t, start);
-    const V old = floorQuotient(msOfDay, Unit::kMillis) -
-                  floorQuotient(msOfDay, Unit::kLarger) * all(Unit::kLarger / Unit::kMillis);
+    const Pair msOfDay = subtractDays(t, start);
+    V old = floorQuotientOfDay(msOfDay, Unit::kMillis, Unit::kPerMilli);
+    if constexpr (Unit::kLarger < kMillisPerDay) {
+      old = old - floorTimes(old, Unit::kLargerPerUnit) * all(Unit::kLarger / Unit::kMillis);
+    }
     return add(start, add(msOfDay, (v - old) * all(Unit::kMillis)));
   }
 };
@@ -314,6 +338,7 @@ struct OfClock {
 // the product (docs/numerics.md), so both give the one normalised pair of the exact sum.
 template <class Unit>
 struct SecondsAfter {
+  static constexpr bool kStaysWhole = false;
   static HWY_INLINE M accepts(V v) { return isAtMost(v, kSecondsBound); }
 
   static HWY_INLINE Pair setWhole(V t, V v) {
@@ -331,44 +356,58 @@ struct SecondsAfter {
 
 // ---- The line that counts leap seconds ----
 
-// The leap seconds, in milliseconds, inserted at or before t. No more than one of the instants
-// falls into a bucket of 2^33 milliseconds, so one comparison decides. t lies at or after a whole
-// number where the sum of (t.hi - instant) and t.lo, which keeps its sign, is not negative. A low
-// part below the start of a bucket does no harm: instants are whole.
-HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
+// The entry for a time, rounded to a double, and its two parts: see LeapBuckets.
+struct LeapEntry {
+  V instant;
+  V millisBefore;
+};
+
+HWY_INLINE LeapEntry leapEntry(const LeapBuckets& buckets, V t) {
   const hn::RebindToSigned<D> di;
-  const V last = all(LeapBuckets::kCount - 1.0);
-  const V bucket = hn::Min(hn::Max(hn::Floor(t.hi * all(0x1p-33)), hn::Zero(d)), last);
-  // 2^52 more, and the number stands in the last bits. The mask keeps the lane of a NaN in the
-  // table.
-  const auto number = hn::And(hn::BitCast(di, bucket + all(0x1p52)),
+  // The number of the bucket, from 0, and a half. With 2^52 less a half it comes to stand in the
+  // last bits, rounded to nearest. (A start of a bucket may be taken for the end of the one before,
+  // which is as good, since no instant lies there.)
+  const V bucket = hn::Min(hn::Max(t * all(0x1p-33), all(0.5)), all(LeapBuckets::kCount - 0.5));
+  // The mask keeps the lane of a NaN in the table.
+  const auto number = hn::And(hn::BitCast(di, bucket + all(0x1p52 - 0.5)),
                               hn::Set(di, std::int64_t{LeapBuckets::kCount - 1}));
-  const auto index = hn::ShiftLeft<1>(number);
-  const V instant = hn::GatherIndex(d, buckets.instantAndBefore, index);
-  const V before = hn::GatherIndex(d, buckets.instantAndBefore + 1, index);
-  const M isAfter = hn::Ge((t.hi - instant) + t.lo, hn::Zero(d));
-  return before + hn::IfThenElseZero(isAfter, all(kMillisPerSecond));
+  const V entry = hn::GatherIndex(d, buckets.entries, number);
+  const V instant = hn::Floor(entry);
+  return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
 }
 
-HWY_INLINE V leapMillisElapsed(Pair t) { return leapMillis(kBucketsElapsed, t); }
-HWY_INLINE V leapMillisUTC(Pair t) { return leapMillis(kBucketsUTC, t); }
+// The leap seconds, in milliseconds, inserted at or before a whole time or a pair. A pair lies at
+// or after a whole number where the sum of (t.hi - instant) and t.lo, which keeps its sign, is not
+// negative.
+HWY_INLINE V leapMillis(const LeapBuckets& buckets, V t) {
+  const LeapEntry entry = leapEntry(buckets, t);
+  return entry.millisBefore + hn::IfThenElseZero(hn::Ge(t, entry.instant), all(kMillisPerSecond));
+}
+HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
+  const LeapEntry entry = leapEntry(buckets, t.hi);
+  const M isAfter = hn::Ge((t.hi - entry.instant) + t.lo, hn::Zero(d));
+  return entry.millisBefore + hn::IfThenElseZero(isAfter, all(kMillisPerSecond));
+}
 
-// A component on that line. Before the first leap second zero is added to a normalised pair, which
-// leaves it as it is.
+// A component on that line. Before the first leap second zero is added to a whole number or a
+// normalised pair, which leaves it as it is.
 template <class Component>
 struct CountingLeapSeconds {
   static HWY_INLINE M accepts(V v) { return Component::accepts(v); }
 
   static HWY_INLINE Pair setWhole(V t, V v) {
-    return toElapsed(Component::setWhole(t - leapMillisElapsed({t, hn::Zero(d)}), v));
+    const Pair utc = Component::setWhole(t - leapMillis(kBucketsElapsed, t), v);
+    if constexpr (Component::kStaysWhole) {
+      return {utc.hi + leapMillis(kBucketsUTC, utc.hi), utc.lo};
+    } else {
+      return add(utc, leapMillis(kBucketsUTC, utc));
+    }
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {
-    return toElapsed(Component::set(subtract(t, leapMillisElapsed(t)), v));
+    const Pair utc = Component::set(subtract(t, leapMillis(kBucketsElapsed, t)), v);
+    return add(utc, leapMillis(kBucketsUTC, utc));
   }
-
- private:
-  static HWY_INLINE Pair toElapsed(Pair utc) { return add(utc, leapMillisUTC(utc)); }
 };
 
 }  // namespace lanes::HWY_NAMESPACE

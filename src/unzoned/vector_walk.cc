@@ -14,8 +14,8 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// A vector of datetimes and values with at least one lane outside the domain of whole milliseconds,
-// set and stored where element i begins.
+// A vector of datetimes and values that do not all lie in one of the domains, set and stored where
+// element i begins.
 //
 // What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
 // such a sum is NaN, which the plain code clears. Lanes in no domain are set by the plain code, in
@@ -69,8 +69,13 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   for (size_t i = 0;; i = i + lanes < last ? i + lanes : last) {
     const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
     const V v = hn::LoadU(d, values + (i & valueMask));
-    if (HWY_LIKELY(hn::AllTrue(d, hn::And(isWhole(t), Lanes::accepts(v))))) {
+    const M isAccepted = Lanes::accepts(v);
+    if (HWY_LIKELY(hn::AllTrue(d, hn::And(isWhole(t), isAccepted)))) {
       const Pair set = Lanes::setWhole(t.hi, v);
+      hn::StoreU(set.hi, d, resultHigh + i);
+      hn::StoreU(set.lo, d, resultLow + i);
+    } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted))) {
+      const Pair set = Lanes::set(t, v);
       hn::StoreU(set.hi, d, resultHigh + i);
       hn::StoreU(set.lo, d, resultLow + i);
     } else {
