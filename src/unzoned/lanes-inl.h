@@ -81,16 +81,33 @@ HWY_INLINE Pair subtractDays(Pair t, V start) {
 
 HWY_INLINE M isAtMost(V x, double bound) { return hn::Le(hn::Abs(x), all(bound)); }
 HWY_INLINE M isFinite(V x) { return isAtMost(x, 0x1.fffffffffffffp1023); }
-HWY_INLINE M isWholeUpTo(V x, double bound) {
-  return hn::And(isAtMost(x, bound), hn::Eq(hn::Round(x), x));
+
+// All bits zero where x is whole, an infinity or NaN.
+HWY_INLINE V fractionBits(V x) { return hn::Xor(hn::Round(x), x); }
+HWY_INLINE M isZeroBits(V bits) {
+  const hn::RebindToSigned<D> di;
+  return hn::RebindMask(d, hn::Eq(hn::BitCast(di, bits), hn::Zero(di)));
+}
+
+// The new values that a component accepts: up to its bound, and whole unless it takes fractions.
+template <class Component>
+HWY_INLINE M isAccepted(V v) {
+  if constexpr (Component::kTakesFractions) return isAtMost(v, Component::kBound);
+  return hn::And(isAtMost(v, Component::kBound), isZeroBits(fractionBits(v)));
 }
 
 // Whole milliseconds up to 2^49, some 17,800 years, with a low part of zero. A component's bound on
 // new values keeps its change below 2^51 milliseconds, so every quantity on the way is a whole
 // number below 2^53: all sums, differences and products are exact, in whatever order, and the low
 // part is +0. (Second and time of day may add a fraction: one sum, with its error.)
-HWY_INLINE M isWhole(Pair t) {
-  return hn::And(isWholeUpTo(t.hi, kWholeBound), hn::Eq(t.lo, hn::Zero(d)));
+// The bits that must all be zero are tested together, with those of the new value: comparisons are
+// dear beside logic.
+template <class Component>
+HWY_INLINE M isWholeAndAccepted(Pair t, V v) {
+  V bits = hn::Or(t.lo, fractionBits(t.hi));
+  if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+  const M isBounded = hn::And(isAtMost(t.hi, kWholeBound), isAtMost(v, Component::kBound));
+  return hn::And(isBounded, isZeroBits(bits));
 }
 
 // Normalised pairs up to 2^52 milliseconds, with any fraction that is not within reach of the
@@ -201,13 +218,13 @@ HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
 
 // ---- The components of a date ----
 //
-// Each says which new values it accepts, from where it counts days, and by how many days the day
-// number n moves. All quantities are whole numbers below 2^53 and exact; what the plain code
+// Each says up to what new values it accepts, from where it counts days, and by how many days the
+// day number n moves. All quantities are whole numbers below 2^53 and exact; what the plain code
 // computes is the same number.
 
 struct SetYear {
   static constexpr double kFirst = kMarch;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kYearBound); }
+  static constexpr double kBound = kYearBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     // Day and month keep their place in the March year, as 29 February does: in a common year it is
     // the day after the 28th.
@@ -220,7 +237,7 @@ struct SetYear {
 
 struct SetMonth {
   static constexpr double kFirst = kMarch;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kMonthBound); }
+  static constexpr double kBound = kMonthBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     const MarchDate date = marchDate(n);
     const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
@@ -234,7 +251,7 @@ struct SetMonth {
 
 struct SetQuarter {
   static constexpr double kFirst = kMarch;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kQuarterBound); }
+  static constexpr double kBound = kQuarterBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     return SetMonth::daysMoved(n, v * all(3.0) - all(2.0));
   }
@@ -242,7 +259,7 @@ struct SetQuarter {
 
 struct SetWeekOfYear {
   static constexpr double kFirst = kJanuary;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kWeekBound); }
+  static constexpr double kBound = kWeekBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     // The Sundays since that of the week of 1 January, and 1, are the week of the year.
     const V week = sundays(n) - sundays(firstOfJanuary(n));
@@ -252,7 +269,7 @@ struct SetWeekOfYear {
 
 struct SetDayOfMonth {
   static constexpr double kFirst = kMarch;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kDayBound); }
+  static constexpr double kBound = kDayBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     const MarchDate date = marchDate(n);
     const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
@@ -262,13 +279,13 @@ struct SetDayOfMonth {
 
 struct SetDayOfYear {
   static constexpr double kFirst = kJanuary;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kDayBound); }
+  static constexpr double kBound = kDayBound;
   static HWY_INLINE V daysMoved(V n, V v) { return (firstOfJanuary(n) - n) + (v - all(1.0)); }
 };
 
 struct SetDayOfWeek {
   static constexpr double kFirst = kJanuary;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, kDayBound); }
+  static constexpr double kBound = kDayBound;
   static HWY_INLINE V daysMoved(V n, V v) {
     // The remainder that keeps its sign: floorTimes() on either side of zero.
     const V fromSunday = v - all(1.0);
@@ -286,8 +303,8 @@ struct SetDayOfWeek {
 
 template <class Date>
 struct OfDate {
-  static constexpr bool kStaysWhole = true;
-  static HWY_INLINE M accepts(V v) { return Date::accepts(v); }
+  static constexpr double kBound = Date::kBound;
+  static constexpr bool kTakesFractions = false;
 
   static HWY_INLINE Pair setWhole(V t, V v) {
     const V n = floorTimes(t + all(Date::kFirst * kMillisPerDay), kDaysPerMilli);
@@ -307,8 +324,8 @@ struct OfDate {
 // Hour and minute: how often a unit of milliseconds fits into what is left of a larger one.
 template <class Unit>
 struct OfClock {
-  static constexpr bool kStaysWhole = true;
-  static HWY_INLINE M accepts(V v) { return isWholeUpTo(v, Unit::kBound); }
+  static constexpr double kBound = Unit::kBound;
+  static constexpr bool kTakesFractions = false;
 
   static HWY_INLINE Pair setWhole(V t, V v) {
     const V from = t + all(kClockStart);
@@ -338,8 +355,8 @@ struct OfClock {
 // the product (docs/numerics.md), so both give the one normalised pair of the exact sum.
 template <class Unit>
 struct SecondsAfter {
-  static constexpr bool kStaysWhole = false;
-  static HWY_INLINE M accepts(V v) { return isAtMost(v, kSecondsBound); }
+  static constexpr double kBound = kSecondsBound;
+  static constexpr bool kTakesFractions = true;
 
   static HWY_INLINE Pair setWhole(V t, V v) {
     const V units = floorTimes(t + all(kClockStart), Unit::kPerMilli);
@@ -393,11 +410,12 @@ HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
 // normalised pair, which leaves it as it is.
 template <class Component>
 struct CountingLeapSeconds {
-  static HWY_INLINE M accepts(V v) { return Component::accepts(v); }
+  static constexpr double kBound = Component::kBound;
+  static constexpr bool kTakesFractions = Component::kTakesFractions;
 
   static HWY_INLINE Pair setWhole(V t, V v) {
     const Pair utc = Component::setWhole(t - leapMillis(kBucketsElapsed, t), v);
-    if constexpr (Component::kStaysWhole) {
+    if constexpr (!Component::kTakesFractions) {
       return {utc.hi + leapMillis(kBucketsUTC, utc.hi), utc.lo};
     } else {
       return add(utc, leapMillis(kBucketsUTC, utc));

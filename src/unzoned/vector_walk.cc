@@ -23,14 +23,13 @@ namespace lanes::HWY_NAMESPACE {
 template <class Lanes>
 HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
                              Pair t, V v) {
-  const M isAccepted = Lanes::accepts(v);
   const M finite = hn::And(isFinite(t.hi), isFinite(v));
-  M claimed = hn::Or(hn::And(isAccepted, isWhole(t)), hn::Not(finite));
+  M claimed = hn::Or(isWholeAndAccepted<Lanes>(t, v), hn::Not(finite));
   Pair set;
   if (hn::AllTrue(d, claimed)) {
     set = Lanes::setWhole(t.hi, v);
   } else {
-    claimed = hn::Or(hn::And(isAccepted, isPair(t)), hn::Not(finite));
+    claimed = hn::Or(hn::And(isPair(t), isAccepted<Lanes>(v)), hn::Not(finite));
     set = Lanes::set(t, v);
   }
   hn::StoreU(hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), d, e.resultHigh + i);
@@ -45,21 +44,20 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   return e.count;
 }
 
-template <class Lanes>
+// With one value for all, what depends on it alone is computed before the loop.
+template <class Lanes, bool kOneValue>
 size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   const size_t lanes = hn::Lanes(d);
   if (e.count < lanes) return plainWalk(component, leapSeconds, e);
 
-  // A single value and a missing low part are read again and again from a vector of their own.
-  HWY_ALIGN double oneValue[hn::MaxLanes(d)];
+  // Missing low parts are read again and again from a vector of zeros.
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
-  hn::Store(all(e.values[0]), d, oneValue);
   hn::Store(hn::Zero(d), d, zeros);
   const double* const high = e.high;
   const double* const low = e.low ? e.low : zeros;
-  const double* const values = e.step ? e.values : oneValue;
   const size_t lowMask = e.low ? ~size_t{0} : 0;
-  const size_t valueMask = e.step ? ~size_t{0} : 0;
+  const double* const values = e.values;
+  const V oneValue = all(values[0]);
   double* const resultHigh = e.resultHigh;
   double* const resultLow = e.resultLow;
   const size_t count = e.count;
@@ -68,28 +66,34 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   const size_t last = count - lanes;
   for (size_t i = 0;; i = i + lanes < last ? i + lanes : last) {
     const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
-    const V v = hn::LoadU(d, values + (i & valueMask));
-    const M isAccepted = Lanes::accepts(v);
-    if (HWY_LIKELY(hn::AllTrue(d, hn::And(isWhole(t), isAccepted)))) {
-      const Pair set = Lanes::setWhole(t.hi, v);
-      hn::StoreU(set.hi, d, resultHigh + i);
-      hn::StoreU(set.lo, d, resultLow + i);
-    } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted))) {
-      const Pair set = Lanes::set(t, v);
-      hn::StoreU(set.hi, d, resultHigh + i);
-      hn::StoreU(set.lo, d, resultLow + i);
+    const V v = kOneValue ? oneValue : hn::LoadU(d, values + i);
+    Pair set;
+    if (HWY_LIKELY(hn::AllTrue(d, isWholeAndAccepted<Lanes>(t, v)))) {
+      set = Lanes::setWhole(t.hi, v);
+    } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted<Lanes>(v)))) {
+      set = Lanes::set(t, v);
     } else {
       const size_t refused = setMixed<Lanes>(component, leapSeconds, e, i, t, v);
       if (refused < count) return refused;
+      if (i == last) return count;
+      continue;
     }
+    hn::StoreU(set.hi, d, resultHigh + i);
+    hn::StoreU(set.lo, d, resultLow + i);
     if (i == last) return count;
   }
 }
 
 template <class Lanes>
+size_t walkWithValues(Component component, bool leapSeconds, const Elements& e) {
+  return e.step == 0 ? walkOf<Lanes, true>(component, leapSeconds, e)
+                     : walkOf<Lanes, false>(component, leapSeconds, e);
+}
+
+template <class Lanes>
 size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
-  return leapSeconds ? walkOf<CountingLeapSeconds<Lanes>>(component, true, e)
-                     : walkOf<Lanes>(component, false, e);
+  return leapSeconds ? walkWithValues<CountingLeapSeconds<Lanes>>(component, true, e)
+                     : walkWithValues<Lanes>(component, false, e);
 }
 
 size_t walk(Component component, bool leapSeconds, const Elements& e) {
