@@ -19,16 +19,18 @@ inline constexpr const char* kComponentNames[] = {
 // What the elements are like.
 struct Kind {
   const char* name;
-  bool hasFraction;  // in the low part; else there is no low part at all
+  bool hasLow;       // a low part, without a fraction all zeros, as results have it
+  bool hasFraction;  // in the low part
   bool leapSeconds;
   int specialPercent;  // of datetimes that are NaN or infinite
 };
 
-inline constexpr Kind kWhole{"whole", false, false, 0};
-inline constexpr Kind kFraction{"fraction", true, false, 0};
-inline constexpr Kind kLeap{"leap", false, true, 0};
-inline constexpr Kind kSpecial1{"special1", false, false, 1};
-inline constexpr Kind kSpecial10{"special10", false, false, 10};
+inline constexpr Kind kWhole{"whole", false, false, false, 0};
+inline constexpr Kind kZeros{"zeros", true, false, false, 0};
+inline constexpr Kind kFraction{"fraction", true, true, false, 0};
+inline constexpr Kind kLeap{"leap", false, false, true, 0};
+inline constexpr Kind kSpecial1{"special1", false, false, false, 1};
+inline constexpr Kind kSpecial10{"special10", false, false, false, 10};
 
 // splitmix64: fast enough to fill millions of elements before each measurement.
 class FastRandom {
@@ -80,8 +82,7 @@ class Arrays {
  public:
   Arrays(const Kind& kind, std::size_t n, bool oneValue, Component component) {
     const std::size_t dims[] = {n, 1}, one[] = {1, 1};
-    datetimes =
-        paCreateNumericArray(2, dims, paDOUBLE_CLASS, kind.hasFraction ? paCOMPLEX : paREAL);
+    datetimes = paCreateNumericArray(2, dims, paDOUBLE_CLASS, kind.hasLow ? paCOMPLEX : paREAL);
     values = paCreateNumericArray(2, oneValue ? one : dims, paDOUBLE_CLASS, paREAL);
     result = paCreateNumericArray(2, dims, paDOUBLE_CLASS, paCOMPLEX);
     elements = {.high = paGetRealData(datetimes),

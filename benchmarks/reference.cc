@@ -91,10 +91,22 @@ VERSIONS void hourLoop(const double* __restrict high, const double* __restrict v
   }
 }
 
+// The single value is added, so that both loops with low parts compute as little.
+VERSIONS void copyTwoAndValue(const double* __restrict high, const double* __restrict low,
+                              double value, double* __restrict resultHigh,
+                              double* __restrict resultLow, std::size_t n) {
+  for (std::size_t i = 0; i < n; ++i) {
+    resultHigh[i] = high[i];
+    resultLow[i] = low[i] + value;
+  }
+}
+
 }  // namespace
 
 void copyElements(const Elements& e) {
-  if (e.low) {
+  if (e.low && !e.step) {
+    copyTwoAndValue(e.high, e.low, e.values[0], e.resultHigh, e.resultLow, e.count);
+  } else if (e.low) {
     copyThree(e.high, e.low, e.values, e.resultHigh, e.resultLow, e.count);
   } else if (e.step) {
     copyTwo(e.high, e.values, e.resultHigh, e.resultLow, e.count);

@@ -126,6 +126,9 @@ void addAll() {
         addCopy(whole);
         for (const auto& set : sets) addWalk(whole, set.name, set.walk);
         if (n == kInCache) addWalk(whole, "plain", plainWalk);
+        const Measured zeros{kZeros, oneValue, c, n};
+        addCopy(zeros);
+        addWalk(zeros, best, sets.front().walk);
         const Measured fraction{kFraction, oneValue, c, n};
         addCopy(fraction);
         for (const auto& set : sets) {
