@@ -14,27 +14,23 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// A vector of datetimes and values that do not all lie in one of the domains, set and stored where
-// element i begins.
-//
 // What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
-// such a sum is NaN, which the plain code clears. Lanes in no domain are set by the plain code, in
-// order. Returns the index of the first element that it refuses; else, the count.
+// such a sum is NaN, which the plain code clears.
+HWY_INLINE Pair sumUnless(M finite, Pair set, Pair t, V v) {
+  return {hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), hn::IfThenElseZero(finite, set.lo)};
+}
+
+// A vector of datetimes and values of all kinds, set and stored where element i begins. Lanes in no
+// domain are set by the plain code, in order. Returns the index of the first element that it
+// refuses; else, the count.
 template <class Lanes>
 HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
                              Pair t, V v) {
   const M finite = hn::And(isFinite(t.hi), isFinite(v));
-  M claimed = hn::Or(isWholeAndAccepted<Lanes>(t, v), hn::Not(finite));
-  Pair set;
-  if (hn::AllTrue(d, claimed)) {
-    set = Lanes::setWhole(t.hi, v);
-  } else {
-    claimed = hn::Or(hn::And(isPair(t), isAccepted<Lanes>(v)), hn::Not(finite));
-    set = Lanes::set(t, v);
-  }
-  hn::StoreU(hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), d, e.resultHigh + i);
-  hn::StoreU(hn::IfThenElseZero(finite, set.lo), d, e.resultLow + i);
-  if (HWY_LIKELY(hn::AllTrue(d, claimed))) return e.count;
+  const M claimed = hn::Or(hn::And(isPair(t), isAccepted<Lanes>(v)), hn::Not(finite));
+  const Pair set = sumUnless(finite, Lanes::set(t, v), t, v);
+  hn::StoreU(set.hi, d, e.resultHigh + i);
+  hn::StoreU(set.lo, d, e.resultLow + i);
 
   HWY_ALIGN double isClaimed[hn::MaxLanes(d)];
   hn::Store(hn::IfThenElseZero(claimed, all(1.0)), d, isClaimed);
@@ -44,12 +40,11 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   return e.count;
 }
 
-// With one value for all, what depends on it alone is computed before the loop.
+// For at least as many elements as a vector has lanes. With one value for all, what depends on it
+// alone is computed before the loop.
 template <class Lanes, bool kOneValue>
 size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   const size_t lanes = hn::Lanes(d);
-  if (e.count < lanes) return plainWalk(component, leapSeconds, e);
-
   // Missing low parts are read again and again from a vector of zeros.
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
@@ -68,10 +63,14 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
     const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
     const V v = kOneValue ? oneValue : hn::LoadU(d, values + i);
     Pair set;
-    if (HWY_LIKELY(hn::AllTrue(d, isWholeAndAccepted<Lanes>(t, v)))) {
+    const M isWhole = isWholeAndAccepted<Lanes>(t, v);
+    const M finite = hn::And(isFinite(t.hi), isFinite(v));
+    if (HWY_LIKELY(hn::AllTrue(d, isWhole))) {
       set = Lanes::setWhole(t.hi, v);
     } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted<Lanes>(v)))) {
       set = Lanes::set(t, v);
+    } else if (hn::AllTrue(d, hn::Or(isWhole, hn::Not(finite)))) {
+      set = sumUnless(finite, Lanes::setWhole(t.hi, v), t, v);
     } else {
       const size_t refused = setMixed<Lanes>(component, leapSeconds, e, i, t, v);
       if (refused < count) return refused;
@@ -84,16 +83,42 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
   }
 }
 
+// For fewer elements: a vector of copies, filled up with 1970 and the value 1, which every
+// component accepts.
 template <class Lanes>
-size_t walkWithValues(Component component, bool leapSeconds, const Elements& e) {
+size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
+  const size_t lanes = hn::Lanes(d);
+  HWY_ALIGN double high[hn::MaxLanes(d)], low[hn::MaxLanes(d)], values[hn::MaxLanes(d)];
+  HWY_ALIGN double resultHigh[hn::MaxLanes(d)], resultLow[hn::MaxLanes(d)];
+  hn::Store(hn::Zero(d), d, high);
+  hn::Store(hn::Zero(d), d, low);
+  hn::Store(all(1.0), d, values);
+  for (size_t i = 0; i < e.count; ++i) {
+    high[i] = e.high[i];
+    if (e.low) low[i] = e.low[i];
+    values[i] = e.values[i * e.step];
+  }
+  const size_t set = walkOf<Lanes, false>(component, leapSeconds,
+                                          {high, low, values, 1, resultHigh, resultLow, lanes});
+  const size_t done = set < e.count ? set : e.count;
+  for (size_t i = 0; i < done; ++i) {
+    e.resultHigh[i] = resultHigh[i];
+    e.resultLow[i] = resultLow[i];
+  }
+  return done;
+}
+
+template <class Lanes>
+size_t walkOfLength(Component component, bool leapSeconds, const Elements& e) {
+  if (e.count < hn::Lanes(d)) return walkShort<Lanes>(component, leapSeconds, e);
   return e.step == 0 ? walkOf<Lanes, true>(component, leapSeconds, e)
                      : walkOf<Lanes, false>(component, leapSeconds, e);
 }
 
 template <class Lanes>
 size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
-  return leapSeconds ? walkWithValues<CountingLeapSeconds<Lanes>>(component, true, e)
-                     : walkWithValues<Lanes>(component, false, e);
+  return leapSeconds ? walkOfLength<CountingLeapSeconds<Lanes>>(component, true, e)
+                     : walkOfLength<Lanes>(component, false, e);
 }
 
 size_t walk(Component component, bool leapSeconds, const Elements& e) {
