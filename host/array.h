@@ -3,18 +3,19 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
+#include "block_pool.h"
 #include "host/pa_array.h"
 
 namespace host {
 
-struct FreeBlock {
-  void operator()(void* block) const { std::free(block); }
+struct GiveBack {
+  std::size_t bytes = 0;
+  void operator()(void* block) const { giveBackBlock({block, bytes}); }
 };
 template <class T>
-using Block = std::unique_ptr<T[], FreeBlock>;
+using Block = std::unique_ptr<T[], GiveBack>;
 
 }  // namespace host
 

@@ -5,24 +5,21 @@
 #include <string>
 
 #include "array.h"
+#include "block_pool.h"
 #include "host/pa_array.h"
 #include "host_error.h"
 
 namespace host {
 namespace {
 
-// Wide enough for every vector register there is, and a cache line.
-constexpr std::size_t kAlignment = 64;
-
 // Null where the size overflows or the memory cannot be had. A block of no elements is a block too,
 // so that the data pointers of empty arrays are not null.
 template <class T>
 Block<T> allocate(std::size_t count) {
-  constexpr std::size_t kMostBytes = std::numeric_limits<std::ptrdiff_t>::max() - kAlignment;
+  constexpr std::size_t kMostBytes = std::numeric_limits<std::ptrdiff_t>::max() - kBlockAlignment;
   if (count > kMostBytes / sizeof(T)) return nullptr;
-  // The size has to be a multiple of the alignment.
-  const std::size_t bytes = (count * sizeof(T) + kAlignment) / kAlignment * kAlignment;
-  return Block<T>(static_cast<T*>(std::aligned_alloc(kAlignment, bytes)));
+  const RawBlock block = takeBlock(count * sizeof(T));
+  return Block<T>(static_cast<T*>(block.data), GiveBack{block.bytes});
 }
 
 // The product of the extents; false where it overflows. One extent of zero makes it zero, whatever

@@ -40,7 +40,7 @@ const Layer kLayers[] = {
      "host/.*|unicode/.*|entry/(raise|text_constants)\\.h|timezone/.*|"
      "zoned/(icu_checks|locale|unique_ptr)\\.h"},
     {"src/unzoned/.*",
-     "host/.*|unicode/ucal\\.h|entry/(raise|field_codes)\\.h|arith/.*|unzoned/.*"},
+     "host/.*|unicode/ucal\\.h|hwy/.*|entry/(raise|field_codes)\\.h|arith/.*|unzoned/.*"},
     {"src/zoned/unique_ptr\\.h", "boost/.*"},
     {"src/zoned/.*",
      "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/(doubledouble|rounding)\\.h|zoned/.*"},

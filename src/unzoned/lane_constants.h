@@ -1,0 +1,179 @@
+// The numbers of the vector arithmetic: domains, calendar origins, factors in place of divisors,
+// and the leap seconds as a table without a search. All of it is computed by the compiler.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "arith/doubledouble.h"
+#include "unzoned/leap_seconds.h"
+
+namespace lanes {
+
+// ---- Domains ----
+
+// Milliseconds.
+inline constexpr double kWholeBound = 0x1p49;  // 562949953421312, some 17,800 years
+inline constexpr double kPairBound = 0x1p52;   // 4503599627370496, some 142,700 years
+
+// New values. A result reaches no further than 2^52 from datetimes up to 2^49, and no further than
+// 2^53 from those up to 2^52.
+inline constexpr double kYearBound = 0x1p16;
+inline constexpr double kQuarterBound = 0x1p18;
+inline constexpr double kMonthBound = 0x1p20;
+inline constexpr double kWeekBound = 0x1p21;
+inline constexpr double kDayBound = 0x1p24;
+inline constexpr double kHourBound = 0x1p28;
+inline constexpr double kMinuteBound = 0x1p34;
+inline constexpr double kSecondsBound = 0x1p40;
+
+// ---- Origins ----
+
+inline constexpr double kDaysPer400Years = 146097.0;
+
+// Days count from 360 cycles of 400 years before 0000-03-01 or 0000-01-01, before the first day of
+// either domain.
+inline constexpr double kCycles = 360.0;
+inline constexpr double kYearsBefore0 = kCycles * 400.0;
+inline constexpr double kMarch = 719468.0 + kCycles * kDaysPer400Years;
+inline constexpr double kJanuary = 719528.0 + kCycles * kDaysPer400Years;
+static_assert(kPairBound / kMillisPerDay + 1.0 < kMarch);
+static_assert(kYearBound + 1.0 < kYearsBefore0);
+
+// So many more years keep a month far in the past from leading to a negative year.
+inline constexpr double kMoreYears = 250.0 * 400.0;
+inline constexpr double kMoreDays = 250.0 * kDaysPer400Years;
+static_assert(kMonthBound + 3.0 < 12.0 * kMoreYears && 3.0 * kQuarterBound < kMonthBound);
+
+// Milliseconds of a clock count from whole days before 2^49 milliseconds before 1970.
+inline constexpr double kClockStart = 6600000.0 * kMillisPerDay;
+static_assert(kWholeBound < kClockStart);
+
+// ---- Factors in place of divisors ----
+
+// How much larger than 1/divisor x is, relatively: exactly, but for the rounding of the answer.
+constexpr double excess(double x, std::int64_t divisor) {
+  const auto bits = std::bit_cast<std::uint64_t>(x);
+  const auto significand = static_cast<__int128>((bits & 0xfffffffffffff) | 0x10000000000000);
+  const auto one = static_cast<__int128>(1) << (1075 - static_cast<int>(bits >> 52));
+  return static_cast<double>(significand * divisor - one) / static_cast<double>(one);
+}
+
+constexpr double neighbour(double x, int places) {
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) +
+                               static_cast<std::uint64_t>(places));
+}
+
+// 1/divisor, rounded up and rounded down.
+constexpr double reciprocalAbove(std::int64_t divisor) {
+  const double x = 1.0 / static_cast<double>(divisor);
+  return excess(x, divisor) >= 0.0 ? x : neighbour(x, 1);
+}
+constexpr double reciprocalBelow(std::int64_t divisor) {
+  const double x = 1.0 / static_cast<double>(divisor);
+  return excess(x, divisor) <= 0.0 ? x : neighbour(x, -1);
+}
+
+// Whether floor(x * factor), or for a factor rounded down ceil(x * factor), is that of x / divisor
+// for every whole x from 0 to `largest`. See floorTimes(): the error at the last x before a
+// multiple must be smaller than 1/divisor.
+constexpr bool divides(double factor, std::int64_t divisor, double largest) {
+  const double quotient = largest / static_cast<double>(divisor) + 1.0;
+  const double halfPlace =
+      static_cast<double>(std::bit_floor(static_cast<std::uint64_t>(quotient)));
+  const double e = excess(factor, divisor);
+  return (e < 0.0 ? -e : e) * quotient + halfPlace * 0x1p-53 < 1.0 / static_cast<double>(divisor);
+}
+
+// The largest numbers of each kind.
+inline constexpr double kLargestMillis = kMarch * kMillisPerDay + kWholeBound + kMillisPerDay * 100;
+inline constexpr double kLargestClock = kClockStart + kWholeBound;
+inline constexpr double kLargestDay = kJanuary + kPairBound / kMillisPerDay + 1.0;
+inline constexpr double kLargestYear = 600000.0;
+static_assert(kLargestMillis < 0x1p53);
+static_assert(kLargestDay / 365.0 + kMoreYears + kMonthBound / 12.0 < kLargestYear);
+
+inline constexpr double kDaysPerMilli = reciprocalAbove(86400000);
+static_assert(divides(kDaysPerMilli, 86400000, kLargestMillis));
+
+// Four times the reciprocal: exact, and applied to quarters.
+inline constexpr double kCenturiesPerDay = 4.0 * reciprocalAbove(146097);
+static_assert(divides(kCenturiesPerDay / 4.0, 146097, 4.0 * kLargestDay + 3.0));
+inline constexpr double kYearsPerDay = 4.0 * reciprocalAbove(1461);
+static_assert(divides(kYearsPerDay / 4.0, 1461, 4.0 * kLargestDay + 12000.0));
+
+inline constexpr double kCenturiesPerYear = reciprocalAbove(100);
+inline constexpr double kCenturiesPerYearBelow = reciprocalBelow(100);
+static_assert(divides(kCenturiesPerYear, 100, kLargestYear));
+static_assert(divides(kCenturiesPerYearBelow, 100, kLargestYear));
+inline constexpr double kYearsPerMonth = reciprocalAbove(12);
+static_assert(divides(kYearsPerMonth, 12, 12.0 * kLargestYear));
+inline constexpr double kWeeksPerDay = reciprocalAbove(7);
+inline constexpr double kWeeksPerDayBelow = reciprocalBelow(7);
+static_assert(divides(kWeeksPerDay, 7, kDayBound + 1.0));
+static_assert(divides(kWeeksPerDayBelow, 7, kLargestDay));
+
+struct Hour {
+  static constexpr double kBound = kHourBound;
+  static constexpr double kMillis = kMillisPerHour;
+  static constexpr double kPerMilli = reciprocalAbove(3600000);
+  static constexpr double kLarger = kMillisPerDay;
+  static constexpr double kLargerPerMilli = kDaysPerMilli;
+};
+struct Minute {
+  static constexpr double kBound = kMinuteBound;
+  static constexpr double kMillis = kMillisPerMinute;
+  static constexpr double kPerMilli = reciprocalAbove(60000);
+  static constexpr double kLarger = kMillisPerHour;
+  static constexpr double kLargerPerMilli = Hour::kPerMilli;
+  static constexpr double kLargerPerUnit = reciprocalAbove(60);
+};
+struct Day {
+  static constexpr double kMillis = kMillisPerDay;
+  static constexpr double kPerMilli = kDaysPerMilli;
+};
+static_assert(divides(Hour::kPerMilli, 3600000, kLargestClock));
+static_assert(divides(Minute::kPerMilli, 60000, kLargestClock));
+static_assert(divides(Minute::kLargerPerUnit, 60, 24.0 * 60.0));
+
+// ---- Leap seconds ----
+
+// For buckets of 2^33 milliseconds from 1970 on, some 99 days: the first instant that does not lie
+// before the bucket, or else the last of all. No more than one falls into a bucket, so for a time
+// in it this one alone is in question, and so many leap seconds come before as instants do. They
+// are kept in the fraction: instants are whole and below 2^41, and each entry is exact.
+//
+// Times before the first bucket belong to it, those after the last to the last. A low part that
+// reaches below the start of a bucket does no harm, as instants are whole.
+struct LeapBuckets {
+  static constexpr int kCount = 256;
+  static constexpr double kScale = 32.0;  // of the number of leap seconds, against the instant
+  double entries[kCount];
+};
+static_assert(kLeapSeconds <= LeapBuckets::kScale);
+
+constexpr int leapBucketOf(double instant) { return static_cast<int>(instant * 0x1p-33); }
+
+constexpr LeapBuckets leapBuckets(const std::array<double, kLeapSeconds>& instants) {
+  LeapBuckets buckets{};
+  int next = 0;
+  for (int i = 0; i < LeapBuckets::kCount; ++i) {
+    while (next < kLeapSeconds - 1 && leapBucketOf(instants[next]) < i) ++next;
+    buckets.entries[i] = instants[next] + next / LeapBuckets::kScale;
+  }
+  return buckets;
+}
+
+constexpr bool hasBucketsOfItsOwn(const std::array<double, kLeapSeconds>& instants) {
+  for (int i = 1; i < kLeapSeconds; ++i) {
+    if (leapBucketOf(instants[i - 1]) >= leapBucketOf(instants[i])) return false;
+    if (leapBucketOf(instants[i]) * 0x1p33 == instants[i]) return false;
+  }
+  return leapBucketOf(instants.back()) < LeapBuckets::kCount - 1;
+}
+static_assert(hasBucketsOfItsOwn(leapInstantsUTC) && hasBucketsOfItsOwn(leapInstantsElapsed));
+
+inline constexpr LeapBuckets kBucketsUTC = leapBuckets(leapInstantsUTC);
+inline constexpr LeapBuckets kBucketsElapsed = leapBuckets(leapInstantsElapsed);
+
+}  // namespace lanes

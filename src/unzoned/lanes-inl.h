@@ -1,0 +1,434 @@
+// Setting one component of several datetimes at once: the arithmetic of components.h and
+// leap_seconds.h with one datetime in each lane of a vector.
+//
+// Every component is written for two domains, which begin below with the reason why their results
+// are the plain code's, bit for bit. Lanes outside them compute something meaningless, raise no
+// trap, and are replaced by the caller.
+//
+// Included once for each instruction set. Everything stands in a namespace of that set and nothing
+// inline comes from outside, the standard library's templates included: the linker keeps one copy
+// of an inline function, and one compiled for a newer set would be called, and fail, on older
+// processors.
+
+#if defined(PLX_UNZONED_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PLX_UNZONED_LANES_INL_H
+#undef PLX_UNZONED_LANES_INL_H
+#else
+#define PLX_UNZONED_LANES_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include "unzoned/lane_constants.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lanes::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using D = hn::ScalableTag<double>;
+using V = hn::Vec<D>;
+using M = hn::Mask<D>;
+constexpr D d;
+
+HWY_INLINE V all(double x) { return hn::Set(d, x); }
+
+// ---- Double-double arithmetic ----
+//
+// The transforms of arith/doubledouble.h for finite values: the same sums with the same errors,
+// never fused. Folding in a low part, which the plain code skips for a zero one, is always done: on
+// a normalised pair it changes nothing but perhaps the sign of a zero low part. No result has a low
+// part of -0 here: quickTwoSum(), the last step of all, gives zero errors as +0, whether a - s is
+// +0 or cancels b. Nor has it in the plain code, where it is the error of a sum a + b with a != -0.
+
+struct Pair {
+  V hi;
+  V lo;
+};
+
+HWY_INLINE Pair twoSum(V a, V b) {
+  const V s = a + b;
+  const V t = s - b;
+  return {s, (a - t) + (b - (s - t))};
+}
+
+HWY_INLINE Pair twoDifference(V a, V b) {
+  const V s = a - b;
+  const V t = s - a;
+  return {s, (a - (s - t)) - (b + t)};
+}
+
+HWY_INLINE Pair quickTwoSum(V a, V b) {
+  const V s = a + b;
+  return {s, (a - s) + b};
+}
+
+HWY_INLINE Pair foldLow(Pair s, V lo) { return quickTwoSum(s.hi, lo + s.lo); }
+HWY_INLINE Pair add(Pair a, V b) { return foldLow(twoSum(a.hi, b), a.lo); }
+HWY_INLINE Pair add(V a, Pair b) { return foldLow(twoSum(a, b.hi), b.lo); }
+HWY_INLINE Pair subtract(Pair a, V b) { return foldLow(twoDifference(a.hi, b), a.lo); }
+
+// t - start, where start is the last multiple of a day not above t, with a shorter way to the error
+// of the difference of the high parts. It is none where t.hi >= 0: start is zero, or t.hi >= 2^26
+// and the difference, below 2^27, is a multiple of ulp(t.hi) >= 2^-26. Where t.hi < 0, start is the
+// larger one in magnitude, and the way is that of quickTwoSum().
+HWY_INLINE Pair subtractDays(Pair t, V start) {
+  const V s = t.hi - start;
+  return foldLow({s, t.hi - (s + start)}, t.lo);
+}
+
+// ---- The two domains of datetimes ----
+
+HWY_INLINE M isAtMost(V x, double bound) { return hn::Le(hn::Abs(x), all(bound)); }
+HWY_INLINE M isFinite(V x) { return isAtMost(x, 0x1.fffffffffffffp1023); }
+
+// All bits zero where x is whole, an infinity or NaN.
+HWY_INLINE V fractionBits(V x) { return hn::Xor(hn::Round(x), x); }
+HWY_INLINE M isZeroBits(V bits) {
+  const hn::RebindToSigned<D> di;
+  return hn::RebindMask(d, hn::Eq(hn::BitCast(di, bits), hn::Zero(di)));
+}
+
+// The new values that a component accepts: up to its bound, and whole unless it takes fractions.
+template <class Component>
+HWY_INLINE M isAccepted(V v) {
+  if constexpr (Component::kTakesFractions) return isAtMost(v, Component::kBound);
+  return hn::And(isAtMost(v, Component::kBound), isZeroBits(fractionBits(v)));
+}
+
+// Whole milliseconds up to 2^49, some 17,800 years, with a low part of zero. A component's bound on
+// new values keeps its change below 2^51 milliseconds, so every quantity on the way is a whole
+// number below 2^53: all sums, differences and products are exact, in whatever order, and the low
+// part is +0. (Second and time of day may add a fraction: one sum, with its error.)
+// The bits that must all be zero are tested together, with those of the new value: comparisons are
+// dear beside logic.
+template <class Component>
+HWY_INLINE M isWholeAndAccepted(Pair t, V v) {
+  V bits = hn::Or(t.lo, fractionBits(t.hi));
+  if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+  const M isBounded = hn::And(isAtMost(t.hi, kWholeBound), isAtMost(v, Component::kBound));
+  return hn::And(isBounded, isZeroBits(bits));
+}
+
+// Normalised pairs up to 2^52 milliseconds, with any fraction that is not within reach of the
+// subnormals (the plain quotient of a tiny low part would underflow to zero, and miss that it
+// reaches below a whole day). Here the sums of the plain code are kept step by step, and only its
+// quotients and floors are replaced, by floorQuotient() below.
+HWY_INLINE M isPair(Pair t) {
+  const V zero = hn::Zero(d);
+  const V smallest = hn::IfThenElse(hn::Eq(t.lo, zero), t.hi, t.lo);
+  const M isNormal = hn::Or(hn::Ge(hn::Abs(smallest), all(0x1p-700)), hn::Eq(t.hi, zero));
+  const M isNormalised = hn::Eq(t.hi + t.lo, t.hi);
+  return hn::And(hn::And(isAtMost(t.hi, kPairBound), isNormalised), isNormal);
+}
+
+// floor(x * n/d) for whole x >= 0, where `above` is n/d rounded up, or a little more. At a multiple
+// x = k d/n the exact product is at least k, and rounding cannot take it below the double k. Just
+// before one, x = (k+1) d/n - 1/n, the exact quotient is 1/d below k + 1, while the excess of
+// `above` and the rounding add at most (k+1)(excess + 2^-53): smaller, as lane_constants.h asserts
+// wherever it makes such a factor.
+HWY_INLINE V floorTimes(V x, double above) { return hn::Floor(x * all(above)); }
+
+// ceil(x * n/d) for whole x >= 0, where `below` is n/d rounded down: the same, mirrored.
+HWY_INLINE V ceilTimes(V x, double below) { return hn::Ceil(x * all(below)); }
+
+// floor(t / unit) for a pair of the second domain and a unit of 1000 to 86400000 milliseconds.
+//
+// With |t.hi| <= 2^52 the product with the rounded reciprocal is off by at most 2^52/unit * 2^-52 =
+// 1/unit, and the sum with the offset by half of that; an offset of 2/unit makes sure that the
+// candidate is never too small. It is too large, by one, only where t lies less than 4 milliseconds
+// below a multiple of the unit, and then `rest` is exact and negative, or zero with a low part
+// below it: |rest| >= ulp(t.hi) > |t.lo| unless it is zero. Further above, `rest` may be rounded,
+// but keeps its sign.
+HWY_INLINE V floorQuotient(Pair t, double unit) {
+  const V candidate = hn::Floor(t.hi * all(1.0 / unit) + all(2.0 / unit));
+  const V rest = t.hi - candidate * all(unit);
+  const M isTooLarge = hn::Lt(rest + t.lo, hn::Zero(d));
+  return candidate - hn::IfThenElseZero(isTooLarge, all(1.0));
+}
+
+// The same within a day, where t.hi lies in [0, 86400000] and the reciprocal is rounded up: the
+// candidate is never too small without an offset.
+HWY_INLINE V floorQuotientOfDay(Pair t, double unit, double unitsPerMilli) {
+  const V candidate = floorTimes(t.hi, unitsPerMilli);
+  const V rest = t.hi - candidate * all(unit);
+  const M isTooLarge = hn::Lt(rest + t.lo, hn::Zero(d));
+  return candidate - hn::IfThenElseZero(isTooLarge, all(1.0));
+}
+
+// ---- The calendar ----
+//
+// Cassio Neri and Lorenz Schneider, "Euclidean affine functions and their application to calendar
+// algorithms" (2022): years, centuries and months are read off day numbers by floors of linear
+// functions. A day number here counts from a first day `kMarch` or `kJanuary` days before 1970, at
+// the beginning of a 400-year cycle so long ago that nothing is negative. (Years count from there.)
+
+// A date in years that begin on 1 March.
+struct MarchDate {
+  V year;
+  V dayOfYear;  // from 3/4: the day from 0, and the 3/4 that stayed from the divisions
+};
+
+HWY_INLINE MarchDate marchDate(V n) {
+  // (4n + 3)/146097, with n + 3/4 for 4n + 3 and four times the factor. In a calendar without the
+  // 400-year rule, in which every century has 36525 days, n would be three days larger for every
+  // four centuries.
+  const V from = n + all(0.75);
+  const V century = floorTimes(from, kCenturiesPerDay);
+  const V julian = from + hn::Ceil(century * all(0.75));
+  const V year = floorTimes(julian, kYearsPerDay);
+  return {year, julian - hn::Floor(year * all(365.25))};
+}
+
+// The day number on which a March year begins.
+HWY_INLINE V firstOfMarch(V year) {
+  const V century = floorTimes(year, kCenturiesPerYear);
+  return hn::Floor(year * all(365.25)) - hn::Ceil(century * all(0.75));
+}
+
+// Months of the March year, from 0: floor((5 dayOfYear + 2)/153), with half of the gap 1/153
+// between quotients on either side. (3.75 for the 3/4 of dayOfYear; 2.5 for 2 and the half.)
+HWY_INLINE V marchMonth(const MarchDate& date) {
+  return hn::Floor(date.dayOfYear * all(5.0 / 153.0) + all((2.5 - 3.75) / 153.0));
+}
+
+// The days of the March year before a month: floor((153 month + 2)/5), 0, 31, 61, 92, ..., 337.
+// These are the multiples of 30.6 rounded to nearest, of which none comes closer to a half than
+// 0.1.
+HWY_INLINE V daysBeforeMarchMonth(V month) { return hn::Round(month * all(30.6)); }
+
+// January and February belong to the civil year that follows.
+HWY_INLINE V civilYearOfMarchDate(const MarchDate& date) {
+  const M isNext = hn::Ge(date.dayOfYear, all(306.0));
+  return date.year + hn::IfThenElseZero(isNext, all(1.0));
+}
+
+// The first day of the civil year of a day. Years begin in January here, and the leap day lies in
+// the first year of four: floors become ceilings.
+HWY_INLINE V firstOfJanuary(V n) {
+  const V century = floorTimes(n, kCenturiesPerDay);
+  const V julian = n + hn::Ceil(century * all(0.75));
+  const V year = floorTimes(julian, kYearsPerDay);
+  const V centuriesBegun = ceilTimes(year, kCenturiesPerYearBelow);
+  return hn::Ceil(year * all(365.25)) - hn::Floor(centuriesBegun * all(0.75));
+}
+
+// Sundays since the first day of the calendar, a Saturday.
+HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
+
+// ---- The components of a date ----
+//
+// Each says up to what new values it accepts, from where it counts days, and by how many days the
+// day number n moves. All quantities are whole numbers below 2^53 and exact; what the plain code
+// computes is the same number.
+
+struct SetYear {
+  static constexpr double kFirst = kMarch;
+  static constexpr double kBound = kYearBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    // Day and month keep their place in the March year, as 29 February does: in a common year it is
+    // the day after the 28th.
+    const MarchDate date = marchDate(n);
+    const V marchYear = (v + date.year) - civilYearOfMarchDate(date);
+    const V first = firstOfMarch(marchYear + all(kYearsBefore0));
+    return (first + date.dayOfYear) - (n + all(0.75));
+  }
+};
+
+struct SetMonth {
+  static constexpr double kFirst = kMarch;
+  static constexpr double kBound = kMonthBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    const MarchDate date = marchDate(n);
+    const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
+    const V months = v + all(12.0 * kMoreYears - 3.0);                      // from a March on
+    const V years = floorTimes(months, kYearsPerMonth);
+    const V month = months - years * all(12.0);
+    const V first = firstOfMarch(civilYearOfMarchDate(date) + years);
+    return ((first + daysBeforeMarchMonth(month)) + day) - (n + all(kMoreDays + 0.75));
+  }
+};
+
+struct SetQuarter {
+  static constexpr double kFirst = kMarch;
+  static constexpr double kBound = kQuarterBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    return SetMonth::daysMoved(n, v * all(3.0) - all(2.0));
+  }
+};
+
+struct SetWeekOfYear {
+  static constexpr double kFirst = kJanuary;
+  static constexpr double kBound = kWeekBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    // The Sundays since that of the week of 1 January, and 1, are the week of the year.
+    const V week = sundays(n) - sundays(firstOfJanuary(n));
+    return (v - (week + all(1.0))) * all(7.0);
+  }
+};
+
+struct SetDayOfMonth {
+  static constexpr double kFirst = kMarch;
+  static constexpr double kBound = kDayBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    const MarchDate date = marchDate(n);
+    const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
+    return (v - all(0.25)) - day;
+  }
+};
+
+struct SetDayOfYear {
+  static constexpr double kFirst = kJanuary;
+  static constexpr double kBound = kDayBound;
+  static HWY_INLINE V daysMoved(V n, V v) { return (firstOfJanuary(n) - n) + (v - all(1.0)); }
+};
+
+struct SetDayOfWeek {
+  static constexpr double kFirst = kJanuary;
+  static constexpr double kBound = kDayBound;
+  static HWY_INLINE V daysMoved(V n, V v) {
+    // The remainder that keeps its sign: floorTimes() on either side of zero.
+    const V fromSunday = v - all(1.0);
+    const V weeks = hn::Trunc(fromSunday * all(kWeeksPerDay));
+    const V target = fromSunday - weeks * all(7.0);
+    const V sunday = sundays(n) * all(7.0) - all(6.0);  // day 1 was the first one
+    return (sunday - n) + target;
+  }
+};
+
+// ---- All components ----
+//
+// Each sets datetimes t of either domain to values it accepts: setWhole() those of whole
+// milliseconds, set() pairs. The low parts of setWhole() are zero where a component stays whole.
+
+template <class Date>
+struct OfDate {
+  static constexpr double kBound = Date::kBound;
+  static constexpr bool kTakesFractions = false;
+
+  static HWY_INLINE Pair setWhole(V t, V v) {
+    const V n = floorTimes(t + all(Date::kFirst * kMillisPerDay), kDaysPerMilli);
+    return {t + Date::daysMoved(n, v) * all(kMillisPerDay), hn::Zero(d)};
+  }
+
+  static HWY_INLINE Pair set(Pair t, V v) {
+    const V days = floorQuotient(t, kMillisPerDay);
+    const Pair msOfDay = subtractDays(t, days * all(kMillisPerDay));
+    const V newDays = days + Date::daysMoved(days + all(Date::kFirst), v);
+    // Days are no milliseconds or no fewer than those of the day.
+    const V start = newDays * all(kMillisPerDay);
+    return foldLow(quickTwoSum(start, msOfDay.hi), msOfDay.lo);
+  }
+};
+
+// Hour and minute: how often a unit of milliseconds fits into what is left of a larger one.
+template <class Unit>
+struct OfClock {
+  static constexpr double kBound = Unit::kBound;
+  static constexpr bool kTakesFractions = false;
+
+  static HWY_INLINE Pair setWhole(V t, V v) {
+    const V from = t + all(kClockStart);
+    const V larger = floorTimes(from, Unit::kLargerPerMilli);
+    const V rest = from - larger * all(Unit::kLarger);
+    const V old = floorTimes(rest, Unit::kPerMilli);
+    // From the start of the clock again: a sum with t itself would be -0 for t and v of -0.
+    return {(from + (v - old) * all(Unit::kMillis)) - all(kClockStart), hn::Zero(d)};
+  }
+
+  static HWY_INLINE Pair set(Pair t, V v) {
+    const V start = floorQuotient(t, kMillisPerDay) * all(kMillisPerDay);
+    const Pair msOfDay = subtractDays(t, start);
+    V old = floorQuotientOfDay(msOfDay, Unit::kMillis, Unit::kPerMilli);
+    if constexpr (Unit::kLarger < kMillisPerDay) {
+      old = old - floorTimes(old, Unit::kLargerPerUnit) * all(Unit::kLarger / Unit::kMillis);
+    }
+    return add(start, add(msOfDay, (v - old) * all(Unit::kMillis)));
+  }
+};
+
+// Second and time of day: v seconds after the minute or the day begins, whatever was there before.
+//
+// The product v*1000 is rounded on its own, as in the plain code. The plain code adds it to the
+// rest of the day, and then the day, each sum with its error; as days and minutes are whole
+// milliseconds, both errors together are what the one sum here leaves: all of it is made of bits of
+// the product (docs/numerics.md), so both give the one normalised pair of the exact sum.
+template <class Unit>
+struct SecondsAfter {
+  static constexpr double kBound = kSecondsBound;
+  static constexpr bool kTakesFractions = true;
+
+  static HWY_INLINE Pair setWhole(V t, V v) {
+    const V units = floorTimes(t + all(kClockStart), Unit::kPerMilli);
+    return setAfter(units * all(Unit::kMillis) - all(kClockStart), v);
+  }
+
+  static HWY_INLINE Pair set(Pair t, V v) {
+    return setAfter(floorQuotient(t, Unit::kMillis) * all(Unit::kMillis), v);
+  }
+
+ private:
+  static HWY_INLINE Pair setAfter(V start, V v) { return twoSum(start, v * all(kMillisPerSecond)); }
+};
+
+// ---- The line that counts leap seconds ----
+
+// The entry for a time, rounded to a double, and its two parts: see LeapBuckets.
+struct LeapEntry {
+  V instant;
+  V millisBefore;
+};
+
+HWY_INLINE LeapEntry leapEntry(const LeapBuckets& buckets, V t) {
+  const hn::RebindToSigned<D> di;
+  // The number of the bucket, from 0, and a half. With 2^52 less a half it comes to stand in the
+  // last bits, rounded to nearest. (A start of a bucket may be taken for the end of the one before,
+  // which is as good, since no instant lies there.)
+  const V bucket = hn::Min(hn::Max(t * all(0x1p-33), all(0.5)), all(LeapBuckets::kCount - 0.5));
+  // The mask keeps the lane of a NaN in the table.
+  const auto number = hn::And(hn::BitCast(di, bucket + all(0x1p52 - 0.5)),
+                              hn::Set(di, std::int64_t{LeapBuckets::kCount - 1}));
+  const V entry = hn::GatherIndex(d, buckets.entries, number);
+  const V instant = hn::Floor(entry);
+  return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
+}
+
+// The leap seconds, in milliseconds, inserted at or before a whole time or a pair. A pair lies at
+// or after a whole number where the sum of (t.hi - instant) and t.lo, which keeps its sign, is not
+// negative.
+HWY_INLINE V leapMillis(const LeapBuckets& buckets, V t) {
+  const LeapEntry entry = leapEntry(buckets, t);
+  return entry.millisBefore + hn::IfThenElseZero(hn::Ge(t, entry.instant), all(kMillisPerSecond));
+}
+HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
+  const LeapEntry entry = leapEntry(buckets, t.hi);
+  const M isAfter = hn::Ge((t.hi - entry.instant) + t.lo, hn::Zero(d));
+  return entry.millisBefore + hn::IfThenElseZero(isAfter, all(kMillisPerSecond));
+}
+
+// A component on that line. Before the first leap second zero is added to a whole number or a
+// normalised pair, which leaves it as it is.
+template <class Component>
+struct CountingLeapSeconds {
+  static constexpr double kBound = Component::kBound;
+  static constexpr bool kTakesFractions = Component::kTakesFractions;
+
+  static HWY_INLINE Pair setWhole(V t, V v) {
+    const Pair utc = Component::setWhole(t - leapMillis(kBucketsElapsed, t), v);
+    if constexpr (!Component::kTakesFractions) {
+      return {utc.hi + leapMillis(kBucketsUTC, utc.hi), utc.lo};
+    } else {
+      return add(utc, leapMillis(kBucketsUTC, utc));
+    }
+  }
+
+  static HWY_INLINE Pair set(Pair t, V v) {
+    const Pair utc = Component::set(subtract(t, leapMillis(kBucketsElapsed, t)), v);
+    return add(utc, leapMillis(kBucketsUTC, utc));
+  }
+};
+
+}  // namespace lanes::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif

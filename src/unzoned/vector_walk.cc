@@ -1,0 +1,183 @@
+// This file is compiled once for each instruction set: Highway includes it again and again, each
+// time with another target and namespace, and last for the part below that chooses among them.
+
+#include "unzoned/vector_walk.h"
+
+#define HWY_DISABLED_TARGETS HWY_SSSE3  // of no use without a rounding instruction
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "unzoned/vector_walk.cc"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "unzoned/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lanes::HWY_NAMESPACE {
+
+// What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
+// such a sum is NaN, which the plain code clears.
+HWY_INLINE Pair sumUnless(M finite, Pair set, Pair t, V v) {
+  return {hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), hn::IfThenElseZero(finite, set.lo)};
+}
+
+// A vector of datetimes and values of all kinds, set and stored where element i begins. Lanes in no
+// domain are set by the plain code, in order. Returns the index of the first element that it
+// refuses; else, the count.
+template <class Lanes>
+HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
+                             Pair t, V v) {
+  const M finite = hn::And(isFinite(t.hi), isFinite(v));
+  const M claimed = hn::Or(hn::And(isPair(t), isAccepted<Lanes>(v)), hn::Not(finite));
+  const Pair set = sumUnless(finite, Lanes::set(t, v), t, v);
+  hn::StoreU(set.hi, d, e.resultHigh + i);
+  hn::StoreU(set.lo, d, e.resultLow + i);
+
+  HWY_ALIGN double isClaimed[hn::MaxLanes(d)];
+  hn::Store(hn::IfThenElseZero(claimed, all(1.0)), d, isClaimed);
+  for (size_t lane = 0; lane < hn::Lanes(d); ++lane) {
+    if (isClaimed[lane] == 0.0 && !setElement(component, leapSeconds, e, i + lane)) return i + lane;
+  }
+  return e.count;
+}
+
+// For at least as many elements as a vector has lanes. With one value for all, what depends on it
+// alone is computed before the loop.
+template <class Lanes, bool kOneValue>
+size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
+  const size_t lanes = hn::Lanes(d);
+  // Missing low parts are read again and again from a vector of zeros.
+  HWY_ALIGN double zeros[hn::MaxLanes(d)];
+  hn::Store(hn::Zero(d), d, zeros);
+  const double* const high = e.high;
+  const double* const low = e.low ? e.low : zeros;
+  const size_t lowMask = e.low ? ~size_t{0} : 0;
+  const double* const values = e.values;
+  const V oneValue = all(values[0]);
+  double* const resultHigh = e.resultHigh;
+  double* const resultLow = e.resultLow;
+  const size_t count = e.count;
+
+  // The last vector ends with the last element, and may do some of the one before it again.
+  const size_t last = count - lanes;
+  for (size_t i = 0;; i = i + lanes < last ? i + lanes : last) {
+    const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
+    const V v = kOneValue ? oneValue : hn::LoadU(d, values + i);
+    Pair set;
+    const M isWhole = isWholeAndAccepted<Lanes>(t, v);
+    const M finite = hn::And(isFinite(t.hi), isFinite(v));
+    if (HWY_LIKELY(hn::AllTrue(d, isWhole))) {
+      set = Lanes::setWhole(t.hi, v);
+    } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted<Lanes>(v)))) {
+      set = Lanes::set(t, v);
+    } else if (hn::AllTrue(d, hn::Or(isWhole, hn::Not(finite)))) {
+      set = sumUnless(finite, Lanes::setWhole(t.hi, v), t, v);
+    } else {
+      const size_t refused = setMixed<Lanes>(component, leapSeconds, e, i, t, v);
+      if (refused < count) return refused;
+      if (i == last) return count;
+      continue;
+    }
+    hn::StoreU(set.hi, d, resultHigh + i);
+    hn::StoreU(set.lo, d, resultLow + i);
+    if (i == last) return count;
+  }
+}
+
+// For fewer elements: a vector of copies, filled up with 1970 and the value 1, which every
+// component accepts.
+template <class Lanes>
+size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
+  const size_t lanes = hn::Lanes(d);
+  HWY_ALIGN double high[hn::MaxLanes(d)], low[hn::MaxLanes(d)], values[hn::MaxLanes(d)];
+  HWY_ALIGN double resultHigh[hn::MaxLanes(d)], resultLow[hn::MaxLanes(d)];
+  hn::Store(hn::Zero(d), d, high);
+  hn::Store(hn::Zero(d), d, low);
+  hn::Store(all(1.0), d, values);
+  for (size_t i = 0; i < e.count; ++i) {
+    high[i] = e.high[i];
+    if (e.low) low[i] = e.low[i];
+    values[i] = e.values[i * e.step];
+  }
+  const size_t set = walkOf<Lanes, false>(component, leapSeconds,
+                                          {high, low, values, 1, resultHigh, resultLow, lanes});
+  const size_t done = set < e.count ? set : e.count;
+  for (size_t i = 0; i < done; ++i) {
+    e.resultHigh[i] = resultHigh[i];
+    e.resultLow[i] = resultLow[i];
+  }
+  return done;
+}
+
+template <class Lanes>
+size_t walkOfLength(Component component, bool leapSeconds, const Elements& e) {
+  if (e.count < hn::Lanes(d)) return walkShort<Lanes>(component, leapSeconds, e);
+  return e.step == 0 ? walkOf<Lanes, true>(component, leapSeconds, e)
+                     : walkOf<Lanes, false>(component, leapSeconds, e);
+}
+
+template <class Lanes>
+size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
+  return leapSeconds ? walkOfLength<CountingLeapSeconds<Lanes>>(component, true, e)
+                     : walkOfLength<Lanes>(component, false, e);
+}
+
+size_t walk(Component component, bool leapSeconds, const Elements& e) {
+  switch (component) {
+    case Component::year:
+      return walkOnLine<OfDate<SetYear>>(component, leapSeconds, e);
+    case Component::quarter:
+      return walkOnLine<OfDate<SetQuarter>>(component, leapSeconds, e);
+    case Component::month:
+      return walkOnLine<OfDate<SetMonth>>(component, leapSeconds, e);
+    case Component::weekOfYear:
+      return walkOnLine<OfDate<SetWeekOfYear>>(component, leapSeconds, e);
+    case Component::dayOfMonth:
+      return walkOnLine<OfDate<SetDayOfMonth>>(component, leapSeconds, e);
+    case Component::dayOfYear:
+      return walkOnLine<OfDate<SetDayOfYear>>(component, leapSeconds, e);
+    case Component::dayOfWeek:
+      return walkOnLine<OfDate<SetDayOfWeek>>(component, leapSeconds, e);
+    case Component::hour:
+      return walkOnLine<OfClock<Hour>>(component, leapSeconds, e);
+    case Component::minute:
+      return walkOnLine<OfClock<Minute>>(component, leapSeconds, e);
+    case Component::second:
+      return walkOnLine<SecondsAfter<Minute>>(component, leapSeconds, e);
+    case Component::timeOfDay:
+      return walkOnLine<SecondsAfter<Day>>(component, leapSeconds, e);
+    case Component::none:
+      break;
+  }
+  return plainWalk(component, leapSeconds, e);
+}
+
+}  // namespace lanes::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lanes {
+
+HWY_EXPORT(walk);
+
+// The walk compiled for one instruction set, of those that the processor has.
+Walk* walkFor(std::int64_t target) {
+  hwy::ChosenTarget chosen;
+  chosen.Update(target);
+  return HWY_DISPATCH_TABLE(walk)[chosen.GetIndex()];
+}
+
+}  // namespace lanes
+
+std::vector<InstructionSet> instructionSets() {
+  std::vector<InstructionSet> sets;
+  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    sets.push_back({hwy::TargetName(target), lanes::walkFor(target)});
+  }
+  return sets;
+}
+
+std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
+  static Walk* const best = instructionSets().front().walk;
+  return best(component, leapSeconds, elements);
+}
+#endif

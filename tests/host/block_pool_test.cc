@@ -1,0 +1,142 @@
+#include "block_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include "support/cases.h"
+#include "support/random.h"
+
+namespace {
+
+using host::giveBackBlock;
+using host::keptBytes;
+using host::RawBlock;
+using host::takeBlock;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kKeepsBlocks = false;
+#else
+constexpr bool kKeepsBlocks = true;
+#endif
+
+constexpr std::size_t kMega = std::size_t{1} << 20;
+
+// Takes everything kept out of the pool and lets it go.
+void empty() {
+  for (std::size_t bytes = kMega; keptBytes() > 0; bytes += bytes / 8) {
+    if (bytes > host::kMostKeptBytes) bytes = kMega;
+    const RawBlock block = takeBlock(bytes);
+    std::memset(block.data, 0, 1);
+    // A block above the most that is kept goes back to the C library.
+    giveBackBlock({block.data, host::kMostKeptBytes + 1});
+  }
+}
+
+TEST(BlockPool, BlocksAreAlignedAndLargeEnough) {
+  Cases cases(8);
+  for (const std::size_t bytes : {std::size_t{0}, std::size_t{1}, std::size_t{64}, std::size_t{65},
+                                  std::size_t{4096}, kMega - 1, kMega, 3 * kMega + 8}) {
+    const RawBlock block = takeBlock(bytes);
+    ASSERT_NE(block.data, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block.data) % host::kBlockAlignment, 0u);
+    EXPECT_GE(block.bytes, bytes);
+    EXPECT_GT(block.bytes, 0u);
+    std::memset(block.data, 1, block.bytes);
+    giveBackBlock(block);
+    ++cases;
+  }
+  empty();
+}
+
+TEST(BlockPool, ALargeBlockComesBack) {
+  const RawBlock first = takeBlock(8 * kMega);
+  giveBackBlock(first);
+  EXPECT_EQ(keptBytes(), kKeepsBlocks ? first.bytes : 0u);
+  if (!kKeepsBlocks) return;
+  const RawBlock tooSmall = takeBlock(9 * kMega);
+  EXPECT_NE(tooSmall.data, first.data);
+  const RawBlock tooLarge = takeBlock(6 * kMega);
+  EXPECT_NE(tooLarge.data, first.data) << "a quarter of it would be wasted";
+  const RawBlock again = takeBlock(7 * kMega);
+  EXPECT_EQ(again.data, first.data);
+  EXPECT_EQ(again.bytes, first.bytes);
+  EXPECT_EQ(keptBytes(), 0u);
+  for (const RawBlock& block : {tooSmall, tooLarge, again}) giveBackBlock(block);
+  empty();
+}
+
+TEST(BlockPool, SmallAndHugeBlocksAreNotKept) {
+  giveBackBlock(takeBlock(kMega - 64));
+  EXPECT_EQ(keptBytes(), 0u);
+  giveBackBlock(takeBlock(host::kMostKeptBytes + 64));
+  EXPECT_EQ(keptBytes(), 0u);
+  giveBackBlock({nullptr, 0});
+}
+
+TEST(BlockPool, WhatIsKeptIsBounded) {
+  Cases cases(200);
+  Random random(1);
+  std::vector<RawBlock> blocks;
+  for (int i = 0; i < 100; ++i) {
+    blocks.push_back(takeBlock(static_cast<std::size_t>(random.whole(1, 100)) * kMega));
+    ASSERT_NE(blocks.back().data, nullptr);
+    ++cases;
+  }
+  for (const RawBlock& block : blocks) {
+    giveBackBlock(block);
+    EXPECT_LE(keptBytes(), host::kMostKeptBytes);
+    ++cases;
+  }
+  if (kKeepsBlocks) {
+    EXPECT_GT(keptBytes(), 0u);
+  }
+  empty();
+}
+
+TEST(BlockPool, MemoryThatCannotBeHad) {
+  giveBackBlock(takeBlock(8 * kMega));
+  constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
+  EXPECT_EQ(takeBlock(kMost - host::kBlockAlignment).data, nullptr);
+  EXPECT_EQ(keptBytes(), 0u) << "kept blocks go where memory is short";
+}
+
+// No block is in two hands at once: each thread finds in its blocks what it wrote.
+TEST(BlockPool, EightThreads) {
+  constexpr int kThreads = 8, kRounds = 300;
+  std::vector<int> wrong(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([thread, &wrong] {
+      Random random(static_cast<std::uint64_t>(thread));
+      std::vector<RawBlock> mine;
+      for (int i = 0; i < kRounds; ++i) {
+        const RawBlock block =
+            takeBlock(kMega + static_cast<std::size_t>(random.whole(0, 400)) * 1024);
+        for (const std::size_t at : {std::size_t{0}, block.bytes - 4}) {
+          std::memcpy(static_cast<char*>(block.data) + at, &thread, 4);
+        }
+        mine.push_back(block);
+        if (mine.size() < 5) continue;
+        const auto which = static_cast<std::size_t>(random.whole(0, 4));
+        for (const std::size_t at : {std::size_t{0}, mine[which].bytes - 4}) {
+          wrong[static_cast<std::size_t>(thread)] +=
+              std::memcmp(static_cast<char*>(mine[which].data) + at, &thread, 4) != 0;
+        }
+        giveBackBlock(mine[which]);
+        mine.erase(mine.begin() + static_cast<std::ptrdiff_t>(which));
+      }
+      for (const RawBlock& block : mine) giveBackBlock(block);
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (const int count : wrong) EXPECT_EQ(count, 0);
+  EXPECT_LE(keptBytes(), host::kMostKeptBytes);
+  empty();
+}
+
+}  // namespace

@@ -1,0 +1,508 @@
+// The vector walk against the plain walk, bit by bit, with every instruction set that the processor
+// has. The argument --long takes a hundred times as many random elements.
+
+#include "unzoned/vector_walk.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/bits.h"
+#include "support/cases.h"
+#include "support/random.h"
+#include "unzoned/leap_seconds.h"
+
+namespace {
+
+int scale = 1;
+
+constexpr Component kComponents[] = {
+    Component::year,       Component::quarter,   Component::month,     Component::weekOfYear,
+    Component::dayOfMonth, Component::dayOfYear, Component::dayOfWeek, Component::hour,
+    Component::minute,     Component::second,    Component::timeOfDay, Component::none};
+
+constexpr const char* kNames[] = {"year",       "quarter",   "month",     "weekOfYear",
+                                  "dayOfMonth", "dayOfYear", "dayOfWeek", "hour",
+                                  "minute",     "second",    "timeOfDay", "none"};
+
+const char* nameOf(Component component) { return kNames[static_cast<int>(component)]; }
+
+bool takesFractions(Component component) {
+  return component == Component::second || component == Component::timeOfDay;
+}
+
+struct Inputs {
+  std::vector<double> high, low, values;  // no low parts: empty; values: one or as many as high
+
+  std::size_t size() const { return high.size(); }
+  void add(const doubledouble& t, double v) {
+    high.push_back(t.hi);
+    low.push_back(t.lo);
+    values.push_back(v);
+  }
+};
+
+struct Results {
+  std::vector<double> high, low;
+  std::size_t done;
+};
+
+Results run(Walk* walk, Component component, bool leapSeconds, const Inputs& in) {
+  const std::size_t n = in.size();
+  Results out{std::vector<double>(n, 77.0), std::vector<double>(n, 77.0), 0};
+  out.done = walk(component, leapSeconds,
+                  {in.high.data(), in.low.empty() ? nullptr : in.low.data(), in.values.data(),
+                   in.values.size() == 1 ? std::size_t{0} : 1, out.high.data(), out.low.data(), n});
+  return out;
+}
+
+// Every set gives what the plain walk gives. Returns how many elements were compared.
+std::int64_t expectSame(Component component, bool leapSeconds, const Inputs& in) {
+  const Results plain = run(plainWalk, component, leapSeconds, in);
+  std::int64_t compared = 0;
+  for (const InstructionSet& set : instructionSets()) {
+    const Results got = run(set.walk, component, leapSeconds, in);
+    EXPECT_EQ(got.done, plain.done) << set.name << ' ' << nameOf(component);
+    compared += static_cast<std::int64_t>(std::min(plain.done, got.done));
+    const std::size_t bytes = plain.done * sizeof(double);
+    if (got.done == plain.done && std::memcmp(got.high.data(), plain.high.data(), bytes) == 0 &&
+        std::memcmp(got.low.data(), plain.low.data(), bytes) == 0) {
+      continue;
+    }
+    int failures = 0;  // or NaN of other payloads
+    for (std::size_t i = 0; i < std::min(plain.done, got.done); ++i) {
+      const doubledouble expected{plain.high[i], plain.low[i]}, result{got.high[i], got.low[i]};
+      if (sameBits(result, expected)) continue;
+      const doubledouble t{in.high[i], in.low.empty() ? 0.0 : in.low[i]};
+      ADD_FAILURE() << set.name << ' ' << nameOf(component) << (leapSeconds ? " leap" : "")
+                    << " element " << i << ": " << t << " set to "
+                    << in.values[in.values.size() == 1 ? 0 : i] << "\n gives    " << result
+                    << "\n and not  " << expected;
+      if (++failures == 3) break;
+    }
+  }
+  return compared;
+}
+
+// ---- Elements ----
+
+constexpr double kUnits[] = {1000.0, 60000.0, 3600000.0, 86400000.0};
+
+double wholeMillis(Random& random, std::int64_t bound) {
+  return static_cast<double>(random.whole(-bound, bound));
+}
+
+// The pair nearest to a + b, as a caller would have it.
+doubledouble normalised(double a, double b) { return two_sum(a, b); }
+
+// A multiple of a unit, a leap second or zero, which begin something new.
+double boundary(Random& random) {
+  switch (random.whole(0, 3)) {
+    case 0:
+      return leapInstantsUTC[static_cast<std::size_t>(random.whole(0, kLeapSeconds - 1))];
+    case 1:
+      return leapInstantsElapsed[static_cast<std::size_t>(random.whole(0, kLeapSeconds - 1))];
+    case 2:
+      return kUnits[random.whole(0, 3)] * wholeMillis(random, 60000);
+    default:
+      return kUnits[random.whole(0, 3)] * wholeMillis(random, 52000000);
+  }
+}
+
+doubledouble randomTime(Random& random) {
+  switch (random.whole(0, 15)) {
+    case 0:
+    case 1:  // what most arrays hold
+      return {static_cast<double>(random.whole(0, 2208988800000)), 0.0};
+    case 2:
+      return {wholeMillis(random, std::int64_t{1} << 49), random.oneIn(2) ? 0.0 : -0.0};
+    case 3: {  // the ends of the domains and a little further
+      const double edge = random.oneIn(2) ? 0x1p49 : 0x1p52;
+      const double x = edge + wholeMillis(random, 4) * (random.oneIn(2) ? 1.0 : 0x1p-3);
+      return normalised(random.oneIn(2) ? x : -x, random.oneIn(2) ? 0.0 : random.real(-1, 1));
+    }
+    case 4:
+    case 5:  // a common fraction in the low part
+      return normalised(static_cast<double>(random.whole(-4000000000000, 4000000000000)),
+                        random.real(-1, 1));
+    case 6:
+      return normalised(random.real(-0x1p52, 0x1p52), random.real(-1, 1));
+    case 7:  // just beside a boundary
+      return normalised(boundary(random), wholeMillis(random, 3));
+    case 8:  // the boundary and the smallest of fractions
+      return normalised(boundary(random), random.ofExponent(-110, 2));
+    case 9:
+      return normalised(boundary(random), random.ofExponent(-1074, -600));
+    case 10: {  // half of the last place
+      const double x = random.ofExponent(-5, 51);
+      const double half = (std::nextafter(std::fabs(x), kInf) - std::fabs(x)) / 2;
+      return normalised(x, random.oneIn(2) ? half : -half);
+    }
+    case 11: {
+      const double x = random.ofExponent(-1074, 60);
+      return normalised(x, x * random.real(-0x1p-53, 0x1p-53));
+    }
+    case 12:  // around 1970
+      return normalised(random.real(-86400000.0 * 2, 86400000.0 * 2), random.ofExponent(-90, -26));
+    case 13:  // not normalised
+      return {random.ofExponent(-5, 54), random.ofExponent(-60, 54)};
+    case 14:
+      return {kAwkwardDoubles[static_cast<std::size_t>(
+                  random.whole(0, std::int64_t{kAwkwardDoubles.size()} - 1))],
+              random.oneIn(2) ? 0.0
+                              : kAwkwardDoubles[static_cast<std::size_t>(
+                                    random.whole(0, std::int64_t{kAwkwardDoubles.size()} - 1))]};
+    default:
+      return {random.anyBits(), random.anyBits()};
+  }
+}
+
+double randomValue(Random& random, Component component) {
+  const bool fractions = takesFractions(component);
+  double v = 0.0;
+  switch (random.whole(0, 11)) {
+    case 0:
+    case 1:
+    case 2:
+      v = static_cast<double>(random.whole(1, 12));
+      break;
+    case 3:
+      v = static_cast<double>(random.whole(-100, 100));
+      break;
+    case 4:
+      v = static_cast<double>(random.whole(-3000, 100000));
+      break;
+    case 5:
+      v = random.ofExponent(0, 60);
+      break;
+    case 6:  // near powers of two, where the accepted values end
+      v = std::ldexp(random.oneIn(2) ? 1.0 : -1.0, static_cast<int>(random.whole(14, 42))) +
+          wholeMillis(random, 2);
+      break;
+    case 7:
+      v = random.oneIn(2) ? 0.0 : -0.0;
+      break;
+    case 8:
+      v = fractions ? random.real(-1.0, 61.0) : static_cast<double>(random.whole(-7, 14));
+      break;
+    case 9:
+      v = fractions ? random.ofExponent(-1074, 45) : static_cast<double>(random.whole(0, 400));
+      break;
+    case 10:
+      v = kAwkwardDoubles[static_cast<std::size_t>(
+          random.whole(0, std::int64_t{kAwkwardDoubles.size()} - 1))];
+      break;
+    default:
+      v = static_cast<double>(random.whole(0, 60000)) / 1000.0;
+      break;
+  }
+  return fractions ? v : std::floor(v);
+}
+
+// A value that no result needs to be exact for, of the component's usual range.
+double usualValue(Random& random, Component component) {
+  switch (component) {
+    case Component::year:
+      return static_cast<double>(random.whole(1900, 2100));
+    case Component::second:
+      return static_cast<double>(random.whole(0, 59999)) / 1000.0;
+    case Component::timeOfDay:
+      return static_cast<double>(random.whole(0, 86399999)) / 1000.0;
+    default:
+      return static_cast<double>(random.whole(1, 12));
+  }
+}
+
+// ---- The tests ----
+
+TEST(VectorWalk, HasTheSetsOfThisProcessor) {
+  const auto sets = instructionSets();
+  ASSERT_FALSE(sets.empty());
+  for (const InstructionSet& set : sets) {
+    std::printf("[  SETS    ] %s\n", set.name);
+    EXPECT_NE(set.walk, nullptr) << set.name;
+  }
+#ifdef __x86_64__
+  const auto has = [&](const std::string& name) {
+    return std::any_of(sets.begin(), sets.end(), [&](const auto& s) { return s.name == name; });
+  };
+  EXPECT_EQ(has("AVX2"), __builtin_cpu_supports("avx2") != 0);
+  EXPECT_EQ(has("AVX3"), __builtin_cpu_supports("avx512dq") != 0);
+  EXPECT_EQ(has("SSE4"), __builtin_cpu_supports("sse4.2") != 0);
+#endif
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::int64_t kDayStep = 11;  // the sanitizers watch the memory, not the calendar
+#else
+constexpr std::int64_t kDayStep = 1;
+#endif
+
+// Every day from 14000 years before 1970 to 14000 years after, at changing times of day, with
+// values in and out of the usual range.
+TEST(VectorWalk, EveryDay) {
+  constexpr std::int64_t kDays = 14000 * 365 + 3395;
+  Cases cases(2 * kDays / kDayStep * 7);
+  Random random(1);
+  Inputs in;
+  for (std::int64_t day = -kDays; day <= kDays;) {
+    in = {};
+    for (int i = 0; i < 65536 && day <= kDays; ++i, day += kDayStep) {
+      in.add({static_cast<double>(day * 86400000 + random.whole(0, 86399999)), 0.0},
+             static_cast<double>(random.whole(-20, 40)));
+    }
+    for (int c = 0; c < 7; ++c) cases += expectSame(kComponents[c], false, in);
+  }
+}
+
+// Every day of the wider domain at midnight, a hair before it, or with a fraction: the days of
+// 142,000 years on either side, or one in 97 of them.
+TEST(VectorWalk, DaysOfTheWiderDomain) {
+  constexpr std::int64_t kDays = 52124999;
+  const std::int64_t step = scale > 1 ? 1 : 97 * kDayStep;
+  Cases cases(2 * kDays / step * 7);
+  Random random(2);
+  Inputs in;
+  for (std::int64_t day = -kDays; day <= kDays;) {
+    in = {};
+    for (int i = 0; i < 65536 && day <= kDays; ++i, day += step) {
+      const double fraction =
+          random.oneIn(2) ? random.real(0, 86399999) : random.ofExponent(-100, 0);
+      in.add(normalised(static_cast<double>(day * 86400000), fraction),
+             static_cast<double>(random.whole(-20, 40)));
+    }
+    for (int c = 0; c < 7; ++c) cases += expectSame(kComponents[c], false, in);
+  }
+}
+
+TEST(VectorWalk, RandomElements) {
+  Cases cases(12 * 2 * 2 * 50000);
+  Random random(3);
+  for (const Component component : kComponents) {
+    for (const bool leapSeconds : {false, true}) {
+      for (int block = 0; block < 50 * scale; ++block) {
+        Inputs in;
+        for (int i = 0; i < 1000; ++i) {
+          in.add(randomTime(random), randomValue(random, component));
+        }
+        cases += expectSame(component, leapSeconds, in);
+        if (::testing::Test::HasFailure()) return;
+      }
+    }
+  }
+}
+
+// The same with all elements of a vector in one domain, as real arrays have them.
+TEST(VectorWalk, UniformBlocks) {
+  Cases cases(12 * 2 * 2 * 50000);
+  Random random(4);
+  for (const Component component : kComponents) {
+    for (const bool leapSeconds : {false, true}) {
+      for (int block = 0; block < 50 * scale; ++block) {
+        Inputs in;
+        const bool hasFraction = block % 2 == 1;
+        const double range = std::ldexp(1.0, static_cast<int>(random.whole(10, 49)));
+        for (int i = 0; i < 1000; ++i) {
+          const double t = std::floor(random.real(-range, range));
+          const bool isAtBoundary = random.oneIn(8);
+          const double fraction =
+              random.oneIn(8) ? random.ofExponent(-100, -30) : random.real(-0.5, 0.5);
+          in.add(normalised(isAtBoundary ? boundary(random) : t, hasFraction ? fraction : 0.0),
+                 usualValue(random, component));
+        }
+        cases += expectSame(component, leapSeconds, in);
+      }
+    }
+  }
+}
+
+// All leap seconds, and the milliseconds and smallest fractions beside them, on both lines.
+TEST(VectorWalk, LeapSecondEdges) {
+  Cases cases(kLeapSeconds * 2 * 11 * 8 * 2);
+  for (const bool hasFraction : {false, true}) {
+    Inputs in;
+    for (const auto& instants : {leapInstantsUTC, leapInstantsElapsed}) {
+      for (const double instant : instants) {
+        for (const double beside :
+             {-1001.0, -1000.0, -999.0, -1.0, 0.0, 1.0, 999.0, 1000.0, 1001.0}) {
+          in.add({instant + beside, 0.0}, 30.0);
+          if (!hasFraction) continue;
+          for (const double least : {-0x1p-60, 0x1p-60, -0.5, 0.5, -0x1p-13, 0x1p-13}) {
+            in.add(normalised(instant + beside, least), 30.0);
+          }
+        }
+      }
+    }
+    for (const Component component : kComponents) cases += expectSame(component, true, in);
+    // Of a time that is set to a leap second: the way back.
+    for (std::size_t i = 0; i < in.size(); ++i) {
+      in.values[i] = std::fmod(in.high[i], 86400000.0) / 1000.0 + (i % 3 == 0 ? 0x1p-40 : 0.0);
+    }
+    cases += expectSame(Component::timeOfDay, true, in);
+  }
+}
+
+TEST(VectorWalk, ScatteredNonFinite) {
+  Cases cases(11 * 4 * 10000);
+  Random random(5);
+  constexpr double kSpecial[] = {kNan, kInf, -kInf};
+  for (const Component component : kComponents) {
+    for (const bool hasFraction : {false, true}) {
+      for (const int oneIn : {100, 10, 2}) {
+        Inputs in;
+        for (int i = 0; i < 10000; ++i) {
+          doubledouble t =
+              normalised(static_cast<double>(random.whole(-1000000000000, 2000000000000)),
+                         hasFraction ? random.real(-0.5, 0.5) : 0.0);
+          double v = usualValue(random, component);
+          if (random.oneIn(oneIn)) t.hi = kSpecial[random.whole(0, 2)];
+          if (random.oneIn(oneIn)) v = kSpecial[random.whole(0, 2)];
+          if (random.oneIn(10 * oneIn)) t.lo = kSpecial[random.whole(0, 2)];
+          in.add(t, v);
+        }
+        cases += expectSame(component, false, in);
+        cases += expectSame(component, true, in);
+      }
+    }
+  }
+}
+
+TEST(VectorWalk, OneValueAndNoLowParts) {
+  Cases cases(12 * 4 * 4 * 1000);
+  Random random(6);
+  for (const Component component : kComponents) {
+    for (int round = 0; round < 10; ++round) {
+      Inputs all;
+      for (int i = 0; i < 1000; ++i) all.add(randomTime(random), randomValue(random, component));
+      for (const bool oneValue : {false, true}) {
+        for (const bool noLow : {false, true}) {
+          Inputs in = all;
+          if (oneValue) in.values = {usualValue(random, component)};
+          if (noLow) in.low = {};
+          cases += expectSame(component, round % 2 == 1, in);
+        }
+      }
+    }
+  }
+}
+
+// An array whose last element ends where readable memory does.
+class GuardedArray {
+ public:
+  explicit GuardedArray(std::size_t n) : bytes_(n * sizeof(double)) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    usable_ = (bytes_ + page - 1) / page * page;
+    mapped_ = usable_ + 2 * page;
+    base_ =
+        static_cast<char*>(mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    if (base_ == MAP_FAILED) std::abort();
+    if (usable_ > 0 && mprotect(base_ + page, usable_, PROT_READ | PROT_WRITE) != 0) std::abort();
+    data_ = reinterpret_cast<double*>(base_ + page + usable_ - bytes_);
+  }
+  ~GuardedArray() { munmap(base_, mapped_); }
+  GuardedArray(const GuardedArray&) = delete;
+  GuardedArray& operator=(const GuardedArray&) = delete;
+  double* data() { return data_; }
+
+ private:
+  std::size_t bytes_, usable_, mapped_;
+  char* base_;
+  double* data_;
+};
+
+// Every length up to three of the longest vectors and some, at every alignment, with nothing
+// readable after the end, and nothing written before the start.
+TEST(VectorWalk, LengthsAndMemory) {
+  Cases cases(1000);
+  constexpr std::size_t kMost = 3 * 8 + 5;
+  Random random(7);
+  for (const InstructionSet& set : instructionSets()) {
+    for (std::size_t n = 0; n <= kMost; ++n) {
+      for (std::size_t before = 0; before < 8; ++before) {
+        GuardedArray high(n + before), low(n + before), values(n + before);
+        GuardedArray resultHigh(n + before), resultLow(n + before);
+        Inputs in;
+        for (std::size_t i = 0; i < n + before; ++i) {
+          high.data()[i] = static_cast<double>(random.whole(0, 2000000000000));
+          low.data()[i] = random.oneIn(9) ? 0x1p-20 : 0.0;
+          values.data()[i] = random.oneIn(9) ? kNan : static_cast<double>(1 + i);
+          resultHigh.data()[i] = resultLow.data()[i] = 77.0;
+          if (i >= before) in.add({high.data()[i], low.data()[i]}, values.data()[i]);
+        }
+        for (const bool oneValue : {false, true}) {
+          if (oneValue && n == 0) continue;
+          if (oneValue) in.values.assign(n, in.values[0]);
+          const Results plain = run(plainWalk, Component::month, false, in);
+          const std::size_t done =
+              set.walk(Component::month, false,
+                       {high.data() + before, low.data() + before, values.data() + before,
+                        oneValue ? std::size_t{0} : 1, resultHigh.data() + before,
+                        resultLow.data() + before, n});
+          ASSERT_EQ(done, n) << set.name;
+          for (std::size_t i = 0; i < before; ++i) {
+            ASSERT_EQ(resultHigh.data()[i], 77.0) << set.name;
+            ASSERT_EQ(resultLow.data()[i], 77.0) << set.name;
+          }
+          for (std::size_t i = 0; i < n; ++i) {
+            ASSERT_SAME_BITS(resultHigh.data()[before + i], plain.high[i]) << set.name << ' ' << n;
+            ASSERT_SAME_BITS(resultLow.data()[before + i], plain.low[i]) << set.name << ' ' << n;
+          }
+          ++cases;
+        }
+      }
+    }
+  }
+}
+
+// The first value that is not whole ends the walk, wherever it stands, whatever stands beside it;
+// the elements before it are written. Beside a datetime that is not finite no value is refused.
+TEST(VectorWalk, FirstOffendingElement) {
+  Cases cases(11 * 37 * 3);
+  Random random(8);
+  for (const InstructionSet& set : instructionSets()) {
+    for (const Component component : kComponents) {
+      for (std::size_t n : {7u, 16u, 21u, 37u}) {
+        for (std::size_t offending = 0; offending < n; ++offending) {
+          for (const double bad : {1.5, 0x1p-1074, -0x1.8p51}) {
+            Inputs in;
+            for (std::size_t i = 0; i < n; ++i) {
+              in.add({static_cast<double>(random.whole(0, 2000000000000)),
+                      random.oneIn(16) ? 0x1p-20 : 0.0},
+                     static_cast<double>(random.whole(1, 12)));
+            }
+            in.values[offending] = bad == -0x1.8p51 ? bad - 0.5 : bad;
+            const std::size_t alsoBad = static_cast<std::size_t>(random.whole(
+                static_cast<std::int64_t>(offending), static_cast<std::int64_t>(n) - 1));
+            in.values[alsoBad] = 2.25;
+            if (offending > 0) {
+              in.high[offending / 2] = offending / 2 == offending ? in.high[offending] : kNan;
+              in.values[offending / 2] = 0.5;
+            }
+            const Results plain = run(plainWalk, component, false, in);
+            const Results got = run(set.walk, component, false, in);
+            ASSERT_EQ(plain.done, takesFractions(component) ? n : offending);
+            ASSERT_EQ(got.done, plain.done) << set.name << ' ' << nameOf(component);
+            for (std::size_t i = 0; i < got.done; ++i) {
+              ASSERT_SAME_BITS(got.high[i], plain.high[i]) << set.name;
+              ASSERT_SAME_BITS(got.low[i], plain.low[i]) << set.name;
+            }
+            ++cases;
+          }
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  if (argc > 1 && std::strcmp(argv[1], "--long") == 0) scale = 100;
+  return RUN_ALL_TESTS();
+}
