@@ -28,7 +28,7 @@ struct Kind {
 inline constexpr Kind kWhole{"whole", false, false, false, 0};
 inline constexpr Kind kZeros{"zeros", true, false, false, 0};
 inline constexpr Kind kFraction{"fraction", true, true, false, 0};
-inline constexpr Kind kLeap{"leap", false, false, true, 0};
+inline constexpr Kind kLeap{"leap", true, false, true, 0};
 inline constexpr Kind kSpecial1{"special1", false, false, false, 1};
 inline constexpr Kind kSpecial10{"special10", false, false, false, 10};
 

@@ -373,37 +373,45 @@ struct SecondsAfter {
 
 // ---- The line that counts leap seconds ----
 
-// The entry for a time, rounded to a double, and its two parts: see LeapBuckets.
-struct LeapEntry {
-  V instant;
-  V millisBefore;
-};
+using DI = hn::RebindToSigned<D>;
+using VI = hn::Vec<DI>;
+constexpr DI di;
 
-HWY_INLINE LeapEntry leapEntry(const LeapBuckets& buckets, V t) {
-  const hn::RebindToSigned<D> di;
-  // The number of the bucket, from 0, and a half. With 2^52 less a half it comes to stand in the
-  // last bits, rounded to nearest. (A start of a bucket may be taken for the end of the one before,
-  // which is as good, since no instant lies there.)
-  const V bucket = hn::Min(hn::Max(t * all(0x1p-33), all(0.5)), all(LeapBuckets::kCount - 0.5));
-  // The mask keeps the lane of a NaN in the table.
-  const auto number = hn::And(hn::BitCast(di, bucket + all(0x1p52 - 0.5)),
-                              hn::Set(di, std::int64_t{LeapBuckets::kCount - 1}));
-  const V entry = hn::GatherIndex(d, buckets.entries, number);
-  const V instant = hn::Floor(entry);
-  return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
+// The number of a time's entry, in the last eight bits: see LeapBuckets. With 2^52 a time comes to
+// stand in the bits of its significand, rounded to a whole millisecond. (The last moment of a bucket
+// may be taken for the start of the next, which is as good, since instants are whole and none lies
+// at a start.) The bits above belong to the exponent.
+HWY_INLINE VI leapNumber(V t) {
+  const V within = hn::Min(hn::Max(t, hn::Zero(d)), all(LeapBuckets::kCount * 0x1p33 - 1.0));
+  return hn::ShiftRight<33>(hn::BitCast(di, within + all(0x1p52)));
+}
+HWY_INLINE V leapEntry(const LeapBuckets& buckets, V t) {
+  const VI number = hn::And(leapNumber(t), hn::Set(di, std::int64_t{LeapBuckets::kCount - 1}));
+  return hn::GatherIndex(d, buckets.entries, number);
+}
+
+// The milliseconds of leap seconds by an entry, for a time that does, or does not, lie at or after
+// the entry's instant.
+HWY_INLINE V leapInstant(V entry) { return hn::Floor(entry); }
+HWY_INLINE V leapMillisBy(V entry, M isAfter) {
+  const V before = (entry - leapInstant(entry)) * all(LeapBuckets::kScale * kMillisPerSecond);
+  return hn::IfThenElse(isAfter, before + all(kMillisPerSecond), before);
 }
 
 // The leap seconds, in milliseconds, inserted at or before a whole time or a pair. A pair lies at
 // or after a whole number where the sum of (t.hi - instant) and t.lo, which keeps its sign, is not
 // negative.
+HWY_INLINE V leapMillisBy(V entry, V t) {
+  return leapMillisBy(entry, hn::Ge(t, leapInstant(entry)));
+}
+HWY_INLINE V leapMillisBy(V entry, Pair t) {
+  return leapMillisBy(entry, hn::Ge((t.hi - leapInstant(entry)) + t.lo, hn::Zero(d)));
+}
 HWY_INLINE V leapMillis(const LeapBuckets& buckets, V t) {
-  const LeapEntry entry = leapEntry(buckets, t);
-  return entry.millisBefore + hn::IfThenElseZero(hn::Ge(t, entry.instant), all(kMillisPerSecond));
+  return leapMillisBy(leapEntry(buckets, t), t);
 }
 HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
-  const LeapEntry entry = leapEntry(buckets, t.hi);
-  const M isAfter = hn::Ge((t.hi - entry.instant) + t.lo, hn::Zero(d));
-  return entry.millisBefore + hn::IfThenElseZero(isAfter, all(kMillisPerSecond));
+  return leapMillisBy(leapEntry(buckets, t.hi), t);
 }
 
 // A component on that line. Before the first leap second zero is added to a whole number or a
@@ -413,13 +421,20 @@ struct CountingLeapSeconds {
   static constexpr double kBound = Component::kBound;
   static constexpr bool kTakesFractions = Component::kTakesFractions;
 
-  static HWY_INLINE Pair setWhole(V t, V v) {
-    const Pair utc = Component::setWhole(t - leapMillis(kBucketsElapsed, t), v);
+  // Setting whole milliseconds in its three steps, with the entries of a time on either line.
+  static HWY_INLINE V toUTC(V t, V entry) { return t - leapMillisBy(entry, t); }
+  static HWY_INLINE Pair setUTC(V utc, V v) { return Component::setWhole(utc, v); }
+  static HWY_INLINE Pair fromUTC(Pair utc, V entry) {
     if constexpr (!Component::kTakesFractions) {
-      return {utc.hi + leapMillis(kBucketsUTC, utc.hi), utc.lo};
+      return {utc.hi + leapMillisBy(entry, utc.hi), utc.lo};
     } else {
-      return add(utc, leapMillis(kBucketsUTC, utc));
+      return add(utc, leapMillisBy(entry, utc));
     }
+  }
+
+  static HWY_INLINE Pair setWhole(V t, V v) {
+    const Pair utc = setUTC(toUTC(t, leapEntry(kBucketsElapsed, t)), v);
+    return fromUTC(utc, leapEntry(kBucketsUTC, utc.hi));
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {

@@ -11,6 +11,21 @@
 
 #include "unzoned/lanes-inl.h"
 
+#ifndef PLX_UNZONED_BLOCK
+#define PLX_UNZONED_BLOCK
+namespace lanes {
+
+// How many elements on the line that counts leap seconds are set together: a multiple of every
+// vector, and few enough for all of their numbers to stay in the first cache.
+constexpr std::size_t kBlock = 256;
+
+// The entries of a block. Compiled once, for every processor: for newer ones the compiler would
+// make gathers of these loads, which take longer.
+void lookUp(const LeapBuckets& buckets, const std::int64_t* numbers, double* entries);
+
+}  // namespace lanes
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
@@ -115,9 +130,70 @@ size_t walkOfLength(Component component, bool leapSeconds, const Elements& e) {
                      : walkOf<Lanes, false>(component, leapSeconds, e);
 }
 
+// On the line that counts leap seconds, whole milliseconds are set a block at a time, in passes over
+// it. The look-ups are then plain loads, one after the other: gathers, and a chain of two of them
+// with the calendar in between, take longer than all the rest. The results serve as the places for
+// what is in between.
+
+Elements partOf(const Elements& e, size_t begin, size_t count) {
+  return {e.high + begin,
+          e.low ? e.low + begin : nullptr,
+          e.values + begin * e.step,
+          e.step,
+          e.resultHigh + begin,
+          e.resultLow + begin,
+          count};
+}
+
+// False where the block has an element of another kind; what it holds is open then.
+template <class Lanes>
+bool setWholeBlock(const Elements& e) {
+  const size_t lanes = hn::Lanes(d);
+  const auto valuesAt = [&](size_t i) HWY_ATTR {
+    return e.step == 0 ? all(e.values[0]) : hn::LoadU(d, e.values + i);
+  };
+  HWY_ALIGN std::int64_t numbers[kBlock];
+  HWY_ALIGN double entries[kBlock];
+  M isWhole = hn::Eq(hn::Zero(d), hn::Zero(d));
+  for (size_t i = 0; i < kBlock; i += lanes) {
+    const Pair t{hn::LoadU(d, e.high + i), e.low ? hn::LoadU(d, e.low + i) : hn::Zero(d)};
+    isWhole = hn::And(isWhole, isWholeAndAccepted<Lanes>(t, valuesAt(i)));
+    hn::Store(leapNumber(t.hi), di, numbers + i);
+  }
+  if (!hn::AllTrue(d, isWhole)) return false;
+  lookUp(kBucketsElapsed, numbers, entries);
+  for (size_t i = 0; i < kBlock; i += lanes) {
+    const V t = hn::LoadU(d, e.high + i);
+    const Pair utc = Lanes::setUTC(Lanes::toUTC(t, hn::Load(d, entries + i)), valuesAt(i));
+    hn::StoreU(utc.hi, d, e.resultHigh + i);
+    hn::StoreU(utc.lo, d, e.resultLow + i);
+    hn::Store(leapNumber(utc.hi), di, numbers + i);
+  }
+  lookUp(kBucketsUTC, numbers, entries);
+  for (size_t i = 0; i < kBlock; i += lanes) {
+    const Pair utc{hn::LoadU(d, e.resultHigh + i), hn::LoadU(d, e.resultLow + i)};
+    const Pair set = Lanes::fromUTC(utc, hn::Load(d, entries + i));
+    hn::StoreU(set.hi, d, e.resultHigh + i);
+    hn::StoreU(set.lo, d, e.resultLow + i);
+  }
+  return true;
+}
+
+template <class Lanes>
+size_t walkCounting(Component component, const Elements& e) {
+  size_t begin = 0;
+  for (; e.count - begin >= kBlock; begin += kBlock) {
+    const Elements block = partOf(e, begin, kBlock);
+    if (setWholeBlock<Lanes>(block)) continue;
+    const size_t done = walkOfLength<Lanes>(component, true, block);
+    if (done < kBlock) return begin + done;
+  }
+  return begin + walkOfLength<Lanes>(component, true, partOf(e, begin, e.count - begin));
+}
+
 template <class Lanes>
 size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
-  return leapSeconds ? walkOfLength<CountingLeapSeconds<Lanes>>(component, true, e)
+  return leapSeconds ? walkCounting<CountingLeapSeconds<Lanes>>(component, e)
                      : walkOfLength<Lanes>(component, false, e);
 }
 
@@ -156,6 +232,11 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace lanes {
+
+void lookUp(const LeapBuckets& buckets, const std::int64_t* numbers, double* entries) {
+  for (std::size_t i = 0; i < kBlock; ++i)
+    entries[i] = buckets.entries[numbers[i] & (LeapBuckets::kCount - 1)];
+}
 
 HWY_EXPORT(walk);
 
