@@ -2,7 +2,17 @@
 
 #include <cstddef>
 
+#include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
+#include "zoned/offset_table.h"
+#include "zoned/table_walk.h"
+
+namespace {
+
+// So many elements take the calendar as long as a table takes to make.
+constexpr std::size_t kRepaysTable = 50;
+
+}  // namespace
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar) {
@@ -16,5 +26,12 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
       .count = paGetNumberOfElements(result),
   };
   if (elements.count == 0) return;
-  CalendarWalk(*calendar, field, elements).setAll();
+  CalendarWalk calendarWalk(*calendar, field, elements);
+  if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
+    if (const auto table = OffsetTable::of(calendar->getTimeZone())) {
+      tableWalk(*table, field, elements, calendarWalk);
+      return;
+    }
+  }
+  calendarWalk.setAll();
 }
