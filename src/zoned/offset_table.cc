@@ -50,7 +50,9 @@ double offsetOf(const icu::TimeZoneRule& rule) {
   return static_cast<double>(rule.getRawOffset()) + rule.getDSTSavings();
 }
 
-bool isWholeSeconds(double ms) { return std::fmod(ms, kMillisPerSecond) == 0.0; }
+bool isWholeSeconds(double ms) {
+  return std::floor(ms / kMillisPerSecond) * kMillisPerSecond == ms;
+}
 
 bool fits(double offset) { return std::fabs(offset) < kLargestOffset && isWholeSeconds(offset); }
 
@@ -61,28 +63,31 @@ double firstOfJanuary(int year) { return ymd2days(year, 1.0, 1.0) * kMillisPerDa
 class YearlyRule {
  public:
   YearlyRule(const icu::AnnualTimeZoneRule& rule, const icu::AnnualTimeZoneRule& before)
-      : rule_(&rule), before_(&before) {
-    sinceNewYear_.fill(kUnknown);
+      : rule_(&rule), before_(&before), offset_(offsetOf(rule)) {
+    sinceNewYear_.fill(kNone);
   }
 
-  double offset() const { return offsetOf(*rule_); }
+  double offset() const { return offset_; }
 
-  // `kind`: weekday of 1 January, and 7 more in a leap year. Unknown where the rule gives none.
+  // `kind`: weekday of 1 January, and 7 more in a leap year. None where the rule gives none, or no
+  // whole seconds.
   double sinceNewYear(int year, std::size_t kind, double newYear) {
     double& since = sinceNewYear_[kind];
     UDate instant;
-    if (since == kUnknown &&
-        rule_->getStartInYear(year, before_->getRawOffset(), before_->getDSTSavings(), instant)) {
+    if (since == kNone &&
+        rule_->getStartInYear(year, before_->getRawOffset(), before_->getDSTSavings(), instant) &&
+        isWholeSeconds(instant)) {
       since = instant - newYear;
     }
     return since;
   }
 
-  static constexpr double kUnknown = -HUGE_VAL;
+  static constexpr double kNone = -HUGE_VAL;
 
  private:
   const icu::AnnualTimeZoneRule* rule_;
   const icu::AnnualTimeZoneRule* before_;
+  double offset_;
   std::array<double, 14> sinceNewYear_;
 };
 
@@ -143,7 +148,7 @@ std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
   Rules rules(dynamic_cast<const icu::BasicTimeZone&>(zone));
   OffsetTable table;
   if (!rules.read() || !table.addPast(rules) || !table.addYearly(rules)) return std::nullopt;
-  table.addWalls();
+  table.addEnds();
   return table;
 }
 
@@ -163,13 +168,17 @@ bool OffsetTable::addPast(const Rules& rules) {
     all.push_back({rule, offsetOf(*rule), 0, 0.0});
     advance(all.back());
   }
+  constexpr std::size_t kUsualTransitions = 300 + 2 * (kYearsPerCycle + 1);
+  instants_.reserve(kUsualTransitions);
+  offsets_.reserve(kUsualTransitions);
+  instants_.push_back(-HUGE_VAL);
   offsets_.push_back(offsetOf(*rules.initial));
   while (!all.empty()) {
     Times& earliest = *std::min_element(
         all.begin(), all.end(), [](const Times& a, const Times& b) { return a.next < b.next; });
     if (earliest.next == HUGE_VAL) break;
     if (!isWholeSeconds(earliest.next)) return false;
-    if (!instants_.empty() && !(instants_.back() < earliest.next)) return false;
+    if (!(instants_.back() < earliest.next)) return false;
     add(earliest.next, earliest.offset);
     advance(earliest);
   }
@@ -183,25 +192,25 @@ bool OffsetTable::addYearly(const Rules& rules) {
   const int start = rules.yearly[0]->getStartYear();
   double newYear = firstOfJanuary(start);
   if (!rules.hasOffset(newYear, offsets_.back())) return false;
-  if (!instants_.empty() && instants_.back() > newYear - kQuiet) return false;
+  if (instants_.back() > newYear - kQuiet) return false;
 
   YearlyRule first(*rules.yearly[0], *rules.yearly[1]);
   YearlyRule second(*rules.yearly[1], *rules.yearly[0]);
   for (int year = start; year <= start + kYearsPerCycle; ++year) {
     const double nextNewYear = firstOfJanuary(year + 1);
     const double length = nextNewYear - newYear;
-    const auto weekday = static_cast<std::int64_t>(newYear / kMillisPerDay + 4.0) % 7;
-    const auto kind = static_cast<std::size_t>(weekday + (length > 365.0 * kMillisPerDay ? 7 : 0));
-    if (first.sinceNewYear(year, kind, newYear) > second.sinceNewYear(year, kind, newYear)) {
+    const bool isLeap = length > 365.0 * kMillisPerDay;
+    const auto weekday = (static_cast<std::uint32_t>(newYear / kMillisPerDay) + 4) % 7;
+    const std::size_t kind = weekday + (isLeap ? 7 : 0);
+    double one = first.sinceNewYear(year, kind, newYear);
+    double other = second.sinceNewYear(year, kind, newYear);
+    if (one > other) {
+      std::swap(one, other);
       std::swap(first, second);
     }
-    const double one = first.sinceNewYear(year, kind, newYear);
-    const double other = second.sinceNewYear(year, kind, newYear);
     if (!(kQuiet <= one && one < other && other <= length - kQuiet)) return false;
-    if (!isWholeSeconds(one) || !isWholeSeconds(other)) return false;
     add(newYear + one, first.offset());
     add(newYear + other, second.offset());
-    if (year == start) cycleStart_ = nextNewYear;
     cycleEnd_ = newYear = nextNewYear;
   }
   return true;
@@ -214,22 +223,29 @@ void OffsetTable::add(double instant, double offset) {
   offsets_.push_back(offset);
 }
 
-// Where the clock is set back right after it was set back or on, a later transition can come
-// earlier on the clock. It is the last one that counts: those it overtakes never do.
-void OffsetTable::addWalls() {
+// Wall times of the transitions, and the ends.
+//
+// Where the clock is set back right after another change, a later transition can come earlier on
+// the clock. It is the last one that counts: those it overtakes never do.
+void OffsetTable::addEnds() {
   walls_.resize(instants_.size());
   double earliest = HUGE_VAL;
   for (std::size_t i = instants_.size(); i-- > 0;) {
-    earliest = std::min(earliest, instants_[i] + offsets_[i + 1]);
+    earliest = std::min(earliest, instants_[i] + offsets_[i]);
     walls_[i] = earliest;
   }
+  for (int end = 0; end < 3; ++end) {
+    instants_.push_back(cycleEnd_);
+    walls_.push_back(cycleEnd_);
+  }
+  for (int end = 0; end < 2; ++end) offsets_.push_back(offsets_.back());
 }
 
-// A quotient below 512 of numbers below 2^54 is off by less than 2^-45, less than one part in
-// kCycle: the floor is exact.
-double OffsetTable::offsetAfter(const std::vector<double>& transitions, double t) const {
-  static_assert(kCycle < 0x1p45 && 0x1p53 / kCycle < 1024.0);
-  if (t >= cycleEnd_) t -= std::floor((t - cycleStart_) / kCycle) * kCycle;
-  const auto next = std::upper_bound(transitions.begin(), transitions.end(), t);
-  return offsets_[static_cast<std::size_t>(next - transitions.begin())];
+// A quotient below 1024 of numbers below 2^54 is off by less than 2^-44, and two different whole
+// times are at least one part in kCycle apart in it: the floor is exact.
+double offsetAt(const OffsetLine& line, double t) {
+  static_assert(kCycle < 0x1p44 && 0x1p53 / kCycle < 1023.0);
+  if (t >= line.cycleEnd) t -= (std::floor((t - line.cycleEnd) / kCycle) + 1.0) * kCycle;
+  const double* next = std::upper_bound(line.starts, line.starts + line.stretches, t);
+  return line.offsets[next - line.starts - 1];
 }

@@ -19,9 +19,25 @@
 
 #include <unicode/timezone.h>
 
+#include <cstddef>
 #include <limits>
 #include <optional>
 #include <vector>
+
+// The offsets along one of the two lines of time, of instants or of wall times, for look-ups in
+// whatever way. Stretch i goes from `starts[i]` to `starts[i + 1]` and has `offsets[i]`; the first
+// one starts at minus infinity, and the last two end at `cycleEnd` where they start. Plain pointers
+// into an OffsetTable, so that code for any instruction set can share it.
+struct OffsetLine {
+  const double* starts;
+  const double* offsets;
+  std::size_t stretches;
+  // Where 400 years end that recur for ever; infinity where nothing does.
+  double cycleEnd;
+};
+
+// The offset at t, |t| <= 2^53.
+double offsetAt(const OffsetLine& line, double t);
 
 class OffsetTable {
  public:
@@ -33,9 +49,8 @@ class OffsetTable {
   //   - one whose rules and offsets disagree where the rules change hands.
   static std::optional<OffsetTable> of(const icu::TimeZone& zone);
 
-  // For |instant| and |wall| up to 2^53.
-  double offset(double instant) const { return offsetAfter(instants_, instant); }
-  double localOffset(double wall) const { return offsetAfter(walls_, wall); }
+  OffsetLine instants() const { return line(instants_); }
+  OffsetLine walls() const { return line(walls_); }
 
  private:
   struct Rules;
@@ -44,16 +59,15 @@ class OffsetTable {
   bool addPast(const Rules& rules);
   bool addYearly(const Rules& rules);
   void add(double instant, double offset);
-  void addWalls();
-  double offsetAfter(const std::vector<double>& transitions, double t) const;
+  void addEnds();
+  OffsetLine line(const std::vector<double>& starts) const {
+    return {starts.data(), offsets_.data(), starts.size() - 1, cycleEnd_};
+  }
 
-  // Transitions in order, as instants and as wall times; entry i + 1 of the offsets is the one
-  // after transition i, entry 0 the one before all.
   std::vector<double> instants_;
   std::vector<double> walls_;
   std::vector<double> offsets_;
-  // The 400 years that recur, in UTC and on the clock alike: transitions keep away from the turn of
-  // the year. Infinity where no yearly rules are.
-  double cycleStart_ = std::numeric_limits<double>::infinity();
+  // The end of 400 years that recur, in UTC and on the clock alike: transitions keep away from the
+  // turn of the year.
   double cycleEnd_ = std::numeric_limits<double>::infinity();
 };

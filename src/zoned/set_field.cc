@@ -4,13 +4,15 @@
 
 #include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
+#include "zoned/granules.h"
 #include "zoned/offset_table.h"
-#include "zoned/table_walk.h"
+#include "zoned/vector_walk.h"
 
 namespace {
 
-// So many elements take the calendar as long as a table takes to make.
-constexpr std::size_t kRepaysTable = 50;
+// So many elements take the calendar longer than all zones' tables take to make: some 30 us, and
+// 0.4 us for each element in the hands of the calendar.
+constexpr std::size_t kRepaysTable = 80;
 
 }  // namespace
 
@@ -29,7 +31,9 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   CalendarWalk calendarWalk(*calendar, field, elements);
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
     if (const auto table = OffsetTable::of(calendar->getTimeZone())) {
-      tableWalk(*table, field, elements, calendarWalk);
+      const Granules granules(*table);
+      zonedVectorWalk(
+          {*table, zone_lanes::zoneOf(*table, granules), field, elements, calendarWalk});
       return;
     }
   }

@@ -126,7 +126,7 @@ bool setByTable(const OffsetTable& table, UCalendarDateFields field, const Eleme
     const double whole = dd::collapse(floor);
     if (part == Part::none || !isInRange(whole) || !accepts(field, part, v)) return false;
 
-    const double local = whole + table.offset(whole);
+    const double local = whole + offsetAt(table.instants(), whole);
     const double day = floorDivide(local, kMillisPerDay);
     const double ms = local - day * kMillisPerDay;
     // Second and time of day replace what is below a millisecond; elsewhere it stays.
@@ -135,7 +135,7 @@ bool setByTable(const OffsetTable& table, UCalendarDateFields field, const Eleme
         part == Part::seconds ? (v - seconds) * 1000.0 : dd::collapse(dd::subtract(t, floor));
     const double wall = part == Part::date ? newDay(field, day, v) * kMillisPerDay + ms
                                            : day * kMillisPerDay + newMs(field, ms, seconds);
-    const double millis = wall - table.localOffset(wall);
+    const double millis = wall - offsetAt(table.walls(), wall);
     if (!isInRange(millis)) return false;
     result = two_sum(added, millis);
   }
@@ -144,9 +144,12 @@ bool setByTable(const OffsetTable& table, UCalendarDateFields field, const Eleme
   return true;
 }
 
+void setElement(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
+                std::size_t i, CalendarWalk& calendar) {
+  if (!setByTable(table, field, elements, i)) calendar.set(i);
+}
+
 void tableWalk(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
                CalendarWalk& calendar) {
-  for (std::size_t i = 0; i < elements.count; ++i) {
-    if (!setByTable(table, field, elements, i)) calendar.set(i);
-  }
+  for (std::size_t i = 0; i < elements.count; ++i) setElement(table, field, elements, i, calendar);
 }

@@ -24,6 +24,10 @@
 bool setByTable(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
                 std::size_t i);
 
-// Sets the elements in order, with those not claimed in the hands of `calendar`, which may raise.
+// The same, with what is not claimed in the hands of the calendar, which may raise.
+void setElement(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
+                std::size_t i, CalendarWalk& calendar);
+
+// Sets all elements in order.
 void tableWalk(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
                CalendarWalk& calendar);

@@ -53,8 +53,9 @@ TEST(OffsetTable, AgreesWithICUInEveryZone) {
     const auto table = OffsetTable::of(*zone);
     ASSERT_TRUE(table) << id;
     const auto check = [&](double t) {
-      ASSERT_EQ(table->offset(t), offsetByICU(*zone, t)) << id << " at the instant " << t;
-      ASSERT_EQ(table->localOffset(t), localOffsetByICU(*zone, t))
+      ASSERT_EQ(offsetAt(table->instants(), t), offsetByICU(*zone, t))
+          << id << " at the instant " << t;
+      ASSERT_EQ(offsetAt(table->walls(), t), localOffsetByICU(*zone, t))
           << id << " at the wall time " << t;
       cases += 2;
     };
@@ -83,8 +84,8 @@ TEST(OffsetTable, ReachesTheEnds) {
     const auto zone = zoneOf(id);
     const auto table = OffsetTable::of(*zone);
     for (const double t : {-0x1p52 - 86400000.0, -0x1p52, 0x1p52, 0x1p52 + 86400000.0}) {
-      EXPECT_EQ(table->offset(t), offsetByICU(*zone, t)) << id << " at " << t;
-      EXPECT_EQ(table->localOffset(t), localOffsetByICU(*zone, t)) << id << " at " << t;
+      EXPECT_EQ(offsetAt(table->instants(), t), offsetByICU(*zone, t)) << id << " at " << t;
+      EXPECT_EQ(offsetAt(table->walls(), t), localOffsetByICU(*zone, t)) << id << " at " << t;
       ++cases;
     }
   }
