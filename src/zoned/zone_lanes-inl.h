@@ -244,6 +244,38 @@ HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Place& 
   hn::StoreU(set.lo, d, at.low + i);
 }
 
+// A block in the midst of one long stretch, with wall times in the same one: then a single offset
+// counts. False where the block does not look so, or was found not to be so; then what is written
+// counts for nothing.
+template <class Component, bool kOneValue>
+HWY_INLINE bool setSteady(const Zone& zone, const Stretches& known, const Block& block, V oneValue,
+                          const Place& at) {
+  constexpr double kReach = Component::kIsNear ? kNearMillis : kFarMillis;
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  size_t k = 0;
+  while (k < 2 && first >= known.edges[k + 1]) ++k;
+  const double from = known.edges[k] + kReach, until = known.edges[k + 1] - kReach;
+  if (!(from <= first && first < until && from <= last && last < until)) return false;
+
+  const V offset = all(known.offsets[k]);
+  const double* const walls = zone.walls.offsets.starts + known.index + k;
+  V least = all(first), most = least, leastWall = all(walls[0]), mostWall = leastWall;
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, block.whole + i);
+    const V v = valueOf<kOneValue>(block, oneValue, i);
+    const V wall = Component::setWall(t + offset, v);
+    least = hn::Min(least, t);
+    most = hn::Max(most, t);
+    leastWall = hn::Min(leastWall, wall);
+    mostWall = hn::Max(mostWall, wall);
+    store<Component>(block, i, v, wall - offset, at);
+  }
+  const M isSteady =
+      hn::And(hn::Ge(least, all(known.edges[k])), hn::Lt(most, all(known.edges[k + 1])));
+  const M areSteady = hn::And(hn::Ge(leastWall, all(walls[0])), hn::Lt(mostWall, all(walls[1])));
+  return hn::AllTrue(d, hn::And(isSteady, areSteady));
+}
+
 // A block whose wall times stay near enough for the word of each instant to tell both offsets.
 // False where not all do; then what is written counts for nothing.
 template <class Component, bool kOneValue>
@@ -273,6 +305,7 @@ template <class Component, bool kOneValue>
 HWY_INLINE void setBlock(const Zone& zone, Stretches& instants, Stretches& walls,
                          const Block& block, V oneValue, const Place& at) {
   const bool isSeries = seemsKnown(zone.instants.offsets, instants, block.whole, block.count);
+  if (isSeries && setSteady<Component, kOneValue>(zone, instants, block, oneValue, at)) return;
   if constexpr (Component::kIsNear) {
     if (!isSeries && setNear<Component, kOneValue>(zone.instants.granules, block, oneValue, at)) {
       return;

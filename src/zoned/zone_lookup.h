@@ -44,6 +44,9 @@ inline constexpr double kCloseMillis = 0x1p35;
 // day less than the margin, for the offset.
 inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 
+// How far components that are not near usually move a datetime, the year excepted.
+inline constexpr double kFarMillis = 400.0 * kMillisPerDay;
+
 inline constexpr double kLargest32Bits = 2147483647.0;
 // Seconds of which the milliseconds are within 32 bits.
 inline constexpr double kLargestSeconds = 2147483.0;
