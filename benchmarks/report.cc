@@ -232,7 +232,8 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
          "wrote it\nhere. Inputs are random with a fixed seed; answers are checked against the "
          "plain code, which is the\nmeaning. The copy is a loop that reads and writes the same "
          "bytes with ordinary stores, in the same\nprocess. Repetitions of all measurements are "
-         "interleaved, and medians compared.\n\n"
+         "interleaved, and medians compared.\n\nDatetimes in a time zone have "
+         "[a page of their own](zoned_performance.md).\n\n"
       << "- processor: " << processor() << "\n- compiler: "
 #ifdef __clang__
       << "Clang " << __clang_version__

@@ -1,5 +1,7 @@
 #include "zoned/calendar.h"
 
+#include <typeinfo>
+
 #include "zoned/icu_checks.h"
 #include "zoned/locale.h"
 
@@ -26,4 +28,14 @@ boost::unique_ptr<icu::GregorianCalendar> createCalendar(boost::unique_ptr<icu::
   calendar->setFirstDayOfWeek(UCAL_SUNDAY);
   calendar->setMinimalDaysInFirstWeek(1);
   return calendar;
+}
+
+bool isCreatedCalendar(const icu::GregorianCalendar& calendar) {
+  UErrorCode status = U_ZERO_ERROR;
+  const bool weeksBeginOnSunday = calendar.getFirstDayOfWeek(status) == UCAL_SUNDAY;
+  return U_SUCCESS(status) && weeksBeginOnSunday && calendar.getMinimalDaysInFirstWeek() == 1 &&
+         calendar.getGregorianChange() <= kGregorianChange &&
+         calendar.getSkippedWallTimeOption() == UCAL_WALLTIME_LAST &&
+         calendar.getRepeatedWallTimeOption() == UCAL_WALLTIME_LAST && calendar.isLenient() &&
+         typeid(calendar) == typeid(icu::GregorianCalendar);
 }

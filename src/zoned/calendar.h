@@ -13,3 +13,7 @@
 //   - lenient: values out of range carry.
 // Raises ICUError; throws std::bad_alloc. The zone is released in either case.
 boost::unique_ptr<icu::GregorianCalendar> createCalendar(boost::unique_ptr<icu::TimeZone> zone);
+
+// Whether a calendar is what createCalendar makes, whoever made it: of that class and with all of
+// the properties above. Any other one is asked for its own answers.
+bool isCreatedCalendar(const icu::GregorianCalendar& calendar);

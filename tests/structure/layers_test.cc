@@ -43,7 +43,9 @@ const Layer kLayers[] = {
      "host/.*|unicode/ucal\\.h|hwy/.*|entry/(raise|field_codes)\\.h|arith/.*|unzoned/.*"},
     {"src/zoned/unique_ptr\\.h", "boost/.*"},
     {"src/zoned/.*",
-     "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/(doubledouble|rounding)\\.h|zoned/.*"},
+     "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/"
+     "(civil|doubledouble|rounding)\\.h|zoned/.*|"
+     "unzoned/(plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|[a-z_]+\\.h"},
     {"tools/.*",
      "host/.*|unicode/.*|CLI/.*|fmt/.*|boost/multiprecision/.*|arith/.*|unzoned/leap_seconds\\.h|"

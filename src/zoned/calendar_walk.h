@@ -1,0 +1,36 @@
+// The walk over the elements of an array through ICU's calendar: what setting a component in a time
+// zone means. Faster ways give the same bits and hand everything that they do not claim over to it.
+#pragma once
+
+#include <unicode/gregocal.h>
+#include <unicode/ucal.h>
+
+#include <cstddef>
+
+#include "unzoned/plain_walk.h"
+
+// The largest magnitude of a new value from which a time in range can come; infinity where every
+// value of 32 bits can. Beyond it ICU's 32-bit day number wraps, and a wrong but plausible time
+// would come back: year 11759222 gives year 1.
+double largestValue(UCalendarDateFields field);
+
+// Sets the elements of a call, some or all of them, in whatever calendar it is given. The errors
+// are those of setField(); what an element does is independent of the ones set before.
+class CalendarWalk {
+ public:
+  CalendarWalk(icu::GregorianCalendar& calendar, UCalendarDateFields field,
+               const Elements& elements)
+      : calendar_(calendar), field_(field), elements_(elements) {}
+
+  // Writes element i, or raises.
+  void set(std::size_t i);
+
+  // Writes all of them in order, or raises at the first that cannot be set.
+  void setAll();
+
+ private:
+  icu::GregorianCalendar& calendar_;
+  const UCalendarDateFields field_;
+  const Elements elements_;
+  UErrorCode status_ = U_ZERO_ERROR;  // an error raises at once, so it only ever holds a warning
+};

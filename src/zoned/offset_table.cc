@@ -1,0 +1,251 @@
+#include "zoned/offset_table.h"
+
+#include <unicode/basictz.h>
+#include <unicode/simpletz.h>
+#include <unicode/tzrule.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <typeinfo>
+#include <utility>
+
+#include "arith/civil.h"
+#include "arith/doubledouble.h"
+#include "zoned/icu_checks.h"
+#include "zoned/unique_ptr.h"
+
+namespace {
+
+constexpr double kDaysPerCycle = 146097.0;
+constexpr double kCycle = kDaysPerCycle * kMillisPerDay;  // 400 years
+constexpr int kYearsPerCycle = 400;
+static_assert(static_cast<int>(kDaysPerCycle) % 7 == 0);
+
+// No offset is a day or more, and nothing happens within two days of a new year from the first year
+// of yearly rules on.
+constexpr double kLargestOffset = kMillisPerDay;
+constexpr double kQuiet = 2.0 * kMillisPerDay;
+
+const std::type_info& classOf(const icu::TimeZone& zone) { return typeid(zone); }
+
+// ICU does not publish the class of the zones that it makes from its data.
+const std::type_info& classOfDataZones() {
+  const boost::unique_ptr<icu::TimeZone> zone(
+      checkICUMemory(icu::TimeZone::createTimeZone("Europe/London")));
+  return classOf(*zone);
+}
+
+bool isFixed(const icu::TimeZone& zone) {
+  return classOf(zone) == typeid(icu::SimpleTimeZone) && !zone.useDaylightTime();
+}
+
+bool isFromData(const icu::TimeZone& zone) {
+  static const std::type_info& dataZones = classOfDataZones();
+  return dataZones != typeid(icu::SimpleTimeZone) && classOf(zone) == dataZones;
+}
+
+double offsetOf(const icu::TimeZoneRule& rule) {
+  return static_cast<double>(rule.getRawOffset()) + rule.getDSTSavings();
+}
+
+bool isWholeSeconds(double ms) {
+  return std::floor(ms / kMillisPerSecond) * kMillisPerSecond == ms;
+}
+
+bool fits(double offset) { return std::fabs(offset) < kLargestOffset && isWholeSeconds(offset); }
+
+double firstOfJanuary(int year) { return ymd2days(year, 1.0, 1.0) * kMillisPerDay; }
+
+// One of a pair of yearly rules. Its instants are asked of ICU once for each of the fourteen kinds
+// of years.
+class YearlyRule {
+ public:
+  YearlyRule(const icu::AnnualTimeZoneRule& rule, const icu::AnnualTimeZoneRule& before)
+      : rule_(&rule), before_(&before), offset_(offsetOf(rule)) {
+    sinceNewYear_.fill(kNone);
+  }
+
+  double offset() const { return offset_; }
+
+  // `kind`: weekday of 1 January, and 7 more in a leap year. None where the rule gives none, or no
+  // whole seconds.
+  double sinceNewYear(int year, std::size_t kind, double newYear) {
+    double& since = sinceNewYear_[kind];
+    UDate instant;
+    if (since == kNone &&
+        rule_->getStartInYear(year, before_->getRawOffset(), before_->getDSTSavings(), instant) &&
+        isWholeSeconds(instant)) {
+      since = instant - newYear;
+    }
+    return since;
+  }
+
+  static constexpr double kNone = -HUGE_VAL;
+
+ private:
+  const icu::AnnualTimeZoneRule* rule_;
+  const icu::AnnualTimeZoneRule* before_;
+  double offset_;
+  std::array<double, 14> sinceNewYear_;
+};
+
+// Standard time and saving above it in turn, for ever.
+bool isPair(const std::vector<const icu::AnnualTimeZoneRule*>& rules) {
+  if (rules.size() != 2) return false;
+  const icu::AnnualTimeZoneRule &a = *rules[0], &b = *rules[1];
+  const auto [less, more] = std::minmax({a.getDSTSavings(), b.getDSTSavings()});
+  return less == 0 && more > 0 && a.getRawOffset() == b.getRawOffset() &&
+         a.getStartYear() == b.getStartYear() && a.getStartYear() >= 1970 &&
+         a.getEndYear() == icu::AnnualTimeZoneRule::MAX_YEAR &&
+         b.getEndYear() == icu::AnnualTimeZoneRule::MAX_YEAR;
+}
+
+}  // namespace
+
+struct OffsetTable::Rules {
+  const icu::BasicTimeZone& zone;
+  const icu::InitialTimeZoneRule* initial = nullptr;
+  std::vector<const icu::TimeArrayTimeZoneRule*> past;
+  std::vector<const icu::AnnualTimeZoneRule*> yearly;
+
+  explicit Rules(const icu::BasicTimeZone& z) : zone(z) {}
+
+  // False where there is a rule of another kind.
+  bool read() {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t count = zone.countTransitionRules(status);
+    if (U_FAILURE(status)) return false;
+    std::vector<const icu::TimeZoneRule*> all(static_cast<std::size_t>(count));
+    zone.getTimeZoneRules(initial, all.data(), count, status);
+    if (U_FAILURE(status) || initial == nullptr) return false;
+    all.resize(static_cast<std::size_t>(count));
+    for (const icu::TimeZoneRule* rule : all) {
+      if (!fits(offsetOf(*rule))) return false;
+      if (const auto* times = dynamic_cast<const icu::TimeArrayTimeZoneRule*>(rule)) {
+        if (times->getTimeType() != icu::DateTimeRule::UTC_TIME) return false;
+        past.push_back(times);
+      } else if (const auto* annual = dynamic_cast<const icu::AnnualTimeZoneRule*>(rule)) {
+        yearly.push_back(annual);
+      } else {
+        return false;
+      }
+    }
+    return fits(offsetOf(*initial));
+  }
+
+  bool hasOffset(double instant, double offset) const {
+    int32_t raw = 0, saving = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    zone.getOffset(instant, false, raw, saving, status);
+    return U_SUCCESS(status) && static_cast<double>(raw) + saving == offset;
+  }
+};
+
+std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
+  if (!isFixed(zone) && !isFromData(zone)) return std::nullopt;
+  Rules rules(dynamic_cast<const icu::BasicTimeZone&>(zone));
+  OffsetTable table;
+  if (!rules.read() || !table.addPast(rules) || !table.addYearly(rules)) return std::nullopt;
+  table.addEnds();
+  return table;
+}
+
+// The times of each rule stand in order; the earliest of their next ones comes next.
+bool OffsetTable::addPast(const Rules& rules) {
+  struct Times {
+    const icu::TimeArrayTimeZoneRule* rule;
+    double offset;
+    int32_t taken;
+    double next;
+  };
+  const auto advance = [](Times& times) {
+    if (!times.rule->getStartTimeAt(times.taken++, times.next)) times.next = HUGE_VAL;
+  };
+  std::vector<Times> all;
+  for (const auto* rule : rules.past) {
+    all.push_back({rule, offsetOf(*rule), 0, 0.0});
+    advance(all.back());
+  }
+  constexpr std::size_t kUsualTransitions = 300 + 2 * (kYearsPerCycle + 1);
+  instants_.reserve(kUsualTransitions);
+  offsets_.reserve(kUsualTransitions);
+  instants_.push_back(-HUGE_VAL);
+  offsets_.push_back(offsetOf(*rules.initial));
+  while (!all.empty()) {
+    Times& earliest = *std::min_element(
+        all.begin(), all.end(), [](const Times& a, const Times& b) { return a.next < b.next; });
+    if (earliest.next == HUGE_VAL) break;
+    if (!isWholeSeconds(earliest.next)) return false;
+    if (!(instants_.back() < earliest.next)) return false;
+    add(earliest.next, earliest.offset);
+    advance(earliest);
+  }
+  return true;
+}
+
+bool OffsetTable::addYearly(const Rules& rules) {
+  if (rules.yearly.empty()) return rules.hasOffset(kMaxCalendarMillis, offsets_.back());
+  if (!isPair(rules.yearly)) return false;
+
+  const int start = rules.yearly[0]->getStartYear();
+  double newYear = firstOfJanuary(start);
+  if (!rules.hasOffset(newYear, offsets_.back())) return false;
+  if (instants_.back() > newYear - kQuiet) return false;
+
+  YearlyRule first(*rules.yearly[0], *rules.yearly[1]);
+  YearlyRule second(*rules.yearly[1], *rules.yearly[0]);
+  for (int year = start; year <= start + kYearsPerCycle; ++year) {
+    const double nextNewYear = firstOfJanuary(year + 1);
+    const double length = nextNewYear - newYear;
+    const bool isLeap = length > 365.0 * kMillisPerDay;
+    const auto weekday = (static_cast<std::uint32_t>(newYear / kMillisPerDay) + 4) % 7;
+    const std::size_t kind = weekday + (isLeap ? 7 : 0);
+    double one = first.sinceNewYear(year, kind, newYear);
+    double other = second.sinceNewYear(year, kind, newYear);
+    if (one > other) {
+      std::swap(one, other);
+      std::swap(first, second);
+    }
+    if (!(kQuiet <= one && one < other && other <= length - kQuiet)) return false;
+    add(newYear + one, first.offset());
+    add(newYear + other, second.offset());
+    cycleEnd_ = newYear = nextNewYear;
+  }
+  return true;
+}
+
+// A transition that changes nothing but how an offset is made up is none here.
+void OffsetTable::add(double instant, double offset) {
+  if (offset == offsets_.back()) return;
+  instants_.push_back(instant);
+  offsets_.push_back(offset);
+}
+
+// Wall times of the transitions, and the ends.
+//
+// Where the clock is set back right after another change, a later transition can come earlier on
+// the clock. It is the last one that counts: those it overtakes never do.
+void OffsetTable::addEnds() {
+  walls_.resize(instants_.size());
+  double earliest = HUGE_VAL;
+  for (std::size_t i = instants_.size(); i-- > 0;) {
+    earliest = std::min(earliest, instants_[i] + offsets_[i]);
+    walls_[i] = earliest;
+  }
+  for (int end = 0; end < 3; ++end) {
+    instants_.push_back(cycleEnd_);
+    walls_.push_back(cycleEnd_);
+  }
+  for (int end = 0; end < 2; ++end) offsets_.push_back(offsets_.back());
+}
+
+// A quotient below 1024 of numbers below 2^54 is off by less than 2^-44, and two different whole
+// times are at least one part in kCycle apart in it: the floor is exact.
+double offsetAt(const OffsetLine& line, double t) {
+  static_assert(kCycle < 0x1p44 && 0x1p53 / kCycle < 1023.0);
+  if (t >= line.cycleEnd) t -= (std::floor((t - line.cycleEnd) / kCycle) + 1.0) * kCycle;
+  const double* next = std::upper_bound(line.starts, line.starts + line.stretches, t);
+  return line.offsets[next - line.starts - 1];
+}

@@ -1,0 +1,527 @@
+// Every way of setting a component in a time zone against the calendar's, bit by bit, in every zone
+// that ICU lists: values, errors, and the elements before them. Three million elements; the
+// argument --long takes twenty times as many.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "entry/field_codes.h"
+#include "support/bits.h"
+#include "support/cases.h"
+#include "support/datetime_arrays.h"
+#include "support/every_zone.h"
+#include "support/integer_calendar.h"
+#include "support/raised.h"
+#include "support/random.h"
+#include "zoned/calendar.h"
+#include "zoned/calendar_walk.h"
+#include "zoned/set_field.h"
+#include "zoned/table_walk.h"
+#include "zoned/vector_walk.h"
+
+namespace {
+
+int scale = 1;
+
+constexpr UCalendarDateFields kFields[] = {
+    UCAL_EXTENDED_YEAR,      kQuarterField,    UCAL_MONTH,       UCAL_WEEK_OF_YEAR, UCAL_DATE,
+    UCAL_DAY_OF_YEAR,        UCAL_DAY_OF_WEEK, UCAL_HOUR_OF_DAY, UCAL_MINUTE,       UCAL_SECOND,
+    UCAL_MILLISECONDS_IN_DAY};
+constexpr std::size_t kFieldCount = std::size(kFields);
+
+bool takesFractions(UCalendarDateFields field) {
+  return field == UCAL_SECOND || field == UCAL_MILLISECONDS_IN_DAY;
+}
+
+boost::unique_ptr<icu::GregorianCalendar> calendarOf(const std::string& zone) {
+  return createCalendar(boost::unique_ptr<icu::TimeZone>(zoneOf(zone).release()));
+}
+
+struct Inputs {
+  std::vector<double> high, low, values;  // no low parts: empty; values: one, or as many as high
+
+  void add(const doubledouble& t, double v) {
+    high.push_back(t.hi);
+    low.push_back(t.lo);
+    values.push_back(v);
+  }
+  std::size_t size() const { return high.size(); }
+  Elements elements(std::vector<double>& resultHigh, std::vector<double>& resultLow,
+                    std::size_t from = 0, std::size_t count = SIZE_MAX) const {
+    const bool each = values.size() > 1;
+    return {.high = high.data() + from,
+            .low = low.empty() ? nullptr : low.data() + from,
+            .values = values.data() + (each ? from : 0),
+            .step = each ? std::size_t{1} : 0,
+            .resultHigh = resultHigh.data() + from,
+            .resultLow = resultLow.data() + from,
+            .count = std::min(count, size() - from)};
+  }
+};
+
+struct Expected {
+  std::vector<double> high, low;
+  std::vector<std::string> error;  // of each element; empty where it is set
+};
+
+class Zone {
+ public:
+  explicit Zone(const std::string& name)
+      : id(name),
+        zone(zoneOf(name)),
+        calendar(calendarOf(name)),
+        table(OffsetTable::of(calendar->getTimeZone())) {
+    if (table) granules.emplace(*table);
+  }
+
+  Expected byCalendar(UCalendarDateFields field, const Inputs& in) const {
+    Expected all{std::vector<double>(in.size()), std::vector<double>(in.size()),
+                 std::vector<std::string>(in.size())};
+    CalendarWalk walk(*calendar, field, in.elements(all.high, all.low));
+    paSetErrorsReturn(true);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+      try {
+        walk.set(i);
+      } catch (const brel::except::IMsgIDException& error) {
+        all.error[i] = error.GetID();
+      }
+    }
+    paSetErrorsReturn(false);
+    return all;
+  }
+
+  double oneByCalendar(UCalendarDateFields field, double t, double v) const {
+    double high = 0.0, low = 0.0;
+    CalendarWalk(*calendar, field, {&t, nullptr, &v, 0, &high, &low, 1}).set(0);
+    return high;
+  }
+
+  const std::string id;
+  const std::unique_ptr<icu::BasicTimeZone> zone;
+  const boost::unique_ptr<icu::GregorianCalendar> calendar;
+  const std::optional<OffsetTable> table;
+  std::optional<Granules> granules;
+};
+
+struct Way {
+  std::string name;
+  std::function<void(const Zone&, UCalendarDateFields, const Elements&)> run;
+};
+
+void runTableWalk(const Zone& zone, UCalendarDateFields field, const Elements& elements) {
+  CalendarWalk rest(*zone.calendar, field, elements);
+  tableWalk(*zone.table, field, elements, rest);
+}
+
+void runSetField(const Zone& zone, UCalendarDateFields field, const Elements& e) {
+  const auto arrayOf = [](const double* data, std::size_t n) {
+    return std::vector<double>(data, data + n);
+  };
+  const std::vector<double> low = e.low ? arrayOf(e.low, e.count) : std::vector<double>();
+  const Array datetimes = doubles(arrayOf(e.high, e.count), e.low ? &low : nullptr);
+  const Array values = doubles(arrayOf(e.values, e.step ? e.count : 1));
+  const std::vector<double> before(e.count, 77.0);
+  const Array result = doubles(before, &before);
+  const auto store = [&] {
+    std::copy_n(paGetRealData(result.get()), e.count, e.resultHigh);
+    std::copy_n(paGetImagData(result.get()), e.count, e.resultLow);
+  };
+  try {
+    setField(datetimes.get(), values.get(), field, result.get(),
+             boost::unique_ptr<icu::GregorianCalendar>(zone.calendar->clone()));
+  } catch (...) {
+    store();
+    throw;
+  }
+  store();
+}
+
+std::vector<Way> makeWays() {
+  std::vector<Way> all = {{"table", runTableWalk}, {"setField", runSetField}};
+  for (const ZonedInstructionSet& set : zonedInstructionSets()) {
+    const auto run = [walk = set.walk](const Zone& zone, UCalendarDateFields field,
+                                       const Elements& elements) {
+      CalendarWalk rest(*zone.calendar, field, elements);
+      walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, elements, rest});
+    };
+    all.push_back({set.name, run});
+  }
+  return all;
+}
+
+const std::vector<Way>& ways() {
+  static const std::vector<Way> all = makeWays();
+  return all;
+}
+
+TEST(Ways, AreTheTableTheSetterAndEveryInstructionSet) {
+  EXPECT_EQ(ways().size(), 2 + zonedInstructionSets().size());
+  EXPECT_GE(zonedInstructionSets().size(), 1u);
+  for (const Way& way : ways()) std::printf("%s\n", way.name.c_str());
+}
+
+// The elements up to the first error, that one included, then those up to the next: each stretch in
+// one run of the way.
+void compare(const Way& way, const Zone& zone, UCalendarDateFields field, const Inputs& in,
+             const Expected& expected) {
+  std::vector<double> high(in.size(), 77.0), low(in.size(), 77.0);
+  for (std::size_t from = 0; from < in.size();) {
+    std::size_t end = from;
+    while (end < in.size() && expected.error[end].empty()) ++end;
+    const bool fails = end < in.size();
+    const auto raised = raisedBy([&] {
+      // Further elements after the one that fails, which no way may reach with an error of theirs.
+      const std::size_t count = fails ? std::min(in.size() - from, end - from + 3) : end - from;
+      way.run(zone, field, in.elements(high, low, from, count));
+    });
+    const std::string error = fails ? expected.error[end] : "";
+    ASSERT_EQ(raised ? raised->identifier : "", error)
+        << way.name << ", " << zone.id << ", field " << field << ", element " << end;
+    for (std::size_t i = from; i < end; ++i) {
+      ASSERT_SAME_BITS((doubledouble{high[i], low[i]}),
+                       (doubledouble{expected.high[i], expected.low[i]}))
+          << way.name << ", " << zone.id << ", field " << field << " of "
+          << doubledouble{in.high[i], in.low.empty() ? 0.0 : in.low[i]} << " to "
+          << in.values[in.values.size() == 1 ? 0 : i];
+    }
+    from = end + 1;
+  }
+}
+
+// With one value for each element, and the same with one for all and no low parts.
+void compareAll(const Zone& zone, UCalendarDateFields field, const Inputs& in, Cases& cases) {
+  if (in.size() == 0) return;
+  const Expected expected = zone.byCalendar(field, in);
+  Inputs single{in.high, {}, {in.values[in.size() / 2]}};
+  const Expected ofSingle = zone.byCalendar(field, single);
+  for (const Way& way : ways()) {
+    ASSERT_NO_FATAL_FAILURE(compare(way, zone, field, in, expected));
+    ASSERT_NO_FATAL_FAILURE(compare(way, zone, field, single, ofSingle));
+  }
+  cases += static_cast<std::int64_t>(in.size() + single.size());
+}
+
+double usualValue(Random& random, UCalendarDateFields field) {
+  const auto pick = [&](std::int64_t low, std::int64_t high) {
+    return static_cast<double>(random.whole(low, high));
+  };
+  switch (static_cast<int>(field)) {
+    case UCAL_EXTENDED_YEAR:
+      return pick(1850, 2250);
+    case kQuarterField:
+      return pick(1, 4);
+    case UCAL_MONTH:
+      return pick(1, 12);
+    case UCAL_WEEK_OF_YEAR:
+      return pick(1, 54);
+    case UCAL_DATE:
+      return pick(1, 31);
+    case UCAL_DAY_OF_YEAR:
+      return pick(1, 366);
+    case UCAL_DAY_OF_WEEK:
+      return pick(1, 7);
+    case UCAL_HOUR_OF_DAY:
+      return pick(0, 23);
+    case UCAL_MINUTE:
+      return pick(0, 59);
+    case UCAL_SECOND:
+      return random.oneIn(2) ? pick(0, 59) : pick(0, 59999) / 1000.0;
+    default:
+      return random.oneIn(2) ? pick(0, 86399) : pick(0, 86399999) / 1000.0;
+  }
+}
+
+// Whole, far out of the usual range, and within 32 bits.
+double unusualValue(Random& random, UCalendarDateFields field) {
+  const double limit = std::min(largestValue(field), 0x1p31 - 1.0);
+  if (random.oneIn(3)) return static_cast<double>(random.whole(-100, 100));
+  if (random.oneIn(3)) return random.oneIn(2) ? limit : -limit;
+  const double magnitude = std::min(limit, std::exp2(random.real(0.0, std::log2(limit))));
+  const double v = std::trunc(random.oneIn(2) ? magnitude : -magnitude);
+  return takesFractions(field) ? v + random.real(-1.0, 1.0) : v;
+}
+
+// May be refused.
+double anyValue(Random& random, UCalendarDateFields field) {
+  switch (random.whole(0, 9)) {
+    case 0:
+      return random.anyBits();
+    case 1:
+      return kAwkwardDoubles[static_cast<std::size_t>(random.whole(0, kAwkwardDoubles.size() - 1))];
+    case 2: {
+      const double limit = std::min(largestValue(field), 0x1p31);
+      return (random.oneIn(2) ? limit : -limit) + static_cast<double>(random.whole(-1, 1));
+    }
+    case 3:
+      return random.real(-3e9, 3e9);
+    case 4:
+      return usualValue(random, field) + 0.5;
+    default:
+      return unusualValue(random, field);
+  }
+}
+
+doubledouble usualTime(Random& random) {
+  return {static_cast<double>(random.whole(-5364662400000, 9000000000000)), 0.0};
+}
+
+doubledouble anyTime(Random& random) {
+  switch (random.whole(0, 11)) {
+    case 0:
+      return {random.anyBits(), random.oneIn(2) ? 0.0 : random.anyBits()};
+    case 1:
+      return {
+          kAwkwardDoubles[static_cast<std::size_t>(random.whole(0, kAwkwardDoubles.size() - 1))],
+          kAwkwardDoubles[static_cast<std::size_t>(random.whole(0, kAwkwardDoubles.size() - 1))]};
+    case 2: {  // at the ends
+      const double end = random.oneIn(2) ? 0x1p52 : -0x1p52;
+      return two_sum(end + static_cast<double>(random.whole(-2, 2)), random.real(-1.0, 1.0));
+    }
+    case 3:
+    case 4:
+      return {static_cast<double>(random.whole(-4503599627370496, 4503599627370496)), 0.0};
+    case 5: {
+      const double end = random.oneIn(2) ? 0x1p49 : -0x1p49;
+      return {end + static_cast<double>(random.whole(-100000000, 100000000)), 0.0};
+    }
+    case 6:  // not normalised
+      return {usualTime(random).hi, random.real(-100.0, 100.0)};
+    default:
+      return two_sum(usualTime(random).hi,
+                     std::ldexp(random.real(-1.0, 1.0), -static_cast<int>(random.whole(0, 80))));
+  }
+}
+
+// The value that a component has in the wall time.
+double valueOf(UCalendarDateFields field, std::int64_t wall) {
+  using namespace integer_calendar;
+  const Int day = floorDiv(wall, 86400000);
+  const auto ms = static_cast<double>(wall - day * 86400000);
+  const Date date = dateOf(day);
+  const auto dayOfYear = static_cast<double>(day - firstOfYear(date.year) + 1);
+  switch (static_cast<int>(field)) {
+    case UCAL_EXTENDED_YEAR:
+      return static_cast<double>(date.year);
+    case kQuarterField:
+      return (date.month + 2) / 3;
+    case UCAL_MONTH:
+      return date.month;
+    case UCAL_WEEK_OF_YEAR: {
+      const Int first = firstOfYear(dateOf(day - weekday(day) + 6).year);
+      return static_cast<double>((day - (first - weekday(first))) / 7 + 1);
+    }
+    case UCAL_DATE:
+      return date.day;
+    case UCAL_DAY_OF_YEAR:
+      return dayOfYear;
+    case UCAL_DAY_OF_WEEK:
+      return weekday(day) + 1;
+    case UCAL_HOUR_OF_DAY:
+      return std::floor(ms / 3600000.0);
+    case UCAL_MINUTE:
+      return std::floor(std::fmod(ms, 3600000.0) / 60000.0);
+    case UCAL_SECOND:
+      return std::fmod(ms, 60000.0) / 1000.0;
+    default:
+      return ms / 1000.0;
+  }
+}
+
+class Walks : public testing::Test {
+ protected:
+  Random random_{4};
+};
+
+// As instants: the moments around every transition, set to anything. As wall times: something else
+// set to what leads to the moments that clocks show around it.
+TEST_F(Walks, AroundEveryTransition) {
+  Cases cases(900000);
+  for (const std::string& id : everyZone()) {
+    const Zone zone(id);
+    ASSERT_TRUE(zone.table) << id;
+    Inputs inputs[kFieldCount];
+    for (const Change& change : changesOf(*zone.zone)) {
+      for (const double around : {-1.0, 0.0, 1.0}) {
+        for (int times = 0; times < 2 * scale; ++times) {
+          const auto which = static_cast<std::size_t>(random_.whole(0, kFieldCount - 1));
+          inputs[which].add({change.instant + around, 0.0},
+                            random_.oneIn(4) ? unusualValue(random_, kFields[which])
+                                             : usualValue(random_, kFields[which]));
+          const double wall =
+              change.instant + around + (random_.oneIn(2) ? change.before : change.after);
+          const auto other = static_cast<std::size_t>(random_.whole(0, kFieldCount - 1));
+          const UCalendarDateFields field = kFields[other];
+          const double from =
+              zone.oneByCalendar(field, wall - change.after, usualValue(random_, field));
+          inputs[other].add({from, 0.0}, valueOf(field, static_cast<std::int64_t>(wall)));
+        }
+      }
+    }
+    for (std::size_t i = 0; i < kFieldCount; ++i) {
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, kFields[i], inputs[i], cases));
+    }
+  }
+}
+
+TEST_F(Walks, UsualElements) {
+  Cases cases(800000);
+  for (const std::string& id : everyZone()) {
+    const Zone zone(id);
+    for (const UCalendarDateFields field : kFields) {
+      Inputs in;
+      for (int i = 0; i < 60 * scale; ++i) in.add(usualTime(random_), usualValue(random_, field));
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    }
+  }
+}
+
+// The same in order, as in a time series.
+TEST_F(Walks, Series) {
+  Cases cases(500000);
+  for (const std::string& id : everyZone()) {
+    const Zone zone(id);
+    const auto start = static_cast<double>(random_.whole(-2000000000000, 2500000000000));
+    const double step = std::exp2(random_.real(0.0, 34.0));
+    for (const UCalendarDateFields field : kFields) {
+      Inputs in;
+      for (int i = 0; i < 40 * scale; ++i) {
+        in.add({std::floor(start + step * i), 0.0}, usualValue(random_, field));
+      }
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    }
+  }
+}
+
+TEST_F(Walks, AnyElements) {
+  Cases cases(800000);
+  for (const std::string& id : everyZone()) {
+    const Zone zone(id);
+    for (const UCalendarDateFields field : kFields) {
+      Inputs in;
+      for (int i = 0; i < 60 * scale; ++i) {
+        const bool isUsual = random_.oneIn(2);
+        in.add(isUsual ? usualTime(random_) : anyTime(random_),
+               isUsual && random_.oneIn(2) ? anyValue(random_, field) : usualValue(random_, field));
+      }
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    }
+  }
+}
+
+// An error at every position of a few vectors, alone and before others.
+TEST_F(Walks, ErrorsAtEveryPosition) {
+  Cases cases(5000);
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : {UCAL_MONTH, UCAL_HOUR_OF_DAY, UCAL_SECOND}) {
+    for (std::size_t n = 1; n <= 70; n = n < 20 ? n + 1 : n + 25) {
+      for (std::size_t at = 0; at < n; ++at) {
+        Inputs in;
+        for (std::size_t i = 0; i < n; ++i) {
+          in.add(i < at || random_.oneIn(2) ? usualTime(random_) : doubledouble{0x1p53, 0.0},
+                 usualValue(random_, field));
+        }
+        if (at % 2 == 0 || field == UCAL_SECOND) {
+          in.high[at] = 0x1p53;
+        } else {
+          in.values[at] = 1.5;
+        }
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      }
+    }
+  }
+}
+
+// Otherwise as created. (A change date that was set once stays in force in part.)
+icu::GregorianCalendar withJulianPast(const icu::TimeZone& zone) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::GregorianCalendar calendar(zone, "en_US", status);
+  EXPECT_TRUE(U_SUCCESS(status));
+  EXPECT_EQ(calendar.getGregorianChange(), -12219292800000.0);
+  return calendar;
+}
+
+// One element that is no usual one at every position of a few vectors and blocks.
+TEST_F(Walks, OneOddElementAtEveryPosition) {
+  Cases cases(100000);
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : kFields) {
+    for (const double odd : {kNan, kInf, -kInf, -0.0, 0.5, 0x1p49 + 1, -0x1p51, 0x1p52 + 2}) {
+      for (std::size_t at = 0; at < 115; at += at < 20 ? 1 : 5) {
+        Inputs in;
+        for (std::size_t i = 0; i < 115; ++i)
+          in.add(usualTime(random_), usualValue(random_, field));
+        Inputs withOddValue = in;
+        in.high[at] = odd;
+        in.low.clear();
+        withOddValue.values[at] = odd;
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, withOddValue, cases));
+      }
+    }
+  }
+}
+
+// Calendars configured otherwise give their own answers.
+TEST(SetField, AsksOtherCalendars) {
+  struct Row {
+    const char* why;
+    void (*configure)(icu::GregorianCalendar&);
+    UCalendarDateFields field;
+    double t, v;
+  };
+  const double gap = 1394323200000.0, overlap = 1414879200000.0;  // 2014-03-09, 2014-11-01/02
+  const Row rows[] = {
+      {"a Julian past", [](icu::GregorianCalendar& c) { c = withJulianPast(c.getTimeZone()); },
+       UCAL_EXTENDED_YEAR, 0.0, 1400.0},
+      {"skipped times read with the later offset",
+       [](icu::GregorianCalendar& c) { c.setSkippedWallTimeOption(UCAL_WALLTIME_FIRST); },
+       UCAL_MILLISECONDS_IN_DAY, gap + 43200000.0, 9000.0},
+      {"the first of repeated times",
+       [](icu::GregorianCalendar& c) { c.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST); },
+       UCAL_MILLISECONDS_IN_DAY, overlap + 64800000.0, 5400.0},
+      {"weeks that begin on Monday",
+       [](icu::GregorianCalendar& c) { c.setFirstDayOfWeek(UCAL_MONDAY); }, UCAL_DAY_OF_WEEK,
+       1394496000000.0, 1.0},
+      {"weeks of at least four days",
+       [](icu::GregorianCalendar& c) { c.setMinimalDaysInFirstWeek(4); }, UCAL_WEEK_OF_YEAR,
+       1293926400000.0, 10.0},
+  };
+  Cases cases(5);
+  for (const Row& row : rows) {
+    const auto usual = calendarOf("America/New_York");
+    const auto other = calendarOf("America/New_York");
+    row.configure(*other);
+    const Inputs in{std::vector<double>(200, row.t), {}, {row.v}};
+    std::vector<double> high(200), low(200);
+    double asUsual = 0.0, expected = 0.0, zero = 0.0;
+    CalendarWalk(*usual, row.field, {&row.t, nullptr, &row.v, 0, &asUsual, &zero, 1}).set(0);
+    CalendarWalk(*other, row.field, {&row.t, nullptr, &row.v, 0, &expected, &zero, 1}).set(0);
+    EXPECT_NE(asUsual, expected) << row.why << ": the row shows nothing";
+    EXPECT_TRUE(isCreatedCalendar(*usual));
+    EXPECT_FALSE(isCreatedCalendar(*other)) << row.why;
+    const Array result = doubles(high, &low);
+    setField(doubles(in.high).get(), doubles(in.values).get(), row.field, result.get(),
+             boost::unique_ptr<icu::GregorianCalendar>(other->clone()));
+    for (const doubledouble& x : elements(result)) {
+      ASSERT_SAME_BITS(x, (doubledouble{expected, 0.0})) << row.why;
+    }
+    ++cases;
+  }
+  const auto strict = calendarOf("America/New_York");
+  strict->setLenient(false);
+  EXPECT_FALSE(isCreatedCalendar(*strict)) << "refuses what carries";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  if (argc > 1 && std::strcmp(argv[1], "--long") == 0) scale = 20;
+  return RUN_ALL_TESTS();
+}
