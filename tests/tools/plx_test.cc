@@ -265,11 +265,17 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
       {"set day", 2, "", "VALUE is required; see plx set --help"},
       {"set", 2, "", "COMPONENT is required; see plx set --help"},
       {"", 2, "", "a command is missing: set or components; see plx --help"},
-      {"set day 1 2014-05-10 --zoned", 2, "",
-       "The following argument was not expected: --zoned; see plx set --help"},
-      {"sett day", 2, "", "The following arguments were not expected: day sett; see plx --help"},
-      {"components x", 2, "",
-       "The following argument was not expected: x; see plx components --help"},
+      {"set day 1 2014-05-10 --zoned", 2, "", "not expected: --zoned; see plx set --help"},
+      {"sett day", 2, "", "not expected: sett day; see plx --help"},
+      {"--module x sett day", 2, "", "not expected: sett day; see plx --help"},
+      {"components x", 2, "", "not expected: x; see plx components --help"},
+      {"set day 1 2014-05-10 --exact=1", 2, "", "--exact takes no value; see plx set --help"},
+      {"--version=", 2, "", "--version takes no value; see plx --help"},
+      {"set day 1 2014-05-10 --zone --exact", 2, "",
+       "--zone takes a value, and --exact is an option"},
+      {"set day 1 2014-05-10 -z -x", 2, "", "--zone takes a value, and -x is an option"},
+      {"--module --exact set day 1 2014-05-10", 2, "",
+       "--module takes a value, and --exact is an option"},
   };
   for (const auto& r : rows) {
     const std::string err = *r.err == '\0' ? "" : "plx: " + std::string(r.err) + "\n";
@@ -285,6 +291,20 @@ TEST(Plx, TakesEmptyArgumentsForWhatTheyAre) {
             (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
   EXPECT_EQ(runPlx({"set", "day", "@", "2014-05-10"}),
             (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
+}
+
+TEST(Plx, TakesEveryByteOfAnArgument) {
+  EXPECT_EQ(runPlx({"set", "day", "1\x01", "2014-05-10"}).err,
+            "plx: VALUE: not a number: \"1\\x01\"; accepted: a decimal number such as 13, -0.5 "
+            "or 1e3\n");
+  EXPECT_EQ(runPlx({"set", "day", "1",
+                    "\x01"
+                    "2014-05-10"})
+                .err,
+            "plx: \\x01"
+            "2014-05-10: cannot open: No such file or directory\n");
+  EXPECT_EQ(runPlx({"components", "\x01x\x01"}).err,
+            "plx: not expected: \\x01x\\x01; see plx components --help\n");
 }
 
 TEST(Plx, RefusesOptionsThatMakeNoSense) {
@@ -354,6 +374,12 @@ TEST(Plx, Helps) {
 
 TEST(Plx, LoadsTheModuleItIsGiven) {
   EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--module", PLX_MODULE}).out, "2014-05-01\n");
+  const std::string module = PLX_MODULE;
+  EXPECT_EQ(runPlx({"--module", module, "set", "day", "1", "2014-05-10"}).out, "2014-05-01\n");
+  EXPECT_EQ(runPlx({"--module=" + module, "set", "day", "1", "2014-05-10"}).out, "2014-05-01\n");
+  EXPECT_EQ(runPlx({"--module", module, "components"}), runPlx({"components"}));
+  EXPECT_EQ(runPlx({"--module", module, "--version"}).status, 0);
+  EXPECT_EQ(runPlx({"--module", "none.so", "set", "day", "1", "2014-05-10"}).status, 4);
   for (const char* path : {"none.so", "/dev/null", PLX_PROGRAM}) {
     const PlxResult result = runPlx({"set", "day", "1", "2014-05-10", "--module", path});
     EXPECT_EQ(result.status, 4) << path;

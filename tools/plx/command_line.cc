@@ -1,5 +1,7 @@
 #include "command_line.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
@@ -38,10 +40,43 @@ std::string marked(const std::string& argument) {
   return isOption(argument) ? argument : kMark + argument;
 }
 
-void unmark(std::string& argument) { std::erase(argument, kMark); }
+void unmark(std::string& argument) {
+  if (argument.starts_with(kMark)) argument.erase(0, 1);
+}
+
+// The parser takes whatever stands behind an option that needs a value for that value.
+void unmarkValue(std::string_view option, std::string& value) {
+  if (isOption(value)) {
+    throw Failure{Status::usage,
+                  fmt::format("{} takes a value, and {} is an option", option, escapeText(value))};
+  }
+  unmark(value);
+}
+
+void refuseValuesOfFlags(const CLI::App& app, const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments) {
+    if (argument == "--") return;
+    const std::string name = argument.substr(0, argument.find('='));
+    if (name.size() == argument.size() || !name.starts_with("--")) continue;
+    const CLI::Option* option = app.get_option_no_throw(name);
+    if (option == nullptr || option->get_items_expected_max() > 0) continue;
+    throw Failure{Status::usage,
+                  fmt::format("{} takes no value; see {} --help", name, app.get_name())};
+  }
+}
+
+std::string unexpected(const CLI::App& app) {
+  std::string list;
+  for (std::string argument : app.remaining()) {
+    unmark(argument);
+    list += (list.empty() ? "" : " ") + escapeText(argument);
+  }
+  return "not expected: " + list;
+}
 
 // False where help was asked for and given.
 bool parse(CLI::App& app, std::vector<std::string> arguments, Output& output) {
+  refuseValuesOfFlags(app, arguments);
   // The parser takes the last argument first.
   std::reverse(arguments.begin(), arguments.end());
   std::transform(arguments.begin(), arguments.end(), arguments.begin(), marked);
@@ -52,16 +87,17 @@ bool parse(CLI::App& app, std::vector<std::string> arguments, Output& output) {
     output.text() += app.help();
     return false;
   } catch (const CLI::ParseError& error) {
-    std::string message = error.what();
-    unmark(message);
-    throw Failure{Status::usage, escapeText(message) + "; see " + app.get_name() + " --help"};
+    const bool extras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    const std::string message = extras ? unexpected(app) : escapeText(error.what());
+    throw Failure{Status::usage, message + "; see " + app.get_name() + " --help"};
   }
 }
 
-void addModule(CLI::App& app, std::optional<std::string>& module) {
-  app.add_option_function<std::string>(
-         "--module", [&](const std::string& path) { module = path; },
-         "The module to load, if not the one that came with plx")
+CLI::Option* addModule(CLI::App& app, std::optional<std::string>& module) {
+  return app
+      .add_option_function<std::string>(
+          "--module", [&](const std::string& path) { module = path; },
+          "The module to load, if not the one that came with plx")
       ->type_name("PATH");
 }
 
@@ -94,14 +130,17 @@ void runSetCommand(const std::vector<std::string>& arguments, Output& output) {
              kStatusHelp);
   if (!parse(app, arguments, output)) return;
 
-  for (std::string* text : {&options.component, &options.value, &options.zone}) unmark(*text);
+  for (std::string* text : {&options.component, &options.value}) unmark(*text);
   for (std::string& input : options.inputs) unmark(input);
-  if (options.module) unmark(*options.module);
+  unmarkValue("--zone", options.zone);
+  if (options.module) unmarkValue("--module", *options.module);
   runSet(options, output);
 }
 
 void runComponentsCommand(const std::vector<std::string>& arguments, Output& output) {
+  std::optional<std::string> module;
   CLI::App app("Lists the components that can be set.", "plx components");
+  addModule(app, module)->group("");  // of no use here, but it may stand before every command
   if (parse(app, arguments, output)) output.text() += componentTable();
 }
 
@@ -120,15 +159,32 @@ void runGeneral(const std::vector<std::string>& arguments, Output& output) {
   if (!parse(app, arguments, output)) return;
   if (!version)
     throw Failure{Status::usage, "a command is missing: set or components; see plx --help"};
-  if (module) unmark(*module);
+  if (module) unmarkValue("--module", *module);
   output.text() += versionText(Module(locateModule(module)));
+}
+
+// The first argument that is neither --module nor its path.
+auto findCommand(const std::vector<std::string>& arguments) {
+  auto at = arguments.begin();
+  while (at != arguments.end()) {
+    const bool pathFollows = *at == "--module" && at + 1 != arguments.end();
+    if (!pathFollows && !at->starts_with("--module=")) break;
+    at += pathFollows ? 2 : 1;
+  }
+  return at;
 }
 
 }  // namespace
 
 void runCommandLine(const std::vector<std::string>& arguments, Output& output) {
-  const std::string_view command = arguments.empty() ? std::string_view() : arguments.front();
-  const auto rest = [&] { return std::vector(arguments.begin() + 1, arguments.end()); };
+  const auto at = findCommand(arguments);
+  const std::string_view command = at == arguments.end() ? std::string_view() : *at;
+  // What stands before the command is its option as much as what stands behind it.
+  const auto rest = [&] {
+    std::vector<std::string> all(arguments.begin(), at);
+    all.insert(all.end(), at + 1, arguments.end());
+    return all;
+  };
   if (command == "set") {
     runSetCommand(rest(), output);
   } else if (command == "components") {
