@@ -14,9 +14,9 @@ namespace {
 
 // Read and written again as it came.
 std::string again(const std::string& text) {
-  std::string why;
-  const auto read = readDatetime(text, why);
-  if (!read) return why;
+  Complaint complaint;
+  const auto read = readDatetime(text, complaint);
+  if (!read) return complaint.what;
   std::string out;
   const WallTime wall{int128{read->day} * 86400 + read->secondOfDay, read->insertedSecond,
                       read->offset, read->offsetSeconds};
@@ -79,8 +79,27 @@ TEST(DatetimeText, SaysWhatIsWrong) {
       {"2014-05-10T08:30+05:60", "an offset from UTC reaches from -23:59:59 to +23:59:59"},
       {"+12330436978419-01-01", "the date lies more than 2^52 days from 1970"},
       {"-99999999999999999999999999-01-01", "the date lies more than 2^52 days from 1970"},
+      {"+99999999999999999999999999-02-30", "the date lies more than 2^52 days from 1970"},
+      {"+99999999999999-02-30", "February 99999999999999 has 28 days"},
   };
   for (const auto& r : rows) EXPECT_EQ(again(r.text), r.why) << r.text;
+}
+
+TEST(DatetimeText, SaysWhatWouldBeRight) {
+  const struct {
+    const char* text;
+    std::string_view accepted;
+  } rows[] = {
+      {"nonsense", kAcceptedDatetimes},
+      {"2014-02-30", kAcceptedDatetimes},
+      {"+12330436978419-01-01", kAcceptedRange},
+      {"+99999999999999999999-02-30", kAcceptedRange},
+  };
+  for (const auto& r : rows) {
+    Complaint complaint;
+    EXPECT_FALSE(readDatetime(r.text, complaint)) << r.text;
+    EXPECT_EQ(complaint.accepted, r.accepted) << r.text;
+  }
 }
 
 TEST(DatetimeText, RefusesWhatIsNoDatetime) {
@@ -137,16 +156,16 @@ TEST(DatetimeText, EveryPrefixAndEveryChangedByteIsRefusedOrRead) {
   Cases cases(20'000);
   const std::string whole = "-12014-05-10T08:30:15.25+05:30:15";
   std::mt19937_64 random(1);
-  std::string why;
+  Complaint complaint;
   for (std::size_t n = 0; n <= whole.size(); ++n, ++cases) {
-    const bool good = readDatetime(whole.substr(0, n), why).has_value();
-    EXPECT_EQ(good, why.empty()) << whole.substr(0, n);
+    const bool good = readDatetime(whole.substr(0, n), complaint).has_value();
+    EXPECT_EQ(good, complaint.what.empty()) << whole.substr(0, n);
   }
   for (int i = 0; i < 20'000; ++i, ++cases) {
     std::string text = whole.substr(random() % 3, random() % 40);
     if (!text.empty()) text[random() % text.size()] = static_cast<char>(random());
-    const auto read = readDatetime(text, why);
-    ASSERT_EQ(read.has_value(), why.empty()) << text;
+    const auto read = readDatetime(text, complaint);
+    ASSERT_EQ(read.has_value(), complaint.what.empty()) << text;
     // What was read reads the same again once written.
     if (read) {
       ASSERT_EQ(again(again(text)), again(text)) << text;
@@ -157,14 +176,14 @@ TEST(DatetimeText, EveryPrefixAndEveryChangedByteIsRefusedOrRead) {
 TEST(DatetimeText, DaysAreThoseOfTheStandardLibrary) {
   using namespace std::chrono;
   Cases cases(146'097 * 2);
-  std::string why;
+  Complaint complaint;
   for (sys_days day = sys_days(year(1600) / 1 / 1); day < sys_days(year(2400) / 1 / 1);
        day += days(1), ++cases) {
     const year_month_day ymd(day);
     char text[40];
     std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(ymd.year()),
                   static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()));
-    const auto read = readDatetime(text, why);
+    const auto read = readDatetime(text, complaint);
     ASSERT_TRUE(read) << text;
     ASSERT_EQ(read->day, day.time_since_epoch().count()) << text;
     ASSERT_EQ(again(text), text);
@@ -176,13 +195,14 @@ TEST(DatetimeText, RoundTripsFarAway) {
   std::mt19937_64 random(2);
   std::uniform_int_distribution<std::int64_t> days(-kMaxDays, kMaxDays);
   const DatetimeText date;
-  std::string text, why;
+  std::string text;
+  Complaint complaint;
   for (int i = 0; i < 100'000; ++i, ++cases) {
     const std::int64_t day = days(random);
     text.clear();
     writeDatetime(text, date, {int128{day} * 86400}, "");
-    const auto read = readDatetime(text, why);
-    ASSERT_TRUE(read) << text << ": " << why;
+    const auto read = readDatetime(text, complaint);
+    ASSERT_TRUE(read) << text << ": " << complaint.what;
     ASSERT_EQ(read->day, day) << text;
   }
 }
@@ -198,8 +218,9 @@ TEST(DatetimeText, TheFirstAndTheLastDay) {
 }
 
 TEST(DatetimeText, ADateAloneGrowsATimeOfDay) {
-  std::string why, out;
-  const auto date = readDatetime("2014-05-10", why);
+  std::string out;
+  Complaint complaint;
+  const auto date = readDatetime("2014-05-10", complaint);
   ASSERT_TRUE(date);
   writeDatetime(out, *date, {int128{date->day} * 86400 + 3600}, "");
   EXPECT_EQ(out, "2014-05-10T01:00:00");

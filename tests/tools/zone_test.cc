@@ -24,7 +24,7 @@ constexpr int kHour = 18, kTimeOfDay = 21;  // selectors
 std::string inZone(const char* zoneText, const char* text) {
   const Zone zone = Zone::named(zoneText);
   Complaint complaint;
-  const auto datetime = readDatetime(text, complaint.what);
+  const auto datetime = readDatetime(text, complaint);
   if (!datetime) return complaint.what;
   const auto second = zone.secondOf(*datetime, complaint);
   if (!second) return complaint.what;
@@ -107,13 +107,13 @@ TEST(Zone, TheLeapSecondLineHasNoHoles) {
     std::string last;
     for (int i = -10; i < 10; ++i, ++cases) {
       const int128 second = static_cast<int128>(instant / 1000) + i;
-      std::string text, why;
+      std::string text;
+      Complaint complaint;
       writeDatetime(text, form, zone.wallTime(second), "");
       EXPECT_LT(last, text);  // 60 sorts behind 59
       last = text;
-      const auto read = readDatetime(text, why);
+      const auto read = readDatetime(text, complaint);
       ASSERT_TRUE(read) << text;
-      Complaint complaint;
       EXPECT_TRUE(zone.secondOf(*read, complaint) == second) << text;
     }
   }
@@ -131,8 +131,8 @@ TEST(Zone, OfADatetimeIsItsOffset) {
       {"2014-05-10T08:30-04:56:02", "-04:56:02", true},
   };
   for (const auto& r : rows) {
-    std::string why;
-    const Zone zone = Zone::of(*readDatetime(r.text, why));
+    Complaint complaint;
+    const Zone zone = Zone::of(*readDatetime(r.text, complaint));
     EXPECT_EQ(zone.text(), r.zone);
     EXPECT_EQ(zone.isCalendar(), r.calendar);
   }

@@ -63,8 +63,8 @@ int daysInMonth(std::int64_t year, int month) {
   return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
-// Each step below reads its piece of the text. `why` stays empty where the shape is wrong, which
-// is told in one way for all, and says what is wrong where only a number is.
+// Each step below reads its piece of the text. The complaint stays empty where the shape is wrong,
+// which is told in one way for all, and says what is wrong where only a number is.
 
 bool readYear(Scanner& scan, std::int64_t& year) {
   const char sign = scan.oneOf("+-");
@@ -79,24 +79,31 @@ bool readYear(Scanner& scan, std::int64_t& year) {
   return true;
 }
 
-bool readDate(Scanner& scan, DatetimeText& result, std::string& why) {
+Complaint tooFar() { return {"the date lies more than 2^52 days from 1970", kAcceptedRange}; }
+
+bool readDate(Scanner& scan, DatetimeText& result, Complaint& complaint) {
   std::int64_t year = 0;
   int month = 0, day = 0;
   if (!readYear(scan, year) || !scan.skip('-') || !scan.twoDigits(month) || !scan.skip('-') ||
       !scan.twoDigits(day))
     return false;
   if (month < 1 || month > 12) {
-    why = fmt::format("there is no month {}", month);
+    complaint.what = fmt::format("there is no month {}", month);
+    return false;
+  }
+  if (year <= -kEndlessYear || year >= kEndlessYear) {  // not known exactly
+    complaint = tooFar();
     return false;
   }
   if (day < 1 || day > daysInMonth(year, month)) {
-    why = fmt::format("{} {} has {} days", kMonthNames[static_cast<std::size_t>(month - 1)], year,
-                      daysInMonth(year, month));
+    complaint.what =
+        fmt::format("{} {} has {} days", kMonthNames[static_cast<std::size_t>(month - 1)], year,
+                    daysInMonth(year, month));
     return false;
   }
   const double days = ymd2days(static_cast<double>(year), month, day);
   if (days < -0x1p52 || days > 0x1p52) {
-    why = "the date lies more than 2^52 days from 1970";
+    complaint = tooFar();
     return false;
   }
   result.day = static_cast<std::int64_t>(days);
@@ -184,11 +191,12 @@ void writeDate(std::string& out, double days) {
 
 }  // namespace
 
-std::optional<DatetimeText> readDatetime(std::string_view text, std::string& why) {
-  why.clear();
+std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint) {
+  complaint = {{}, kAcceptedDatetimes};
+  std::string& why = complaint.what;
   DatetimeText result;
   Scanner scan(text);
-  bool good = readDate(scan, result, why);
+  bool good = readDate(scan, result, complaint);
   if (good && !scan.atEnd()) {
     result.separator = scan.oneOf("Tt ");
     good = result.separator != 0 && readClock(scan, result, why) && readOffset(scan, result, why);

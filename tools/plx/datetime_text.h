@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "exact.h"
+#include "message.h"
 
 namespace plx {
 
@@ -30,16 +31,19 @@ struct DatetimeText {
   int offsetSeconds = 0;  // east of UTC
 };
 
-// Nothing for a text that is no datetime; `why` then says what is wrong with it. Whether the second
-// 60 is one that was inserted is not decided here.
-std::optional<DatetimeText> readDatetime(std::string_view text, std::string& why);
+// Nothing, and a complaint, for a text that is no datetime; else `complaint.what` is empty. Whether
+// the second 60 is one that was inserted is not decided here.
+std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint);
 
 // Whether somebody seems to have meant a datetime: digits and a dash.
 bool looksLikeDatetime(std::string_view text);
 
-// What readDatetime takes, for messages.
+// What readDatetime takes, for messages: the form, and the range of plain time and of the two lines
+// of UTC.
 inline constexpr std::string_view kAcceptedDatetimes =
     "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25";
+inline constexpr std::string_view kAcceptedRange =
+    "dates within 2^52 days of 1970, from -12330436974479-06-28 to +12330436978418-07-07";
 
 // A clock's reading at a place.
 struct WallTime {

@@ -36,13 +36,12 @@ bool exists(const std::string& path) {
 }
 
 void setInput(const std::string& input, Setter& setter, Output& output) {
-  std::string why;
-  if (input != "-" && readDatetime(input, why)) {
+  Complaint complaint;
+  if (input != "-" && readDatetime(input, complaint)) {
     setLines({{{}, input, "\n", 0}}, {}, setter, output);
   } else if (input != "-" && looksLikeDatetime(input) && !exists(input)) {
-    throw Failure{
-        Status::badData,
-        describe("argument", {why + ", and there is no such file", kAcceptedDatetimes}, input)};
+    complaint.what += ", and there is no such file";
+    throw Failure{Status::badData, describe("argument", complaint, input)};
   } else {
     setFile(input, setter, output);
   }

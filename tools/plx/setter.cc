@@ -103,8 +103,8 @@ Setter::Item Setter::read(const Line& line, std::string_view source) {
     values_.skipEmptyLine();
     return item;
   }
-  Complaint complaint{{}, kAcceptedDatetimes};
-  const auto datetime = readDatetime(line.text, complaint.what);
+  Complaint complaint;
+  const auto datetime = readDatetime(line.text, complaint);
   if (!datetime) throw failureAt(source, line, complaint);
   Group& group = groupOf(*datetime);
   const auto pair = pairIn(group.zone, *datetime, complaint);

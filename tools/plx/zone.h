@@ -59,10 +59,7 @@ class Zone {
   std::unique_ptr<icu::GregorianCalendar> calendar_;  // of Kind::calendar; its time means nothing
 };
 
-// For messages: the range of datetimes: in plain time and on the two lines of UTC, and in a
-// calendar.
-inline constexpr std::string_view kAcceptedRange =
-    "dates within 2^52 days of 1970, from -12330436974479-06-28 to +12330436978418-07-07";
+// For messages: the range of datetimes in a calendar; elsewhere it is kAcceptedRange.
 inline constexpr std::string_view kAcceptedCalendarRange =
     "in a time zone, from -140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z";
 
