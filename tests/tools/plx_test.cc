@@ -73,6 +73,9 @@ TEST(Plx, SetsOneDatetime) {
        "the last instant of a calendar"},
       {"set day 31 -140744-08-10T07:30:29.504+00:00", "-140744-08-31T07:30:29.504+00:00",
        "and the first"},
+      {"set day-of-week -2147483648 2014-05-10 -z UTC+1", "2014-05-08", "the least value"},
+      {"set second 0 +12330436978418-07-07T00:00:00.5", "+12330436978418-07-07T00:00:00",
+       "the last second"},
       {"set month 7 +12330436978418-07-06", "+12330436978418-07-06", "nearly 2^52 days away"},
   };
   for (const auto& r : rows)
@@ -146,6 +149,44 @@ TEST(Plx, KeepsWhatStandsAroundTheDatetimes) {
     EXPECT_EQ(runPlx({"set", "day", "1"}, r.input), (PlxResult{0, r.output, "", 0})) << r.why;
 }
 
+// In the middle of the output it would be part of a line, and that line no datetime.
+TEST(Plx, KeepsAByteOrderMarkAtTheStartOnly) {
+  const TemporaryFolder folder;
+  const std::string mark = "\xEF\xBB\xBF";
+  folder.write("marked", mark + "2014-05-10\n");
+  folder.write("mark", mark);
+  folder.write("plain", "2014-06-10\n");
+  folder.write("empty", "");
+  const struct {
+    const char* inputs;
+    std::string output;
+  } rows[] = {
+      {"marked marked", mark + "2014-05-01\n2014-05-01\n"},
+      {"plain marked", "2014-06-01\n2014-05-01\n"},
+      {"2014-07-10 marked", "2014-07-01\n2014-05-01\n"},
+      {"empty marked", mark + "2014-05-01\n"},
+      {"mark marked", mark + "\n2014-05-01\n"},
+  };
+  for (const auto& r : rows)
+    EXPECT_EQ(runPlxIn(folder.path(""), words(std::string("set day 1 ") + r.inputs)).out, r.output)
+        << r.inputs;
+}
+
+// What is printed can be read again: to the second, also where doubles count in steps of days.
+TEST(Plx, PrintsNothingBeyondTheLastSecond) {
+  for (const char* command :
+       {"set second 1 +12330436978418-07-07", "set hour 1 +12330436978418-07-07",
+        "set hour -1 -12330436974479-06-28", "set hour 1 -z UTC +12330436978418-07-07",
+        "set second -0.5 -12330436974479-06-28",
+        "set day 8 +12330436978418-07-07T00:00 -z UTCLeapSeconds"}) {
+    const PlxResult result = runPlx(words(command));
+    EXPECT_EQ(result.status, 1) << command << ": " << result;
+    EXPECT_EQ(result.out, "") << command;
+    EXPECT_NE(result.err.find("; accepted: dates within 2^52 days"), std::string::npos)
+        << result.err;
+  }
+}
+
 TEST(Plx, KeepsTheOrderOfLinesOfSeveralZones) {
   EXPECT_EQ(runPlx({"set", "hour", "1"},
                    "2014-05-10T08:30+02:00\n2014-05-10\n2014-05-10T08:30Z\n\n2014-05-11T08:30+02\n"
@@ -159,6 +200,7 @@ TEST(Plx, TakesValuesFromAFileInStep) {
   const TemporaryFolder folder;
   folder.write("values", "1\n2\r\n3");
   folder.write("gap", "1\n\n3\n\n");
+  folder.write("none", "");
   const std::string three = "2014-05-10\n2014-05-11\n2014-05-12\n";
   const std::string in = folder.path("");
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, three).out,
@@ -173,8 +215,13 @@ TEST(Plx, TakesValuesFromAFileInStep) {
 
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, three + "2014-05-13\n"),
             (PlxResult{1, "2014-01-10\n2014-02-11\n2014-03-12\n",
-                       "plx: values: there are more datetimes than values; accepted: one value for "
-                       "each\n",
+                       "plx: -:4: values has no value left for this datetime: \"2014-05-13\"; "
+                       "accepted: one value for each\n",
+                       0}));
+  EXPECT_EQ(runPlxIn(in, {"set", "month", "@none", "2014-05-10"}),
+            (PlxResult{1, "",
+                       "plx: argument: none has no value left for this datetime: \"2014-05-10\"; "
+                       "accepted: one value for each\n",
                        0}));
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, "2014-05-10\n"),
             (PlxResult{1, "2014-01-10\n",
@@ -192,6 +239,7 @@ TEST(Plx, TakesValuesFromAFileInStep) {
 TEST(Plx, SaysWhatIsWrongAndWhere) {
   const TemporaryFolder folder;
   folder.write("log", "2014-05-10\n2014-05-11\nnonsense\x1B[0m\n2014-05-12\n");
+  folder.write("offsets", "2014-05-10\n2014-05-10T08:30+02:00\n");
   folder.write("far", "2014-05-10\n\n+200000-01-01\n");
   folder.write("2014-05-10", "2014-07-10\n");
   const struct {
@@ -242,11 +290,14 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "argument: the result is out of range: \"2014-05-10\"; accepted: in a time zone, from "
        "-140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z"},
       {"set time-of-day 2147483.5 -z UTC+1 2014-05-10", 1, "",
-       "VALUE: the time of day is out of range: \"2147483.5\"; accepted: in a time zone, seconds "
-       "from -2147483 to 2147483"},
+       "VALUE: the time of day is out of range for \"2014-05-10\" (argument): \"2147483.5\"; "
+       "accepted: in a time zone, seconds from -2147483 to 2147483"},
       {"set hour 1e10 -z UTC+1 2014-05-10", 1, "",
-       "VALUE: the value is out of range: \"1e10\"; accepted: in a time zone, numbers from "
-       "-2147483647 to 2147483647"},
+       "VALUE: the value is out of range for \"2014-05-10\" (argument): \"1e10\"; accepted: in a "
+       "time zone, numbers from -2147483648 to 2147483647"},
+      {"set hour 2147483648 offsets", 1, "+246998-02-15T08:00:00\n",
+       "VALUE: the value is out of range for \"2014-05-10T08:30+02:00\" (offsets:2): "
+       "\"2147483648\"; accepted: in a time zone, numbers from -2147483648 to 2147483647"},
       {"set day 1 -z Mars/Base 2014-05-10", 3, "",
        "--zone: unknown time zone: \"Mars/Base\"; accepted: UTC, UTCLeapSeconds, local, an "
        "identifier such as Europe/Paris in its own letter case, or an offset such as UTC+05:30 or "

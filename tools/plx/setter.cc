@@ -1,5 +1,7 @@
 #include "setter.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -11,12 +13,24 @@ namespace plx {
 namespace {
 
 constexpr double kMaxCalendarMillis = 0x1p52;
-constexpr double kMaxInt = 2147483647;
+constexpr double kMinInt = -2147483648, kMaxInt = 2147483647;
 // The module counts a time of day in a zone in milliseconds of 32 bits, which wrap.
 constexpr double kMaxTimeOfDay = 2147483;
 
 // Offsets that data bring along are few. Where they are not, the zones are made anew.
 constexpr std::size_t kMostGroups = 1000;
+
+std::string_view acceptedRange(const Zone& zone) {
+  return zone.isCalendar() ? kAcceptedCalendarRange : kAcceptedRange;
+}
+
+// Whether a pair and its floored second can be set and written. Those of a calendar are bounded to
+// the millisecond. Elsewhere only whole seconds tell exactly: at 2^52 days, the
+// high part alone moves in steps of most of a day.
+bool isInRange(const Zone& zone, const doubledouble& pair, int128 second) {
+  if (zone.isCalendar()) return std::fabs(dd::collapse(dd::Floor(pair))) <= kMaxCalendarMillis;
+  return -kMaxSeconds <= second && second <= kMaxSeconds;
+}
 
 // The pair of a datetime in a zone; nothing, and a complaint, where it is out of range there.
 std::optional<doubledouble> pairIn(const Zone& zone, const DatetimeText& datetime,
@@ -24,10 +38,8 @@ std::optional<doubledouble> pairIn(const Zone& zone, const DatetimeText& datetim
   const auto second = zone.secondOf(datetime, complaint);
   if (!second) return std::nullopt;
   const doubledouble pair = pairOf(*second, datetime.fraction);
-  const bool calendar = zone.isCalendar();
-  if (std::fabs(dd::collapse(dd::Floor(pair))) <= (calendar ? kMaxCalendarMillis : kMaxMillis))
-    return pair;
-  complaint = {"out of range", calendar ? kAcceptedCalendarRange : kAcceptedRange};
+  if (isInRange(zone, pair, *second)) return pair;
+  complaint = {"out of range", acceptedRange(zone)};
   return std::nullopt;
 }
 
@@ -66,14 +78,16 @@ std::optional<Failure> Setter::set(const std::vector<Line>& lines, std::string_v
   for (auto& [key, group] : groups_) setGroup(group, lines, source);
 
   for (std::size_t i = 0; i < end_; ++i) {
-    Complaint complaint;
+    const Group* group = items_[i].group;
     const std::size_t start = out.size();
-    out += lines[i].lead;
-    if (items_[i].group != nullptr && !write(items_[i], out, complaint)) {
+    if (!begun_) out += lines[i].lead;  // in the middle it would belong to a datetime
+    if (group != nullptr && !write(items_[i], out)) {
       out.resize(start);
-      stopAt(i, failureAt(source, lines[i], complaint));
+      stopAt(i, failureAt(source, lines[i],
+                          {"the result is out of range", acceptedRange(group->zone)}));
     } else {
       out += lines[i].ending;
+      begun_ = true;
     }
   }
   return failure_;
@@ -109,12 +123,17 @@ Setter::Item Setter::read(const Line& line, std::string_view source) {
   Group& group = groupOf(*datetime);
   const auto pair = pairIn(group.zone, *datetime, complaint);
   if (!pair) throw failureAt(source, line, complaint);
-  const double value = values_.next();
-  checkValue(group.zone, value);
+  const auto value = values_.next(complaint);
+  if (!value) throw failureAt(source, line, complaint);
+  if (auto wrong = complaintAbout(group.zone, *value)) {
+    // In another zone it may be right, and lines of a file have their own.
+    wrong->what += fmt::format(" for {} ({})", quoteText(line.text), location(source, line.number));
+    throw values_.failure(*wrong);
+  }
 
   item = {*datetime, &group, group.items.size()};
   group.datetimes.push(*pair);
-  group.values.push_back(value);
+  group.values.push_back(*value);
   group.items.push_back(items_.size());
   return item;
 }
@@ -129,16 +148,17 @@ Setter::Group& Setter::groupOf(const DatetimeText& datetime) {
 }
 
 // What a calendar cannot take, though the component can.
-void Setter::checkValue(const Zone& zone, double value) const {
-  if (!zone.isCalendar()) return;
+std::optional<Complaint> Setter::complaintAbout(const Zone& zone, double value) const {
+  if (!zone.isCalendar()) return std::nullopt;
   if (component_.name == "time-of-day" && std::fabs(value) > kMaxTimeOfDay) {
-    throw values_.failure(
-        {"the time of day is out of range", "in a time zone, seconds from -2147483 to 2147483"});
+    return Complaint{"the time of day is out of range",
+                     "in a time zone, seconds from -2147483 to 2147483"};
   }
-  if (component_.whole && std::fabs(value) > kMaxInt) {
-    throw values_.failure(
-        {"the value is out of range", "in a time zone, numbers from -2147483647 to 2147483647"});
+  if (component_.whole && (value < kMinInt || value > kMaxInt)) {
+    return Complaint{"the value is out of range",
+                     "in a time zone, numbers from -2147483648 to 2147483647"};
   }
+  return std::nullopt;
 }
 
 void Setter::setGroup(Group& group, const std::vector<Line>& lines, std::string_view source) {
@@ -157,17 +177,14 @@ void Setter::setGroup(Group& group, const std::vector<Line>& lines, std::string_
   }
 }
 
-// False, and a complaint, for a result that is out of range.
-bool Setter::write(const Item& item, std::string& out, Complaint& complaint) const {
+// False for a result that is out of range.
+bool Setter::write(const Item& item, std::string& out) const {
   const Zone& zone = item.group->zone;
   const doubledouble pair = item.group->datetimes.at(item.index);
-  const bool calendar = zone.isCalendar();
-  if (!(std::fabs(pair.hi) <= (calendar ? kMaxCalendarMillis : kMaxMillis))) {  // NaN too
-    complaint = {"the result is out of range", calendar ? kAcceptedCalendarRange : kAcceptedRange};
-    return false;
-  }
+  if (!(std::fabs(pair.hi) <= kMaxMillis)) return false;  // no decimal for these, nor for NaN
   const DecimalSeconds decimal =
       exact_ ? shortest(pair) : rounded(pair, std::max<std::size_t>(9, item.text.fraction.size()));
+  if (!isInRange(zone, pair, decimal.seconds)) return false;
   writeDatetime(out, item.text, zone.wallTime(decimal.seconds), decimal.fraction);
   return true;
 }

@@ -27,7 +27,7 @@ class Setter {
 
   // Appends the lines to `out` with their datetimes set; empty lines as they are. Where a line is
   // wrong, those before it are appended, and the failure comes back. `source` begins the messages
-  // about lines that have numbers.
+  // about lines that have numbers. A line's lead is kept in the very first one only.
   std::optional<Failure> set(const std::vector<Line>& lines, std::string_view source,
                              std::string& out);
 
@@ -49,9 +49,9 @@ class Setter {
   void begin();
   Item read(const Line& line, std::string_view source);
   Group& groupOf(const DatetimeText& datetime);
-  void checkValue(const Zone& zone, double value) const;
+  std::optional<Complaint> complaintAbout(const Zone& zone, double value) const;
   void setGroup(Group& group, const std::vector<Line>& lines, std::string_view source);
-  bool write(const Item& item, std::string& out, Complaint& complaint) const;
+  bool write(const Item& item, std::string& out) const;
   void stopAt(std::size_t item, Failure failure);
 
   Module& module_;
@@ -60,6 +60,7 @@ class Setter {
   const bool hasZone_;
   const bool exact_;
 
+  bool begun_ = false;  // something has been appended
   std::vector<Item> items_;
   // By what a text says of its offset; with a zone for all, one group.
   std::map<std::pair<OffsetForm, int>, Group> groups_;

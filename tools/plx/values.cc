@@ -52,12 +52,11 @@ bool Values::fill() {
   return file_->read(lines_);
 }
 
-double Values::next() {
+std::optional<double> Values::next(Complaint& complaint) {
   if (!file_) return value_;
   if (!fill()) {
-    throw Failure{Status::badData, file_->name() +
-                                       ": there are more datetimes than values; "
-                                       "accepted: one value for each"};
+    complaint = {file_->name() + " has no value left for this datetime", "one value for each"};
+    return std::nullopt;
   }
   const Line& line = lines_[nextLine_++];
   text_.assign(line.text);

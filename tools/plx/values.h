@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,8 +19,9 @@ class Values {
   // that the component takes, and for a file that cannot be opened.
   Values(const std::string& text, const Component& component);
 
-  // The value of the next datetime; throws a Failure where there is none.
-  double next();
+  // The value of the next datetime; nothing, and a complaint about that one, where none is left.
+  // Throws a Failure for a line that is no value.
+  std::optional<double> next(Complaint& complaint);
   // An empty line among the datetimes: one among the values goes with it.
   void skipEmptyLine();
   // After the last datetime; throws a Failure where a value is left over.
