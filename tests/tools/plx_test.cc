@@ -336,6 +336,16 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
   }
 }
 
+TEST(Plx, TellsAFileThatCannotBeOpenedFromOneThatIsNotThere) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(::symlink("2014-02-30", folder.path("2014-02-30").c_str()), 0);
+  EXPECT_EQ(
+      runPlxIn(folder.path(""), {"set", "day", "1", "2014-02-30"}),
+      (PlxResult{4, "", "plx: 2014-02-30: cannot open: Too many levels of symbolic links\n", 0}));
+  EXPECT_EQ(runPlx({"set", "day", "1", "2014-02-30T00:00:00." + std::string(300, '5')}).status, 1)
+      << "too long for a file's name";
+}
+
 TEST(Plx, TakesEmptyArgumentsForWhatTheyAre) {
   EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--zone", ""}).out, "2014-05-01\n");
   EXPECT_EQ(runPlx({"set", "day", "1", ""}),

@@ -101,6 +101,30 @@ TEST(Stream, ClosedDescriptorsAreErrors) {
     EXPECT_EQ(readLine(err.read), "plx: -: cannot read: Bad file descriptor\n");
     ::close(err.read);
   }
+  {  // a file that is opened does not become standard input, nor output
+    const TemporaryFolder folder;
+    const std::string file = folder.write("file", "2014-05-10\n");
+    const Pipe out, err;
+    PlxProcess plx({"set", "day", "1", file, "-"}, -1, out.write, err.write);
+    PlxProcess other({"set", "day", "@" + file, "-"}, -1, -1, -1);
+    for (const int end : {out.write, err.write}) ::close(end);
+    EXPECT_EQ(plx.wait().status, 4);
+    EXPECT_EQ(other.wait().status, 4);
+    EXPECT_EQ(readLine(out.read), "2014-05-01\n");
+    EXPECT_EQ(readLine(err.read), "plx: -: cannot read: Bad file descriptor\n");
+    EXPECT_EQ(folder.read("file"), "2014-05-10\n");
+    for (const int end : {out.read, err.read}) ::close(end);
+  }
+  {  // the values' file is open while the datetimes are read
+    const TemporaryFolder folder;
+    const std::string values = folder.write("values", "4\n2014-05-10\n");
+    const Pipe err;
+    PlxProcess plx({"set", "day", "@" + values, "-"}, -1, STDOUT_FILENO, err.write);
+    ::close(err.write);
+    EXPECT_EQ(plx.wait().status, 4);
+    EXPECT_EQ(readLine(err.read), "plx: -: cannot read: Bad file descriptor\n");
+    ::close(err.read);
+  }
   {
     const Pipe err;
     PlxProcess plx({"set", "day", "1", "2014-05-10"}, STDIN_FILENO, -1, err.write);
@@ -167,7 +191,7 @@ TEST(Stream, AnEndlessLineEndsIt) {
     for (int i = 0; i < 64; ++i) writeAll(in.write, piece);
   });
   const std::string message = readLine(err.read);
-  EXPECT_TRUE(message.starts_with("plx: -:1: the line is too long: \"2222")) << message;
+  EXPECT_TRUE(message.starts_with("plx: -:1: the line is too long, it begins: \"2222")) << message;
   EXPECT_EQ(plx.wait().status, 1);
   writer.join();
   for (const int end : {in.write, out.read, err.read}) ::close(end);

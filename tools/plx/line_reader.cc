@@ -17,6 +17,9 @@ namespace {
 // As much as a pipe holds: waiting for more would only delay what is there.
 constexpr std::size_t kChunk = std::size_t{1} << 16;
 
+// How long the line is in the end is not known where it is refused.
+constexpr std::size_t kShownOfLongLine = 60;
+
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string_view endingOf(std::string_view line) {
@@ -66,7 +69,8 @@ void LineReader::takeLines(std::vector<Line>& lines) {
       if (!lines.empty()) return;
       throw Failure{Status::badData,
                     describe(location(name_, number_ + 1),
-                             {"the line is too long", "lines of up to 1048576 bytes"}, bytes)};
+                             {"the line is too long, it begins", "lines of up to 1048576 bytes"},
+                             bytes.substr(0, kShownOfLongLine))};
     }
     if (lineEnd == nullptr && !atEnd_) return;
     std::string_view text = bytes.substr(0, bytes.size() - ending.size());

@@ -1,4 +1,5 @@
 // plx: sets components of datetimes on the command line.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -13,6 +14,16 @@
 #include "output.h"
 
 namespace {
+
+// A file that is opened takes the first free descriptor, and would then be read or written as one
+// of the standard ones. What holds their places cannot be used, as if they were closed.
+void holdStandardDescriptors() {
+  const int modes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+    if (::open("/dev/null", modes[descriptor]) < 0) return;
+  }
+}
 
 int report(const plx::Failure& failure) {
   if (!failure.message.empty()) std::fprintf(stderr, "plx: %s\n", failure.message.c_str());
@@ -34,6 +45,7 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  holdStandardDescriptors();
   // A pipe that nobody reads any more shows as an error of writing, with its own exit status.
   std::signal(SIGPIPE, SIG_IGN);
   // A command means the same everywhere: offsets in a zone's text are spelled as in this locale.

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "components.h"
 #include "datetime_text.h"
@@ -30,9 +31,11 @@ void setFile(const std::string& path, Setter& setter, Output& output) {
   while (reader.read(lines)) setLines(lines, reader.name(), setter, output);
 }
 
+// Of all that goes wrong, only this says that there is none; the rest is told when it is opened.
 bool exists(const std::string& path) {
   struct stat info;
-  return ::stat(path.c_str(), &info) == 0;
+  if (::stat(path.c_str(), &info) == 0) return true;
+  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
 }
 
 void setInput(const std::string& input, Setter& setter, Output& output) {
