@@ -26,11 +26,11 @@ std::vector<std::string> outputOf(const std::string& command) {
   return linesOf("cd '" + kRoot + "' && PATH=\"$(dirname '" PLX_PROGRAM "'):$PATH\" && " + command);
 }
 
-// A session: "    $ plx ..." and below it what it prints, up to the next prompt or an empty line.
+// A session: "    $ ", a command with plx in it, and below it what it prints, up to the next prompt or an empty line.
 void checkSessions(const std::string& name, Cases& cases) {
   const auto lines = linesOfFile(name);
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (lines[i].rfind("    $ plx ", 0) != 0) continue;
+    if (lines[i].rfind("    $ ", 0) != 0 || lines[i].find(" plx ") == std::string::npos) continue;
     const std::string command = lines[i].substr(6);
     std::vector<std::string> expected;
     for (std::size_t k = i + 1;
@@ -55,8 +55,9 @@ void checkRows(const std::string& name, const std::regex& row, Cases& cases) {
 }
 
 TEST(Docs, Sessions) {
-  Cases cases(7);
-  for (const char* name : {"README.md", "docs/time_zones.md"}) checkSessions(name, cases);
+  Cases cases(14);
+  for (const char* name : {"README.md", "docs/time_zones.md", "docs/plx.md"})
+    checkSessions(name, cases);
 }
 
 TEST(Docs, TheReadmesComponents) {
