@@ -4,7 +4,7 @@
 
 #include "entry/field_codes.h"
 #include "entry/raise.h"
-#include "unzoned/plain_walk.h"
+#include "unzoned/elements_of.h"
 #include "unzoned/vector_walk.h"
 
 namespace {
@@ -42,15 +42,7 @@ Component componentOf(UCalendarDateFields field) {
 
 void setFieldUTC(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
                  paArray* result, bool leapSeconds) {
-  const Elements elements{
-      .high = paGetRealData(datetimes),
-      .low = paIsComplex(datetimes) ? paGetImagData(datetimes) : nullptr,
-      .values = paGetRealData(values),
-      .step = paGetNumberOfElements(values) == 1 ? std::size_t{0} : 1,
-      .resultHigh = paGetRealData(result),
-      .resultLow = paGetImagData(result),
-      .count = paGetNumberOfElements(result),
-  };
+  const Elements elements = elementsOf(datetimes, values, result);
   if (vectorWalk(componentOf(field), leapSeconds, elements) < elements.count) {
     raise(component_Pelmor::catalog_datetime::key_MustBeInteger());
   }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "unzoned/elements_of.h"
 #include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/granules.h"
@@ -18,15 +19,7 @@ constexpr std::size_t kRepaysTable = 80;
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar) {
-  const Elements elements{
-      .high = paGetRealData(datetimes),
-      .low = paIsComplex(datetimes) ? paGetImagData(datetimes) : nullptr,
-      .values = paGetRealData(values),
-      .step = paGetNumberOfElements(values) == 1 ? std::size_t{0} : 1,
-      .resultHigh = paGetRealData(result),
-      .resultLow = paGetImagData(result),
-      .count = paGetNumberOfElements(result),
-  };
+  const Elements elements = elementsOf(datetimes, values, result);
   if (elements.count == 0) return;
   CalendarWalk calendarWalk(*calendar, field, elements);
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {

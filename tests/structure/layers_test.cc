@@ -45,7 +45,7 @@ const Layer kLayers[] = {
     {"src/zoned/.*",
      "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/"
      "(civil|doubledouble|rounding)\\.h|zoned/.*|"
-     "unzoned/(plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
+     "unzoned/(elements_of|plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|[a-z_]+\\.h"},
     {"tools/.*",
      "host/.*|unicode/.*|CLI/.*|fmt/.*|boost/multiprecision/.*|arith/.*|unzoned/leap_seconds\\.h|"
