@@ -47,9 +47,18 @@ const Layer kLayers[] = {
      "(civil|doubledouble|rounding)\\.h|zoned/.*|"
      "unzoned/(elements_of|plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|[a-z_]+\\.h"},
-    {"tools/.*",
-     "host/.*|unicode/.*|CLI/.*|fmt/.*|boost/multiprecision/.*|arith/.*|unzoned/leap_seconds\\.h|"
-     "sys/.*|plx/.*|[a-z_]+\\.h"},
+    // Of the command line: messages, then datetimes and streams, then what sets them, then commands.
+    {"tools/plx/base/.*", "base/.*|unicode/.*|fmt/.*"},
+    {"tools/plx/datetime/.*",
+     "(base|datetime)/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
+     "unzoned/leap_seconds\\.h"},
+    {"tools/plx/stream/.*", "(base|stream)/.*|fmt/.*|sys/.*"},
+    {"tools/plx/(table|npy)/.*", "(base|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
+    {"tools/plx/set/.*",
+     "(base|datetime|stream|table|npy|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
+    {"tools/plx/(main\\.cc|command/.*)",
+     "(base|datetime|stream|table|npy|set|command)/.*|host/.*|unicode/.*|CLI/.*|fmt/.*|sys/.*|"
+     "arith/.*|unzoned/leap_seconds\\.h"},
 };
 
 bool isSource(const fs::path& path) {

@@ -1,13 +1,13 @@
-#include "components.h"
+#include "set/components.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "message.h"
-#include "module.h"
+#include "base/message.h"
 #include "run_plx.h"
+#include "set/module.h"
 #include "support/cases.h"
 
 namespace plx {

@@ -1,4 +1,4 @@
-#include "exact.h"
+#include "datetime/exact.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "line_reader.h"
+#include "stream/line_reader.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "message.h"
+#include "base/message.h"
 #include "support/cases.h"
 #include "temporary_folder.h"
 

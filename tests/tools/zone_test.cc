@@ -1,4 +1,4 @@
-#include "zone.h"
+#include "datetime/zone.h"
 
 #include <gtest/gtest.h>
 #include <unicode/timezone.h>
@@ -11,7 +11,7 @@
 
 #include "arith/civil.h"
 #include "host/embed.h"
-#include "module.h"
+#include "set/module.h"
 #include "support/cases.h"
 #include "unzoned/leap_seconds.h"
 

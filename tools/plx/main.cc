@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "command_line.h"
+#include "base/message.h"
+#include "command/command_line.h"
 #include "host/embed.h"
-#include "message.h"
-#include "output.h"
+#include "stream/output.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "command/command_line.h"
 
 #include <fmt/format.h>
 
@@ -8,12 +8,12 @@
 #include <optional>
 #include <string_view>
 
-#include "components.h"
-#include "datetime_text.h"
-#include "message.h"
-#include "module.h"
-#include "set_command.h"
-#include "version.h"
+#include "base/message.h"
+#include "command/set_command.h"
+#include "command/version.h"
+#include "datetime/datetime_text.h"
+#include "set/components.h"
+#include "set/module.h"
 
 namespace plx {
 

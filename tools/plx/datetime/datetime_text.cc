@@ -1,4 +1,4 @@
-#include "datetime_text.h"
+#include "datetime/datetime_text.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "line_reader.h"
+#include "stream/line_reader.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "message.h"
+#include "base/message.h"
 
 namespace plx {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <string_view>
 
-#include "datetime_text.h"
-#include "exact.h"
-#include "message.h"
+#include "base/message.h"
+#include "datetime/datetime_text.h"
+#include "datetime/exact.h"
 
 namespace plx {
 

@@ -1,4 +1,4 @@
-#include "zone.h"
+#include "datetime/zone.h"
 
 #include <unicode/parsepos.h>
 #include <unicode/tzfmt.h>

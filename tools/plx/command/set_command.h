@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "output.h"
+#include "stream/output.h"
 
 namespace plx {
 

@@ -1,4 +1,4 @@
-#include "module.h"
+#include "set/module.h"
 
 #include <unicode/unistr.h>
 
@@ -9,7 +9,7 @@
 #include <initializer_list>
 #include <system_error>
 
-#include "message.h"
+#include "base/message.h"
 
 namespace plx {
 

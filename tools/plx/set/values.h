@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "components.h"
-#include "line_reader.h"
-#include "message.h"
+#include "base/message.h"
+#include "set/components.h"
+#include "stream/line_reader.h"
 
 namespace plx {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "exact.h"
-#include "message.h"
+#include "base/message.h"
+#include "datetime/exact.h"
 
 namespace plx {
 

@@ -1,4 +1,4 @@
-#include "output.h"
+#include "stream/output.h"
 
 #include <unistd.h>
 
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "message.h"
+#include "base/message.h"
 
 namespace plx {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "output.h"
+#include "stream/output.h"
 
 namespace plx {
 

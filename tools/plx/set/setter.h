@@ -9,13 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "components.h"
-#include "datetime_text.h"
-#include "line_reader.h"
-#include "message.h"
-#include "module.h"
-#include "values.h"
-#include "zone.h"
+#include "base/message.h"
+#include "datetime/datetime_text.h"
+#include "datetime/zone.h"
+#include "set/components.h"
+#include "set/module.h"
+#include "set/values.h"
+#include "stream/line_reader.h"
 
 namespace plx {
 

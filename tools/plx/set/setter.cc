@@ -1,4 +1,4 @@
-#include "setter.h"
+#include "set/setter.h"
 
 #include <fmt/format.h>
 
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "exact.h"
+#include "datetime/exact.h"
 
 namespace plx {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "module.h"
+#include "set/module.h"
 
 namespace plx {
 

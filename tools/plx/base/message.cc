@@ -1,4 +1,4 @@
-#include "message.h"
+#include "base/message.h"
 
 #include <fmt/format.h>
 #include <unicode/utf8.h>

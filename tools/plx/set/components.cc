@@ -1,11 +1,11 @@
-#include "components.h"
+#include "set/components.h"
 
 #include <fmt/format.h>
 
 #include <charconv>
 #include <iterator>
 
-#include "message.h"
+#include "base/message.h"
 
 namespace plx {
 

@@ -1,4 +1,4 @@
-#include "values.h"
+#include "set/values.h"
 
 #include <charconv>
 #include <cmath>

@@ -1,17 +1,17 @@
-#include "set_command.h"
+#include "command/set_command.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 
-#include "components.h"
-#include "datetime_text.h"
-#include "line_reader.h"
-#include "module.h"
-#include "setter.h"
-#include "values.h"
-#include "zone.h"
+#include "datetime/datetime_text.h"
+#include "datetime/zone.h"
+#include "set/components.h"
+#include "set/module.h"
+#include "set/setter.h"
+#include "set/values.h"
+#include "stream/line_reader.h"
 
 namespace plx {
 

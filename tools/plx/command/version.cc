@@ -1,10 +1,10 @@
-#include "version.h"
+#include "command/version.h"
 
 #include <fmt/format.h>
 #include <unicode/timezone.h>
 #include <unicode/uversion.h>
 
-#include "datetime_text.h"
+#include "datetime/datetime_text.h"
 #include "host/pa_array.h"
 #include "unzoned/leap_seconds.h"
 
