@@ -54,10 +54,14 @@ const Layer kLayers[] = {
      "unzoned/leap_seconds\\.h"},
     {"tools/plx/stream/.*", "(base|stream)/.*|fmt/.*|sys/.*"},
     {"tools/plx/(table|npy)/.*", "(base|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
+    {"tools/plx/inspect/.*",
+     "(base|datetime|inspect)/.*|set/(components|module)\\.h|unicode/.*|fmt/.*|arith/.*|"
+     "unzoned/leap_seconds\\.h"},
     {"tools/plx/set/.*",
-     "(base|datetime|stream|table|npy|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
+     "(base|datetime|stream|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(base|datetime|stream|table|npy|set|command)/.*|host/.*|unicode/.*|CLI/.*|fmt/.*|sys/.*|"
+     "(base|datetime|stream|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|fmt/.*|sys/"
+     ".*|"
      "arith/.*|unzoned/leap_seconds\\.h"},
 };
 
