@@ -154,6 +154,10 @@ Zone Zone::of(const DatetimeText& datetime) {
   return Zone(Kind::offset, std::move(text), datetime.offsetSeconds);
 }
 
+const icu::BasicTimeZone* Zone::rules() const {
+  return calendar_ ? dynamic_cast<const icu::BasicTimeZone*>(&calendar_->getTimeZone()) : nullptr;
+}
+
 int128 Zone::calendarSecond(int128 wallSecond) const {
   const auto [days, secondOfDay] = floorDiv(wallSecond, 86400);
   double year = 0, month = 0, day = 0;

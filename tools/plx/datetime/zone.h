@@ -10,6 +10,7 @@
 // seconds on the leap-second line, without them on all others.
 #pragma once
 
+#include <unicode/basictz.h>
 #include <unicode/gregocal.h>
 
 #include <memory>
@@ -35,6 +36,10 @@ class Zone {
   const std::string& text() const { return text_; }
   // The module goes through a calendar, which holds less than the arithmetic does.
   bool isCalendar() const { return kind_ == Kind::offset || kind_ == Kind::calendar; }
+  // Inserted seconds count.
+  bool countsLeapSeconds() const { return kind_ == Kind::leapSeconds; }
+  // The changes of the zone's offset; null where it never changes.
+  const icu::BasicTimeZone* rules() const;
 
   // The second that a datetime stands in: its own instant where it has an offset, else wall time
   // here. Wall times that a change of the clock skips or repeats are read as the module's calendar

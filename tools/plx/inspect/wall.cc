@@ -1,0 +1,66 @@
+#include "inspect/wall.h"
+
+#include "arith/civil.h"
+#include "unzoned/leap_seconds.h"
+
+namespace plx {
+
+namespace {
+
+int128 flooredSecond(double wholeMillis) {
+  return floorDiv(static_cast<int128>(wholeMillis), 1000).quotient;
+}
+
+Wall apart(const doubledouble& t) {
+  Wall wall;
+  wall.msOfDay = dd::DivMod(t, kMillisPerDay, wall.day);
+  return wall;
+}
+
+Wall apartInCalendar(const doubledouble& t, const Zone& zone) {
+  const doubledouble floor = dd::Floor(t);
+  const double whole = dd::collapse(floor);
+  const double fraction = dd::collapse(dd::subtract(t, floor));
+  const double local = whole + zone.wallTime(flooredSecond(whole)).offsetSeconds * kMillisPerSecond;
+  Wall wall;
+  wall.day = floorDouble(local / kMillisPerDay);
+  wall.msOfDay = two_sum(local - wall.day * kMillisPerDay, fraction);
+  return wall;
+}
+
+}  // namespace
+
+Wall wallOf(const doubledouble& pair, const Zone& zone) {
+  if (zone.isCalendar()) return apartInCalendar(pair, zone);
+  if (!zone.countsLeapSeconds()) return apart(pair);
+  Wall wall = apart(elapsedToUTC(pair));
+  wall.insertedSecond = zone.wallTime(flooredSecond(dd::collapse(dd::Floor(pair)))).insertedSecond;
+  return wall;
+}
+
+Date dateOf(double day) {
+  Date date;
+  days2ymd(day, date.year, date.month, date.day);
+  return date;
+}
+
+double secondOfDay(const Wall& wall) {
+  return dd::collapse(dd::Floor(dd::divide(wall.msOfDay, kMillisPerSecond)));
+}
+
+double weekdayOf(double day) {
+  const double x = day + 4.0;  // 1970-01-01 was a Thursday
+  return x - floorDouble(x / 7.0) * 7.0;
+}
+
+double weekOf(double day, const Zone& zone) {
+  if (!zone.isCalendar()) {
+    const Date date = dateOf(day);
+    return weekOfYear(day, date.year, date.month, date.day);
+  }
+  const double sunday = day - weekdayOf(day);
+  const double january = ymd2days(dateOf(sunday + 6.0).year, 1.0, 1.0);  // of the Saturday's year
+  return (sunday - (january - weekdayOf(january))) / 7.0 + 1.0;
+}
+
+}  // namespace plx
