@@ -2,19 +2,15 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <cstddef>
 #include <iterator>
 
 #include "arith/civil.h"
+#include "base/calendar_names.h"
 
 namespace plx {
 
 namespace {
-
-constexpr std::array<const char*, 12> kMonthNames = {
-    "January", "February", "March",     "April",   "May",      "June",
-    "July",    "August",   "September", "October", "November", "December"};
 
 // Years whose days are all beyond kMaxDays need no exact number.
 constexpr std::int64_t kEndlessYear = 100'000'000'000'000;
