@@ -6,8 +6,10 @@
 #include <string>
 
 #include "arith/doubledouble.h"
+#include "datetime/exact.h"
 #include "datetime/zone.h"
 #include "inspect/transitions.h"
+#include "inspect/wall.h"
 #include "set/components.h"
 
 namespace plx {
@@ -20,24 +22,26 @@ struct Setting {
 
 struct Finding {
   // A component is not what it was set to, as with month 13 or day 31 in April: the value carried
-  // into larger units. The setting itself, and what the component then was before any gap.
+  // into larger units. Of several such, the first.
   std::optional<Setting> carried;
-  double readBack = 0;
-  // The day of the month changed although nothing set it: there is no 29 February in the new year,
-  // or no 31st in the new month. The day that was kept.
-  std::optional<double> lostDay;
-  // The wall time that came out is skipped by this change of the clock, and another took its place.
-  // Without a transition: it was on the way, in an earlier one of several settings.
+  // A date that does not exist, though every component was set to a usual value: 29 February in a
+  // common year, or the 31st of a short month.
+  std::optional<Date> noSuchDate;
+  // The wall time that was asked for is skipped by a change of the clock, and the result is
+  // another. Without a transition that happened on the way, in an earlier one of several settings.
   bool shifted = false;
   std::optional<Transition> gap;
   // The result is the second of two instants that show the same wall time.
   std::optional<Transition> overlap;
-  // It was the first one before: nothing but the instant has moved.
+  // And the datetime was the first of them before: nothing but the instant has moved.
   bool moved = false;
 
-  // Not what was asked for in plain words. An overlap alone counts as well: which of the two was
-  // meant is not known.
-  bool any() const { return carried || lostDay || shifted || overlap; }
+  // What was asked for, by arithmetic on what the clock showed before: seconds since
+  // 1970-01-01T00:00:00 on that clock. Differs from the result's clock where it was shifted.
+  int128 askedWall = 0;
+
+  // An overlap alone counts, too: which of the two was meant is not known.
+  bool any() const { return carried || noSuchDate || shifted || overlap; }
 };
 
 class Checker {
@@ -46,15 +50,18 @@ class Checker {
   explicit Checker(const Zone& zone) : zone_(zone), transitions_(zone) {}
 
   // The pairs before and after the settings, which were applied in their order, each through the
-  // module. Both are finite and, in a calendar, within its range.
+  // module. Both are finite and, in a calendar, within its range. Far from changes of the clock, and
+  // after the first call in the same stretch, this asks ICU for nothing.
   Finding check(const doubledouble& before, const doubledouble& after,
                 std::span<const Setting> settings);
 
-  // One line for messages, as in "there is no 31 April 2014: carried to 2014-05-01". Empty where
-  // nothing was found.
+  // For messages, one line: "there is no 31 April 2014: 2014-05-01T08:30:00". Empty where nothing
+  // was found.
   std::string describe(const Finding& finding, const doubledouble& after) const;
 
  private:
+  Wall wall(const doubledouble& pair);
+
   const Zone& zone_;
   Transitions transitions_;
 };

@@ -19,9 +19,9 @@ namespace {
 struct Clock {
   double hour, minute, second;
 };
-Clock clockOf(const Wall& wall) {
+Clock clockOf(double secondOfDay) {
   Clock clock;
-  secs2hms(secondOfDay(wall), clock.hour, clock.minute, clock.second);
+  secs2hms(secondOfDay, clock.hour, clock.minute, clock.second);
   return clock;
 }
 
@@ -82,34 +82,36 @@ std::string fractionOf(const doubledouble& pair, std::size_t digits, bool exact)
 
 }  // namespace
 
-double componentValue(const Component& component, const doubledouble& pair, const Zone& zone) {
-  const Part part = partOf(component);
-  const Wall wall = wallOf(pair, zone);
-  switch (part) {
+double shownValue(const Component& component, double day, double secondOfDay, const Zone& zone) {
+  switch (partOf(component)) {
     case Part::hour:
-      return clockOf(wall).hour;
+      return clockOf(secondOfDay).hour;
     case Part::minute:
-      return clockOf(wall).minute;
-    case Part::second: {
-      const Clock clock = clockOf(wall);
-      const double before = (clock.hour * 3600.0 + clock.minute * 60.0) * kMillisPerSecond;
-      return secondsFrom(before, wall, part, zone) + (wall.insertedSecond ? 1.0 : 0.0);
-    }
+      return clockOf(secondOfDay).minute;
+    case Part::second:
+      return clockOf(secondOfDay).second;
     case Part::timeOfDay:
-      return secondsFrom(0.0, wall, part, zone) + (wall.insertedSecond ? 1.0 : 0.0);
+      return secondOfDay;
     default:
-      return dateValue(part, wall.day, zone);
+      return dateValue(partOf(component), day, zone);
   }
+}
+
+double componentValue(const Component& component, const doubledouble& pair, const Zone& zone) {
+  const Wall wall = wallOf(pair, zone);
+  const double seconds = secondOfDay(wall);
+  if (component.whole) return shownValue(component, wall.day, seconds, zone);
+  const Part part = partOf(component);
+  const double before =
+      part == Part::second ? (seconds - clockOf(seconds).second) * kMillisPerSecond : 0.0;
+  return secondsFrom(before, wall, part, zone) + (wall.insertedSecond ? 1.0 : 0.0);
 }
 
 void writeComponentValue(std::string& out, const Component& component, const doubledouble& pair,
                          const Zone& zone, std::size_t digits, bool exact) {
-  double value = componentValue(component, pair, zone);
-  if (!component.whole) {
-    const Wall wall = wallOf(pair, zone);
-    value = partOf(component) == Part::second ? clockOf(wall).second : secondOfDay(wall);
-    if (wall.insertedSecond) value += 1.0;
-  }
+  const Wall wall = wallOf(pair, zone);
+  double value = shownValue(component, wall.day, secondOfDay(wall), zone);
+  if (!component.whole && wall.insertedSecond) value += 1.0;
   fmt::format_to(std::back_inserter(out), "{}", static_cast<std::int64_t>(value));
   if (component.whole) return;
   const std::string fraction = fractionOf(pair, digits, exact);

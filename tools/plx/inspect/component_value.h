@@ -25,7 +25,10 @@ namespace plx {
 // The value of a component. The pair is finite and, in a calendar, within its range.
 double componentValue(const Component& component, const doubledouble& pair, const Zone& zone);
 
-// Appends the same as a decimal. Second and time of day have their fraction: at most `digits`
+// The same of what a clock shows; second and time of day are whole.
+double shownValue(const Component& component, double day, double secondOfDay, const Zone& zone);
+
+// Appends componentValue as a decimal. Second and time of day have their fraction: at most `digits`
 // digits of it, 9 or more, or with `exact` as many as it takes to read back the same pair. Where
 // rounding would reach the next second, they have more: 59.9999999999 is not 60.
 void writeComponentValue(std::string& out, const Component& component, const doubledouble& pair,

@@ -7,34 +7,34 @@ namespace plx {
 
 namespace {
 
-int128 flooredSecond(double wholeMillis) {
-  return floorDiv(static_cast<int128>(wholeMillis), 1000).quotient;
-}
-
 Wall apart(const doubledouble& t) {
   Wall wall;
   wall.msOfDay = dd::DivMod(t, kMillisPerDay, wall.day);
   return wall;
 }
 
-Wall apartInCalendar(const doubledouble& t, const Zone& zone) {
-  const doubledouble floor = dd::Floor(t);
-  const double whole = dd::collapse(floor);
-  const double fraction = dd::collapse(dd::subtract(t, floor));
-  const double local = whole + zone.wallTime(flooredSecond(whole)).offsetSeconds * kMillisPerSecond;
+}  // namespace
+
+int128 secondOf(const doubledouble& pair) {
+  const doubledouble floor = dd::Floor(pair);
+  return floorDiv(static_cast<int128>(floor.hi) + static_cast<int128>(floor.lo), 1000).quotient;
+}
+
+Wall wallOf(const doubledouble& pair, int offsetSeconds) {
+  const doubledouble floor = dd::Floor(pair);
+  const double fraction = dd::collapse(dd::subtract(pair, floor));
+  const double local = dd::collapse(floor) + offsetSeconds * kMillisPerSecond;
   Wall wall;
   wall.day = floorDouble(local / kMillisPerDay);
   wall.msOfDay = two_sum(local - wall.day * kMillisPerDay, fraction);
   return wall;
 }
 
-}  // namespace
-
 Wall wallOf(const doubledouble& pair, const Zone& zone) {
-  if (zone.isCalendar()) return apartInCalendar(pair, zone);
+  if (zone.isCalendar()) return wallOf(pair, zone.wallTime(secondOf(pair)).offsetSeconds);
   if (!zone.countsLeapSeconds()) return apart(pair);
   Wall wall = apart(elapsedToUTC(pair));
-  wall.insertedSecond = zone.wallTime(flooredSecond(dd::collapse(dd::Floor(pair)))).insertedSecond;
+  wall.insertedSecond = zone.wallTime(secondOf(pair)).insertedSecond;
   return wall;
 }
 

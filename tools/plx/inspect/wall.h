@@ -19,6 +19,11 @@ struct Wall {
 
 // The pair is finite and, in a calendar, within its range.
 Wall wallOf(const doubledouble& pair, const Zone& zone);
+// The same in a calendar, by a caller who knows the offset there.
+Wall wallOf(const doubledouble& pair, int offsetSeconds);
+
+// The whole second of a pair, on the line of its zone.
+int128 secondOf(const doubledouble& pair);
 
 Date dateOf(double day);
 
