@@ -1,0 +1,43 @@
+// A piece of a file or a pipe that holds whole records, and where it stands.
+//
+//   line    what a LF ends; of a file or inside a quoted field
+//   record  a line; in a table, a row, which quoted fields may spread over several lines
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace plx {
+
+struct Chunk {
+  // What stands behind the chunk's last byte.
+  enum class End {
+    record,  // the next record, or nothing: the chunk ends with a LF
+    source,  // nothing, though the last record has no line end
+    limit,   // more of a record that is longer than the reader's limit and is not read on
+  };
+
+  std::string_view bytes() const { return {storage.data(), size}; }
+
+  std::string_view source;   // the name to begin messages with; the reader keeps it
+  std::uint64_t offset = 0;  // bytes of the source before the chunk
+  std::size_t record = 1;    // number of its first record, from 1
+  std::size_t line = 1;      // number of its first line, from 1
+  std::size_t records = 0;   // how many it has, one without an end among them
+  bool first = false;        // it begins the source, with the byte-order mark if there is one
+  End end = End::record;
+
+  std::vector<char> storage;  // kept from one chunk to the next
+  std::size_t size = 0;       // of it, in use
+};
+
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// How many bytes of a chunk are a byte-order mark: 3 or 0.
+inline std::size_t byteOrderMark(const Chunk& chunk) {
+  return chunk.first && chunk.bytes().starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+}
+
+}  // namespace plx

@@ -1,0 +1,46 @@
+// Cuts a source into chunks of whole records.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "stream/boundaries.h"
+#include "stream/chunk.h"
+#include "stream/source.h"
+
+namespace plx {
+
+// What a file is read in; a pipe gives what is there.
+inline constexpr std::size_t kFileChunk = std::size_t{1} << 18;
+
+class ChunkReader {
+ public:
+  // quotes: of a table, where a LF between two quotes ends no record. `longest`: how long a record
+  // may be, in bytes with its end; at one that is longer the chunks stop with Chunk::End::limit. The
+  // source outlives the reader.
+  ChunkReader(Source& source, bool quotes, std::size_t longest);
+
+  // Waits until there is a whole record, and gives all that are there by then: of a file about
+  // kFileChunk bytes. False at the end. Throws a Failure where reading fails.
+  bool read(Chunk& chunk);
+
+  // The first chunk, which `read` then gives again; null where there is none. To be called before
+  // the first `read`.
+  const Chunk* peek();
+
+  Source& source() { return source_; }
+
+ private:
+  bool fill(Chunk& chunk);
+  void give(Chunk& chunk, std::size_t size, Chunk::End end);
+
+  Source& source_;
+  const std::size_t longest_;
+  Boundaries boundaries_;
+  std::vector<char> rest_;  // the record that is not complete yet
+  Chunk next_;              // where the next chunk stands, or what was peeked at
+  bool peeked_ = false, atEnd_ = false;
+};
+
+}  // namespace plx

@@ -1,0 +1,52 @@
+// Chunks through workers and out in order, on as many threads as asked for.
+//
+// Each thread takes the next chunk, turns it into text, waits for its turn and writes. So there are
+// never more chunks in memory than threads, and a single thread is a plain loop.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/message.h"
+#include "stream/chunk.h"
+#include "stream/chunk_reader.h"
+
+namespace plx {
+
+// Turns chunks into text. Each thread has its own.
+class Worker {
+ public:
+  virtual ~Worker() = default;
+  // Appends what becomes of a chunk to `out`. A failure (returned or thrown) ends the run after
+  // what was appended has been written.
+  virtual std::optional<Failure> run(const Chunk& chunk, std::string& out) = 0;
+};
+
+class Pipeline {
+ public:
+  // Called in the thread that the worker is for, when it has its first chunk.
+  using MakeWorker = std::function<std::unique_ptr<Worker>()>;
+  // Writes the text of a chunk. Called in the order of the chunks, never twice at once.
+  using Write = std::function<void(const Chunk& chunk, const std::string& text)>;
+
+  // jobs: threads, the calling one among them; at least 1. Workers are kept from run to run.
+  Pipeline(std::size_t jobs, MakeWorker makeWorker);
+  ~Pipeline();
+
+  // All chunks of the reader. Throws the first failure in their order, after all text before it has
+  // been written; a failure of writing at once.
+  void run(ChunkReader& reader, const Write& write);
+
+ private:
+  struct Thread;  // what a thread keeps
+  class Run;
+
+  MakeWorker makeWorker_;
+  std::vector<Thread> threads_;
+};
+
+}  // namespace plx

@@ -1,0 +1,35 @@
+// Signals that end the program, and what is put away first.
+#pragma once
+
+#include <csignal>
+#include <string>
+
+namespace plx {
+
+// From here on SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGXCPU remove the temporary file and clear the
+// progress line, if there are any, and then end the program as they would have; those that were
+// ignored stay so. Writing to a closed pipe or beyond a limit becomes an error of the call instead of
+// a signal.
+void handleSignals();
+
+// Holds those signals back in this thread while it lives.
+class SignalsHeld {
+ public:
+  SignalsHeld();
+  ~SignalsHeld();
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+// The file to remove when a signal comes, with signals held; false for a path that is too long
+// (4096 bytes). There is at most one.
+bool removeOnSignal(const std::string& path);
+void keepOnSignal();
+
+// The terminal whose line a signal clears; -1 for none.
+void clearOnSignal(int descriptor);
+
+}  // namespace plx

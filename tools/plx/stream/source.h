@@ -1,0 +1,40 @@
+// A file, a pipe or standard input, as bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace plx {
+
+class Source {
+ public:
+  // Standard input for "-". Throws a Failure of Status::inputOutput where nothing can be opened.
+  explicit Source(const std::string& path);
+  ~Source();
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+
+  // Waits for bytes, and puts at most `room` of those that are there into `to`. How many; 0 at the
+  // end, or when `wakeUp` was called. Throws a Failure where reading fails.
+  std::size_t receive(char* to, std::size_t room);
+
+  // Ends the waiting of another thread in receive, now and later.
+  void wakeUp();
+
+  // The path, fit to begin a message.
+  const std::string& name() const { return name_; }
+  // What is left of a file at the beginning; nothing for pipes, terminals and the like.
+  std::optional<std::uint64_t> size() const { return size_; }
+
+ private:
+  bool waitForBytes();
+
+  int descriptor_;
+  std::string name_;
+  std::optional<std::uint64_t> size_;
+  int wake_[2] = {-1, -1};  // a pipe, of sources that can keep one waiting
+};
+
+}  // namespace plx

@@ -1,0 +1,56 @@
+// The texts to work on in a chunk: lines, or chosen fields of the rows of a table.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/message.h"
+#include "stream/chunk.h"
+#include "table/columns.h"
+#include "table/table_format.h"
+
+namespace plx {
+
+// A field or a line, as places in the chunk's bytes. The quotes around a field stand just outside.
+struct Cell {
+  std::size_t begin, end;
+  bool quoted = false;   // stands in quotes
+  bool doubled = false;  // and has quotes inside, which are doubled
+};
+
+// A record that is not empty, without its line end.
+struct Record {
+  std::size_t begin, end;
+};
+
+struct Cells {
+  std::vector<Cell> cells;      // for each record one for each column, in the order of the chunk
+  std::vector<Record> records;  // without the header
+  std::size_t end = 0;          // behind the last of them, with its line end and empty lines
+  // What is wrong with the record that begins there; the chunk is not read further.
+  std::optional<Failure> failure;
+};
+
+// Each line of a chunk is a record with one cell, its text without a byte-order mark; empty lines
+// too. A failure is a line longer than kLongestLine.
+void splitLines(const Chunk& chunk, Cells& cells);
+
+// The records of a chunk of a table with the fields of the columns; neither the header nor empty
+// lines. A failure is a record that lacks one of the columns, is too long, or can be read in more
+// than one way.
+void splitTable(const Chunk& chunk, const TableFormat& format, const std::vector<Column>& columns,
+                Cells& cells);
+
+// The text of a cell. In `buffer` where quotes had to be undoubled, else in the chunk.
+std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffer);
+
+// "name:line:column" of a byte of the chunk, for messages: the line from 1, and the column in
+// characters of UTF-8 from 1. Goes through the chunk from its start.
+std::string location(const Chunk& chunk, std::size_t at);
+// "name:line", for lines.
+std::string lineLocation(const Chunk& chunk, std::size_t at);
+
+}  // namespace plx
