@@ -15,7 +15,7 @@ class Boundaries {
   // quotes: a LF between two quotes ends no record.
   explicit Boundaries(bool quotes) : quotes_(quotes) {}
 
-  // Goes through the bytes behind those it has seen.
+  // `bytes` are all from the last restart on; goes through those that it has not seen.
   void scan(std::string_view bytes);
   // Forgets the bytes before the last boundary, which then is at 0.
   void restart();
@@ -23,11 +23,9 @@ class Boundaries {
   std::size_t boundary() const { return boundary_; }  // behind the last LF that ends a record
   std::size_t records() const { return records_; }    // up to there
   std::size_t lines() const { return lines_; }
-  std::size_t scanned() const { return scanned_; }  // up to here
 
  private:
-  void scanPlain(std::string_view piece);
-  void scanQuoted(std::string_view piece);
+  void scanStretch(std::string_view bytes);
 
   const bool quotes_;
   bool inQuotes_ = false;

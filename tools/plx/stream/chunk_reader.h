@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "stream/boundaries.h"
@@ -38,9 +39,11 @@ class ChunkReader {
   Source& source_;
   const std::size_t longest_;
   Boundaries boundaries_;
-  std::vector<char> rest_;  // the record that is not complete yet
-  Chunk next_;              // where the next chunk stands, or what was peeked at
-  bool peeked_ = false, atEnd_ = false;
+  std::vector<char> rest_;       // the record that is not complete yet
+  std::optional<Chunk> peeked_;  // the next one to give
+  std::uint64_t offset_ = 0;     // where the next chunk stands
+  std::size_t record_ = 1, line_ = 1;
+  bool atEnd_ = false;
 };
 
 }  // namespace plx

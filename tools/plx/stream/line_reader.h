@@ -2,13 +2,19 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/message.h"
+#include "stream/chunk.h"
+#include "stream/chunk_reader.h"
+#include "stream/source.h"
+
 namespace plx {
 
-// A line in the reader's buffer; lead + text + ending are its bytes.
+// A line in a buffer; lead + text + ending are its bytes.
 struct Line {
   std::string_view lead;  // a byte-order mark at the start of the file
   std::string_view text;
@@ -16,15 +22,15 @@ struct Line {
   std::size_t number;       // from 1; 0 for a text that comes from no file
 };
 
+// Of the text, in bytes.
 inline constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+// With a byte-order mark and a line end.
+inline constexpr std::size_t kLongestLineBytes = kLongestLine + 5;
 
 class LineReader {
  public:
   // Standard input for "-". Throws a Failure of Status::inputOutput where nothing can be opened.
   explicit LineReader(const std::string& path);
-  ~LineReader();
-  LineReader(const LineReader&) = delete;
-  LineReader& operator=(const LineReader&) = delete;
 
   // Waits until there is a whole line, and gives all that are there by then, valid until the next
   // call. False at the end. Throws a Failure where reading fails or a line exceeds kLongestLine,
@@ -32,21 +38,20 @@ class LineReader {
   bool read(std::vector<Line>& lines);
 
   // The path, fit to begin a message.
-  const std::string& name() const { return name_; }
+  const std::string& name() const { return source_.name(); }
 
  private:
-  void takeLines(std::vector<Line>& lines);
-  void makeRoom();
-  void receive();
-
-  int descriptor_;
-  std::string name_;
-  std::vector<char> buffer_;
-  std::size_t begin_ = 0, end_ = 0;  // what has been received and not given yet
-  std::size_t searched_ = 0;         // behind begin_, and free of line ends up to here
-  std::size_t number_ = 0;
-  bool atEnd_ = false;
+  Source source_;
+  ChunkReader reader_;
+  Chunk chunk_;
+  std::optional<Failure> failure_;  // of the line behind those that were given
 };
+
+// A line of a chunk at `begin`, up to its line end or to the end of the chunk.
+Line lineAt(const Chunk& chunk, std::size_t begin, std::size_t number);
+
+// A line that exceeds kLongestLine.
+Failure lineTooLong(std::string_view name, const Line& line);
 
 // "name:line", or "argument" for line 0.
 std::string location(std::string_view name, std::size_t line);

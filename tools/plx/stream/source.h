@@ -20,7 +20,8 @@ class Source {
   // end, or when `wakeUp` was called. Throws a Failure where reading fails.
   std::size_t receive(char* to, std::size_t room);
 
-  // Ends the waiting of another thread in receive, now and later.
+  // From here on another thread may call wakeUp, which ends all waiting in receive, now and later.
+  void allowWakeUp();
   void wakeUp();
 
   // The path, fit to begin a message.
@@ -30,11 +31,12 @@ class Source {
 
  private:
   bool waitForBytes();
+  [[noreturn]] void fail(const char* action) const;
 
   int descriptor_;
   std::string name_;
   std::optional<std::uint64_t> size_;
-  int wake_[2] = {-1, -1};  // a pipe, of sources that can keep one waiting
+  int wake_[2] = {-1, -1};  // a pipe, where wakeUp is allowed and waiting possible
 };
 
 }  // namespace plx

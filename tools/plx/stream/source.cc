@@ -1,0 +1,80 @@
+#include "stream/source.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/message.h"
+
+namespace plx {
+
+namespace {
+
+// What a regular file has from where it stands to its end.
+std::optional<std::uint64_t> sizeOf(int descriptor) {
+  struct stat info;
+  if (::fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  const off_t at = ::lseek(descriptor, 0, SEEK_CUR);
+  return static_cast<std::uint64_t>(std::max<off_t>(info.st_size - std::max<off_t>(at, 0), 0));
+}
+
+}  // namespace
+
+Source::Source(const std::string& path)
+    : descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      name_(path.empty() ? "\"\"" : escapeText(path)) {
+  if (descriptor_ < 0) fail("open");
+  size_ = sizeOf(descriptor_);
+}
+
+Source::~Source() {
+  if (descriptor_ != STDIN_FILENO) ::close(descriptor_);
+  for (const int end : wake_) {
+    if (end >= 0) ::close(end);
+  }
+}
+
+std::size_t Source::receive(char* to, std::size_t room) {
+  // Only where another thread may end it, or where there was nothing, is it waited for beforehand.
+  bool wait = wake_[0] >= 0;
+  for (;;) {
+    if (wait && !waitForBytes()) return 0;
+    const ssize_t count = ::read(descriptor_, to, room);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    wait = wait || errno == EAGAIN;  // someone else made the descriptor non-blocking
+    if (errno != EINTR && errno != EAGAIN) fail("read");
+  }
+}
+
+// False where wakeUp was called.
+bool Source::waitForBytes() {
+  struct pollfd polled[] = {{descriptor_, POLLIN, 0}, {wake_[0], POLLIN, 0}};
+  while (::poll(polled, 2, -1) < 0) {
+    if (errno != EINTR) fail("read");
+  }
+  return polled[1].revents == 0;
+}
+
+void Source::allowWakeUp() {
+  if (size_ || wake_[0] >= 0) return;  // files do not keep one waiting
+  if (::pipe2(wake_, O_CLOEXEC) != 0) fail("read");
+}
+
+void Source::wakeUp() {
+  if (wake_[1] < 0) return;
+  // One byte that nobody takes out; there is always room for it.
+  while (::write(wake_[1], "", 1) < 0 && errno == EINTR) continue;
+}
+
+void Source::fail(const char* action) const {
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: cannot {}: {}", name_, action, std::strerror(errno))};
+}
+
+}  // namespace plx
