@@ -158,6 +158,10 @@ const icu::BasicTimeZone* Zone::rules() const {
   return calendar_ ? dynamic_cast<const icu::BasicTimeZone*>(&calendar_->getTimeZone()) : nullptr;
 }
 
+std::string_view Zone::acceptedRange() const {
+  return isCalendar() ? kAcceptedCalendarRange : kAcceptedRange;
+}
+
 int128 Zone::calendarSecond(int128 wallSecond) const {
   const auto [days, secondOfDay] = floorDiv(wallSecond, 86400);
   double year = 0, month = 0, day = 0;

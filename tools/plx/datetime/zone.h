@@ -40,6 +40,8 @@ class Zone {
   bool countsLeapSeconds() const { return kind_ == Kind::leapSeconds; }
   // The changes of the zone's offset; null where it never changes.
   const icu::BasicTimeZone* rules() const;
+  // For messages: the range of datetimes here.
+  std::string_view acceptedRange() const;
 
   // The second that a datetime stands in: its own instant where it has an offset, else wall time
   // here. Wall times that a change of the clock skips or repeats are read as the module's calendar
@@ -64,7 +66,7 @@ class Zone {
   std::unique_ptr<icu::GregorianCalendar> calendar_;  // of Kind::calendar; its time means nothing
 };
 
-// For messages: the range of datetimes in a calendar; elsewhere it is kAcceptedRange.
+// The range of datetimes in a calendar; elsewhere it is kAcceptedRange.
 inline constexpr std::string_view kAcceptedCalendarRange =
     "in a time zone, from -140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z";
 

@@ -6,12 +6,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "base/message.h"
-#include "datetime/datetime_text.h"
+#include "datetime/notation.h"
+#include "datetime/reading.h"
 #include "datetime/zone.h"
+#include "datetime/zones.h"
 #include "set/components.h"
 #include "set/module.h"
 #include "set/values.h"
@@ -34,36 +35,34 @@ class Setter {
  private:
   // The datetimes of a batch that share a zone.
   struct Group {
-    Zone zone;
     Datetimes datetimes;
     std::vector<double> values;
     std::vector<std::size_t> items;
   };
   // A line of the batch.
   struct Item {
-    DatetimeText text;
+    Reading reading;
     Group* group = nullptr;  // null for an empty line
     std::size_t index = 0;   // in the group
   };
 
   void begin();
   Item read(const Line& line, std::string_view source);
-  Group& groupOf(const DatetimeText& datetime);
   std::optional<Complaint> complaintAbout(const Zone& zone, double value) const;
-  void setGroup(Group& group, const std::vector<Line>& lines, std::string_view source);
-  bool write(const Item& item, std::string& out) const;
+  void setGroup(const Zone& zone, Group& group, const std::vector<Line>& lines,
+                std::string_view source);
   void stopAt(std::size_t item, Failure failure);
 
   Module& module_;
   const Component& component_;
   Values& values_;
-  const bool hasZone_;
-  const bool exact_;
+  const std::optional<Zone> zone_;  // for all datetimes
+  Notation notation_;
 
   bool begun_ = false;  // something has been appended
   std::vector<Item> items_;
-  // By what a text says of its offset; with a zone for all, one group.
-  std::map<std::pair<OffsetForm, int>, Group> groups_;
+  Zones zones_;
+  std::map<const Zone*, Group> groups_;
   std::size_t end_ = 0;             // the first item that is wrong, or all
   std::optional<Failure> failure_;  // of that item
 };

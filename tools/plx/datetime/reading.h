@@ -1,0 +1,38 @@
+// One datetime's text, there and back: from a field to the pair of doubles that the module takes,
+// and from a pair to the field again, in the form it came in or in another.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "arith/doubledouble.h"
+#include "base/message.h"
+#include "datetime/datetime_text.h"
+#include "datetime/notation.h"
+#include "datetime/zone.h"
+#include "datetime/zones.h"
+
+namespace plx {
+
+// What a text says. It points into the text, which has to stay as long as the reading is written.
+struct Reading {
+  bool missing = false;        // an empty field or NaN, NaT, NA: it has no datetime, zone or pair
+  DatetimeText text;           // in which form it came
+  const Zone* zone = nullptr;  // where it is to be worked on
+  doubledouble pair{0.0, 0.0};
+};
+
+// Reads a text in a zone for all datetimes or, where that is null, in the zone it brings along,
+// which `zones` then keeps. Nothing, and a complaint, for a text that is no datetime of the form
+// that is expected, or one that is out of range.
+std::optional<Reading> read(std::string_view text, const Notation& notation, const Zone* zoneForAll,
+                            Zones& zones, Complaint& complaint);
+
+// Appends a pair as the datetime that was read would be written; a missing one as it stood. False,
+// and a complaint, for a pair that is out of range and for what the form cannot say; `out` is then
+// as it was.
+bool write(const Reading& reading, const doubledouble& pair, const Notation& notation,
+           std::string& out, Complaint& complaint);
+
+}  // namespace plx
