@@ -33,7 +33,8 @@ class CellWriter {
  private:
   void copyTo(std::size_t end);
   bool needsQuotes(std::string_view text) const;
-  void writeField(std::string_view text, bool quoted);
+  void writeText(std::string_view text, bool quoted);
+  void refuseUnquotable(std::size_t at, std::string_view text) const;
 
   const Chunk& chunk_;
   std::string& out_;

@@ -10,6 +10,7 @@
 #include "base/message.h"
 #include "stream/chunk.h"
 #include "table/columns.h"
+#include "table/field_reader.h"
 #include "table/table_format.h"
 
 namespace plx {
@@ -52,5 +53,8 @@ std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffe
 std::string location(const Chunk& chunk, std::size_t at);
 // "name:line", for lines.
 std::string lineLocation(const Chunk& chunk, std::size_t at);
+
+// What is wrong with a field, told with its first line.
+Failure uncertainField(const Chunk& chunk, const FieldError& error);
 
 }  // namespace plx

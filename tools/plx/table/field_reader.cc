@@ -30,7 +30,8 @@ Quotation quotationAt(std::string_view bytes, std::size_t begin) {
 // The first separator or line end; a CR before a LF is part of the line end.
 std::size_t plainEnd(std::string_view bytes, std::size_t begin, char separator) {
   std::size_t at = begin;
-  while (at < bytes.size() && bytes[at] != separator && bytes[at] != '\n' && bytes[at] != '\r') ++at;
+  while (at < bytes.size() && bytes[at] != separator && bytes[at] != '\n' && bytes[at] != '\r')
+    ++at;
   return at;
 }
 
@@ -43,7 +44,7 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
   if (format.quotes && at < bytes.size() && bytes[at] == '"') {
     const Quotation quotation = quotationAt(bytes, at);
     if (quotation.end == bytes.size()) {
-      error = {begin, begin, "the quote is never closed", kAcceptedQuotes};
+      error = {begin, begin, {"the quote is never closed", kAcceptedQuotes}, true};
       return std::nullopt;
     }
     at = quotation.end + 1;
@@ -55,15 +56,18 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
 
   const std::string_view plain = bytes.substr(behindQuotes, at - behindQuotes);
   if (format.quotes && std::count(plain.begin(), plain.end(), '"') % 2 != 0) {
-    error = {begin, behindQuotes + plain.find('"'),
-             field.quoted ? "there is text behind the closing quote, with one more quote"
-                          : "there is a quote inside a field that does not begin with one",
-             kAcceptedQuotes};
+    error = {begin,
+             behindQuotes + plain.find('"'),
+             {field.quoted ? "there is one more quote behind the closing quote"
+                           : "there is a quote inside a field that does not begin with one",
+              kAcceptedQuotes}};
     return std::nullopt;
   }
   if (at < bytes.size() && bytes[at] == '\r' && bytes.substr(at, 2) != "\r\n") {
-    error = {begin, at, "there is a carriage return without a line feed",
-             "records that end with LF or CRLF"};
+    error = {
+        begin,
+        at,
+        {"there is a carriage return without a line feed", "records that end with LF or CRLF"}};
     return std::nullopt;
   }
 
@@ -74,6 +78,15 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
   if (at < bytes.size()) at += bytes[at] == '\r' ? 2 : 1;
   field.next = at;
   return field;
+}
+
+std::string undoubled(std::string_view text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    plain += text[at];
+    if (text.substr(at, 2) == "\"\"") ++at;
+  }
+  return plain;
 }
 
 }  // namespace plx

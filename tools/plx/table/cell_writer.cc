@@ -1,0 +1,81 @@
+#include "table/cell_writer.h"
+
+#include "base/message.h"
+
+namespace plx {
+
+namespace {
+
+constexpr TableFormat kNoTable{'\0', false, false};
+
+}  // namespace
+
+CellWriter::CellWriter(const Chunk& chunk, std::string& out, std::size_t from)
+    : chunk_(chunk), out_(out), at_(from), isTable_(false), format_(kNoTable) {}
+
+CellWriter::CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out,
+                       std::size_t from)
+    : chunk_(chunk), out_(out), at_(from), isTable_(true), format_(format) {}
+
+void CellWriter::copyTo(std::size_t end) {
+  if (end > at_) out_.append(chunk_.storage.data() + at_, end - at_);
+  at_ = end;
+}
+
+void CellWriter::replace(const Cell& cell, std::string_view text) {
+  const bool quotes = isTable_ && !cell.quoted && needsQuotes(text);
+  if (quotes) refuseUnquotable(cell.begin, text);
+  copyTo(cell.begin);
+  if (quotes) out_ += '"';
+  writeText(text, quotes || cell.quoted);
+  if (quotes) out_ += '"';
+  at_ = cell.end;
+}
+
+void CellWriter::append(const Record& record, std::string_view text) {
+  const bool quotes = needsQuotes(text);
+  if (quotes) refuseUnquotable(record.end, text);
+  copyTo(record.end);
+  out_ += format_.separator;
+  if (quotes) out_ += '"';
+  writeText(text, quotes);
+  if (quotes) out_ += '"';
+}
+
+void CellWriter::finish(std::size_t end) {
+  copyTo(end);
+  if (!isTable_ && end > 0 && chunk_.bytes()[end - 1] != '\n') out_ += '\n';
+}
+
+bool CellWriter::needsQuotes(std::string_view text) const {
+  for (const char c : text) {
+    if (c == format_.separator || c == '\n' || c == '\r' || (c == '"' && format_.quotes))
+      return true;
+  }
+  return false;
+}
+
+// The text, its quotes doubled within quotes.
+void CellWriter::writeText(std::string_view text, bool quoted) {
+  if (!quoted) {
+    out_ += text;
+    return;
+  }
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t quote = text.find('"', at);
+    const std::size_t end = quote == std::string_view::npos ? text.size() : quote + 1;
+    out_ += text.substr(at, end - at);
+    if (quote != std::string_view::npos) out_ += '"';
+    at = end;
+  }
+}
+
+void CellWriter::refuseUnquotable(std::size_t at, std::string_view text) const {
+  if (format_.quotes) return;
+  throw Failure{Status::badData, describe(location(chunk_, at),
+                                          {"the result needs quotes, which this table has not",
+                                           "texts without the separator and line ends"},
+                                          text)};
+}
+
+}  // namespace plx
