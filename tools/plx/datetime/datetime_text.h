@@ -1,10 +1,12 @@
-// ISO 8601 dates and datetimes as people write them: reading their fields, and writing them again
-// in the form they came in.
+// Dates and datetimes as people write them: reading their fields, and writing them again in the
+// form they came in.
 //
-//   [+|-]YYYY-MM-DD [ (T|t|one space) hh:mm [ :ss [ (.|,)digits ] ] [ Z|z | (+|-)hh[[:]mm[:ss]] ] ]
+//   date [ (T|t|one space) hh [ :mm [ :ss [ (.|,)digits ] ] ] [ Z|z | (+|-)hh[[:]mm[:ss]] ] ]
+//   date T|t hh [ mm [ ss [ (.|,)digits ] ] ] [ Z|z | (+|-)hh[mm[ss]] ]     in the basic format
 //
-// A year has four digits, or a sign and at least four. 24:00 is the midnight that ends the day. The
-// calendar is the proleptic Gregorian one, with a year 0.
+// The date is one of date_text.h; behind a calendar date with a time may stand what suffix.h reads.
+// 24:00 is the midnight that ends the day. An offset of -00:00 is that of UTC where nobody knows
+// the local one, as RFC 3339 has it.
 #pragma once
 
 #include <cstdint>
@@ -14,28 +16,40 @@
 
 #include "base/message.h"
 #include "datetime/exact.h"
+#include "datetime/notation.h"
+#include "datetime/suffix.h"
 
 namespace plx {
 
-enum class OffsetForm { none, z, numeric };
+enum class OffsetForm { none, z, numeric, unknown };
 
 // What a text says, its fraction still being part of the text.
 struct DatetimeText {
   std::int64_t day = 0;         // days since 1970-01-01
   int secondOfDay = 0;          // 0..86399
   bool insertedSecond = false;  // written as second 60; secondOfDay then tells second 59
-  std::string_view fraction;    // the digits of the second's fraction as they stand
-  char separator = 0;           // what stands before the time of day; 0 where there is none
+  bool basic = false;           // without dashes and colons
+  bool isRfc3339 = false;       // nothing is there that RFC 3339 would not have
+  Form form = Form::calendar;
+  std::string_view fraction;  // the digits of the second's fraction as they stand
+  char separator = 0;         // what stands before the time of day; 0 where there is none
   char decimalMark = '.';
   OffsetForm offset = OffsetForm::none;
   int offsetSeconds = 0;  // east of UTC
+  Suffix suffix;
 };
 
-// Nothing, and a complaint, for a text that is no datetime; else `complaint.what` is empty. Whether
-// the second 60 is one that was inserted is not decided here.
-std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint);
+// Reads a text of Form::recognised or one of the five forms of dates. Nothing, and a complaint, for
+// a text that is none; else `complaint.what` is empty. Whether the second 60 is one that was
+// inserted is not decided here, nor whether zone and offset fit each other.
+std::optional<DatetimeText> readDatetime(std::string_view text, Form form, Complaint& complaint);
 
-// Whether somebody seems to have meant a datetime: digits and a dash.
+inline std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint) {
+  return readDatetime(text, Form::recognised, complaint);
+}
+
+// Whether somebody seems to have meant a datetime: digits, and behind them a dash and a digit or
+// what begins a week or a time.
 bool looksLikeDatetime(std::string_view text);
 
 // What readDatetime takes, for messages: the form, and the range of plain time and of the two lines
@@ -53,8 +67,9 @@ struct WallTime {
   int offsetSeconds = 0;
 };
 
-// Appends a wall time in the form that `form` came in: a date alone where that was one and the time
-// of day is zero, otherwise with seconds.
+// Appends a wall time in the form that `form` came in, without the suffix: a date alone where that
+// was one and the time of day is zero, otherwise with seconds. In the basic format the year is one
+// of four digits.
 void writeDatetime(std::string& out, const DatetimeText& form, const WallTime& wall,
                    std::string_view fraction);
 

@@ -4,13 +4,21 @@
 #include <cmath>
 #include <cstddef>
 
+#include "datetime/date_text.h"
 #include "datetime/exact.h"
+#include "datetime/number_text.h"
 
 namespace plx {
 
 namespace {
 
 constexpr double kMaxCalendarMillis = 0x1p52;
+
+constexpr std::string_view kAcceptedOffsets = "an offset that its zone has at that time, or Z";
+constexpr std::string_view kAcceptedKnownOffset =
+    "datetimes that have an offset from UTC, or a time zone for all";
+constexpr std::string_view kAcceptedElsewhere = "the form iso";
+constexpr std::string_view kAcceptedWithDigits = "a form with a decimal point";
 
 // Whether a pair and its floored second can be set and written. Those of a calendar are bounded to
 // the millisecond. Elsewhere only whole seconds tell exactly: at 2^52 days, the
@@ -20,32 +28,192 @@ bool isInRange(const Zone& zone, const doubledouble& pair, int128 second) {
   return -kMaxSeconds <= second && second <= kMaxSeconds;
 }
 
+bool isInRange(const Zone& zone, const doubledouble& pair) {
+  if (!(std::fabs(pair.hi) <= kMaxMillis)) return false;  // NaN neither
+  const bool isWithin = std::fabs(pair.hi) < kMaxMillis;
+  return isInRange(zone, pair, isWithin ? 0 : rounded(pair, 9).seconds);
+}
+
+bool isNumber(Form form) { return form == Form::pair || isCount(form); }
+
+// ---- Reading ----
+
+// A datetime with a suffix, and the offset that its own zone has there: an offset that came along
+// has to be that one, but Z and -00:00 tell the instant alone. Nothing, and a complaint, where
+// something is wrong.
+std::optional<DatetimeText> settled(const Zone& own, const DatetimeText& datetime,
+                                    Complaint& complaint) {
+  DatetimeText result = datetime;
+  result.insertedSecond = false;  // the second before has the same offset
+  const auto second = own.secondOf(result, complaint);
+  if (!second) return std::nullopt;
+  const WallTime wall = own.wallTime(*second);
+  if (datetime.offset == OffsetForm::numeric && datetime.offsetSeconds != wall.offsetSeconds) {
+    complaint = {"the offset ", kAcceptedOffsets};
+    writeOffset(complaint.what, datetime.offsetSeconds);
+    complaint.what += " contradicts the zone, where it is ";
+    writeOffset(complaint.what, wall.offsetSeconds);
+    return std::nullopt;
+  }
+  result.insertedSecond = datetime.insertedSecond;
+  if (datetime.offset != OffsetForm::none) return result;
+  const auto [day, secondOfDay] = floorDiv(wall.seconds, 86400);
+  result.day = static_cast<std::int64_t>(day);
+  result.secondOfDay = static_cast<int>(secondOfDay);
+  result.offset = OffsetForm::numeric;
+  result.offsetSeconds = wall.offsetSeconds;
+  return result;
+}
+
+bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
+              Reading& reading, Complaint& complaint) {
+  std::optional<DatetimeText> datetime = readDatetime(text, form, complaint);
+  if (!datetime) return false;
+  reading.text = *datetime;
+  reading.zone = zoneForAll;
+  if (zoneForAll == nullptr || !datetime->suffix.zone.empty()) {
+    const Zone* const own = zones.of(*datetime, complaint);
+    if (own == nullptr) return false;
+    if (zoneForAll == nullptr) reading.zone = own;
+    if (!datetime->suffix.zone.empty()) datetime = settled(*own, *datetime, complaint);
+    if (!datetime) return false;
+  }
+  const Zone& zone = *reading.zone;
+  const auto second = zone.secondOf(*datetime, complaint);
+  if (!second) return false;
+  reading.pair = pairOf(*second, datetime->fraction);
+  if (isInRange(zone, reading.pair, *second)) return true;
+  complaint = {"out of range", zone.acceptedRange()};
+  return false;
+}
+
+bool readNumber(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
+                Reading& reading, Complaint& complaint) {
+  const Zone& zone = zoneForAll != nullptr ? *zoneForAll : *zones.plain();
+  reading.zone = &zone;
+  reading.text.form = form;
+  reading.text.separator = 'T';  // for another form
+  bool good = false;
+  if (form == Form::pair) {
+    const auto pair = readPair(text, complaint);
+    if (!pair) return false;
+    reading.pair = *pair;
+    good = isInRange(zone, *pair);
+  } else {
+    const auto count = readCount(text, form, complaint);
+    if (!count) return false;
+    reading.pair = count->pair;
+    reading.text.fraction = count->fraction;
+    good = isInRange(zone, count->pair, count->second);
+  }
+  if (!good) complaint = {"out of range", zone.acceptedRange()};
+  return good;
+}
+
+// ---- Writing ----
+
+DecimalSeconds decimalOf(const DatetimeText& text, const doubledouble& pair, bool exact) {
+  if (exact) return shortest(pair);
+  return rounded(pair, std::max<std::size_t>(9, digitsOfUnit(text.form) + text.fraction.size()));
+}
+
+// Drops digits, and with them the zeros that then stand last.
+void cut(DecimalSeconds& decimal, std::size_t digits) {
+  if (decimal.fraction.size() <= digits) return;
+  decimal.fraction.resize(digits);
+  decimal.fraction.erase(decimal.fraction.find_last_not_of('0') + 1);
+}
+
+bool isRfc(Form form) { return form == Form::rfc3339 || form == Form::rfc9557; }
+
+// How a text is written in another form.
+DatetimeText restyled(const DatetimeText& text, Form form) {
+  DatetimeText style = text;
+  style.form = form;
+  style.basic = false;
+  if (!isRfc(form)) return style;
+  style.decimalMark = '.';
+  if (style.separator == 0) style.separator = 'T';
+  return style;
+}
+
+// What a form that is asked for by its name cannot say of a wall time; empty where it can.
+Complaint unsayable(const DatetimeText& style, const WallTime& wall, bool strict) {
+  if (isRfc(style.form) && wall.offset == OffsetForm::none)
+    return {"no offset from UTC is known", kAcceptedKnownOffset};
+  if (strict && wall.offsetSeconds % 60 != 0)
+    return {"the form has no seconds in an offset", kAcceptedElsewhere};
+  const auto day = static_cast<std::int64_t>(floorDiv(wall.seconds, 86400).quotient);
+  if ((strict || style.basic) && !hasPlainYear(style.form, day))
+    return {"the form has no years but 0000 to 9999", kAcceptedElsewhere};
+  return {};
+}
+
+bool writeDate(const Reading& reading, const Notation& notation, const DecimalSeconds& decimal,
+               std::string& out, Complaint& complaint) {
+  const bool isNamed = notation.to || notation.from == Form::rfc9557;
+  const DatetimeText changed = notation.to ? restyled(reading.text, *notation.to) : DatetimeText();
+  const DatetimeText& style = notation.to ? changed : reading.text;
+  const WallTime wall = reading.zone->wallTime(decimal.seconds);
+  const bool hasSuffix = style.form == Form::rfc9557;
+  if (isRfc(style.form) || style.basic) {
+    complaint = unsayable(style, wall, isRfc(style.form) && (isNamed || !hasSuffix));
+    if (!complaint.what.empty()) return false;
+  }
+  const bool hasZone = hasSuffix && (notation.to || !style.suffix.zone.empty());
+  if (hasZone && reading.zone->suffix().empty()) {
+    complaint = {"the zone has no name for brackets", kAcceptedElsewhere};
+    return false;
+  }
+  writeDatetime(out, style, wall, decimal.fraction);
+  if (hasSuffix) writeSuffix(out, hasZone ? reading.zone->suffix() : "", style.suffix);
+  return true;
+}
+
 }  // namespace
 
-std::optional<Reading> read(std::string_view text, const Notation&, const Zone* zoneForAll,
+std::optional<Reading> read(std::string_view text, const Notation& notation, const Zone* zoneForAll,
                             Zones& zones, Complaint& complaint) {
-  const auto datetime = readDatetime(text, complaint);
-  if (!datetime) return std::nullopt;
-  const Zone& zone = zoneForAll != nullptr ? *zoneForAll : zones.of(*datetime);
-  const auto second = zone.secondOf(*datetime, complaint);
-  if (!second) return std::nullopt;
-  const doubledouble pair = pairOf(*second, datetime->fraction);
-  if (isInRange(zone, pair, *second)) return Reading{false, *datetime, &zone, pair};
-  complaint = {"out of range", zone.acceptedRange()};
-  return std::nullopt;
+  std::optional<Reading> reading(std::in_place);
+  reading->field = text;
+  const Form form = notation.from;
+  if (isMissing(text) || (form == Form::pair && isMissingPair(text))) {
+    reading->missing = true;
+    return reading;
+  }
+  const bool good = isNumber(form) ? readNumber(text, form, zoneForAll, zones, *reading, complaint)
+                                   : readDate(text, form, zoneForAll, zones, *reading, complaint);
+  if (!good) reading.reset();
+  return reading;
 }
 
 bool write(const Reading& reading, const doubledouble& pair, const Notation& notation,
            std::string& out, Complaint& complaint) {
+  if (reading.missing) {
+    out += reading.field;
+    return true;
+  }
   const Zone& zone = *reading.zone;
-  complaint = {"the result is out of range", zone.acceptedRange()};
-  if (!(std::fabs(pair.hi) <= kMaxMillis)) return false;  // no decimal for these, nor for NaN
-  const DecimalSeconds decimal =
-      notation.exact ? shortest(pair)
-                     : rounded(pair, std::max<std::size_t>(9, reading.text.fraction.size()));
-  if (!isInRange(zone, pair, decimal.seconds)) return false;
-  writeDatetime(out, reading.text, zone.wallTime(decimal.seconds), decimal.fraction);
-  complaint = {};
+  const Form form = notation.to.value_or(reading.text.form);
+  const auto failRange = [&] {
+    complaint = {"the result is out of range", zone.acceptedRange()};
+    return false;
+  };
+  if (!(std::fabs(pair.hi) <= kMaxMillis)) return failRange();  // no decimal for these, nor for NaN
+  if (form == Form::pair) {
+    if (!isInRange(zone, pair)) return failRange();
+    if (notation.digits) {
+      complaint = {"a pair of doubles has no digits to cut", kAcceptedWithDigits};
+      return false;
+    }
+    writePair(out, pair);
+    return true;
+  }
+  DecimalSeconds decimal = decimalOf(reading.text, pair, notation.exact);
+  if (!isInRange(zone, pair, decimal.seconds)) return failRange();
+  if (notation.digits) cut(decimal, digitsOfUnit(form) + *notation.digits);
+  if (!isCount(form)) return writeDate(reading, notation, decimal, out, complaint);
+  writeCount(out, form, decimal);
   return true;
 }
 

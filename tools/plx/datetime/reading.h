@@ -17,21 +17,27 @@ namespace plx {
 
 // What a text says. It points into the text, which has to stay as long as the reading is written.
 struct Reading {
-  bool missing = false;        // an empty field or NaN, NaT, NA: it has no datetime, zone or pair
-  DatetimeText text;           // in which form it came
+  bool missing = false;        // an empty field or NaN, NaT, NA: it has no zone and no pair
+  std::string_view field;      // the whole text
+  DatetimeText text;           // in which form it came; of a number, form and fraction
   const Zone* zone = nullptr;  // where it is to be worked on
   doubledouble pair{0.0, 0.0};
 };
 
 // Reads a text in a zone for all datetimes or, where that is null, in the zone it brings along,
-// which `zones` then keeps. Nothing, and a complaint, for a text that is no datetime of the form
-// that is expected, or one that is out of range.
+// which `zones` then keeps; a number without either is plain time. Nothing, and a complaint, for a
+// text that is no datetime of the form that is expected, for one that is out of range and for one
+// that contradicts itself.
 std::optional<Reading> read(std::string_view text, const Notation& notation, const Zone* zoneForAll,
                             Zones& zones, Complaint& complaint);
 
 // Appends a pair as the datetime that was read would be written; a missing one as it stood. False,
 // and a complaint, for a pair that is out of range and for what the form cannot say; `out` is then
 // as it was.
+//
+// Seconds are rounded to nine digits, or to as many as came in where that is more. With
+// `notation.exact`, the text reads as the same pair in the same zone, in the fewest digits that do.
+// `notation.digits` cuts what would be written toward earlier time.
 bool write(const Reading& reading, const doubledouble& pair, const Notation& notation,
            std::string& out, Complaint& complaint);
 

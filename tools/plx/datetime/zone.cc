@@ -94,6 +94,32 @@ std::unique_ptr<icu::GregorianCalendar> calendarIn(std::unique_ptr<icu::TimeZone
   return calendar;
 }
 
+icu::UnicodeString unicode(std::string_view text) {
+  return icu::UnicodeString::fromUTF8(
+      icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+}
+
+bool isIdentifier(const icu::UnicodeString& id) {
+  icu::UnicodeString canonical;
+  UBool isOfData = false;
+  UErrorCode status = U_ZERO_ERROR;
+  icu::TimeZone::getCanonicalID(id, canonical, isOfData, status);
+  return U_SUCCESS(status) && isOfData && !isName(id, u"Etc/Unknown");
+}
+
+std::string offsetSuffix(int offsetSeconds) {
+  std::string text;
+  if (offsetSeconds % 60 == 0) writeOffset(text, offsetSeconds);
+  return text;
+}
+
+std::string suffixOf(const icu::TimeZone& zone) {
+  icu::UnicodeString id;
+  std::string text;
+  if (isIdentifier(zone.getID(id))) return id.toUTF8String(text);
+  return zone.useDaylightTime() ? text : offsetSuffix(zone.getRawOffset() / 1000);
+}
+
 std::int64_t leapSecond(const std::array<double, kLeapSeconds>& instants, std::size_t i) {
   return static_cast<std::int64_t>(instants[i]) / 1000;
 }
@@ -126,17 +152,22 @@ bool isWithin(int128 second, int128 first, int128 last) {
 
 }  // namespace
 
+bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicode(text)); }
+
 Zone::Zone(Kind kind, std::string text, int offsetSeconds)
-    : kind_(kind), text_(std::move(text)), offsetSeconds_(offsetSeconds) {}
+    : kind_(kind), text_(std::move(text)), offsetSeconds_(offsetSeconds) {
+  if (kind == Kind::utc || kind == Kind::leapSeconds) suffix_ = "UTC";
+  if (kind == Kind::offset) suffix_ = offsetSuffix(offsetSeconds);
+}
 
 Zone Zone::named(std::string_view text) {
-  const auto id = icu::UnicodeString::fromUTF8(
-      icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+  const icu::UnicodeString id = unicode(text);
   if (id.isEmpty()) return Zone(Kind::plain, "");
   if (isName(id, u"UTC")) return Zone(Kind::utc, "UTC");
   if (isName(id, u"UTCLeapSeconds")) return Zone(Kind::leapSeconds, "UTCLeapSeconds");
   Zone zone(Kind::calendar, std::string(text));
   zone.calendar_ = calendarIn(icuZone(id, text), text);
+  zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
   return zone;
 }
 
@@ -145,6 +176,7 @@ Zone Zone::of(const DatetimeText& datetime) {
     case OffsetForm::none:
       return Zone(Kind::plain, "");
     case OffsetForm::z:
+    case OffsetForm::unknown:
       return Zone(Kind::utc, "UTC");
     case OffsetForm::numeric:
       break;

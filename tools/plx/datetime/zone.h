@@ -24,16 +24,24 @@
 
 namespace plx {
 
+// Whether a text is an identifier of the time zone data, in its own letter case.
+bool isZoneIdentifier(std::string_view text);
+
+// For one thread at a time: a zone keeps what it has looked up.
 class Zone {
  public:
   // The zone of a text, read as the module reads it with the locale en_US. Throws a Failure of
   // Status::unknownName.
   static Zone named(std::string_view text);
-  // The zone that a datetime brings along: its offset, UTC for Z, plain where it has none.
+  // The zone that a datetime's offset tells: UTC for Z and for an unknown one, plain where there is
+  // none.
   static Zone of(const DatetimeText& datetime);
 
   // What the module is told.
   const std::string& text() const { return text_; }
+  // The zone in an RFC 9557 suffix: an identifier, or an offset of whole minutes. Empty for plain
+  // time and for a zone that has neither.
+  const std::string& suffix() const { return suffix_; }
   // The module goes through a calendar, which holds less than the arithmetic does.
   bool isCalendar() const { return kind_ == Kind::offset || kind_ == Kind::calendar; }
   // Inserted seconds count.
@@ -61,7 +69,7 @@ class Zone {
   int128 calendarSecond(int128 wallSecond) const;
 
   Kind kind_;
-  std::string text_;
+  std::string text_, suffix_;
   int offsetSeconds_;                                 // of Kind::offset
   std::unique_ptr<icu::GregorianCalendar> calendar_;  // of Kind::calendar; its time means nothing
 };

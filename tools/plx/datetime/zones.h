@@ -2,20 +2,28 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
 
 namespace plx {
 
-// One for each thread: a zone keeps what it has looked up.
+// One for each thread: a zone keeps what it has looked up. A zone stays where it is until trim()
+// drops it.
 class Zones {
  public:
-  // The zone of a datetime: its offset, UTC for Z, plain where it has none. It stays where it is
-  // until trim() drops it.
-  const Zone& of(const DatetimeText& datetime);
+  // The zone of a datetime: that of its suffix, else that of its offset. Null, and a complaint, for
+  // a suffix that names none.
+  const Zone* of(const DatetimeText& datetime, Complaint& complaint);
+
+  // Plain time.
+  const Zone* plain() { return &byOffset(OffsetForm::none, 0); }
 
   // Drops all zones where there are more than kMostZones. Whether it did.
   bool trim();
@@ -24,7 +32,11 @@ class Zones {
   // Zones that data bring along are few. Where they are not, they are made anew.
   static constexpr std::size_t kMostZones = 1000;
 
+  const Zone& byOffset(OffsetForm form, int offsetSeconds);
+  const Zone* bySuffix(std::string_view text, Complaint& complaint);
+
   std::map<std::pair<OffsetForm, int>, Zone> byOffset_;
+  std::map<std::string, Zone, std::less<>> byName_;
 };
 
 }  // namespace plx

@@ -48,8 +48,9 @@ std::optional<Failure> Setter::set(const std::vector<Line>& lines, std::string_v
     Complaint complaint;
     const std::size_t start = out.size();
     if (!begun_) out += lines[i].lead;  // in the middle it would belong to a datetime
-    if (item.group != nullptr &&
-        !write(item.reading, item.group->datetimes.at(item.index), notation_, out, complaint)) {
+    const doubledouble pair =
+        item.group != nullptr ? item.group->datetimes.at(item.index) : doubledouble{0.0, 0.0};
+    if (!write(item.reading, pair, notation_, out, complaint)) {
       out.resize(start);
       stopAt(i, failureAt(source, lines[i], complaint));
     } else {
@@ -82,6 +83,7 @@ Setter::Item Setter::read(const Line& line, std::string_view source) {
   Item item;
   if (line.text.empty()) {
     values_.skipEmptyLine();
+    item.reading.missing = true;
     return item;
   }
   Complaint complaint;
@@ -90,6 +92,8 @@ Setter::Item Setter::read(const Line& line, std::string_view source) {
   if (!reading) throw failureAt(source, line, complaint);
   const auto value = values_.next(complaint);
   if (!value) throw failureAt(source, line, complaint);
+  item.reading = *reading;
+  if (reading->missing) return item;
   if (auto wrong = complaintAbout(*reading->zone, *value)) {
     // In another zone it may be right, and lines of a file have their own.
     wrong->what += fmt::format(" for {} ({})", quoteText(line.text), location(source, line.number));

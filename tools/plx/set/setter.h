@@ -42,7 +42,7 @@ class Setter {
   // A line of the batch.
   struct Item {
     Reading reading;
-    Group* group = nullptr;  // null for an empty line
+    Group* group = nullptr;  // null for one that is missing
     std::size_t index = 0;   // in the group
   };
 
