@@ -1,6 +1,7 @@
 // One setting as a person reads it: what was asked, what came out, and why.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "arith/doubledouble.h"
@@ -13,11 +14,13 @@ struct Explained {
   const Zone& zone;
   Setting setting;
   std::string asked;           // the value as it was written: "2", "last", "mon"
-  doubledouble before, after;  // around the module's call
+  doubledouble before, after;  // around the module's call; finite and within the zone's range
+  std::size_t digits = 9;      // most digits of a second's fraction
 };
 
-// Some lines, each ending with LF and at most 80 columns wide in plain zones' names; with `colour`,
-// ANSI escapes emphasise what changed.
+// Lines, each ending with LF: the title, both datetimes, what happened in words, the edges of a gap
+// or overlap, and a calendar where the date changed. At most 80 columns wide but for years of more
+// than five digits and fractions of more than eight. With `colour`, ANSI escapes emphasise what changed.
 std::string explain(const Explained& explained, bool colour);
 
 }  // namespace plx
