@@ -4,6 +4,7 @@
 
 #include "base/message.h"
 #include "command/arguments.h"
+#include "command/explain_command.h"
 #include "command/set_command.h"
 #include "command/version.h"
 #include "set/components.h"
@@ -30,6 +31,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"set", "Set one component of datetimes; see plx set --help", runSetCommand},
+    {"explain", "Tell what one setting does, and why; see plx explain --help", runExplainCommand},
     {"components", "List the components with their selectors and examples", runComponentsCommand},
 };
 
