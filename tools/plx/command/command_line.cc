@@ -7,6 +7,7 @@
 #include "command/explain_command.h"
 #include "command/set_command.h"
 #include "command/version.h"
+#include "command/zones_command.h"
 #include "set/components.h"
 #include "set/module.h"
 
@@ -32,6 +33,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"set", "Set one component of datetimes; see plx set --help", runSetCommand},
     {"explain", "Tell what one setting does, and why; see plx explain --help", runExplainCommand},
+    {"zones", "List the time zones with their offsets", runZonesCommand},
     {"components", "List the components with their selectors and examples", runComponentsCommand},
 };
 

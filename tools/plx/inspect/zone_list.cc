@@ -1,0 +1,99 @@
+#include "inspect/zone_list.h"
+
+#include <fmt/format.h>
+#include <fnmatch.h>
+#include <unicode/strenum.h>
+#include <unicode/timezone.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+
+#include "base/message.h"
+#include "datetime/datetime_text.h"
+#include "datetime/zone.h"
+#include "inspect/transitions.h"
+
+namespace plx {
+
+namespace {
+
+void check(UErrorCode status) {
+  if (U_FAILURE(status)) throw Failure{Status::inputOutput, u_errorName(status)};
+}
+
+icu::UnicodeString wide(const std::string& text) { return icu::UnicodeString::fromUTF8(text); }
+
+// Empty for a name that is canonical or none of ICU's.
+std::string aliasOf(const std::string& name) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::UnicodeString id;
+  icu::TimeZone::getCanonicalID(wide(name), id, status);
+  std::string canonical;
+  if (U_SUCCESS(status)) id.toUTF8String(canonical);
+  return canonical == name ? std::string() : canonical;
+}
+
+std::string nextChange(const Zone& zone, int128 second) {
+  Transitions transitions(zone);
+  const auto& change = transitions.at(second).end;
+  if (!change) return "-";
+  DatetimeText form;
+  form.separator = 'T';
+  std::string text;
+  writeDatetime(text, form, zone.wallTime(change->second), "");
+  return text;
+}
+
+}  // namespace
+
+std::vector<std::string> zoneNames() {
+  std::vector<std::string> names = {"UTCLeapSeconds", "local"};
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::StringEnumeration> ids(
+      icu::TimeZone::createTimeZoneIDEnumeration(UCAL_ZONE_TYPE_ANY, nullptr, nullptr, status));
+  check(status);
+  while (const char* id = ids->next(nullptr, status)) {
+    if (std::string_view(id) != "Etc/Unknown") names.emplace_back(id);
+  }
+  check(status);
+  std::ranges::sort(names);
+  return names;
+}
+
+bool matches(const std::string& name, const std::string& pattern) {
+  std::string glob = pattern;
+  std::ranges::replace(glob, ' ', '_');
+  if (glob.find_first_of("*?[") == std::string::npos) {
+    std::string escaped;
+    for (const char c : glob) {
+      if (c == '\\') escaped += '\\';
+      escaped += c;
+    }
+    glob = '*' + escaped + '*';
+  }
+  return ::fnmatch(glob.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
+}
+
+std::string zoneTable(const std::vector<std::string>& names, int128 second) {
+  std::size_t width = 0;
+  for (const std::string& name : names) width = std::max(width, name.size());
+  std::string table;
+  for (const std::string& name : names) {
+    const Zone zone = Zone::named(name);
+    std::string offset;
+    writeOffset(offset, zone.wallTime(second).offsetSeconds);
+    const std::string change = nextChange(zone, second);
+    const std::string alias = aliasOf(name);
+    fmt::format_to(std::back_inserter(table), "{:{}}  {:9}  ", name, width, offset);
+    if (alias.empty()) {
+      table += change + '\n';
+    } else {
+      fmt::format_to(std::back_inserter(table), "{:25}  = {}\n", change, alias);
+    }
+  }
+  return table;
+}
+
+}  // namespace plx
