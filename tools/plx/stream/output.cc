@@ -1,30 +1,62 @@
 #include "stream/output.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstring>
 
 #include "base/message.h"
 
 namespace plx {
 
+namespace {
+
+// Someone else made the descriptor non-blocking.
+void waitForRoom(int descriptor) {
+  struct pollfd polled = {descriptor, POLLOUT, 0};
+  ::poll(&polled, 1, -1);
+}
+
+}  // namespace
+
 void Output::flush() {
-  std::string_view rest = text_;
-  while (!rest.empty()) {
-    const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
-    if (written >= 0) {
-      rest.remove_prefix(static_cast<std::size_t>(written));
+  std::string text;
+  text.swap(text_);
+  write(text);
+  text.clear();
+  text_.swap(text);  // keeps its memory
+}
+
+void Output::write(std::string_view bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count = ::write(descriptor_, bytes.data() + done, bytes.size() - done);
+    if (count >= 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (errno == EAGAIN) {
+      waitForRoom(descriptor_);
     } else if (errno != EINTR) {
       const int error = errno;
-      text_.clear();
-      throw Failure{
-          Status::inputOutput,
-          error == EPIPE ? std::string() : std::string("cannot write: ") + std::strerror(error)};
+      takeBack(done);
+      if (error == EPIPE) throw Failure{Status::inputOutput, ""};
+      throw Failure{Status::inputOutput,
+                    name_ + (name_.empty() ? "" : ": ") + "cannot write: " + std::strerror(error)};
     }
   }
-  text_.clear();
+}
+
+void Output::takeBack(std::size_t written) const {
+  struct stat info;
+  const int flags = ::fcntl(descriptor_, F_GETFL);
+  if (written == 0 || flags < 0 || (flags & O_APPEND) != 0) return;
+  if (::fstat(descriptor_, &info) != 0 || !S_ISREG(info.st_mode)) return;
+  const off_t end = ::lseek(descriptor_, 0, SEEK_CUR);
+  if (end != info.st_size) return;  // something else stands behind
+  const off_t begin = end - static_cast<off_t>(written);
+  if (::ftruncate(descriptor_, begin) == 0) ::lseek(descriptor_, begin, SEEK_SET);
 }
 
 }  // namespace plx

@@ -5,6 +5,9 @@
 // caught) leaves the old file as it was and no temporary. The input may be the same file.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
 #include <string>
 
 namespace plx {
@@ -21,6 +24,8 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
+  // The path, fit to begin a message.
+  const std::string& name() const { return name_; }
   // Where to write.
   int descriptor() const { return descriptor_; }
 
@@ -28,13 +33,14 @@ class OutputFile {
   void commit();
 
  private:
-  void openDirectly(const std::string& path, int flags);
   void openTemporary();
   void discard();
+  [[noreturn]] void fail(const char* action);
 
-  std::string name_;       // for messages
-  std::string target_;     // the path without links
-  std::string temporary_;  // empty where written directly
+  std::string name_;                // for messages
+  std::optional<struct stat> old_;  // what the target was
+  std::string target_;              // the path without links
+  std::string temporary_;           // empty where written directly
   int descriptor_ = -1;
 };
 

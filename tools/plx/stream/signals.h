@@ -24,8 +24,8 @@ class SignalsHeld {
   sigset_t before_;
 };
 
-// The file to remove when a signal comes, with signals held; false for a path that is too long
-// (4096 bytes). There is at most one.
+// The file to remove when a signal comes. There is at most one; called with signals held. False for
+// a path that is too long for the system (PATH_MAX).
 bool removeOnSignal(const std::string& path);
 void keepOnSignal();
 

@@ -1,0 +1,153 @@
+#include "stream/output_file.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "base/message.h"
+#include "stream/signals.h"
+
+namespace plx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// As many as the system follows.
+constexpr int kMostLinks = 40;
+
+// Opened by their names, these would begin at the start of the file that they are.
+std::optional<int> openedDescriptor(std::string_view path) {
+  if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "/dev/stderr") return STDERR_FILENO;
+  for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+    if (!path.starts_with(folder)) continue;
+    int descriptor = 0;
+    const char* end = path.data() + path.size();
+    const auto result = std::from_chars(path.data() + folder.size(), end, descriptor);
+    if (result.ec == std::errc() && result.ptr == end) return descriptor;
+  }
+  return std::nullopt;
+}
+
+// Where the links end, whether there is a file or not.
+fs::path withoutLinks(fs::path path) {
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(fs::symlink_status(path, error)); ++i) {
+    const fs::path to = fs::read_symlink(path, error);
+    path = to.is_absolute() ? to : path.parent_path() / to;
+  }
+  return path;
+}
+
+mode_t modeOfNewFiles() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
+}
+
+// Owner first, as a change of it takes special bits away; these are for the old owner only.
+void takeAttributes(int descriptor, const struct stat& old) {
+  struct stat own;
+  const bool same =
+      ::fstat(descriptor, &own) == 0 && own.st_uid == old.st_uid && own.st_gid == old.st_gid;
+  const bool owned = same || ::fchown(descriptor, old.st_uid, old.st_gid) == 0;
+  // Where the owner cannot be kept, the group perhaps can.
+  if (!owned && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) errno = 0;
+  ::fchmod(descriptor, old.st_mode & (owned ? 07777u : 0777u));
+}
+
+// Without this, a crash of the system may undo the renaming. Not all file systems know it.
+void syncFolder(const fs::path& folder) {
+  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  ::fsync(descriptor);
+  ::close(descriptor);
+}
+
+fs::path folderOf(const fs::path& file) {
+  return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path) : name_(path.empty() ? "\"\"" : escapeText(path)) {
+  if (const auto opened = openedDescriptor(path)) {
+    descriptor_ = ::fcntl(*opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (descriptor_ < 0) fail("open");
+    return;
+  }
+  struct stat old;
+  const bool exists = ::stat(path.c_str(), &old) == 0;
+  if (!exists && (errno != ENOENT || path.empty())) fail("open");
+  if (exists && !S_ISREG(old.st_mode)) {
+    descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (descriptor_ < 0) fail("open");
+    return;
+  }
+  // Renaming needs no right to write to the file, but replacing what is protected is not meant.
+  if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) fail("write");
+  if (exists) old_ = old;
+  target_ = withoutLinks(path).string();
+  openTemporary();
+}
+
+OutputFile::~OutputFile() { discard(); }
+
+void OutputFile::openTemporary() {
+  std::string name = (folderOf(target_) / ".plx-XXXXXX").string();
+  const SignalsHeld held;
+  descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
+  if (descriptor_ < 0) fail("create a temporary file beside it");
+  temporary_ = name;
+  removeOnSignal(temporary_);
+}
+
+void OutputFile::commit() {
+  if (!temporary_.empty()) {
+    if (old_) {
+      takeAttributes(descriptor_, *old_);
+    } else {
+      ::fchmod(descriptor_, modeOfNewFiles());
+    }
+    if (::fsync(descriptor_) != 0) fail("write");
+  }
+  // Some file systems tell only now that the disk is full.
+  if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) fail("write");
+  if (temporary_.empty()) return;
+  {
+    const SignalsHeld held;
+    if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail("replace");
+    keepOnSignal();
+    temporary_.clear();
+  }
+  syncFolder(folderOf(target_));
+}
+
+void OutputFile::discard() {
+  if (descriptor_ >= 0) ::close(std::exchange(descriptor_, -1));
+  if (temporary_.empty()) return;
+  const SignalsHeld held;
+  ::unlink(temporary_.c_str());
+  keepOnSignal();
+  temporary_.clear();
+}
+
+void OutputFile::fail(const char* action) {
+  const int error = errno;
+  discard();
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: cannot {}: {}", name_, action, std::strerror(error))};
+}
+
+}  // namespace plx
