@@ -11,7 +11,7 @@ namespace plx {
 
 enum class ShowProgress {
   automatic,  // on a terminal, unless the results go to one too
-  always,
+  always,     // and at once
   never,
 };
 
@@ -37,7 +37,7 @@ class Progress {
 
   void draw(Clock::time_point now);
 
-  const bool shown_;
+  const ShowProgress show_;  // never, where it cannot be
   const int descriptor_;
   const std::optional<std::uint64_t> total_;
   const Clock::time_point start_;
