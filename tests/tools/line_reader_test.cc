@@ -115,8 +115,8 @@ TEST(LineReader, RefusesALineTooLongAfterThoseBeforeIt) {
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.status, Status::badData);
       EXPECT_NE(
-          failure.message.find("bad:3: the line is too long, it begins: \"" + std::string(60, 'x') +
-                               "\"; accepted: lines of up to 1048576 bytes"),
+          failure.message.find("bad:3:1: the line is too long, it begins: \"" +
+                               std::string(60, 'x') + "\"; accepted: lines of up to 1048576 bytes"),
           std::string::npos)
           << failure.message;
     }

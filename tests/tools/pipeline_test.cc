@@ -25,12 +25,12 @@ class Copier : public Worker {
  public:
   explicit Copier(std::uint64_t seed) : random_(seed) {}
 
-  std::optional<Failure> run(const Chunk& chunk, std::string& out) override {
+  std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
     EXPECT_EQ(std::this_thread::get_id(), thread_) << "a worker belongs to one thread";
     if (random_.oneIn(4))
       std::this_thread::sleep_for(std::chrono::microseconds(random_.whole(0, 300)));
     const std::size_t bad = chunk.bytes().find("bad");
-    out += chunk.bytes().substr(0, bad);
+    piece.text += chunk.bytes().substr(0, bad);
     if (bad == std::string_view::npos) return std::nullopt;
     const Failure failure{Status::badData, "bad in " + std::to_string(chunk.record)};
     if (random_.oneIn(2)) throw failure;
@@ -86,9 +86,9 @@ TEST(Pipeline, TheOrderStaysAndTheFirstFailureCounts) {
       std::string out;
       std::atomic<int> writing = 0;
       const std::string message =
-          messageOf(pipeline, reader, [&](const Chunk&, const std::string& text) {
+          messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
             EXPECT_EQ(++writing, 1);
-            out += text;
+            out += piece.text;
             --writing;
           });
       EXPECT_EQ(out, expected);
@@ -106,8 +106,8 @@ TEST(Pipeline, RunsAgainWithTheSameWorkers) {
     Pipeline pipeline(jobs, [&] {
       ++made;
       class Plain : public Worker {
-        std::optional<Failure> run(const Chunk& chunk, std::string& out) override {
-          out += chunk.bytes();
+        std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
+          piece.text += chunk.bytes();
           return std::nullopt;
         }
       };
@@ -118,7 +118,7 @@ TEST(Pipeline, RunsAgainWithTheSameWorkers) {
       Source source("-");
       ChunkReader reader(source, false, 1000);
       std::string out;
-      EXPECT_EQ(messageOf(pipeline, reader, [&](auto&, auto& text) { out += text; }), "");
+      EXPECT_EQ(messageOf(pipeline, reader, [&](auto&, auto& piece) { out += piece.text; }), "");
       EXPECT_EQ(out, "a\nb\nc\nd");
       ++cases;
     }
@@ -129,7 +129,7 @@ TEST(Pipeline, RunsAgainWithTheSameWorkers) {
 TEST(Pipeline, FailuresAroundTheWork) {
   Cases cases(12);
   const TemporaryFolder folder;
-  const auto ignore = [](const Chunk&, const std::string&) {};
+  const auto ignore = [](const Chunk&, const Piece&) {};
   for (const std::size_t jobs : {1, 2, 3, 8}) {
     {
       Source source(folder.path(""));  // a folder opens, and cannot be read
@@ -154,7 +154,7 @@ TEST(Pipeline, FailuresAroundTheWork) {
       Pipeline pipeline = pipelineOf(jobs, 1);
       int writes = 0;
       EXPECT_EQ(messageOf(pipeline, reader,
-                          [&](const Chunk&, const std::string&) {
+                          [&](const Chunk&, const Piece&) {
                             if (++writes == 2) throw Failure{Status::inputOutput, "full"};
                           }),
                 "full");
@@ -179,8 +179,9 @@ TEST(Pipeline, DoesNotWaitForMoreThanItNeeds) {
       Source source(pipe);
       ChunkReader reader(source, false, 1000);
       Pipeline pipeline = pipelineOf(jobs, 1);
-      message = messageOf(pipeline, reader, [&](const Chunk&, const std::string& text) {
-        EXPECT_EQ(::write(out[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+      message = messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
+        EXPECT_EQ(::write(out[1], piece.text.data(), piece.text.size()),
+                  static_cast<ssize_t>(piece.text.size()));
       });
     });
     for (int i = 0; i < 5; ++i) {

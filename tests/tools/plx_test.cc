@@ -216,7 +216,7 @@ TEST(Plx, TakesValuesFromAFileInStep) {
 
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, three + "2014-05-13\n"),
             (PlxResult{1, "2014-01-10\n2014-02-11\n2014-03-12\n",
-                       "plx: -:4: values has no value left for this datetime: \"2014-05-13\"; "
+                       "plx: -:4:1: values has no value left for this datetime: \"2014-05-13\"; "
                        "accepted: one value for each\n",
                        0}));
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@none", "2014-05-10"}),
@@ -224,15 +224,16 @@ TEST(Plx, TakesValuesFromAFileInStep) {
                        "plx: argument: none has no value left for this datetime: \"2014-05-10\"; "
                        "accepted: one value for each\n",
                        0}));
-  EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, "2014-05-10\n"),
-            (PlxResult{1, "2014-01-10\n",
-                       "plx: values:2: there are more values than datetimes: \"2\"; accepted: one "
-                       "value for each\n",
-                       0}));
+  EXPECT_EQ(
+      runPlxIn(in, {"set", "month", "@values"}, "2014-05-10\n"),
+      (PlxResult{1, "2014-01-10\n",
+                 "plx: values:2:1: there are more values than datetimes: \"2\"; accepted: one "
+                 "value for each\n",
+                 0}));
   EXPECT_EQ(
       runPlxIn(in, {"set", "month", "@gap"}, three),
       (PlxResult{1, "2014-01-10\n",
-                 "plx: gap:2: not a number: \"\"; accepted: a decimal number such as 13, -0.5 "
+                 "plx: gap:2:1: not a number: \"\"; accepted: a decimal number such as 13, -0.5 "
                  "or 1e3\n",
                  0}));
 }
@@ -249,10 +250,10 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
     const char *out, *err;
   } rows[] = {
       {"set day 1 log", 1, "2014-05-01\n2014-05-01\n",
-       "log:3: not a datetime: \"nonsense\\x1B[0m\"; accepted: "
+       "log:3:1: not a datetime: \"nonsense\\x1B[0m\"; accepted: "
        "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25"},
       {"set day 1", 1, "",
-       "-:1: not a datetime: \"from stdin\"; accepted: "
+       "-:1:1: not a datetime: \"from stdin\"; accepted: "
        "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25"},
       {"set day 1 2014-01-31 2014-02-30", 1, "2014-01-01\n",
        "argument: February 2014 has 28 days, and there is no such file: \"2014-02-30\"; accepted: "
@@ -281,7 +282,7 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "argument: the result is out of range: \"2014-05-10\"; accepted: dates within 2^52 days of "
        "1970, from -12330436974479-06-28 to +12330436978418-07-07"},
       {"set day 1 -z UTC+1 far", 1, "2014-05-01\n\n",
-       "far:3: out of range: \"+200000-01-01\"; accepted: in a time zone, from "
+       "far:3:1: out of range: \"+200000-01-01\"; accepted: in a time zone, from "
        "-140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z"},
       {"set year 200000 -z UTC+1 2014-05-10", 1, "",
        "argument: the value or the result is out of range: \"2014-05-10\"; accepted: in a time "
@@ -291,13 +292,13 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "argument: the result is out of range: \"2014-05-10\"; accepted: in a time zone, from "
        "-140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z"},
       {"set time-of-day 2147483.5 -z UTC+1 2014-05-10", 1, "",
-       "VALUE: the time of day is out of range for \"2014-05-10\" (argument): \"2147483.5\"; "
+       "argument: VALUE: the time of day is out of range for \"2014-05-10\": \"2147483.5\"; "
        "accepted: in a time zone, seconds from -2147483 to 2147483"},
       {"set hour 1e10 -z UTC+1 2014-05-10", 1, "",
-       "VALUE: the value is out of range for \"2014-05-10\" (argument): \"1e10\"; accepted: in a "
+       "argument: VALUE: the value is out of range for \"2014-05-10\": \"1e10\"; accepted: in a "
        "time zone, numbers from -2147483648 to 2147483647"},
       {"set hour 2147483648 offsets", 1, "+246998-02-15T08:00:00\n",
-       "VALUE: the value is out of range for \"2014-05-10T08:30+02:00\" (offsets:2): "
+       "offsets:2:1: VALUE: the value is out of range for \"2014-05-10T08:30+02:00\": "
        "\"2147483648\"; accepted: in a time zone, numbers from -2147483648 to 2147483647"},
       {"set day 1 -z Mars/Base 2014-05-10", 3, "",
        "--zone: unknown time zone: \"Mars/Base\"; accepted: UTC, UTCLeapSeconds, local, an "
@@ -406,7 +407,7 @@ TEST(Plx, StopsAtTheFirstLineThatIsWrong) {
           runPlx({"set", "month", "12"}, good + "\n" + good + first + good + second);
       EXPECT_EQ(result.status, 1);
       EXPECT_EQ(result.out, "2014-12-10T00:00:00+01:00\n\n2014-12-10T00:00:00+01:00\n");
-      EXPECT_TRUE(result.err.starts_with("plx: -:4: ")) << result.err;
+      EXPECT_TRUE(result.err.starts_with("plx: -:4:1: ")) << result.err;
       ++cases;
     }
   }

@@ -191,7 +191,8 @@ TEST(Stream, AnEndlessLineEndsIt) {
     for (int i = 0; i < 64; ++i) writeAll(in.write, piece);
   });
   const std::string message = readLine(err.read);
-  EXPECT_TRUE(message.starts_with("plx: -:1: the line is too long, it begins: \"2222")) << message;
+  EXPECT_TRUE(message.starts_with("plx: -:1:1: the line is too long, it begins: \"2222"))
+      << message;
   EXPECT_EQ(plx.wait().status, 1);
   writer.join();
   for (const int end : {in.write, out.read, err.read}) ::close(end);

@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -12,6 +11,7 @@
 #include "command/command_line.h"
 #include "host/embed.h"
 #include "stream/output.h"
+#include "stream/signals.h"
 
 namespace {
 
@@ -46,8 +46,7 @@ int run(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
   holdStandardDescriptors();
-  // A pipe that nobody reads any more shows as an error of writing, with its own exit status.
-  std::signal(SIGPIPE, SIG_IGN);
+  plx::handleSignals();
   // A command means the same everywhere: offsets in a zone's text are spelled as in this locale.
   paSetLocale("en_US", nullptr);
   return run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));

@@ -83,7 +83,11 @@ CLI::Option* Arguments::option(const std::string& names, std::optional<std::stri
 CLI::Option* Arguments::options(const std::string& names, std::vector<std::string>& texts,
                                 const std::string& type, const std::string& help) {
   optionLists_.emplace_back(longName(names), &texts);
-  return app_.add_option(names, texts, help)->type_name(type)->expected(1)->take_all();
+  return app_.add_option(names, texts, help)
+      ->type_name(type)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->take_all();
 }
 
 CLI::Option* Arguments::flag(const std::string& names, bool& given, const std::string& help) {

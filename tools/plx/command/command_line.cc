@@ -5,6 +5,7 @@
 #include "base/message.h"
 #include "command/arguments.h"
 #include "command/explain_command.h"
+#include "command/get_command.h"
 #include "command/set_command.h"
 #include "command/version.h"
 #include "command/zones_command.h"
@@ -31,7 +32,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"set", "Set one component of datetimes; see plx set --help", runSetCommand},
+    {"set", "Set components of datetimes; see plx set --help", runSetCommand},
+    {"get", "Read a component of datetimes; see plx get --help", runGetCommand},
     {"explain", "Tell what one setting does, and why; see plx explain --help", runExplainCommand},
     {"zones", "List the time zones with their offsets", runZonesCommand},
     {"components", "List the components with their selectors and examples", runComponentsCommand},

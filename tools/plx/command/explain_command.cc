@@ -1,6 +1,5 @@
 #include "command/explain_command.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +17,8 @@
 #include "set/components.h"
 #include "set/module.h"
 #include "set/setter.h"
-#include "set/values.h"
+#include "set/task_reader.h"
+#include "set/value.h"
 #include "stream/line_reader.h"
 
 namespace plx {
@@ -32,51 +32,52 @@ struct Options {
   std::optional<std::string> module;
 };
 
-[[noreturn]] void fail(const Complaint& complaint, std::string_view text) {
-  throw Failure{Status::badData, describe("argument", complaint, text)};
-}
-
 // Whatever `plx set` would refuse is refused in the same words.
-void setAsLine(Module& module, const Options& options, const Component& component, double value) {
-  std::optional<Zone> zone;
-  if (options.zone) zone = Zone::named(*options.zone);
-  Values values(fmt::format("{}", value), component);
-  Setter setter(module, component, values, std::move(zone), false);
-  const std::vector<Line> lines = {{{}, options.datetime, "\n", 0}};
-  std::string out;
-  if (auto failure = setter.set(lines, "", out)) throw std::move(*failure);
+void refuseTrouble(const Options& options, const Batch& batch) {
+  if (batch.troubles.empty()) return;
+  const Trouble& trouble = batch.troubles.front();
+  const bool ofValue = trouble.kind == Trouble::Kind::value;
+  throw Failure{Status::badData, describe(ofValue ? "VALUE" : "argument", trouble.complaint,
+                                          ofValue ? options.value : options.datetime)};
 }
 
-double numberOf(const Options& options, const Component& component, const doubledouble& pair,
-                const Zone& zone) {
-  if (const auto name = named(component, options.value))
-    return resolve(*name, component, pair, zone);
-  if (options.value.starts_with('@')) {
+double valueOf(const Options& options, const Component& component) {
+  if (options.value.starts_with('@'))
     throw Failure{Status::usage, "explain takes one value; values of a file are for plx set"};
-  }
   Complaint complaint;
-  return *Values(options.value, component).next(complaint);
+  const auto value = readValue(options.value, component, complaint);
+  if (!value) throw Failure{Status::badData, describe("VALUE", complaint, options.value)};
+  return *value;
 }
 
 std::string explanation(const Options& options, bool colour) {
   const Component& component = findComponent(options.component);
-  Complaint complaint;
-  const auto datetime = readDatetime(options.datetime, complaint);
-  if (!datetime) fail(complaint, options.datetime);
-  const Zone zone = options.zone ? Zone::named(*options.zone) : Zone::of(*datetime);
-  const auto second = zone.secondOf(*datetime, complaint);
-  if (!second) fail(complaint, options.datetime);
-
-  const doubledouble before = pairOf(*second, datetime->fraction);
-  const double value = numberOf(options, component, before, zone);
+  SetterOptions setting;
+  setting.assignments = {{&component, valueOf(options, component)}};
+  setting.reading.zone = options.zone;
+  TaskReader reader(setting.reading);
   Module module(locateModule(options.module));
-  setAsLine(module, options, component, value);
+  const Task task{options.datetime, {}, {}};
+  Batch batch;
+  Setter(module, setting).work({&task, 1}, batch);
+  refuseTrouble(options, batch);
+
+  Trouble none{};
+  const auto reading = reader.read(task, none);
+  if (!reading || reading->missing) {
+    throw Failure{Status::badData,
+                  describe("argument", {"not a datetime", kAcceptedDatetimes}, options.datetime)};
+  }
+  const Zone& zone = *reading->zone;
+  double value = *setting.assignments.front().value;
+  if (isLast(value)) value = resolve({true, 0}, component, reading->pair, zone);
   Datetimes one;
-  one.push(before);
+  one.push(reading->pair);
   if (const auto error = module.set(one, {value}, component.selector, zone.text()))
     throw Failure{Status::badData, escapeText(error->message)};
-  const std::size_t digits = std::max<std::size_t>(9, datetime->fraction.size());
-  const Explained explained{zone, {&component, value}, options.value, before, one.at(0), digits};
+  const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
+  const Explained explained{zone,          {&component, value}, options.value,
+                            reading->pair, one.at(0),           digits};
   return explain(explained, colour);
 }
 

@@ -1,113 +1,141 @@
 #include "command/set_command.h"
 
-#include <sys/stat.h>
+#include <fmt/format.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <optional>
+#include <string_view>
+#include <utility>
 
+#include "base/message.h"
 #include "command/arguments.h"
+#include "command/text_command.h"
 #include "datetime/datetime_text.h"
-#include "datetime/zone.h"
 #include "set/components.h"
 #include "set/module.h"
 #include "set/setter.h"
-#include "set/values.h"
-#include "stream/line_reader.h"
+#include "set/value.h"
 
 namespace plx {
 
 namespace {
 
-struct SetOptions {
+// What is set to what, as it was typed.
+struct Typed {
   std::string component, value;
-  std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
-  std::optional<std::string> zone;  // nothing, or empty: each datetime has its own
-  std::optional<std::string> module;
-  bool exact = false;
 };
 
-// The lines go out as they are done, so that whoever waits behind a pipe sees them.
-void setLines(const std::vector<Line>& lines, std::string_view source, Setter& setter,
-              Output& output) {
-  auto failure = setter.set(lines, source, output.text());
-  output.flush();
-  if (failure) throw std::move(*failure);
+// COMPONENT VALUE, or one COMPONENT=VALUE after the other; the rest is inputs.
+std::vector<Typed> takeSettings(std::vector<std::string>& words) {
+  std::vector<Typed> settings;
+  const auto isSetting = [](const std::string& word) {
+    const std::size_t sign = word.find('=');
+    return sign != std::string::npos &&
+           word.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") == sign;
+  };
+  std::size_t taken = 0;
+  while (taken < words.size() && isSetting(words[taken])) {
+    const std::size_t sign = words[taken].find('=');
+    settings.push_back({words[taken].substr(0, sign), words[taken].substr(sign + 1)});
+    ++taken;
+  }
+  if (settings.empty()) {
+    if (words.size() < 2) throw Failure{Status::usage, "VALUE is required; see plx set --help"};
+    settings.push_back({words[0], words[1]});
+    taken = 2;
+  }
+  words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(taken));
+  return settings;
 }
 
-void setFile(const std::string& path, Setter& setter, Output& output) {
-  LineReader reader(path);
-  std::vector<Line> lines;
-  while (reader.read(lines)) setLines(lines, reader.name(), setter, output);
-}
+// `@` begins the name of what has a value for each datetime.
+bool isEach(const Typed& setting) { return setting.value.starts_with('@'); }
 
-// Of all that goes wrong, only this says that there is none; the rest is told when it is opened.
-bool exists(const std::string& path) {
-  struct stat info;
-  if (::stat(path.c_str(), &info) == 0) return true;
-  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
-}
-
-void setInput(const std::string& input, Setter& setter, Output& output) {
+Assignment assignmentOf(const Typed& setting) {
+  Assignment assignment{&findComponent(setting.component), std::nullopt};
+  if (isEach(setting)) return assignment;
   Complaint complaint;
-  if (input != "-" && readDatetime(input, complaint)) {
-    setLines({{{}, input, "\n", 0}}, {}, setter, output);
-  } else if (input != "-" && looksLikeDatetime(input) && !exists(input)) {
-    complaint.what += ", and there is no such file";
-    throw Failure{Status::badData, describe("argument", complaint, input)};
+  assignment.value = readValue(setting.value, *assignment.component, complaint);
+  if (!assignment.value)
+    throw Failure{Status::badData, describe("VALUE", complaint, setting.value)};
+  return assignment;
+}
+
+// Of a table the values are a column's, else a file's.
+void addValue(const Typed& setting, bool table, TextWork& work) {
+  work.values.push_back({"VALUE", setting.value, std::nullopt, false});
+  work.valueColumns.emplace_back();
+  if (!isEach(setting)) return;
+  const std::string name = setting.value.substr(1);
+  if (table) {
+    work.valueColumns.back() = name;
+  } else if (work.valueFile) {
+    throw Failure{Status::usage, "one file of values is read at a time; accepted: one @FILE"};
   } else {
-    setFile(input, setter, output);
+    work.valueFile = name;
+    work.values.back().file = true;
   }
 }
 
-void refuseOneStreamForTwo(const SetOptions& options) {
-  const auto& inputs = options.inputs;
-  const bool readsInput =
-      inputs.empty() || std::find(inputs.begin(), inputs.end(), "-") != inputs.end();
-  if (options.value != "@-" || !readsInput) return;
-  throw Failure{Status::usage,
-                "the values and the datetimes cannot both come from standard input; "
-                "accepted: @FILE, or INPUT"};
+std::optional<OnFinding> onFindingOf(const std::optional<std::string>& text) {
+  if (!text) return std::nullopt;
+  if (*text == "report") return OnFinding::report;
+  if (*text == "blank") return OnFinding::blank;
+  if (*text == "stop") return OnFinding::stop;
+  throw Failure{Status::usage, describe("--check", {"unknown", "report, blank or stop"}, *text)};
 }
 
-void setAll(const SetOptions& options, Output& output) {
-  refuseOneStreamForTwo(options);
-  const Component& component = findComponent(options.component);
-  Values values(options.value, component);
-  std::optional<Zone> zone;
-  if (options.zone && !options.zone->empty()) zone = Zone::named(*options.zone);
-  Module module(locateModule(options.module));
-  Setter setter(module, component, values, std::move(zone), options.exact);
-
-  if (options.inputs.empty()) setFile("-", setter, output);
-  for (const std::string& input : options.inputs) setInput(input, setter, output);
-  values.finish();
+void setAll(std::vector<Typed> settings, const TextOptions& options,
+            const std::optional<std::string>& check, const std::optional<std::string>& modulePath,
+            Output& output) {
+  SetterOptions setterOptions;
+  TextWork work;
+  for (const Typed& setting : settings) {
+    setterOptions.assignments.push_back(assignmentOf(setting));
+    addValue(setting, options.isTable(), work);
+  }
+  setterOptions.reading = readingOptions(options);
+  const auto onFinding = onFindingOf(check);
+  setterOptions.check = onFinding.has_value();
+  work.onFinding = onFinding.value_or(OnFinding::report);
+  Module module(locateModule(modulePath));
+  work.make = [&] { return std::make_unique<Setter>(module, setterOptions); };
+  runText(options, std::move(work), output);
 }
 
 }  // namespace
 
 void runSetCommand(const std::vector<std::string>& given, Output& output) {
-  SetOptions options;
-  Arguments arguments("Sets one component of every datetime and writes them with it.", "plx set");
-  arguments.positional("COMPONENT", options.component,
-                       "A name or selector that plx components lists");
-  arguments.positional("VALUE", options.value,
-                       "Its new value, or @FILE for one a line, in step with the INPUT");
+  TextOptions options;
+  std::string component, value;
+  std::optional<std::string> check, module;
+  Arguments arguments("Sets components of every datetime and writes them with it.", "plx set");
+  arguments.positional("COMPONENT", component, "A name or selector that plx components lists");
+  CLI::Option* const second =
+      arguments
+          .positional("VALUE", value,
+                      "Its new value: a number, last, mon, jan, q1 and the like, or\n"
+                      "@NAME for one with each datetime, from a file of one a line\n"
+                      "or, of a table, from a column. COMPONENT=VALUE, once or more\n"
+                      "often, stands for the two, and is applied in the order given")
+          ->required(false);
   arguments.positionals("INPUT", options.inputs,
-                        "A datetime, or a file of one a line; - and none: standard input");
-  arguments.option("-z,--zone", options.zone, "ZONE",
-                   "The time zone to work in: UTC, UTCLeapSeconds, local, an\n"
-                   "identifier such as Europe/Paris, or an offset such as +05:30.\n"
-                   "Without it, datetimes with an offset keep theirs, and others\n"
-                   "are plain calendar time");
-  arguments.flag("--exact", options.exact,
-                 "Write every digit that it takes to read back the same pair of\n"
-                 "doubles; else seconds are rounded to nine digits, or to as many\n"
-                 "as came in");
-  arguments.module(options.module);
+                        "A datetime, or a file of one a line or a table; - and none:\n"
+                        "standard input");
+  declareTextOptions(arguments, options, true);
+  arguments.option("--check", check, "WHAT",
+                   "Tell where something else came out than was asked for: carried\n"
+                   "into larger units, shifted by a gap of the clock, or one of two\n"
+                   "equal wall times; report, blank or stop");
+  arguments.module(module);
   arguments.app().footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" +
                          componentExamples() + "\n" + kStatusHelp);
-  if (arguments.parse(given, output)) setAll(options, output);
+  if (!arguments.parse(given, output)) return;
+  std::vector<std::string> words = {component};
+  if (second->count() > 0) words.push_back(value);
+  words.insert(words.end(), options.inputs.begin(), options.inputs.end());
+  std::vector<Typed> settings = takeSettings(words);
+  options.inputs = std::move(words);
+  setAll(std::move(settings), options, check, module, output);
 }
 
 }  // namespace plx

@@ -27,11 +27,6 @@ constexpr std::string_view kAcceptedInsertedSeconds =
 // 2^52 ms are 4503599627370.496 s: the range ends within the floored seconds of these bounds.
 constexpr int128 kLastCalendarSecond = 4503599627370, kFirstCalendarSecond = -4503599627371;
 
-[[noreturn]] void failUnknownZone(std::string_view text) {
-  throw Failure{Status::unknownName,
-                describe("--zone", {"unknown time zone", kAcceptedZones}, text)};
-}
-
 // Names of zones that are none to ICU compare without regard to letter case.
 bool isName(const icu::UnicodeString& text, std::u16string_view name) {
   if (text.length() != static_cast<std::int32_t>(name.size())) return false;
@@ -72,12 +67,12 @@ std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id, std::str
   return zone;
 }
 
+// Null for a text that names no zone.
 std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id, std::string_view text) {
-  if (isName(id, u"Etc/Unknown")) failUnknownZone(text);
+  if (isName(id, u"Etc/Unknown")) return nullptr;
   if (isName(id, u"local")) return owned(icu::TimeZone::createDefault());
   auto zone = owned(icu::TimeZone::createTimeZone(id));
   if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id, text);
-  if (!zone) failUnknownZone(text);
   return zone;
 }
 
@@ -154,6 +149,8 @@ bool isWithin(int128 second, int128 first, int128 last) {
 
 bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicode(text)); }
 
+Complaint unknownZone() { return {"unknown time zone", kAcceptedZones}; }
+
 Zone::Zone(Kind kind, std::string text, int offsetSeconds)
     : kind_(kind), text_(std::move(text)), offsetSeconds_(offsetSeconds) {
   if (kind == Kind::utc || kind == Kind::leapSeconds) suffix_ = "UTC";
@@ -161,12 +158,24 @@ Zone::Zone(Kind kind, std::string text, int offsetSeconds)
 }
 
 Zone Zone::named(std::string_view text) {
+  Complaint complaint;
+  auto zone = find(text, complaint);
+  if (!zone) throw Failure{Status::unknownName, describe("--zone", complaint, text)};
+  return std::move(*zone);
+}
+
+std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   const icu::UnicodeString id = unicode(text);
   if (id.isEmpty()) return Zone(Kind::plain, "");
   if (isName(id, u"UTC")) return Zone(Kind::utc, "UTC");
   if (isName(id, u"UTCLeapSeconds")) return Zone(Kind::leapSeconds, "UTCLeapSeconds");
+  auto rules = icuZone(id, text);
+  if (!rules) {
+    complaint = unknownZone();
+    return std::nullopt;
+  }
   Zone zone(Kind::calendar, std::string(text));
-  zone.calendar_ = calendarIn(icuZone(id, text), text);
+  zone.calendar_ = calendarIn(std::move(rules), text);
   zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
   return zone;
 }

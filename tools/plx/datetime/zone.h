@@ -33,6 +33,8 @@ class Zone {
   // The zone of a text, read as the module reads it with the locale en_US. Throws a Failure of
   // Status::unknownName.
   static Zone named(std::string_view text);
+  // The same; nothing, and a complaint, for a text that is none.
+  static std::optional<Zone> find(std::string_view text, Complaint& complaint);
   // The zone that a datetime's offset tells: UTC for Z and for an unknown one, plain where there is
   // none.
   static Zone of(const DatetimeText& datetime);
@@ -77,5 +79,8 @@ class Zone {
 // The range of datetimes in a calendar; elsewhere it is kAcceptedRange.
 inline constexpr std::string_view kAcceptedCalendarRange =
     "in a time zone, from -140744-08-10T07:30:29.504Z to +144683-05-23T16:29:30.496Z";
+
+// What is told of a text that names no zone.
+Complaint unknownZone();
 
 }  // namespace plx

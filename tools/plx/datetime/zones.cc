@@ -50,9 +50,18 @@ const Zone* Zones::bySuffix(std::string_view text, Complaint& complaint) {
   return nullptr;
 }
 
+const Zone* Zones::named(std::string_view text, Complaint& complaint) {
+  auto found = byText_.find(text);
+  if (found == byText_.end()) found = byText_.emplace(text, Zone::find(text, complaint)).first;
+  if (found->second) return &*found->second;
+  complaint = unknownZone();
+  return nullptr;
+}
+
 bool Zones::trim() {
-  if (byOffset_.size() + byName_.size() <= kMostZones) return false;
+  if (byOffset_.size() + byName_.size() + byText_.size() <= kMostZones) return false;
   byOffset_.clear();
+  byText_.clear();
   byName_.clear();
   return true;
 }

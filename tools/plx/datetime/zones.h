@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,6 +23,9 @@ class Zones {
   // a suffix that names none.
   const Zone* of(const DatetimeText& datetime, Complaint& complaint);
 
+  // The zone of a text as the option --zone takes it; null, and a complaint, for one that is none.
+  const Zone* named(std::string_view text, Complaint& complaint);
+
   // Plain time.
   const Zone* plain() { return &byOffset(OffsetForm::none, 0); }
 
@@ -37,6 +41,8 @@ class Zones {
 
   std::map<std::pair<OffsetForm, int>, Zone> byOffset_;
   std::map<std::string, Zone, std::less<>> byName_;
+  // Texts that name none are kept too: to find that out takes long.
+  std::map<std::string, std::optional<Zone>, std::less<>> byText_;
 };
 
 }  // namespace plx

@@ -31,16 +31,16 @@ Array column(std::size_t count, paComplexity complexity) {
   return owned(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, complexity));
 }
 
-Array columnOf(const std::vector<double>& values) {
+Array columnOf(std::span<const double> values) {
   Array array = column(values.size(), paREAL);
   std::copy(values.begin(), values.end(), paGetRealData(array.get()));
   return array;
 }
 
-Array columnOf(const Datetimes& datetimes) {
-  Array array = column(datetimes.size(), paCOMPLEX);
-  std::copy(datetimes.hi.begin(), datetimes.hi.end(), paGetRealData(array.get()));
-  std::copy(datetimes.lo.begin(), datetimes.lo.end(), paGetImagData(array.get()));
+Array columnOf(std::span<const double> hi, std::span<const double> lo) {
+  Array array = column(hi.size(), paCOMPLEX);
+  std::copy(hi.begin(), hi.end(), paGetRealData(array.get()));
+  std::copy(lo.begin(), lo.end(), paGetImagData(array.get()));
   return array;
 }
 
@@ -60,11 +60,13 @@ Module::Module(const std::string& path) : path_(path) {
   if (!module_) throw Failure{Status::inputOutput, escapeText(error.message)};
 }
 
-std::optional<paError> Module::set(Datetimes& datetimes, const std::vector<double>& values,
-                                   int selector, std::string_view zone) {
-  const Array times = columnOf(datetimes);
+std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
+                                   std::span<const double> values, int selector,
+                                   std::string_view zone) {
+  const Array times = columnOf(hi, lo);
   const Array news = columnOf(values);
-  const Array component = columnOf({static_cast<double>(selector)});
+  const double number = selector;
+  const Array component = columnOf({&number, 1});
   const Array zoneText = characters(zone);
   const paArray* in[] = {times.get(), news.get(), component.get(), zoneText.get()};
   paArray* out[] = {nullptr};
@@ -72,10 +74,8 @@ std::optional<paError> Module::set(Datetimes& datetimes, const std::vector<doubl
   const int failed = paCallModule(module_.get(), 1, out, 4, in, &error);
   const Array result(out[0]);
   if (failed != 0) return error;
-  const double* hi = paGetRealData(result.get());
-  const double* lo = paGetImagData(result.get());
-  std::copy(hi, hi + datetimes.size(), datetimes.hi.begin());
-  std::copy(lo, lo + datetimes.size(), datetimes.lo.begin());
+  std::copy_n(paGetRealData(result.get()), hi.size(), hi.begin());
+  std::copy_n(paGetImagData(result.get()), lo.size(), lo.begin());
   return std::nullopt;
 }
 

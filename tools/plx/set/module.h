@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,11 +39,16 @@ class Module {
   // Throws a Failure of Status::inputOutput.
   explicit Module(const std::string& path);
 
-  // Sets the component of that selector in all datetimes, in place; one value each, in a zone whose
-  // text the module reads. The module's error where it reports one; the datetimes are then as they
-  // were. Throws a Failure where memory runs out.
+  // Sets the component of that selector in datetimes of `hi` and `lo`, in place; one value each, in a
+  // zone whose text the module reads. The module's error where it reports one; the datetimes are
+  // then as they were. Throws a Failure where memory runs out.
+  std::optional<paError> set(std::span<double> hi, std::span<double> lo,
+                             std::span<const double> values, int selector, std::string_view zone);
+
   std::optional<paError> set(Datetimes& datetimes, const std::vector<double>& values, int selector,
-                             std::string_view zone);
+                             std::string_view zone) {
+    return set(datetimes.hi, datetimes.lo, values, selector, zone);
+  }
 
   const std::string& path() const { return path_; }
 

@@ -1,17 +1,16 @@
 #include "set/setter.h"
 
-#include <fmt/format.h>
-
+#include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
+
+#include "inspect/leap_table.h"
+#include "inspect/named.h"
 
 namespace plx {
 
 namespace {
-
-constexpr double kMinInt = -2147483648, kMaxInt = 2147483647;
-// The module counts a time of day in a zone in milliseconds of 32 bits, which wrap.
-constexpr double kMaxTimeOfDay = 2147483;
 
 // What the module's error means for a datetime and a value that have been checked before.
 Complaint complaintOf(const paError& error) {
@@ -20,123 +19,144 @@ Complaint complaintOf(const paError& error) {
   return {escapeText(error.message), kAcceptedDatetimes};
 }
 
-Failure failureAt(std::string_view source, const Line& line, const Complaint& complaint) {
-  return {Status::badData, describe(location(source, line.number), complaint, line.text)};
-}
+// Stands for a datetime that cannot be set, where its neighbours go on.
+constexpr doubledouble kAnyDatetime{0.0, 0.0};
+constexpr double kAnyValue = 1;
 
 }  // namespace
 
-Setter::Setter(Module& module, const Component& component, Values& values, std::optional<Zone> zone,
-               bool exact)
-    : module_(module), component_(component), values_(values), zone_(std::move(zone)) {
-  notation_.exact = exact;
+void Setter::Group::clear() {
+  datetimes.clear();
+  before.clear();
+  tasks.clear();
+  for (auto& column : values) column.clear();
 }
 
-std::optional<Failure> Setter::set(const std::vector<Line>& lines, std::string_view source,
-                                   std::string& out) {
-  begin();
-  end_ = lines.size();
-  try {
-    for (const Line& line : lines) items_.push_back(read(line, source));
-  } catch (Failure& failure) {
-    stopAt(items_.size(), std::move(failure));
-  }
-  for (auto& [zone, group] : groups_) setGroup(*zone, group, lines, source);
+Setter::Setter(Module& module, const SetterOptions& options)
+    : module_(module), options_(options), reader_(options.reading) {}
 
-  for (std::size_t i = 0; i < end_; ++i) {
-    const Item& item = items_[i];
-    Complaint complaint;
-    const std::size_t start = out.size();
-    if (!begun_) out += lines[i].lead;  // in the middle it would belong to a datetime
-    const doubledouble pair =
-        item.group != nullptr ? item.group->datetimes.at(item.index) : doubledouble{0.0, 0.0};
-    if (!write(item.reading, pair, notation_, out, complaint)) {
-      out.resize(start);
-      stopAt(i, failureAt(source, lines[i], complaint));
-    } else {
-      out += lines[i].ending;
-      begun_ = true;
-    }
-  }
-  return failure_;
-}
-
-void Setter::begin() {
-  items_.clear();
-  failure_.reset();
-  if (zones_.trim()) groups_.clear();
+void Setter::work(std::span<const Task> tasks, Batch& batch) {
+  batch_ = &batch;
+  begin(tasks.size());
+  for (std::size_t i = 0; i < tasks.size(); ++i) read(tasks[i], i);
   for (auto& [zone, group] : groups_) {
-    group.datetimes.clear();
-    group.values.clear();
-    group.items.clear();
+    if (group.tasks.empty()) continue;
+    if (options_.check) group.before = group.datetimes;
+    for (std::size_t a = 0; a < options_.assignments.size(); ++a) set(group, a);
+    if (options_.check) check(group);
   }
+  for (std::size_t i = 0; i < tasks.size(); ++i) write(i);
+  std::stable_sort(batch.troubles.begin(), batch.troubles.end(),
+                   [](const Trouble& a, const Trouble& b) { return a.task < b.task; });
 }
 
-// Of all failures of a batch, the one of its first line counts.
-void Setter::stopAt(std::size_t item, Failure failure) {
-  if (item >= end_ && failure_) return;
-  end_ = item;
-  failure_ = std::move(failure);
+void Setter::begin(std::size_t tasks) {
+  batch_->clear(tasks);
+  items_.assign(tasks, {});
+  if (reader_.trim()) {
+    groups_.clear();
+    lastGroup_ = nullptr;
+  }
+  for (auto& [zone, group] : groups_) group.clear();
 }
 
-Setter::Item Setter::read(const Line& line, std::string_view source) {
-  Item item;
-  if (line.text.empty()) {
-    values_.skipEmptyLine();
-    item.reading.missing = true;
-    return item;
-  }
-  Complaint complaint;
-  const auto reading =
-      plx::read(line.text, notation_, zone_ ? &*zone_ : nullptr, zones_, complaint);
-  if (!reading) throw failureAt(source, line, complaint);
-  const auto value = values_.next(complaint);
-  if (!value) throw failureAt(source, line, complaint);
-  item.reading = *reading;
-  if (reading->missing) return item;
-  if (auto wrong = complaintAbout(*reading->zone, *value)) {
-    // In another zone it may be right, and lines of a file have their own.
-    wrong->what += fmt::format(" for {} ({})", quoteText(line.text), location(source, line.number));
-    throw values_.failure(*wrong);
-  }
+void Setter::read(const Task& task, std::size_t at) {
+  Trouble trouble{at, Trouble::Kind::datetime, 0, {}};
+  const auto reading = reader_.read(task, trouble);
+  if (!reading) return batch_->fail(std::move(trouble));
+  if (reading->missing) return;
 
-  Group& group = groups_[reading->zone];
-  item = {*reading, &group, group.items.size()};
-  group.datetimes.push(reading->pair);
-  group.values.push_back(*value);
-  group.items.push_back(items_.size());
-  return item;
-}
-
-// What a calendar cannot take, though the component can.
-std::optional<Complaint> Setter::complaintAbout(const Zone& zone, double value) const {
-  if (!zone.isCalendar()) return std::nullopt;
-  if (component_.name == "time-of-day" && std::fabs(value) > kMaxTimeOfDay) {
-    return Complaint{"the time of day is out of range",
-                     "in a time zone, seconds from -2147483 to 2147483"};
-  }
-  if (component_.whole && (value < kMinInt || value > kMaxInt)) {
-    return Complaint{"the value is out of range",
-                     "in a time zone, numbers from -2147483648 to 2147483647"};
-  }
-  return std::nullopt;
-}
-
-void Setter::setGroup(const Zone& zone, Group& group, const std::vector<Line>& lines,
-                      std::string_view source) {
-  if (group.items.empty()) return;
-  const int selector = component_.selector;
-  if (!module_.set(group.datetimes, group.values, selector, zone.text())) return;
-  // One of them cannot be set: the first that fails alone.
-  for (std::size_t i = 0; i < group.items.size(); ++i) {
-    Datetimes one;
-    one.push(group.datetimes.at(i));
-    if (const auto error = module_.set(one, {group.values[i]}, selector, zone.text())) {
-      const std::size_t item = group.items[i];
-      return stopAt(item, failureAt(source, lines[item], complaintOf(*error)));
+  values_.clear();
+  std::size_t given = 0;
+  for (std::size_t a = 0; a < options_.assignments.size(); ++a) {
+    const Assignment& assignment = options_.assignments[a];
+    std::optional<double> value = assignment.value;
+    trouble = {at, Trouble::Kind::value, a, {}};
+    if (!value) value = readValue(task.values[given++], *assignment.component, trouble.complaint);
+    if (!value) return batch_->fail(std::move(trouble));
+    if (auto wrong = complaintAbout(*value, *assignment.component, *reading->zone)) {
+      wrong->what += " for " + quoteText(task.text);  // in another zone it may be right
+      trouble.complaint = std::move(*wrong);
+      return batch_->fail(std::move(trouble));
     }
-    group.datetimes.replace(i, one.at(0));
+    values_.push_back(*value);
   }
+
+  Group& group = groupOf(*reading->zone);
+  items_[at] = {*reading, &group, group.tasks.size()};
+  group.datetimes.push(reading->pair);
+  group.tasks.push_back(at);
+  for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
+}
+
+Setter::Group& Setter::groupOf(const Zone& zone) {
+  if (lastGroup_ != nullptr && &lastGroup_->zone == &zone) return *lastGroup_;
+  const auto [found, isNew] = groups_.try_emplace(&zone, zone);
+  if (isNew) found->second.values.resize(options_.assignments.size());
+  return *(lastGroup_ = &found->second);
+}
+
+void Setter::set(Group& group, std::size_t assignment) {
+  const Component& component = *options_.assignments[assignment].component;
+  std::vector<double>& values = group.values[assignment];
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (!isLast(values[i])) continue;
+    const doubledouble now = group.datetimes.at(i);
+    // An earlier assignment may have led out of range, which shows in the end.
+    const bool inRange = std::fabs(now.hi) <= kMaxMillis;
+    values[i] = inRange ? resolve({true, 0}, component, now, group.zone) : kAnyValue;
+  }
+  setPart(group, assignment, 0, values.size());
+}
+
+// All at once; where one of them cannot be set, each half on its own, so that a few among many cost
+// little.
+void Setter::setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end) {
+  const auto part = [&](std::vector<double>& column) {
+    return std::span(column).subspan(begin, end - begin);
+  };
+  const int selector = options_.assignments[assignment].component->selector;
+  const auto error = module_.set(part(group.datetimes.hi), part(group.datetimes.lo),
+                                 part(group.values[assignment]), selector, group.zone.text());
+  if (!error) return;
+  if (end - begin > 1) {
+    const std::size_t middle = begin + (end - begin) / 2;
+    setPart(group, assignment, begin, middle);
+    setPart(group, assignment, middle, end);
+    return;
+  }
+  batch_->fail({group.tasks[begin], Trouble::Kind::datetime, 0, complaintOf(*error)});
+  group.datetimes.replace(begin, kAnyDatetime);
+  for (auto& column : group.values) column[begin] = kAnyValue;
+}
+
+void Setter::check(Group& group) {
+  std::vector<Setting> asked(options_.assignments.size());
+  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
+    const std::size_t task = group.tasks[i];
+    if (batch_->outcomes[task].kind == Outcome::Kind::failed) continue;
+    for (std::size_t a = 0; a < asked.size(); ++a)
+      asked[a] = {options_.assignments[a].component, group.values[a][i]};
+    const doubledouble after = group.datetimes.at(i);
+    if (!(std::fabs(after.hi) <= kMaxMillis)) continue;  // out of range, which is told elsewhere
+    const Finding finding = group.checker.check(group.before.at(i), after, asked);
+    if (!finding.any()) continue;
+    batch_->troubles.push_back(
+        {task, Trouble::Kind::finding, 0, {group.checker.describe(finding, after), {}}});
+  }
+}
+
+void Setter::write(std::size_t at) {
+  const Item& item = items_[at];
+  Outcome& outcome = batch_->outcomes[at];
+  if (item.group == nullptr || outcome.kind == Outcome::Kind::failed) return;
+  const doubledouble pair = item.group->datetimes.at(item.index);
+  Complaint complaint;
+  const std::size_t begin = batch_->text.size();
+  if (!plx::write(item.reading, pair, options_.reading.notation, batch_->text, complaint))
+    return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
+  outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
+  if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
 }
 
 }  // namespace plx

@@ -1,70 +1,67 @@
-// Sets one component of the datetimes in lines of text, a batch of lines at a time.
+// Sets components of datetimes in text.
 #pragma once
 
 #include <cstddef>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
+#include <unordered_map>
 #include <vector>
 
-#include "base/message.h"
-#include "datetime/notation.h"
 #include "datetime/reading.h"
-#include "datetime/zone.h"
-#include "datetime/zones.h"
-#include "set/components.h"
+#include "inspect/check.h"
+#include "set/cell_work.h"
 #include "set/module.h"
-#include "set/values.h"
-#include "stream/line_reader.h"
+#include "set/task_reader.h"
+#include "set/value.h"
 
 namespace plx {
 
-class Setter {
- public:
-  // No zone: each datetime has its own. `exact`: write what reads back to the same pair of doubles.
-  Setter(Module& module, const Component& component, Values& values, std::optional<Zone> zone,
-         bool exact);
+struct SetterOptions {
+  std::vector<Assignment> assignments;  // applied in their order; at least one
+  ReadingOptions reading;
+  bool check = false;  // tell where something else came out than was asked for
+};
 
-  // Appends the lines to `out` with their datetimes set; empty lines as they are. Where a line is
-  // wrong, those before it are appended, and the failure comes back. `source` begins the messages
-  // about lines that have numbers. A line's lead is kept in the very first one only.
-  std::optional<Failure> set(const std::vector<Line>& lines, std::string_view source,
-                             std::string& out);
+class Setter : public CellWork {
+ public:
+  // The two outlive the setter. Throws a Failure of Status::unknownName for the zone.
+  Setter(Module& module, const SetterOptions& options);
+
+  void work(std::span<const Task> tasks, Batch& batch) override;
 
  private:
-  // The datetimes of a batch that share a zone.
+  // The datetimes of a batch that share a zone. All columns have one entry for each of them.
   struct Group {
-    Datetimes datetimes;
-    std::vector<double> values;
-    std::vector<std::size_t> items;
+    explicit Group(const Zone& zone) : zone(zone), checker(zone) {}
+    void clear();
+
+    const Zone& zone;
+    Datetimes datetimes, before;
+    std::vector<std::size_t> tasks;
+    std::vector<std::vector<double>> values;  // for each assignment a column
+    Checker checker;
   };
-  // A line of the batch.
+  // A task of the batch that has a datetime.
   struct Item {
     Reading reading;
-    Group* group = nullptr;  // null for one that is missing
-    std::size_t index = 0;   // in the group
+    Group* group = nullptr;
+    std::size_t index = 0;  // in the group
   };
 
-  void begin();
-  Item read(const Line& line, std::string_view source);
-  std::optional<Complaint> complaintAbout(const Zone& zone, double value) const;
-  void setGroup(const Zone& zone, Group& group, const std::vector<Line>& lines,
-                std::string_view source);
-  void stopAt(std::size_t item, Failure failure);
+  void begin(std::size_t tasks);
+  void read(const Task& task, std::size_t at);
+  Group& groupOf(const Zone& zone);
+  void set(Group& group, std::size_t assignment);
+  void setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end);
+  void check(Group& group);
+  void write(std::size_t at);
 
   Module& module_;
-  const Component& component_;
-  Values& values_;
-  const std::optional<Zone> zone_;  // for all datetimes
-  Notation notation_;
-
-  bool begun_ = false;  // something has been appended
+  const SetterOptions& options_;
+  TaskReader reader_;
+  std::unordered_map<const Zone*, Group> groups_;
+  Group* lastGroup_ = nullptr;  // most often the next one too
   std::vector<Item> items_;
-  Zones zones_;
-  std::map<const Zone*, Group> groups_;
-  std::size_t end_ = 0;             // the first item that is wrong, or all
-  std::optional<Failure> failure_;  // of that item
+  std::vector<double> values_;  // of the task that is being read
+  Batch* batch_ = nullptr;
 };
 
 }  // namespace plx

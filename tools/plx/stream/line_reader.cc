@@ -61,7 +61,7 @@ Failure lineTooLong(std::string_view name, const Line& line) {
 }
 
 std::string location(std::string_view name, std::size_t line) {
-  return line == 0 ? "argument" : fmt::format("{}:{}", name, line);
+  return line == 0 ? "argument" : fmt::format("{}:{}:1", name, line);
 }
 
 }  // namespace plx

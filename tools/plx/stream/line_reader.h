@@ -53,7 +53,7 @@ Line lineAt(const Chunk& chunk, std::size_t begin, std::size_t number);
 // A line that exceeds kLongestLine.
 Failure lineTooLong(std::string_view name, const Line& line);
 
-// "name:line", or "argument" for line 0.
+// "name:line:1", as a line begins with its first character, or "argument" for line 0.
 std::string location(std::string_view name, std::size_t line);
 
 }  // namespace plx

@@ -14,7 +14,7 @@ namespace plx {
 struct Pipeline::Thread {
   std::unique_ptr<Worker> worker;
   Chunk chunk;
-  std::string text;
+  Piece piece;
 };
 
 // One run over a reader's chunks, as its threads share it.
@@ -32,7 +32,7 @@ class Pipeline::Run {
  private:
   bool take(Chunk& chunk, std::size_t& number, std::exception_ptr& failure);
   std::exception_ptr process(Thread& thread) const;
-  bool put(const Thread& thread, std::size_t number, std::exception_ptr failure);
+  bool put(const Thread* thread, std::size_t number, std::exception_ptr failure);
 
   ChunkReader& reader_;
   const MakeWorker& makeWorker_;
@@ -54,9 +54,10 @@ void Pipeline::Run::work(Thread& thread) {
     std::size_t number = 0;
     std::exception_ptr failure;
     if (!take(thread.chunk, number, failure)) return;
-    thread.text.clear();
-    if (!failure) failure = process(thread);
-    if (!put(thread, number, failure)) return;
+    const bool isChunk = !failure;
+    thread.piece.clear();
+    if (isChunk) failure = process(thread);
+    if (!put(isChunk ? &thread : nullptr, number, failure)) return;
   }
 }
 
@@ -78,20 +79,20 @@ bool Pipeline::Run::take(Chunk& chunk, std::size_t& number, std::exception_ptr& 
 std::exception_ptr Pipeline::Run::process(Thread& thread) const {
   try {
     if (!thread.worker) thread.worker = makeWorker_();
-    const auto failure = thread.worker->run(thread.chunk, thread.text);
+    const auto failure = thread.worker->run(thread.chunk, thread.piece);
     return failure ? std::make_exception_ptr(*failure) : nullptr;
   } catch (...) {
     return std::current_exception();
   }
 }
 
-// False where the work ends.
-bool Pipeline::Run::put(const Thread& thread, std::size_t number, std::exception_ptr failure) {
+// Writes what a thread has made of its chunk, if there was one. False where the work ends.
+bool Pipeline::Run::put(const Thread* thread, std::size_t number, std::exception_ptr failure) {
   std::unique_lock lock(writing_);
   turn_.wait(lock, [&] { return number == written_ || stopped_; });
   if (stopped_) return false;
   try {
-    if (!thread.text.empty()) write_(thread.chunk, thread.text);
+    if (thread != nullptr) write_(thread->chunk, thread->piece);
   } catch (...) {
     failure = std::current_exception();
   }

@@ -17,21 +17,36 @@
 
 namespace plx {
 
+// What becomes of a chunk.
+struct Piece {
+  std::string text;
+  std::vector<std::string> messages;  // about single datetimes, in their order; the first of many
+  std::size_t errors = 0;             // datetimes that were wrong and passed over
+  std::size_t findings = 0;           // datetimes that came out otherwise than asked
+  std::size_t warnings = 0;           // datetimes behind the end of the table of leap seconds
+
+  void clear() {
+    text.clear();
+    messages.clear();
+    errors = findings = warnings = 0;
+  }
+};
+
 // Turns chunks into text. Each thread has its own.
 class Worker {
  public:
   virtual ~Worker() = default;
-  // Appends what becomes of a chunk to `out`. A failure (returned or thrown) ends the run after
-  // what was appended has been written.
-  virtual std::optional<Failure> run(const Chunk& chunk, std::string& out) = 0;
+  // Appends what becomes of a chunk to an empty piece. A failure (returned or thrown) ends the run
+  // after that has been written.
+  virtual std::optional<Failure> run(const Chunk& chunk, Piece& piece) = 0;
 };
 
 class Pipeline {
  public:
   // Called in the thread that the worker is for, when it has its first chunk.
   using MakeWorker = std::function<std::unique_ptr<Worker>()>;
-  // Writes the text of a chunk. Called in the order of the chunks, never twice at once.
-  using Write = std::function<void(const Chunk& chunk, const std::string& text)>;
+  // Writes the piece of a chunk. Called in the order of the chunks, never twice at once.
+  using Write = std::function<void(const Chunk& chunk, const Piece& piece)>;
 
   // jobs: threads, the calling one among them; at least 1. Workers are kept from run to run.
   Pipeline(std::size_t jobs, MakeWorker makeWorker);

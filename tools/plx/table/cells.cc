@@ -205,6 +205,7 @@ std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffe
 }
 
 std::string location(const Chunk& chunk, std::size_t at) {
+  if (chunk.line == 0) return std::string(chunk.source);
   const std::string_view before = chunk.bytes().substr(0, at);
   const auto lines = std::count(before.begin(), before.end(), '\n');
   const std::size_t lineBegin = lines > 0 ? before.rfind('\n') + 1 : byteOrderMark(chunk);
@@ -219,12 +220,6 @@ Failure uncertainField(const Chunk& chunk, const FieldError& error) {
   const std::string_view text = chunk.bytes().substr(error.begin);
   return {Status::badData, describe(location(chunk, error.at), error.complaint,
                                     text.substr(0, findByte(text, '\n', 0)))};
-}
-
-std::string lineLocation(const Chunk& chunk, std::size_t at) {
-  const std::string_view before = chunk.bytes().substr(0, at);
-  const auto lines = std::count(before.begin(), before.end(), '\n');
-  return location(chunk.source, chunk.line + static_cast<std::size_t>(lines));
 }
 
 }  // namespace plx

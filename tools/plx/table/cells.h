@@ -49,10 +49,9 @@ void splitTable(const Chunk& chunk, const TableFormat& format, const std::vector
 std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffer);
 
 // "name:line:column" of a byte of the chunk, for messages: the line from 1, and the column in
-// characters of UTF-8 from 1. Goes through the chunk from its start.
+// characters of UTF-8 from 1; of a chunk that begins with line 0, which stands for no file, its name
+// alone. Goes through the chunk from its start.
 std::string location(const Chunk& chunk, std::size_t at);
-// "name:line", for lines.
-std::string lineLocation(const Chunk& chunk, std::size_t at);
 
 // What is wrong with a field, told with its first line.
 Failure uncertainField(const Chunk& chunk, const FieldError& error);

@@ -1,0 +1,37 @@
+#include "command/get_command.h"
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "command/arguments.h"
+#include "command/text_command.h"
+#include "set/components.h"
+#include "set/getter.h"
+
+namespace plx {
+
+void runGetCommand(const std::vector<std::string>& given, Output& output) {
+  TextOptions options;
+  std::string name;
+  std::optional<std::string> module;
+  Arguments arguments("Reads a component of every datetime, by the rules that setting it uses.",
+                      "plx get");
+  arguments.positional("COMPONENT", name, "A name or selector that plx components lists");
+  arguments.positionals("INPUT", options.inputs,
+                        "A datetime, or a file of one a line or a table; - and none:\n"
+                        "standard input");
+  declareTextOptions(arguments, options, false);
+  arguments.module(module)->group("");  // of no use here, but it may stand before every command
+  arguments.app().footer(kStatusHelp);
+  if (!arguments.parse(given, output)) return;
+
+  const Component& component = findComponent(name);
+  const ReadingOptions reading = readingOptions(options);
+  TextWork work;
+  work.make = [&] { return std::make_unique<Getter>(component, reading); };
+  work.resultsOnly = true;
+  runText(options, std::move(work), output);
+}
+
+}  // namespace plx

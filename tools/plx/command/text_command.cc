@@ -1,0 +1,387 @@
+#include "command/text_command.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <string_view>
+
+#include "base/message.h"
+#include "datetime/datetime_text.h"
+#include "datetime/number_text.h"
+#include "inspect/leap_table.h"
+#include "stream/chunk_reader.h"
+#include "stream/line_reader.h"
+#include "stream/output_file.h"
+#include "stream/pipeline.h"
+#include "stream/progress.h"
+#include "stream/source.h"
+
+namespace plx {
+
+namespace {
+
+// More messages about single fields than these are only counted.
+constexpr std::size_t kMostMessages = 20;
+
+Failure usage(std::string_view option, std::string_view what, std::string_view text,
+              std::string_view accepted) {
+  return {Status::usage, describe(option, {std::string(what), accepted}, text)};
+}
+
+// A whole number from `least` up to a thousand.
+std::size_t numberOf(const std::optional<std::string>& text, std::string_view option,
+                     std::size_t least, std::size_t otherwise, std::string_view accepted) {
+  if (!text) return otherwise;
+  std::size_t number = 0;
+  const char* end = text->data() + text->size();
+  const auto result = std::from_chars(text->data(), end, number);
+  if (result.ec != std::errc() || result.ptr != end || number < least || number > 1000)
+    throw usage(option, "not a number that it takes", *text, accepted);
+  return number;
+}
+
+std::optional<Form> formOf(const std::optional<std::string>& name, std::string_view option) {
+  if (!name) return std::nullopt;
+  const auto form = formNamed(*name);
+  if (!form) throw usage(option, "unknown form", *name, kAcceptedForms);
+  return form;
+}
+
+OnError onErrorOf(const std::optional<std::string>& text) {
+  if (!text || *text == "stop") return OnError::stop;
+  if (*text == "blank") return OnError::blank;
+  if (*text == "pass") return OnError::pass;
+  throw usage("--on-error", "unknown", *text, "stop, blank or pass");
+}
+
+TableFormat formatOf(const TextOptions& options, const std::string& input) {
+  if (options.csv && options.tsv) throw Failure{Status::usage, "a table is either --csv or --tsv"};
+  TableFormat format;
+  format.header = !options.noHeader;
+  if (options.tsv) {
+    format.separator = '\t';
+  } else if (!options.csv) {
+    format.separator = separatorOf(input).value_or(',');
+  }
+  return format;
+}
+
+// Of all that goes wrong, only this says that there is none; the rest is told when it is opened.
+bool exists(const std::string& path) {
+  struct stat info;
+  if (::stat(path.c_str(), &info) == 0) return true;
+  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
+}
+
+// A datetime among the arguments, as a chunk of one line.
+Chunk chunkOf(const std::string& argument) {
+  Chunk chunk;
+  chunk.source = "argument";
+  chunk.line = 0;  // has no place
+  chunk.records = 1;
+  chunk.storage.assign(argument.begin(), argument.end());
+  chunk.storage.push_back('\n');
+  chunk.size = chunk.storage.size();
+  return chunk;
+}
+
+// Where results go, and what is told of the work meanwhile.
+class Sink {
+ public:
+  Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total)
+      : quiet_(options.quiet), out_(&standard) {
+    if (options.output) {
+      file_.emplace(*options.output);
+      out_ = &ownOutput_.emplace(file_->descriptor());
+    }
+    const ShowProgress show = options.quiet      ? ShowProgress::never
+                              : options.progress ? ShowProgress::always
+                                                 : ShowProgress::automatic;
+    progress_.emplace(show, STDERR_FILENO, options.output ? file_->descriptor() : STDOUT_FILENO,
+                      total);
+  }
+
+  void take(const Piece& piece, std::size_t bytes) {
+    begun_ = begun_ || !piece.text.empty();
+    out_->text() += piece.text;
+    out_->flush();
+    for (const std::string& message : piece.messages) {
+      if (told_++ < kMostMessages) tell(message);
+    }
+    errors_ += piece.errors;
+    findings_ += piece.findings;
+    if (piece.warnings > 0 && !warned_) {
+      warned_ = true;
+      tell(fmt::format("warning: {}", kPastLeapTable));
+    }
+    progress_->advance(bytes);
+  }
+
+  // Something has been written.
+  bool begun() const { return begun_; }
+
+  // Puts a file in its place. Throws a Failure where errors were passed over.
+  void finish(OnError onError, OnFinding onFinding) {
+    if (file_) file_->commit();
+    progress_.reset();
+    if (findings_ > 0) {
+      tell(fmt::format("{} {} came out otherwise than asked{}", findings_,
+                       findings_ == 1 ? "datetime" : "datetimes",
+                       onFinding == OnFinding::blank ? " and left blank" : ""));
+    }
+    if (errors_ == 0) return;
+    throw Failure{
+        Status::badData,
+        fmt::format("{} {} could not be worked on and {} {}", errors_,
+                    errors_ == 1 ? "datetime" : "datetimes", errors_ == 1 ? "was" : "were",
+                    onError == OnError::blank ? "left blank" : "left as they stood")};
+  }
+
+ private:
+  void tell(std::string_view message) {
+    progress_->clear();
+    std::fprintf(stderr, "plx: %.*s\n", static_cast<int>(message.size()), message.data());
+  }
+
+  const bool quiet_;
+  Output* out_;
+  std::optional<OutputFile> file_;
+  std::optional<Output> ownOutput_;
+  std::optional<Progress> progress_;
+  std::size_t told_ = 0, errors_ = 0, findings_ = 0;
+  bool begun_ = false, warned_ = false;
+};
+
+// A datetime that is typed, not the name of a file. Whether it is one in its zone shows later.
+bool isDatetime(const std::string& input, const ReadingOptions& options, Complaint& complaint) {
+  if (input == "-" || input.empty()) return false;
+  const Form form = options.notation.from;
+  if (!isCount(form) && form != Form::pair) return readDatetime(input, form, complaint).has_value();
+  Zones zones;
+  const auto reading = read(input, options.notation, zones.plain(), zones, complaint);
+  return reading && !reading->missing;
+}
+
+// One run over all inputs.
+class Run {
+ public:
+  Run(const TextOptions& options, TextWork work, Output& standard)
+      : options_(options), work_(std::move(work)), standard_(standard) {
+    edit_.values = work_.values;
+    edit_.onError = onErrorOf(options.onError);
+    edit_.onFinding = work_.onFinding;
+    jobs_ = numberOf(options.jobs, "--jobs", 1, 1, "1 to 1000 threads");
+    if (work_.valueFile) {
+      values_.emplace(*work_.valueFile);
+      jobs_ = 1;  // the file is read in step
+    }
+  }
+
+  void all() {
+    if (options_.isTable()) {
+      table();
+    } else {
+      lines();
+    }
+    sink_->finish(edit_.onError, edit_.onFinding);
+  }
+
+ private:
+  std::unique_ptr<ChunkEditor> makeEditor() {
+    return std::make_unique<ChunkEditor>(edit_, work_.make(), values_ ? &*values_ : nullptr);
+  }
+
+  void through(Pipeline& pipeline, ChunkReader& reader) {
+    pipeline.run(reader,
+                 [&](const Chunk& chunk, const Piece& piece) { sink_->take(piece, chunk.size); });
+  }
+
+  void table() {
+    if (options_.inputs.size() > 1)
+      throw Failure{Status::usage, "of tables, one at a time is read; accepted: one INPUT"};
+    const std::string input = options_.inputs.empty() ? "-" : options_.inputs.front();
+    edit_.table = formatOf(options_, input);
+    Source source(input);
+    ChunkReader reader(source, edit_.table->quotes, kLongestRecord);
+    chooseAll(reader);
+    sink_.emplace(options_, standard_, source.size());
+    Pipeline pipeline(jobs_, [&] { return makeEditor(); });
+    through(pipeline, reader);
+  }
+
+  // The columns that are used, and for what.
+  void chooseAll(ChunkReader& reader) {
+    std::vector<std::string> asked;
+    const auto ask = [&](const std::string& name) {
+      if (std::find(asked.begin(), asked.end(), name) == asked.end()) asked.push_back(name);
+    };
+    for (const std::string& name : options_.columns) {
+      if (std::find(asked.begin(), asked.end(), name) != asked.end())
+        throw Failure{Status::usage,
+                      describe("--column", {"given twice", "each column once"}, name)};
+      ask(name);
+    }
+    for (const auto& name : work_.valueColumns) {
+      if (name) ask(*name);
+    }
+    if (options_.zoneColumn) ask(*options_.zoneColumn);
+
+    const std::string& name = reader.source().name();
+    edit_.columns = edit_.table->header
+                        ? chooseColumns(readHeader(reader.peek(), *edit_.table, name), asked, name)
+                        : chooseColumns(asked);
+    for (const std::string& column : options_.columns) edit_.datetimes.push_back(placeOf(column));
+    std::sort(edit_.datetimes.begin(), edit_.datetimes.end());
+    for (std::size_t i = 0; i < work_.valueColumns.size(); ++i) {
+      if (work_.valueColumns[i]) edit_.values[i].column = placeOf(*work_.valueColumns[i]);
+    }
+    if (options_.zoneColumn) edit_.zone = placeOf(*options_.zoneColumn);
+    nameNewColumns();
+  }
+
+  std::size_t placeOf(const std::string& asked) const {
+    const auto found = std::find_if(edit_.columns.begin(), edit_.columns.end(),
+                                    [&](const Column& column) { return column.name == asked; });
+    return static_cast<std::size_t>(found - edit_.columns.begin());
+  }
+
+  void nameNewColumns() {
+    edit_.resultsOnly = work_.resultsOnly && options_.newColumns.empty();
+    if (options_.newColumns.empty()) return;
+    if (options_.newColumns.size() != edit_.datetimes.size()) {
+      throw Failure{Status::usage,
+                    "there is a --new-column for some columns only; accepted: one for "
+                    "each --column, in the order of the table"};
+    }
+    edit_.newColumns = options_.newColumns;
+  }
+
+  void lines() {
+    if (options_.zoneColumn || !options_.newColumns.empty() || options_.noHeader) {
+      throw Failure{Status::usage,
+                    "--zone-column, --new-column and --no-header are for tables; accepted: with "
+                    "--column"};
+    }
+    edit_.datetimes = {0};
+    const std::vector<std::string> inputs =
+        options_.inputs.empty() ? std::vector<std::string>{"-"} : options_.inputs;
+    refuseOneStreamForTwo(inputs);
+    sink_.emplace(options_, standard_, sizeOf(inputs));
+    Pipeline pipeline(jobs_, [&] { return makeEditor(); });
+    const ReadingOptions reading = readingOptions(options_);
+    for (const std::string& input : inputs) {
+      edit_.dropMark = sink_->begun();
+      Complaint complaint;
+      if (isDatetime(input, reading, complaint)) {
+        argument(input);
+      } else if (input != "-" && looksLikeDatetime(input) && !exists(input)) {
+        complaint.what += ", and there is no such file";
+        throw Failure{Status::badData, describe("argument", complaint, input)};
+      } else {
+        Source source(input);
+        ChunkReader reader(source, false, kLongestLineBytes);
+        through(pipeline, reader);
+      }
+    }
+    if (values_) values_->finish();
+  }
+
+  void argument(const std::string& text) {
+    if (!argumentEditor_) argumentEditor_ = makeEditor();
+    const Chunk chunk = chunkOf(text);
+    Piece piece;
+    auto failure = argumentEditor_->run(chunk, piece);
+    sink_->take(piece, 0);
+    if (failure) throw std::move(*failure);
+  }
+
+  void refuseOneStreamForTwo(const std::vector<std::string>& inputs) const {
+    const auto readers = std::count(inputs.begin(), inputs.end(), "-");
+    if (work_.valueFile != "-" || readers == 0) return;
+    throw Failure{Status::usage,
+                  "the values and the datetimes cannot both come from standard input; "
+                  "accepted: @FILE, or INPUT"};
+  }
+
+  // Bytes of all inputs, where that is known.
+  static std::optional<std::uint64_t> sizeOf(const std::vector<std::string>& inputs) {
+    if (inputs.size() != 1) return std::nullopt;
+    struct stat info;
+    const bool file = ::stat(inputs.front().c_str(), &info) == 0 && S_ISREG(info.st_mode);
+    return file ? std::optional(static_cast<std::uint64_t>(info.st_size)) : std::nullopt;
+  }
+
+  const TextOptions& options_;
+  TextWork work_;
+  Output& standard_;
+  EditOptions edit_;
+  std::size_t jobs_ = 1;
+  std::optional<ValueFile> values_;
+  std::optional<Sink> sink_;
+  std::unique_ptr<ChunkEditor> argumentEditor_;
+};
+
+}  // namespace
+
+bool TextOptions::isTable() const { return !columns.empty() || csv || tsv; }
+
+void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesDatetimes) {
+  arguments.option("-z,--zone", options.zone, "ZONE",
+                   "The time zone to work in: UTC, UTCLeapSeconds, local, an\n"
+                   "identifier such as Europe/Paris, or an offset such as +05:30.\n"
+                   "Without it, datetimes with an offset keep theirs, and others\n"
+                   "are plain calendar time");
+  arguments.options("-c,--column", options.columns, "COLUMN",
+                    "Of a table, a column of datetimes by its name or number;\n"
+                    "may be given several times");
+  arguments.option("--zone-column", options.zoneColumn, "COLUMN",
+                   "Of a table, the column that names each row's time zone");
+  arguments.options("--new-column", options.newColumns, "NAME",
+                    "Add the results as a column, one for each -c");
+  arguments.flag("--csv", options.csv,
+                 "The table is comma-separated (as without .tsv in its name)");
+  arguments.flag("--tsv", options.tsv, "The table is tab-separated");
+  arguments.flag("--no-header", options.noHeader, "Its first row is no header");
+  arguments.option("-o,--output", options.output, "FILE",
+                   "Write there once all is done; it may be the input");
+  arguments.option("--from", options.from, "FORM",
+                   "How datetimes are written: iso, ordinal, week, rfc3339,\n"
+                   "rfc9557, or as numbers since 1970: s, ms, us, ns, pair.\n"
+                   "Without it all but the numbers are recognised");
+  if (writesDatetimes) {
+    arguments.option("--to", options.to, "FORM", "How to write them, if not as they came in");
+    arguments.option("--digits", options.digits, "N", "Cut the fraction of the second to N digits");
+  }
+  arguments.flag("--exact", options.exact,
+                 "Write every digit that it takes to read back the same pair of\n"
+                 "doubles; else seconds are rounded to nine digits, or to as many\n"
+                 "as came in");
+  arguments.option("--on-error", options.onError, "WHAT",
+                   "What to do about a datetime that is wrong: stop, blank or\n"
+                   "pass it as it is; stop is what happens without");
+  arguments.option("--jobs", options.jobs, "N", "Work with N threads");
+  arguments.flag("--progress", options.progress, "Show progress even where that is no terminal");
+  arguments.flag("--quiet", options.quiet, "Show no progress");
+}
+
+ReadingOptions readingOptions(const TextOptions& options) {
+  ReadingOptions reading;
+  reading.notation.from = formOf(options.from, "--from").value_or(Form::recognised);
+  reading.notation.to = formOf(options.to, "--to");
+  reading.notation.exact = options.exact;
+  if (options.digits)
+    reading.notation.digits = numberOf(options.digits, "--digits", 0, 0, "0 to 1000 digits");
+  if (options.zone && !options.zone->empty()) reading.zone = options.zone;
+  reading.zoneOfTask = options.zoneColumn.has_value();
+  return reading;
+}
+
+void runText(const TextOptions& options, TextWork work, Output& output) {
+  Run(options, std::move(work), output).all();
+}
+
+}  // namespace plx

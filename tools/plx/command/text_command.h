@@ -1,0 +1,51 @@
+// What the commands that go through datetimes in text share: their options, and the way from the
+// inputs to the output.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "command/arguments.h"
+#include "set/cell_work.h"
+#include "set/chunk_editor.h"
+#include "set/task_reader.h"
+#include "set/value_file.h"
+#include "stream/output.h"
+
+namespace plx {
+
+struct TextOptions {
+  std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
+  std::optional<std::string> zone, zoneColumn, output, from, to, digits, onError, jobs;
+  std::vector<std::string> columns, newColumns;
+  bool csv = false, tsv = false, noHeader = false, exact = false, progress = false, quiet = false;
+
+  // Of a table; else of lines.
+  bool isTable() const;
+};
+
+// Declares them. Those that have to do with writing datetimes only where the command does.
+void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesDatetimes);
+
+// Throws a Failure of Status::usage.
+ReadingOptions readingOptions(const TextOptions& options);
+
+// What a run works with beside the options.
+struct TextWork {
+  std::function<std::unique_ptr<CellWork>()> make;       // for each thread
+  std::vector<ValueSource> values;                       // columns by name in `valueColumns`
+  std::vector<std::optional<std::string>> valueColumns;  // for each of the values
+  std::optional<std::string> valueFile;
+  OnFinding onFinding = OnFinding::report;
+  bool resultsOnly = false;  // of a table: without a new column, write nothing but the results
+};
+
+// Goes through all inputs. Throws the first Failure that stops it, after what came before it was
+// written; at the end a Failure of Status::badData where errors were passed over.
+void runText(const TextOptions& options, TextWork work, Output& output);
+
+}  // namespace plx

@@ -1,0 +1,73 @@
+// What a command does to datetimes in text, a batch at a time: texts in, texts out, and what went
+// wrong. Where they come from and where they go is not its concern.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/message.h"
+
+namespace plx {
+
+// A datetime to work on. The texts stay where they are as long as the batch does.
+struct Task {
+  std::string_view text;
+  std::string_view zone;                     // the name of its zone, where each has its own
+  std::span<const std::string_view> values;  // one for each assignment without a value for all
+};
+
+// What was wrong with a task, or worth telling.
+struct Trouble {
+  enum class Kind {
+    datetime,  // the task's text
+    zone,      // its zone's name
+    value,     // one of its values
+    finding,   // nothing: it was set, and something else came out than was asked for
+  };
+  std::size_t task;
+  Kind kind;
+  std::size_t assignment;  // the one whose value it is, of Kind::value
+  Complaint complaint;
+};
+
+struct Outcome {
+  enum class Kind {
+    kept,     // as it stood: there is no datetime
+    changed,  // to the text from begin to end
+    failed,   // there is a trouble that is no finding
+  };
+  Kind kind = Kind::kept;
+  std::size_t begin = 0, end = 0;  // in Batch::text
+};
+
+// What became of the tasks.
+struct Batch {
+  std::string text;
+  std::vector<Outcome> outcomes;  // one for each task
+  std::vector<Trouble> troubles;  // in the order of the tasks, at most one failure for each
+  std::size_t warnings = 0;       // datetimes after the end of the table of leap seconds
+
+  void fail(Trouble trouble) {
+    outcomes[trouble.task].kind = Outcome::Kind::failed;
+    troubles.push_back(std::move(trouble));
+  }
+  void clear(std::size_t tasks) {
+    text.clear();
+    outcomes.assign(tasks, {});
+    troubles.clear();
+    warnings = 0;
+  }
+};
+
+// One for each thread.
+class CellWork {
+ public:
+  virtual ~CellWork() = default;
+  virtual void work(std::span<const Task> tasks, Batch& batch) = 0;
+};
+
+}  // namespace plx

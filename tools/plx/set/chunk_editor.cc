@@ -1,0 +1,191 @@
+#include "set/chunk_editor.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "table/cell_writer.h"
+
+namespace plx {
+
+namespace {
+
+// More messages about one chunk than anyone reads in all.
+constexpr std::size_t kMostMessages = 20;
+
+}  // namespace
+
+ChunkEditor::ChunkEditor(const EditOptions& options, std::unique_ptr<CellWork> work,
+                         ValueFile* values)
+    : options_(options),
+      columns_(options.table ? options.columns.size() : 1),
+      datetimes_(options.datetimes.size()),
+      work_(std::move(work)),
+      file_(values) {
+  for (const ValueSource& source : options.values) {
+    if (source.column || source.file) ++valuesOfRecord_;
+  }
+}
+
+std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
+  split(chunk);
+  collect(chunk);
+  work_->work(tasks_, batch_);
+  judge(chunk, piece);
+  if (options_.resultsOnly) {
+    list(piece.text);
+  } else {
+    edit(chunk, piece.text);
+  }
+  return std::move(failure_);
+}
+
+void ChunkEditor::split(const Chunk& chunk) {
+  if (options_.table) {
+    splitTable(chunk, *options_.table, options_.columns, cells_);
+  } else {
+    splitLines(chunk, cells_);
+  }
+  end_ = cells_.records.size();
+  failure_ = std::move(cells_.failure);
+}
+
+std::string_view ChunkEditor::keep(const Chunk& chunk, const Cell& cell) {
+  if (!cell.doubled) return chunk.bytes().substr(cell.begin, cell.end - cell.begin);
+  std::string& buffer = kept_.emplace_back();
+  return textOf(chunk, cell, buffer);
+}
+
+void ChunkEditor::collect(const Chunk& chunk) {
+  tasks_.clear();
+  kept_.clear();
+  fileLines_.clear();
+  values_.assign(end_ * valuesOfRecord_, {});
+  for (std::size_t r = 0; r < end_; ++r) {
+    if (file_ != nullptr && !takeFromFile(chunk, r)) break;
+    const std::span own = std::span(values_).subspan(r * valuesOfRecord_, valuesOfRecord_);
+    std::size_t next = 0;
+    for (const ValueSource& source : options_.values) {
+      if (source.column) own[next] = keep(chunk, cellOf(r, *source.column));
+      if (source.column || source.file) ++next;
+    }
+    Task task{{}, {}, own};
+    if (options_.zone) task.zone = keep(chunk, cellOf(r, *options_.zone));
+    for (const std::size_t column : options_.datetimes) {
+      task.text = keep(chunk, cellOf(r, column));
+      tasks_.push_back(task);
+    }
+  }
+}
+
+// The values that the file has for a line; false, and the end, where it has none.
+bool ChunkEditor::takeFromFile(const Chunk& chunk, std::size_t record) {
+  const Cell& cell = cellOf(record, 0);
+  fileLines_.push_back(0);
+  if (cell.begin == cell.end) {
+    file_->skipEmptyLine();
+    return true;
+  }
+  auto line = file_->next();
+  if (!line) {
+    end_ = record;
+    failure_ = Failure{
+        Status::badData,
+        describe(location(chunk, cell.begin),
+                 {file_->name() + " has no value left for this datetime", "one value for each"},
+                 keep(chunk, cell))};
+    return false;
+  }
+  fileLines_.back() = line->number;
+  const std::string_view text = kept_.emplace_back(line->text);
+  std::size_t next = record * valuesOfRecord_;
+  for (const ValueSource& source : options_.values) {
+    if (source.file) values_[next] = text;
+    if (source.column || source.file) ++next;
+  }
+  return true;
+}
+
+// Decides what becomes of each trouble.
+void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
+  for (Trouble& trouble : batch_.troubles) {
+    Outcome& outcome = batch_.outcomes[trouble.task];
+    const bool isFinding = trouble.kind == Trouble::Kind::finding;
+    if (isFinding && outcome.kind == Outcome::Kind::failed) continue;  // which says more
+    if (isFinding ? options_.onFinding == OnFinding::stop : options_.onError == OnError::stop) {
+      end_ = trouble.task / datetimes_;
+      failure_ = failureOf(chunk, trouble);
+      return;
+    }
+    ++(isFinding ? piece.findings : piece.errors);
+    if (piece.messages.size() < kMostMessages)
+      piece.messages.push_back(failureOf(chunk, trouble).message);
+    const bool blank =
+        isFinding ? options_.onFinding == OnFinding::blank : options_.onError == OnError::blank;
+    if (blank) outcome = {Outcome::Kind::changed, 0, 0};
+  }
+  piece.warnings += batch_.warnings;
+}
+
+Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const {
+  const std::size_t record = trouble.task / datetimes_;
+  const Task& task = tasks_[trouble.task];
+  const auto at = [&](const Cell& cell) { return location(chunk, cell.begin); };
+  std::string where = at(cellOfTask(trouble.task));
+  std::string_view text = task.text;
+  Status status = Status::badData;
+  if (trouble.kind == Trouble::Kind::zone) {
+    where = at(cellOf(record, *options_.zone));
+    text = task.zone;
+    status = Status::unknownName;
+  } else if (trouble.kind == Trouble::Kind::value) {
+    const ValueSource& source = options_.values[trouble.assignment];
+    const auto before = std::span(options_.values).first(trouble.assignment);
+    const auto own = std::count_if(before.begin(), before.end(),
+                                   [](const ValueSource& s) { return s.column || s.file; });
+    if (source.column) {
+      where = at(cellOf(record, *source.column));
+    } else if (source.file) {
+      where = location(file_->name(), fileLines_[record]);
+    } else {
+      where = fmt::format("{}: {}", where, source.where);
+    }
+    text = source.column || source.file ? task.values[static_cast<std::size_t>(own)] : source.text;
+  }
+  return {status, describe(where, trouble.complaint, text)};
+}
+
+// What stands in a task's place in the end.
+std::string_view ChunkEditor::result(std::size_t task) const {
+  const Outcome& outcome = batch_.outcomes[task];
+  if (outcome.kind != Outcome::Kind::changed) return tasks_[task].text;
+  return std::string_view(batch_.text).substr(outcome.begin, outcome.end - outcome.begin);
+}
+
+void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
+  CellWriter writer = options_.table
+                          ? CellWriter(chunk, *options_.table, out)
+                          : CellWriter(chunk, out, options_.dropMark ? byteOrderMark(chunk) : 0);
+  if (options_.table && options_.table->header && chunk.first) {
+    const Header header = readHeader(&chunk, *options_.table, chunk.source);
+    for (const std::string& name : options_.newColumns)
+      writer.append({header.begin, header.end}, name);
+  }
+  for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
+    if (!options_.newColumns.empty()) {
+      writer.append(cells_.records[task / datetimes_], result(task));
+    } else if (batch_.outcomes[task].kind == Outcome::Kind::changed) {
+      writer.replace(cellOfTask(task), result(task));
+    }
+  }
+  writer.finish(end_ < cells_.records.size() ? cells_.records[end_].begin : cells_.end);
+}
+
+void ChunkEditor::list(std::string& out) {
+  for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
+    out += result(task);
+    out += (task + 1) % datetimes_ == 0 ? '\n' : options_.table->separator;
+  }
+}
+
+}  // namespace plx

@@ -1,0 +1,31 @@
+#include "set/getter.h"
+
+#include <algorithm>
+
+#include "inspect/component_value.h"
+
+namespace plx {
+
+Getter::Getter(const Component& component, const ReadingOptions& options)
+    : component_(component), options_(options), reader_(options) {}
+
+void Getter::work(std::span<const Task> tasks, Batch& batch) {
+  batch.clear(tasks.size());
+  reader_.trim();
+  const Notation& notation = options_.notation;
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    Trouble trouble{i, Trouble::Kind::datetime, 0, {}};
+    const auto reading = reader_.read(tasks[i], trouble);
+    if (!reading) {
+      batch.fail(std::move(trouble));
+    } else if (!reading->missing) {
+      const std::size_t begin = batch.text.size();
+      const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
+      writeComponentValue(batch.text, component_, reading->pair, *reading->zone, digits,
+                          notation.exact);
+      batch.outcomes[i] = {Outcome::Kind::changed, begin, batch.text.size()};
+    }
+  }
+}
+
+}  // namespace plx

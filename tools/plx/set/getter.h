@@ -1,0 +1,23 @@
+// Reads a component of datetimes in text.
+#pragma once
+
+#include "set/cell_work.h"
+#include "set/components.h"
+#include "set/task_reader.h"
+
+namespace plx {
+
+class Getter : public CellWork {
+ public:
+  // The options outlive the getter. Throws a Failure of Status::unknownName for the zone.
+  Getter(const Component& component, const ReadingOptions& options);
+
+  void work(std::span<const Task> tasks, Batch& batch) override;
+
+ private:
+  const Component& component_;
+  const ReadingOptions& options_;
+  TaskReader reader_;
+};
+
+}  // namespace plx

@@ -1,0 +1,39 @@
+// The datetimes of tasks, read in their zones.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "datetime/notation.h"
+#include "datetime/reading.h"
+#include "datetime/zone.h"
+#include "datetime/zones.h"
+#include "set/cell_work.h"
+
+namespace plx {
+
+struct ReadingOptions {
+  Notation notation;
+  std::optional<std::string> zone;  // of all datetimes; nothing where each has its own
+  bool zoneOfTask = false;          // a task names its zone
+};
+
+class TaskReader {
+ public:
+  // Throws a Failure of Status::unknownName for the zone.
+  explicit TaskReader(const ReadingOptions& options);
+
+  // Nothing, and a trouble of kind datetime or zone whose task is left to the caller, where the text
+  // is wrong. Zones stay where they are until the next trim.
+  std::optional<Reading> read(const Task& task, Trouble& trouble);
+
+  // Between batches: drops zones where there are too many. Whether it did.
+  bool trim() { return zones_.trim(); }
+
+ private:
+  const ReadingOptions& options_;
+  std::optional<Zone> zone_;  // of all
+  Zones zones_;
+};
+
+}  // namespace plx

@@ -1,0 +1,34 @@
+// A new value as people write it: a decimal number, or a name such as last, mon or jan.
+#pragma once
+
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+#include "base/message.h"
+#include "datetime/zone.h"
+#include "set/components.h"
+
+namespace plx {
+
+// Stands for the last value that a component has at a datetime, which differs from one to the next.
+// No text is read as NaN otherwise.
+inline constexpr double kLast = std::numeric_limits<double>::quiet_NaN();
+inline bool isLast(double value) { return std::isnan(value); }
+
+// A number, or kLast. Nothing, and a complaint, for a text that is neither, and for a number that
+// the component does not take.
+std::optional<double> readValue(std::string_view text, const Component& component,
+                                Complaint& complaint);
+
+// What a calendar cannot take, though the component can; nothing where all is well.
+std::optional<Complaint> complaintAbout(double value, const Component& component, const Zone& zone);
+
+// One component to set.
+struct Assignment {
+  const Component* component;
+  std::optional<double> value;  // of all datetimes; nothing where each has its own
+};
+
+}  // namespace plx
