@@ -176,6 +176,7 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   }
   Zone zone(Kind::calendar, std::string(text));
   zone.calendar_ = calendarIn(std::move(rules), text);
+  if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
   zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
   return zone;
 }
@@ -203,7 +204,10 @@ std::string_view Zone::acceptedRange() const {
   return isCalendar() ? kAcceptedCalendarRange : kAcceptedRange;
 }
 
-int128 Zone::calendarSecond(int128 wallSecond) const {
+int128 Zone::calendarSecond(std::int64_t wallSecond) const {
+  if (offsets_) {
+    if (const auto offset = offsets_->ofWallTime(wallSecond)) return wallSecond - *offset;
+  }
   const auto [days, secondOfDay] = floorDiv(wallSecond, 86400);
   double year = 0, month = 0, day = 0;
   days2ymd(static_cast<double>(days), year, month, day);
@@ -218,6 +222,18 @@ int128 Zone::calendarSecond(int128 wallSecond) const {
   const double millis = calendar_->getTime(status);
   check(status, text_);
   return floorDiv(static_cast<int128>(millis), 1000).quotient;
+}
+
+int Zone::calendarOffset(std::int64_t second) const {
+  if (offsets_) {
+    if (const auto offset = offsets_->at(second)) return *offset;
+  }
+  std::int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar_->getTimeZone().getOffset(static_cast<double>(second) * 1000.0, false, raw, saving,
+                                     status);
+  check(status, text_);
+  return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
 }
 
 std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& complaint) const {
@@ -239,7 +255,7 @@ std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& co
     const bool nearby =
         isWithin(*second, kFirstCalendarSecond - 86400, kLastCalendarSecond + 86400);
     if (nearby && kind_ == Kind::calendar && datetime.offset == OffsetForm::none)
-      second = calendarSecond(wall);
+      second = calendarSecond(static_cast<std::int64_t>(wall));
     if (!nearby || !isWithin(*second, kFirstCalendarSecond, kLastCalendarSecond)) {
       complaint = {"out of range", kAcceptedCalendarRange};
       second.reset();
@@ -261,12 +277,7 @@ WallTime Zone::wallTime(int128 second) const {
     case Kind::calendar:
       break;
   }
-  std::int32_t raw = 0, saving = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  calendar_->getTimeZone().getOffset(static_cast<double>(second) * 1000.0, false, raw, saving,
-                                     status);
-  check(status, text_);
-  const int offset = (raw + saving) / 1000;  // zones differ from UTC by whole seconds
+  const int offset = calendarOffset(static_cast<std::int64_t>(second));
   return {second + offset, false, OffsetForm::numeric, offset};
 }
 

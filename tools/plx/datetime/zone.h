@@ -13,6 +13,7 @@
 #include <unicode/basictz.h>
 #include <unicode/gregocal.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,7 @@
 #include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
+#include "datetime/offsets.h"
 
 namespace plx {
 
@@ -68,12 +70,15 @@ class Zone {
 
   Zone(Kind kind, std::string text, int offsetSeconds = 0);
 
-  int128 calendarSecond(int128 wallSecond) const;
+  int128 calendarSecond(std::int64_t wallSecond) const;
+  int calendarOffset(std::int64_t second) const;
 
   Kind kind_;
   std::string text_, suffix_;
-  int offsetSeconds_;                                 // of Kind::offset
-  std::unique_ptr<icu::GregorianCalendar> calendar_;  // of Kind::calendar; its time means nothing
+  int offsetSeconds_;  // of Kind::offset
+  // Of Kind::calendar. Its time means nothing.
+  std::unique_ptr<icu::GregorianCalendar> calendar_;
+  std::unique_ptr<Offsets> offsets_;  // of the calendar's zone
 };
 
 // The range of datetimes in a calendar; elsewhere it is kAcceptedRange.
