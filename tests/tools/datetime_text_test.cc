@@ -283,17 +283,18 @@ TEST(DatetimeText, TheFormThatIsAskedForAndNoOther) {
   for (const auto& r : rows) {
     for (const char* text : r.read) {
       Complaint complaint;
-      const auto read = readDatetime(text, r.form, complaint);
-      EXPECT_TRUE(read) << text << ": " << complaint.what;
+      DatetimeText read;
+      EXPECT_TRUE(readDatetime(text, r.form, read, complaint)) << text << ": " << complaint.what;
       EXPECT_EQ(complaint.what, "") << text;
-      if (read && r.form != Form::recognised) {
-        EXPECT_EQ(read->form, r.form) << text;
+      if (r.form != Form::recognised) {
+        EXPECT_EQ(read.form, r.form) << text;
       }
     }
     for (const char* text : r.refused) {
       if (r.form == Form::recognised) continue;
       Complaint complaint;
-      EXPECT_FALSE(readDatetime(text, r.form, complaint)) << text;
+      DatetimeText read;
+      EXPECT_FALSE(readDatetime(text, r.form, read, complaint)) << text;
       EXPECT_EQ(complaint.what, r.why) << text;
     }
   }

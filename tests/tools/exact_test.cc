@@ -216,6 +216,45 @@ TEST(Exact, ReadingBreaksTiesOfHiToEven) {
   }
 }
 
+// As above, with the fifteen digits at most that need no big integers: odd multiples of half the
+// last place of hi, and the decimals next to them.
+TEST(Exact, ReadingBreaksTiesOfFewDigits) {
+  Cases cases(30'000);
+  std::mt19937_64 random(6);
+  for (int i = 0; i < 10'000; ++i) {
+    const int exponent = std::uniform_int_distribution<int>(38, 51)(random);
+    const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random), exponent);
+    const LongDecimal tie = LongDecimal(hi) + LongDecimal(std::ldexp(0.5, exponent - 52));
+    const LongDecimal unit("0.000000000000001");
+    for (const LongDecimal& millis : {tie, tie + unit, tie - unit}) {
+      const std::string digits = millis.text();
+      const std::size_t point = digits.find('.');
+      const std::int64_t seconds = std::stoll(digits.substr(point - 18, 15));
+      const std::string fraction = digits.substr(point - 3, 3) + digits.substr(point + 1, 15);
+      const doubledouble pair = pairOf(seconds, fraction);
+      ASSERT_EQ(pair.hi, millis.nearestDouble()) << "case " << i << ": " << digits;
+      ASSERT_EQ(pair.lo, (millis - LongDecimal(pair.hi)).nearestDouble()) << "case " << i;
+      ++cases;
+    }
+  }
+}
+
+// Half a nanosecond is 2^-7 milliseconds and odd multiples of it, and next to it is what lo adds.
+TEST(Exact, WritingBreaksTiesOfNanoseconds) {
+  Cases cases(70'000);
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 10'000; ++i) {
+    const auto whole = static_cast<double>(static_cast<std::int64_t>(random() % (1ull << 45)));
+    const double hi = (i % 2 ? whole : -whole) + static_cast<double>(random() % 256) / 256;
+    for (const double lo : {0.0, kSmallest, -kSmallest, 0x1p-60, -0x1p-60, 1e-12, -1e-12}) {
+      const doubledouble pair{hi, lo};
+      const DecimalSeconds d = rounded(pair, 9);
+      ASSERT_EQ(millisOf(d.seconds, d.fraction), valueOf(pair).roundedTo(6)) << pair;
+      ++cases;
+    }
+  }
+}
+
 TEST(Exact, WritingAgreesWithRoundingOnPaper) {
   Cases cases(30'000);
   Pairs pairs(5);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cstddef>
+#include <utility>
 
 #include "datetime/date_text.h"
 #include "datetime/scanner.h"
@@ -54,37 +55,35 @@ bool isNumber(std::string_view text) {
 // which is told in one way for all, and says what is wrong where only a number is.
 class Reader {
  public:
-  Reader(std::string_view text, Form form, Complaint& complaint)
-      : scan_(text), form_(form), complaint_(complaint) {}
+  Reader(std::string_view text, Form form, DatetimeText& datetime, Complaint& complaint)
+      : result_(datetime), scan_(text), form_(form), complaint_(complaint) {}
 
   bool read() {
     if (!readDate()) return false;
     if (!scan_.atEnd()) {
-      result.separator = scan_.oneOf(result.basic ? "Tt" : "Tt ");
-      if (result.separator == 0 || !readClock() || !readOffset()) return false;
+      result_.separator = scan_.oneOf(result_.basic ? "Tt" : "Tt ");
+      if (result_.separator == 0 || !readClock() || !readOffset()) return false;
       if (scan_.next() == '[' && !readSuffix()) return false;
     }
     if (!scan_.atEnd()) return false;
-    result.isRfc3339 = liberties_ == 0 && result.offset != OffsetForm::none;
+    result_.isRfc3339 = liberties_ == 0 && result_.offset != OffsetForm::none;
     return isOfForm();
   }
-
-  DatetimeText result;
 
  private:
   bool readDate() {
     DateText date;
     if (!plx::readDate(scan_, form_, date, complaint_)) return false;
-    result.day = date.day;
-    result.form = date.form;
-    result.basic = date.basic;
+    result_.day = date.day;
+    result_.form = date.form;
+    result_.basic = date.basic;
     takeLiberty(date.form != Form::calendar || date.basic || date.signedYear);
     return true;
   }
 
   // Hours, and minutes and seconds where they follow.
   bool readFields(int& hour, int& minute, int& second) {
-    const auto skipColon = [&] { return result.basic ? isDigit(scan_.next()) : scan_.skip(':'); };
+    const auto skipColon = [&] { return result_.basic ? isDigit(scan_.next()) : scan_.skip(':'); };
     if (!scan_.twoDigits(hour)) return false;
     const bool hasMinute = skipColon();
     if (hasMinute && !scan_.twoDigits(minute)) return false;
@@ -97,9 +96,9 @@ class Reader {
     const char mark = scan_.oneOf(".,");
     if (mark == 0) return true;
     takeLiberty(mark == ',');
-    result.decimalMark = mark;
-    result.fraction = scan_.digits();
-    return !result.fraction.empty();
+    result_.decimalMark = mark;
+    result_.fraction = scan_.digits();
+    return !result_.fraction.empty();
   }
 
   bool readClock() {
@@ -110,20 +109,20 @@ class Reader {
     if (second > 60) return fail(fmt::format("there is no second {}", second));
     if (hour == 24) {
       const bool midnight = minute == 0 && second == 0 &&
-                            result.fraction.find_first_not_of('0') == std::string_view::npos;
+                            result_.fraction.find_first_not_of('0') == std::string_view::npos;
       if (!midnight) return fail("24:00 is the last moment of a day");
       takeLiberty(true);
       hour = 0;
-      ++result.day;
+      ++result_.day;
     }
-    result.insertedSecond = second == 60;
-    result.secondOfDay = hour * 3600 + minute * 60 + (second == 60 ? 59 : second);
+    result_.insertedSecond = second == 60;
+    result_.secondOfDay = hour * 3600 + minute * 60 + (second == 60 ? 59 : second);
     return true;
   }
 
   bool readOffset() {
     if (scan_.oneOf("Zz") != 0) {
-      result.offset = OffsetForm::z;
+      result_.offset = OffsetForm::z;
       return true;
     }
     const char sign = scan_.oneOf("+-");
@@ -134,30 +133,30 @@ class Reader {
     takeLiberty(!hasColon);
     if (hasColon || isDigit(scan_.next())) {
       if (!scan_.twoDigits(minutes)) return false;
-      const bool hasSeconds = hasColon ? scan_.skip(':') : result.basic && isDigit(scan_.next());
+      const bool hasSeconds = hasColon ? scan_.skip(':') : result_.basic && isDigit(scan_.next());
       takeLiberty(hasSeconds);
       if (hasSeconds && !scan_.twoDigits(seconds)) return false;
     }
     if (hours > 23 || minutes > 59 || seconds > 59)
       return fail("an offset from UTC reaches from -23:59:59 to +23:59:59");
     const int magnitude = hours * 3600 + minutes * 60 + seconds;
-    result.offsetSeconds = sign == '-' ? -magnitude : magnitude;
-    result.offset = sign == '-' && magnitude == 0 ? OffsetForm::unknown : OffsetForm::numeric;
+    result_.offsetSeconds = sign == '-' ? -magnitude : magnitude;
+    result_.offset = sign == '-' && magnitude == 0 ? OffsetForm::unknown : OffsetForm::numeric;
     return true;
   }
 
   bool readSuffix() {
-    if (result.form != Form::calendar || result.basic) return false;
-    result.form = Form::rfc9557;
-    return plx::readSuffix(scan_, result.suffix, complaint_.what);
+    if (result_.form != Form::calendar || result_.basic) return false;
+    result_.form = Form::rfc9557;
+    return plx::readSuffix(scan_, result_.suffix, complaint_.what);
   }
 
   // Who names one of the two strict forms wants no other spelling of it.
   bool isOfForm() {
-    if (form_ == Form::recognised || form_ == result.form)
-      return result.isRfc3339 || form_ != Form::rfc9557;
-    if (result.form != Form::calendar || !result.isRfc3339) return false;
-    result.form = form_;
+    if (form_ == Form::recognised || form_ == result_.form)
+      return result_.isRfc3339 || form_ != Form::rfc9557;
+    if (result_.form != Form::calendar || !result_.isRfc3339) return false;
+    result_.form = form_;
     return form_ == Form::rfc3339 || form_ == Form::rfc9557;
   }
 
@@ -167,6 +166,7 @@ class Reader {
     return false;
   }
 
+  DatetimeText& result_;
   Scanner scan_;
   const Form form_;
   Complaint& complaint_;
@@ -205,18 +205,20 @@ void writeOffset(ShortText& out, const DatetimeText& form, const WallTime& wall)
 
 }  // namespace
 
-std::optional<DatetimeText> readDatetime(std::string_view text, Form form, Complaint& complaint) {
+bool readDatetime(std::string_view text, Form form, DatetimeText& datetime, Complaint& complaint) {
   complaint = {{}, kAcceptedDatetimes};
-  std::optional<DatetimeText> result;
-  Reader reader(text, form, complaint);
-  if (reader.read()) {
-    result = reader.result;
-  } else if (complaint.what.empty()) {
-    complaint = noDatetime(form);
-    if (form == Form::recognised && isNumber(text))
-      complaint = {"a number without its unit", kAcceptedNumbers};
-  }
-  return result;
+  if (Reader(text, form, datetime, complaint).read()) return true;
+  if (!complaint.what.empty()) return false;
+  complaint = noDatetime(form);
+  if (form == Form::recognised && isNumber(text))
+    complaint = {"a number without its unit", kAcceptedNumbers};
+  return false;
+}
+
+std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint) {
+  std::optional<DatetimeText> datetime(std::in_place);
+  if (!readDatetime(text, Form::recognised, *datetime, complaint)) datetime.reset();
+  return datetime;
 }
 
 bool looksLikeDatetime(std::string_view text) {

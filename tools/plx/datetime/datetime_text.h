@@ -39,14 +39,13 @@ struct DatetimeText {
   Suffix suffix;
 };
 
-// Reads a text of Form::recognised or one of the five forms of dates. Nothing, and a complaint, for
-// a text that is none; else `complaint.what` is empty. Whether the second 60 is one that was
-// inserted is not decided here, nor whether zone and offset fit each other.
-std::optional<DatetimeText> readDatetime(std::string_view text, Form form, Complaint& complaint);
+// Reads a text of Form::recognised or one of the five forms of dates into a new DatetimeText. False,
+// and a complaint, for a text that is none; else `complaint.what` is empty. Whether the second 60 is
+// one that was inserted is not decided here, nor whether zone and offset fit each other.
+bool readDatetime(std::string_view text, Form form, DatetimeText& datetime, Complaint& complaint);
 
-inline std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint) {
-  return readDatetime(text, Form::recognised, complaint);
-}
+// The same of Form::recognised.
+std::optional<DatetimeText> readDatetime(std::string_view text, Complaint& complaint);
 
 // Whether somebody seems to have meant a datetime: digits, and behind them a dash and a digit or
 // what begins a week or a time.

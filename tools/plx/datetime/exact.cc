@@ -1,9 +1,12 @@
 #include "datetime/exact.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <boost/multiprecision/cpp_int.hpp>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 namespace plx {
 
@@ -79,6 +82,32 @@ Binary binary(double x) {
   return {mantissa >> zeros, exponent - 53 + zeros};
 }
 
+// Whole numbers that are doubles, as are those of at most fifteen digits.
+constexpr std::int64_t kSmall = std::int64_t{1} << 53;
+constexpr std::size_t kSmallDigits = 15;
+bool isSmall(int128 number) { return -kSmall < number && number < kSmall; }
+
+// The pair of millis + below / scale, in doubles as far as they tell it for certain; nothing where
+// they do not.
+//
+// The quotient q of the last two is off by less than half of its last place, and the rest of that
+// division is a double (Sterbenz; Dekker 1971). Divided once more it is r, off by 2^-53 of itself.
+// A sum that rounds to the same double with a little more than r and with a little less is that
+// of the exact value.
+std::optional<doubledouble> quickPair(std::int64_t millis, std::int64_t below, double scale) {
+  constexpr double kMore = 1 + 0x1p-50, kLess = 1 - 0x1p-50;
+  const auto numerator = static_cast<double>(below);
+  const double q = numerator / scale;
+  const doubledouble product = two_prod(q, scale);
+  const double r = ((numerator - product.hi) - product.lo) / scale;
+
+  const doubledouble sum = two_sum(static_cast<double>(millis), q);
+  const double lo = sum.lo + r * kMore;
+  if (lo != sum.lo + r * kLess) return std::nullopt;
+  if (sum.hi + lo * kMore != sum.hi || sum.hi + lo * kLess != sum.hi) return std::nullopt;
+  return doubledouble{sum.hi, lo};
+}
+
 // The pair of numerator / denominator.
 template <class Int>
 doubledouble nearestPair(const Int& numerator, const Int& denominator) {
@@ -92,6 +121,7 @@ doubledouble nearestPair(const Int& numerator, const Int& denominator) {
 }
 
 doubledouble pairOfWhole(int128 millis) {
+  if (isSmall(millis)) return {static_cast<double>(static_cast<std::int64_t>(millis)), 0.0};
   const auto hi = static_cast<double>(millis);
   return {hi, static_cast<double>(millis - static_cast<int128>(hi))};
 }
@@ -180,8 +210,38 @@ DecimalSeconds roundedDyadic(const Dyadic<Int>& value, std::size_t digits) {
   return fromMillis(static_cast<int128>(millis), digitsOf(count), below);
 }
 
-bool isWhole(const doubledouble& x) { return std::floor(x.hi) == x.hi && std::floor(x.lo) == x.lo; }
+// Nine digits of the second behind a floored millisecond and nanoseconds from there, 0 to 999999.
+DecimalSeconds ofNanoseconds(std::int64_t millis, std::int64_t nanos) {
+  const auto [seconds, milli] = floorDiv(millis, 1000);
+  std::array<char, 9> digits;
+  auto rest = static_cast<std::uint32_t>(static_cast<std::int64_t>(milli) * 1'000'000 + nanos);
+  for (std::size_t i = digits.size(); i-- > 0; rest /= 10)
+    digits[i] = static_cast<char>('0' + rest % 10);
+  std::string_view fraction(digits.data(), digits.size());
+  dropTrailingZeros(fraction);
+  return {seconds, std::string(fraction)};
+}
+
+// The nearest nanosecond by doubles as far as they tell it for certain; nothing where they do not.
+// Below 2^52 the part of hi behind the point is exact; adding lo and multiplying rounds to less than
+// 10^-9 nanoseconds.
+std::optional<DecimalSeconds> quickRounded(const doubledouble& pair) {
+  if (!(std::fabs(pair.hi) < 0x1p52)) return std::nullopt;
+  const double millis = floorDouble(pair.hi);
+  const double nanos = ((pair.hi - millis) + pair.lo) * 1e6 + 0.5;
+  const double count = floorDouble(nanos);
+  constexpr double kUnsure = 1e-6;
+  if (nanos - count < kUnsure || nanos - count > 1 - kUnsure) return std::nullopt;
+  const auto whole = static_cast<std::int64_t>(millis), below = static_cast<std::int64_t>(count);
+  return below == 1'000'000 ? ofNanoseconds(whole + 1, 0) : ofNanoseconds(whole, below);
+}
+
+bool isWhole(const doubledouble& x) {
+  return floorDouble(x.hi) == x.hi && floorDouble(x.lo) == x.lo;
+}
 DecimalSeconds ofWhole(const doubledouble& pair) {
+  if (pair.lo == 0.0 && std::fabs(pair.hi) < 0x1p53)
+    return ofNanoseconds(static_cast<std::int64_t>(pair.hi), 0);
   return fromMillis(static_cast<int128>(pair.hi) + static_cast<int128>(pair.lo), {}, 0);
 }
 
@@ -237,10 +297,13 @@ doubledouble pairOf(int128 seconds, std::string_view fraction) {
   if (fraction.size() <= 3) return pairOfWhole(millis);
 
   const std::string_view below = fraction.substr(3);
-  // 53 bits and 50 of 10^15 stay below 128 in all the steps above.
-  constexpr int128 kSmall = int128{1} << 53;
-  if (below.size() <= 15 && -kSmall < millis && millis < kSmall)
+  if (below.size() <= kSmallDigits && isSmall(millis)) {
+    const auto pair = quickPair(static_cast<std::int64_t>(millis), numberOf<std::int64_t>(below),
+                                static_cast<double>(powerOf10<std::int64_t>(below.size())));
+    if (pair) return *pair;
+    // 53 bits and 50 of 10^15 stay below 128 in all the steps above.
     return pairOfDigits<int128>(millis, below);
+  }
   if (below.size() <= kMostDigits) return pairOfDigits<cpp_int>(millis, below);
   // Digits so far behind only tell on which side of a midpoint the value lies: any one does.
   return pairOfDigits<cpp_int>(millis, std::string(below.substr(0, kMostDigits)) + '1');
@@ -248,6 +311,9 @@ doubledouble pairOf(int128 seconds, std::string_view fraction) {
 
 DecimalSeconds rounded(const doubledouble& pair, std::size_t digits) {
   if (isWhole(pair)) return ofWhole(pair);
+  if (digits == 9) {
+    if (auto decimal = quickRounded(pair)) return *std::move(decimal);
+  }
   digits = std::min(digits, kMostDigits);  // exact before that
   const BinaryPair b = binaryPair(pair);
   // The numerator has the bits of hi's whole part and the shift's; what is below the millisecond

@@ -28,6 +28,12 @@ struct Division {
   int128 quotient, remainder;
 };
 constexpr Division floorDiv(int128 value, int128 divisor) {
+  const auto small = static_cast<std::int64_t>(value), by = static_cast<std::int64_t>(divisor);
+  if (small == value && by == divisor) {  // many times faster, and almost every value
+    const std::int64_t quotient = small / by, remainder = small % by;
+    if (remainder < 0) return {quotient - 1, remainder + by};
+    return {quotient, remainder};
+  }
   Division d{value / divisor, value % divisor};
   if (d.remainder < 0) d = {d.quotient - 1, d.remainder + divisor};
   return d;

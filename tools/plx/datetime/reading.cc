@@ -67,16 +67,19 @@ std::optional<DatetimeText> settled(const Zone& own, const DatetimeText& datetim
 
 bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
               Reading& reading, Complaint& complaint) {
-  std::optional<DatetimeText> datetime = readDatetime(text, form, complaint);
-  if (!datetime) return false;
-  reading.text = *datetime;
+  if (!readDatetime(text, form, reading.text, complaint)) return false;
+  const DatetimeText* datetime = &reading.text;
+  std::optional<DatetimeText> withOffset;
   reading.zone = zoneForAll;
   if (zoneForAll == nullptr || !datetime->suffix.zone.empty()) {
     const Zone* const own = zones.of(*datetime, complaint);
     if (own == nullptr) return false;
     if (zoneForAll == nullptr) reading.zone = own;
-    if (!datetime->suffix.zone.empty()) datetime = settled(*own, *datetime, complaint);
-    if (!datetime) return false;
+    if (!datetime->suffix.zone.empty()) {
+      withOffset = settled(*own, *datetime, complaint);
+      if (!withOffset) return false;
+      datetime = &*withOffset;
+    }
   }
   const Zone& zone = *reading.zone;
   const auto second = zone.secondOf(*datetime, complaint);
