@@ -201,6 +201,30 @@ TEST(Reading, EachFormInEachOther) {
   }
 }
 
+TEST(Reading, ADateAloneOnlyWhereItReadsAsThatMidnight) {
+  Zones zones;
+  const Zone havana = Zone::named("America/Havana");  // 2014-11-02T01:00 went back to midnight
+  const struct {
+    const char *instant, *written;
+  } rows[] = {
+      {"2014-11-02T04:00Z", "2014-11-02T00:00:00-04:00"},
+      {"2014-11-02T05:00Z", "2014-11-02"},
+      {"2014-11-01T04:00Z", "2014-11-01"},
+  };
+  for (const auto& r : rows) {
+    Complaint complaint;
+    const auto instant = read(r.instant, {}, &havana, zones, complaint);
+    const auto date = read("2014-11-02", {}, &havana, zones, complaint);
+    ASSERT_TRUE(instant && date);
+    std::string out;
+    ASSERT_TRUE(write(*date, instant->pair, {}, out, complaint));
+    EXPECT_EQ(out, r.written);
+    const auto again = read(out, {}, &havana, zones, complaint);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->pair.hi, instant->pair.hi) << out;
+  }
+}
+
 TEST(Reading, DigitsAreCutTowardEarlierTime) {
   const struct {
     const char *from, *to, *text;

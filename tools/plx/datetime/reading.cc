@@ -152,12 +152,29 @@ Complaint unsayable(const DatetimeText& style, const WallTime& wall, bool strict
   return {};
 }
 
+// Whether the date alone, which is midnight there, reads as that second: where clocks go back over
+// midnight, it is the later of two.
+bool isDateEnough(const Zone& zone, const WallTime& wall, int128 second) {
+  const auto [day, secondOfDay] = floorDiv(wall.seconds, 86400);
+  if (secondOfDay != 0 || !zone.isCalendar()) return true;  // or the time is written anyway
+  DatetimeText date;
+  date.day = static_cast<std::int64_t>(day);
+  Complaint complaint;
+  return zone.secondOf(date, complaint) == second;
+}
+
 bool writeDate(const Reading& reading, const Notation& notation, const DecimalSeconds& decimal,
                std::string& out, Complaint& complaint) {
-  const bool isNamed = notation.to || notation.from == Form::rfc9557;
-  const DatetimeText changed = notation.to ? restyled(reading.text, *notation.to) : DatetimeText();
-  const DatetimeText& style = notation.to ? changed : reading.text;
   const WallTime wall = reading.zone->wallTime(decimal.seconds);
+  const bool needsTime =
+      reading.text.separator == 0 && !isDateEnough(*reading.zone, wall, decimal.seconds);
+  std::optional<DatetimeText> changed;
+  if (notation.to) changed = restyled(reading.text, *notation.to);
+  if (needsTime && !changed) changed = reading.text;
+  if (needsTime) changed->separator = 'T';
+  const DatetimeText& style = changed ? *changed : reading.text;
+
+  const bool isNamed = notation.to || notation.from == Form::rfc9557;
   const bool hasSuffix = style.form == Form::rfc9557;
   if (isRfc(style.form) || style.basic) {
     complaint = unsayable(style, wall, isRfc(style.form) && (isNamed || !hasSuffix));
