@@ -54,6 +54,13 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
   const std::size_t behindQuotes = at;
   at = plainEnd(bytes, at, format.separator);
 
+  if (at < bytes.size() && bytes[at] == '\r' && bytes.substr(at, 2) != "\r\n") {
+    error = {
+        begin,
+        at,
+        {"there is a carriage return without a line feed", "records that end with LF or CRLF"}};
+    return std::nullopt;
+  }
   const std::string_view plain = bytes.substr(behindQuotes, at - behindQuotes);
   if (format.quotes && std::count(plain.begin(), plain.end(), '"') % 2 != 0) {
     error = {begin,
@@ -61,13 +68,6 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
              {field.quoted ? "there is one more quote behind the closing quote"
                            : "there is a quote inside a field that does not begin with one",
               kAcceptedQuotes}};
-    return std::nullopt;
-  }
-  if (at < bytes.size() && bytes[at] == '\r' && bytes.substr(at, 2) != "\r\n") {
-    error = {
-        begin,
-        at,
-        {"there is a carriage return without a line feed", "records that end with LF or CRLF"}};
     return std::nullopt;
   }
 
