@@ -151,7 +151,9 @@ void checkUnchanged(const Table& table, const Chunk& chunk, const Cells& cells) 
 
 void checkChanged(const Table& table, const Chunk& chunk, const Cells& cells,
                   const std::string& replacement) {
-  if (!table.format.quotes || replacement.empty()) return;
+  // At the start of the text, one that begins with a byte-order mark would be taken for one.
+  if (!table.format.quotes || replacement.empty() || replacement.starts_with(kByteOrderMark))
+    return;
   std::string out;
   CellWriter writer(chunk, table.format, out);
   std::size_t next = 0;

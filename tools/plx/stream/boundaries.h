@@ -25,7 +25,7 @@ class Boundaries {
   std::size_t lines() const { return lines_; }
 
  private:
-  void scanStretch(std::string_view bytes);
+  void scanLines(std::string_view bytes);
 
   const bool quotes_;
   bool inQuotes_ = false;
