@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <initializer_list>
 #include <system_error>
 
 #include "base/message.h"
@@ -15,44 +14,40 @@ namespace plx {
 
 namespace {
 
-struct Destroy {
-  void operator()(paArray* array) const { paDestroyArray(array); }
-};
-using Array = std::unique_ptr<paArray, Destroy>;
-
-Array owned(paArray* array) {
+HostArray owned(paArray* array) {
   if (array == nullptr) throw Failure{Status::inputOutput, "not enough memory"};
-  return Array(array);
+  return HostArray(array);
 }
 
-// A column of `count` numbers.
-Array column(std::size_t count, paComplexity complexity) {
-  const std::size_t dims[] = {count, 1};
-  return owned(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, complexity));
-}
-
-Array columnOf(std::span<const double> values) {
-  Array array = column(values.size(), paREAL);
+HostArray columnOf(std::span<const double> values) {
+  HostArray array = hostColumn(values.size(), paREAL);
   std::copy(values.begin(), values.end(), paGetRealData(array.get()));
   return array;
 }
 
-Array columnOf(std::span<const double> hi, std::span<const double> lo) {
-  Array array = column(hi.size(), paCOMPLEX);
+HostArray columnOf(std::span<const double> hi, std::span<const double> lo) {
+  HostArray array = hostColumn(hi.size(), paCOMPLEX);
   std::copy(hi.begin(), hi.end(), paGetRealData(array.get()));
   std::copy(lo.begin(), lo.end(), paGetImagData(array.get()));
   return array;
 }
 
-Array characters(std::string_view utf8) {
+}  // namespace
+
+HostArray hostColumn(std::size_t count, paComplexity complexity) {
+  const std::size_t dims[] = {count, 1};
+  return owned(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, complexity));
+}
+
+HostArray hostNumber(double number) { return columnOf({&number, 1}); }
+
+HostArray hostText(std::string_view utf8) {
   const auto text = icu::UnicodeString::fromUTF8(
       icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
   const std::vector<std::uint16_t> units(text.getBuffer(), text.getBuffer() + text.length());
   const std::size_t dims[] = {1, units.size()};
   return owned(paCreateCharArray(2, dims, units.data()));
 }
-
-}  // namespace
 
 Module::Module(const std::string& path) : path_(path) {
   paError error;
@@ -63,19 +58,24 @@ Module::Module(const std::string& path) : path_(path) {
 std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
                                    std::span<const double> values, int selector,
                                    std::string_view zone) {
-  const Array times = columnOf(hi, lo);
-  const Array news = columnOf(values);
-  const double number = selector;
-  const Array component = columnOf({&number, 1});
-  const Array zoneText = characters(zone);
-  const paArray* in[] = {times.get(), news.get(), component.get(), zoneText.get()};
+  HostArray result;
+  if (auto error = set(columnOf(hi, lo).get(), columnOf(values).get(), hostNumber(selector).get(),
+                       hostText(zone).get(), result))
+    return error;
+  std::copy_n(paGetRealData(result.get()), hi.size(), hi.begin());
+  std::copy_n(paGetImagData(result.get()), lo.size(), lo.begin());
+  return std::nullopt;
+}
+
+std::optional<paError> Module::set(const paArray* datetimes, const paArray* values,
+                                   const paArray* selector, const paArray* zone,
+                                   HostArray& result) {
+  const paArray* in[] = {datetimes, values, selector, zone};
   paArray* out[] = {nullptr};
   paError error;
   const int failed = paCallModule(module_.get(), 1, out, 4, in, &error);
-  const Array result(out[0]);
+  result.reset(out[0]);
   if (failed != 0) return error;
-  std::copy_n(paGetRealData(result.get()), hi.size(), hi.begin());
-  std::copy_n(paGetImagData(result.get()), lo.size(), lo.begin());
   return std::nullopt;
 }
 

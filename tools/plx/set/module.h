@@ -34,6 +34,17 @@ struct Datetimes {
   }
 };
 
+// Arrays of the host.
+struct DestroyHostArray {
+  void operator()(paArray* array) const { paDestroyArray(array); }
+};
+using HostArray = std::unique_ptr<paArray, DestroyHostArray>;
+
+// A column of `count` numbers, not filled. Throws a Failure where memory runs out, as do the others.
+HostArray hostColumn(std::size_t count, paComplexity complexity);
+HostArray hostNumber(double number);
+HostArray hostText(std::string_view utf8);
+
 class Module {
  public:
   // Throws a Failure of Status::inputOutput.
@@ -49,6 +60,11 @@ class Module {
                              std::string_view zone) {
     return set(datetimes.hi, datetimes.lo, values, selector, zone);
   }
+
+  // The same with arrays as the module takes them, one value for all or one each. `result` may hold
+  // what becomes of the error, too.
+  std::optional<paError> set(const paArray* datetimes, const paArray* values,
+                             const paArray* selector, const paArray* zone, HostArray& result);
 
   const std::string& path() const { return path_; }
 

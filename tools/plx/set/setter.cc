@@ -7,17 +7,11 @@
 
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
+#include "set/refusals.h"
 
 namespace plx {
 
 namespace {
-
-// What the module's error means for a datetime and a value that have been checked before.
-Complaint complaintOf(const paError& error) {
-  if (std::string_view(error.identifier) == "Pelmor:datetime:RangeError")
-    return {"the value or the result is out of range", kAcceptedCalendarRange};
-  return {escapeText(error.message), kAcceptedDatetimes};
-}
 
 // Stands for a datetime that cannot be set, where its neighbours go on.
 constexpr doubledouble kAnyDatetime{0.0, 0.0};
@@ -74,7 +68,9 @@ void Setter::read(const Task& task, std::size_t at) {
     trouble = {at, Trouble::Kind::value, a, {}};
     if (!value) value = readValue(task.values[given++], *assignment.component, trouble.complaint);
     if (!value) return batch_->fail(std::move(trouble));
-    if (auto wrong = complaintAbout(*value, *assignment.component, *reading->zone)) {
+    auto wrong = reading->zone->isCalendar() ? refusedByCalendar(*assignment.component, *value)
+                                             : std::nullopt;
+    if (wrong) {
       wrong->what += " for " + quoteText(task.text);  // in another zone it may be right
       trouble.complaint = std::move(*wrong);
       return batch_->fail(std::move(trouble));

@@ -12,10 +12,6 @@ constexpr std::string_view kAcceptedNumbers = "a decimal number such as 13, -0.5
 constexpr std::string_view kAcceptedWholeNumbers =
     "whole numbers; only second and time-of-day take fractions";
 
-constexpr double kMinInt = -2147483648, kMaxInt = 2147483647;
-// The module counts a time of day in a zone in milliseconds of 32 bits, which wrap.
-constexpr double kMaxTimeOfDay = 2147483;
-
 // A decimal number, the entire text. Without the letters of inf and nan.
 bool readNumber(std::string_view text, double& number, bool& tooLarge) {
   if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
@@ -43,20 +39,6 @@ std::optional<double> readValue(std::string_view text, const Component& componen
     return std::nullopt;
   }
   return number;
-}
-
-std::optional<Complaint> complaintAbout(double value, const Component& component,
-                                        const Zone& zone) {
-  if (!zone.isCalendar()) return std::nullopt;
-  if (component.name == "time-of-day" && std::fabs(value) > kMaxTimeOfDay) {
-    return Complaint{"the time of day is out of range",
-                     "in a time zone, seconds from -2147483 to 2147483"};
-  }
-  if (component.whole && (value < kMinInt || value > kMaxInt)) {
-    return Complaint{"the value is out of range",
-                     "in a time zone, numbers from -2147483648 to 2147483647"};
-  }
-  return std::nullopt;
 }
 
 }  // namespace plx

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "base/message.h"
-#include "datetime/zone.h"
 #include "set/components.h"
 
 namespace plx {
@@ -21,9 +20,6 @@ inline bool isLast(double value) { return std::isnan(value); }
 // the component does not take.
 std::optional<double> readValue(std::string_view text, const Component& component,
                                 Complaint& complaint);
-
-// What a calendar cannot take, though the component can; nothing where all is well.
-std::optional<Complaint> complaintAbout(double value, const Component& component, const Zone& zone);
 
 // One component to set.
 struct Assignment {
