@@ -1,0 +1,46 @@
+// Sets components of every datetime in an .npy file and writes the file anew: same type, byte order,
+// shape, order of elements and version of the format.
+//
+// The datetimes are milliseconds since 1970 (complex128, float64) or counts of their unit
+// (datetime64), all of them instants: of UTC in a time zone, counting inserted seconds on the
+// leap-second line, on a plain calendar without a zone. What is below a millisecond stays exactly as
+// it is, unless a setting of the second or the time of day replaces it.
+//
+// NaN and NaT stay, and a value of NaN makes them. A result that the type cannot hold is refused; of
+// a value with a fraction, though, no more is asked than a double can say: 30.1 is written as
+// 30100 ms, though as a double it is not quite that.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "npy/npy_file.h"
+#include "set/components.h"
+#include "set/module.h"
+
+namespace plx {
+
+class Zone;
+
+struct NpySetting {
+  const Component* component;
+  double value = 0;       // for all datetimes, where there is no file
+  std::string file = {};  // the path of an .npy file of values
+};
+
+// Takes the next bytes of the new file; valid until it returns.
+using WriteBytes = std::function<void(std::string_view)>;
+
+// Applies the settings in their order to every datetime. No zone: plain calendar time. The values
+// of a file are a single one, or as many as the datetimes and of the same shape; its elements may
+// stand in another order. In memory are one chunk of some hundred KiB and what of the files is
+// mapped.
+//
+// Throws a Failure for the first element that is wrong, after all before its chunk were written.
+void setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
+            const Zone* zone, const WriteBytes& write);
+
+}  // namespace plx
