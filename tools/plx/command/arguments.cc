@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "base/message.h"
+#include "datetime/notation.h"
 
 namespace plx {
 
@@ -49,6 +50,20 @@ void refuseValuesOfFlags(const CLI::App& app, const std::vector<std::string>& ar
     throw Failure{Status::usage,
                   fmt::format("{} takes no value; see {} --help", name, app.get_name())};
   }
+}
+
+std::string inOneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+// What an option of a type takes, with a space between: "stop|blank|pass" names it.
+std::string choicesOf(const std::string& type) {
+  std::string choices(type == "FORM" ? kAcceptedForms : type);
+  if (type != "FORM" && type.find('|') == std::string::npos) return {};
+  std::replace(choices.begin(), choices.end(), '|', ' ');
+  std::erase(choices, ',');
+  return choices;
 }
 
 // "-z,--zone" is told as --zone.
@@ -99,6 +114,10 @@ CLI::Option* Arguments::module(std::optional<std::string>& path) {
 }
 
 bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
+  if (arguments == std::vector<std::string>{"--describe"}) {
+    output.text() += description();
+    return false;
+  }
   refuseValuesOfFlags(app_, arguments);
   // The parser takes the last argument first.
   std::reverse(arguments.begin(), arguments.end());
@@ -124,6 +143,24 @@ bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
     for (std::string& text : *texts) unmarkValue(name, text);
   }
   return true;
+}
+
+std::string Arguments::description() const {
+  std::string text;
+  const auto line = [&](std::string_view kind, const std::string& names, const std::string& type,
+                        const std::string& help) {
+    text +=
+        fmt::format("{}\t{}\t{}\t{}\t{}\n", kind, names, type, choicesOf(type), inOneLine(help));
+  };
+  for (const CLI::App* command : app_.get_subcommands({}))
+    line("command", command->get_name(), "", command->get_description());
+  for (const CLI::Option* option : app_.get_options()) {
+    if (option->get_group().empty()) continue;  // hidden
+    const std::string kind = option->get_positional() ? "argument" : "option";
+    const std::string type = option->get_expected_max() > 0 ? option->get_type_name() : "";
+    line(kind, option->get_name(option->get_positional(), true), type, option->get_description());
+  }
+  return text;
 }
 
 std::string Arguments::unexpected() const {

@@ -39,10 +39,16 @@ class Arguments {
   CLI::Option* module(std::optional<std::string>& path);
 
   // False where help was asked for and given. Throws a Failure of Status::usage.
+  //
+  // --describe gives the same as --help for programs: manual pages and completions are made from it,
+  // so that they know what the command knows. A line for each thing, its columns separated by tabs:
+  //
+  //   kind (command, argument, option)   names   what follows   its choices   help
   bool parse(std::vector<std::string> arguments, Output& output);
 
  private:
   std::string unexpected() const;
+  std::string description() const;
 
   CLI::App app_;
   std::vector<std::string*> texts_;
