@@ -1,0 +1,125 @@
+#!/usr/bin/env bash
+# Completions give what plx takes: in bash, and in zsh and fish where they are installed.
+#   completions_test.sh PLX FOLDER-OF-COMPLETIONS
+set -euo pipefail
+plx=$1
+folder=$2
+PATH=$(cd "$(dirname "$plx")" && pwd):$PATH
+
+files=$(mktemp -d)
+trap 'rm -rf "$files"' EXIT
+cd "$files"
+touch data.txt other.csv
+
+cases=0
+failed=0
+
+# Each line: a command line up to the cursor; what must be offered; what must not be.
+rows() {
+  cat <<'ROWS'
+plx |set explain zones components|month data.txt --zone
+plx s|set|explain zones
+plx -|--version --help --module|set
+plx set |year quarter month week-of-year day day-of-year day-of-week hour minute second time-of-day|selector data.txt 12
+plx set mo|month|year
+plx set day |last|data.txt
+plx set day 1 |data.txt other.csv|last
+plx set day 1 d|data.txt|other.csv
+plx set -|--zone -z --exact --help|--at --version
+plx set day 1 --z|--zone|--exact
+plx set --zone |Europe/Paris America/New_York UTC UTCLeapSeconds local|Etc/Unknown data.txt
+plx set day 1 -z Europe/Pa|Europe/Paris|Europe/Rome
+plx set --zone Europe/Paris |month|Europe/Paris
+plx set -z UTC day 1 |data.txt|last
+plx --module x set |month|data.txt
+plx explain |month|data.txt
+plx explain day |last|data.txt
+plx explain --z|--zone|--exact
+plx zones Asia/Kath|Asia/Kathmandu|Asia/Tokyo
+plx zones --|--at|--zone
+ROWS
+}
+
+inBash() { # line
+  bash --norc --noprofile -c '
+    . "$1"
+    COMP_LINE=$2 COMP_POINT=${#2}
+    read -ra COMP_WORDS <<< "$2"
+    [[ $2 == *" " ]] && COMP_WORDS+=("")
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    compopt() { COMPREPLY=($(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")); }  # the files readline would offer
+    _plx
+    printf "%s\n" "${COMPREPLY[@]}"' _ "$folder/plx.bash" "$1"
+}
+
+# In zsh completion runs within an editor, which a pseudo-terminal gives it. What is offered goes to
+# a file, and so does that the editor is done with it.
+inZsh() { # line
+  rm -f "$files/zsh/offered" "$files/zsh/done"
+  TMPDIR=$files/zsh timeout 30 zsh -f "$files/zsh/type" "$folder/_plx" "$1" >/dev/null 2>&1 || echo "zsh: no answer" >&2
+  cat "$files/zsh/offered" 2>/dev/null || true
+}
+mkdir zsh
+cat > zsh/type <<'ZSH'
+cat > $TMPDIR/setup <<'SETUP'
+autoload -Uz compinit
+compinit -u -d $TMPDIR/dump
+unsetopt auto_list
+compadd() {
+  local -a offered
+  builtin compadd -O offered "$@"
+  print -rl -- $offered >> $TMPDIR/offered
+  builtin compadd "$@"
+}
+finish() { : > $TMPDIR/done }
+zle -N finish
+bindkey '^I' complete-word
+bindkey '^T' finish
+SETUP
+zmodload zsh/zpty
+zpty -b shell zsh -f -i
+zpty -w shell "source $TMPDIR/setup; source $1"
+zpty -w -n shell "$2"$'\t\x14'
+local line
+while [[ ! -e $TMPDIR/done ]]; do
+  zpty -r -t shell line || sleep 0.02
+done
+zpty -d shell
+ZSH
+
+inFish() { # line
+  HOME=$files fish --no-config -c 'source $argv[1]; complete -C $argv[2]' "$folder/plx.fish" "$1" | cut -f 1
+}
+
+check() { # shell function
+  local line offers refuses word offered
+  while IFS='|' read -r line offers refuses; do
+    offered=$($1 "$line") || true
+    for word in $offers; do
+      grep -qxF -- "$word" <<< "$offered" || { echo "$1: '$line' does not offer $word" >&2; failed=1; }
+    done
+    for word in $refuses; do
+      if grep -qxF -- "$word" <<< "$offered"; then echo "$1: '$line' offers $word" >&2; failed=1; fi
+    done
+    cases=$((cases + 1))
+  done < <(rows)
+}
+
+check inBash
+# A sign breaks words in bash.
+offered=$(bash --norc --noprofile -c '
+  . "$1"; COMP_WORDS=(plx set --zone = Europe/Pa) COMP_CWORD=4; _plx; printf "%s\n" "${COMPREPLY[@]}"' _ "$folder/plx.bash")
+[ "$offered" = Europe/Paris ] || { echo "bash: --zone=Europe/Pa offers '$offered'" >&2; failed=1; }
+
+shells="bash"
+if command -v fish >/dev/null; then
+  check inFish
+  shells+=" fish"
+fi
+if command -v zsh >/dev/null; then
+  zsh -n "$folder/_plx"
+  check inZsh
+  shells+=" zsh"
+fi
+echo "cases: $cases in $shells"
+exit $failed
