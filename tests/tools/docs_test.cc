@@ -26,18 +26,32 @@ std::vector<std::string> outputOf(const std::string& command) {
   return linesOf("cd '" + kRoot + "' && PATH=\"$(dirname '" PLX_PROGRAM "'):$PATH\" && " + command);
 }
 
-// A session: "    $ ", a command with plx in it, and below it what it prints, up to the next prompt or an empty line.
+bool isPrompt(const std::string& line) { return line.rfind("    $ ", 0) == 0; }
+bool isIndented(const std::string& line) { return line.rfind("    ", 0) == 0; }
+
+// Where what is printed below a prompt ends: at the next prompt, and before an empty line unless
+// more of it follows.
+std::size_t endOfOutput(const std::vector<std::string>& lines, std::size_t at) {
+  std::size_t end = at;
+  for (; at < lines.size() && !isPrompt(lines[at]); ++at) {
+    if (isIndented(lines[at])) {
+      end = at + 1;
+    } else if (!lines[at].empty()) {
+      break;
+    }
+  }
+  return end;
+}
+
+// A session: "    $ ", a command with plx in it, and below it what it prints.
 void checkSessions(const std::string& name, Cases& cases) {
   const auto lines = linesOfFile(name);
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (lines[i].rfind("    $ ", 0) != 0 || lines[i].find(" plx ") == std::string::npos) continue;
+    if (!isPrompt(lines[i]) || lines[i].find(" plx ") == std::string::npos) continue;
     const std::string command = lines[i].substr(6);
     std::vector<std::string> expected;
-    for (std::size_t k = i + 1;
-         k < lines.size() && lines[k].rfind("    ", 0) == 0 && lines[k].rfind("    $", 0) != 0;
-         ++k) {
-      expected.push_back(lines[k].substr(4));
-    }
+    for (std::size_t k = i + 1; k < endOfOutput(lines, i + 1); ++k)
+      expected.push_back(lines[k].empty() ? "" : lines[k].substr(4));
     if (expected.empty()) continue;  // of another form
     EXPECT_EQ(outputOf(command), expected) << name << ": " << command;
     ++cases;
@@ -55,8 +69,8 @@ void checkRows(const std::string& name, const std::regex& row, Cases& cases) {
 }
 
 TEST(Docs, Sessions) {
-  Cases cases(14);
-  for (const char* name : {"README.md", "docs/time_zones.md", "docs/plx.md"})
+  Cases cases(30);
+  for (const char* name : {"README.md", "docs/time_zones.md", "docs/plx.md", "docs/recipes.md"})
     checkSessions(name, cases);
 }
 
