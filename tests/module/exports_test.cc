@@ -2,9 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <vector>
+
 #include "support/lines_of.h"
 
 namespace {
+
+// The names that `nm` prints first on each line, without the version of a symbol, sorted.
+std::vector<std::string> symbolsOf(const std::string& file, const char* which) {
+  std::vector<std::string> names;
+  for (const std::string& line : linesOf("nm -D --format=posix " + (which + (" '" + file + "'")))) {
+    names.push_back(line.substr(0, line.find_first_of(" @")));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 TEST(Exports, TheEntryPointAndNothingElse) {
   const auto lines = linesOf("nm -D --defined-only --format=posix '" PLX_MODULE_PATH "'");
@@ -28,6 +43,25 @@ TEST(Exports, TheVersionOfTheHostsInterfaceIsAskedFor) {
     references += line.rfind("paHostInterface_1 ", 0) == 0;
   }
   EXPECT_EQ(references, 1);
+}
+
+// What a host has to provide: of all that the module leaves undefined, what the reference host defines. The list
+// is kept so that a demand that is new, or gone, is decided on; without optimisation, and under sanitizers, the
+// inline functions of the headers ask for more.
+TEST(Exports, WhatIsDemandedOfAHostIsWhatTheListSays) {
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
+    !defined(__GNUC__) || defined(__clang__)
+  GTEST_SKIP() << "the list is that of an optimised build by g++, without sanitizers";
+#endif
+  const auto wanted = symbolsOf(PLX_MODULE_PATH, "--undefined-only");
+  const auto provided = symbolsOf(PLX_HOST_PATH, "--defined-only");
+  std::vector<std::string> demanded;
+  std::set_intersection(wanted.begin(), wanted.end(), provided.begin(), provided.end(),
+                        std::back_inserter(demanded));
+  auto listed = linesOf("grep -v '^#' '" PLX_TEST_DATA "/demanded_of_host.txt'");
+  std::sort(listed.begin(), listed.end());
+  EXPECT_GT(demanded.size(), 30u);
+  EXPECT_EQ(demanded, listed);
 }
 
 }  // namespace
