@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 
@@ -23,6 +24,29 @@ void makeOwnSymbolsGlobal() {
     return dladdr(&anchor, &self) != 0 &&
            dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL | RTLD_NODELETE) != nullptr;
   }();
+}
+
+// The handles that are not given back. Without a constructor at run time, as modules may be loaded
+// before everything else.
+constinit std::mutex handlesMutex;
+constinit paModule* handles = nullptr;
+
+void enlist(paModule* module) {
+  const std::lock_guard lock(handlesMutex);
+  module->next = handles;
+  handles = module;
+}
+
+// False where it is not in the list: given back already, or never a handle. Only its address is
+// looked at.
+bool strikeOut(const paModule* module) {
+  const std::lock_guard lock(handlesMutex);
+  for (paModule** place = &handles; *place; place = &(*place)->next) {
+    if (*place != module) continue;
+    *place = module->next;
+    return true;
+  }
+  return false;
 }
 
 HostMessage notAModule(const std::string& path, const std::string& problem) {
@@ -69,6 +93,7 @@ paModule* load(const std::string& path, paError* error) {
     dlclose(module->library);
     return nullptr;
   }
+  enlist(module.get());
   return module.release();
 }
 
@@ -89,7 +114,7 @@ paModule* paLoadModule(const char* path, paError* error) {
 }
 
 void paUnloadModule(paModule* module) {
-  if (!module) return;
+  if (!host::strikeOut(module)) return;
   dlclose(module->library);
   delete module;
 }

@@ -7,4 +7,5 @@
 struct paModule {
   void* library;  // the dynamic linker's handle
   decltype(&plxFunction) function;
+  paModule* next;  // in the list of those that are not given back
 };

@@ -40,7 +40,8 @@ typedef struct paModule paModule;
  * until the process ends. */
 PA_API paModule* paLoadModule(const char* path, paError* error);
 
-/* Gives the handle back; null is ignored. No call of this handle may be running. */
+/* Gives the handle back; null, and what is no handle or was given back already, is ignored. No call
+ * of this handle may be running, and none may follow. The next load may get the same handle. */
 PA_API void paUnloadModule(paModule* module);
 
 /* Calls the module's plxFunction. `plhs` has at least one slot, and max(nlhs, 1) of them are set to

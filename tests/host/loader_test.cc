@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -67,6 +68,34 @@ TEST_F(Loader, LoadsAModuleAndGivesItBack) {
   EXPECT_TRUE(again);
   EXPECT_NE(again, module) << "a handle for each load";
   paUnloadModule(nullptr);
+}
+
+// The second time it may not close what others have loaded, nor be freed again.
+TEST_F(Loader, GivingBackTwiceIsIgnored) {
+  const ModulePtr other = loadModule(ACTIONS_MODULE);
+  paModule* const module = paLoadModule(ACTIONS_MODULE, nullptr);
+  ASSERT_NE(module, nullptr);
+  paUnloadModule(module);
+  paUnloadModule(module);
+  int noHandle = 0;
+  paUnloadModule(reinterpret_cast<paModule*>(&noHandle));
+  EXPECT_EQ(call(other.get(), scalar(Action::countArguments)).result, 0);
+  EXPECT_TRUE(loadModule(ACTIONS_MODULE));
+}
+
+// In any order and from the middle of many, each twice; the others still work.
+TEST_F(Loader, ManyHandlesAtOnce) {
+  Cases cases(300);
+  std::vector<paModule*> modules(300);
+  for (paModule*& module : modules) module = paLoadModule(ACTIONS_MODULE, nullptr);
+  std::shuffle(modules.begin(), modules.end(), std::mt19937(1));
+  while (!modules.empty()) {
+    EXPECT_EQ(call(modules.back(), scalar(Action::countArguments)).result, 0);
+    paUnloadModule(modules.front());
+    paUnloadModule(modules.front());
+    modules.erase(modules.begin());
+    ++cases;
+  }
 }
 
 TEST_F(Loader, AModuleStaysMappedWhenItIsGivenBack) {
