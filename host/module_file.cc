@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -133,6 +134,7 @@ ModuleFile readModuleFile(const std::string& path, std::string& unreadable) {
   const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rbe"));
   const off_t size = file && fseeko(file.get(), 0, SEEK_END) == 0 ? ftello(file.get()) : -1;
   if (size < 0) {
+    if (errno == ENOMEM) throw std::bad_alloc();  // nothing is wrong with the file
     unreadable = std::generic_category().message(errno);
     return {};
   }
