@@ -138,42 +138,69 @@ static_assert(divides(Minute::kLargerPerUnit, 60, 24.0 * 60.0));
 
 // ---- Leap seconds ----
 
-// For buckets of 2^33 milliseconds from 1970 on, some 99 days: the first instant that does not lie
-// before the bucket, or else the last of all. No more than one falls into a bucket, so for a time
-// in it this one alone is in question, and so many leap seconds come before as instants do. They
-// are kept in the fraction: instants are whole and below 2^41, and each entry is exact.
+// For buckets of 300 days, numbered by the multiple of 300 days since 1970 in their middle: the
+// first instant that does not lie before the bucket, or else the last of all, and how many come
+// before that one. No more than one instant falls into a bucket, so for a time in it this one alone
+// is in question. Times before the first bucket belong to it, those after the last to the last.
 //
-// Times before the first bucket belong to it, those after the last to the last. A low part that
-// reaches below the start of a bucket does no harm, as instants are whole.
+// Both lines of time share the buckets: they are less than a minute apart, and no instant comes
+// closer to the end of a bucket than a day. Neither a low part nor the rounding of a number of
+// days moves a time across an instant, either.
 struct LeapBuckets {
-  static constexpr int kCount = 256;
-  static constexpr double kScale = 32.0;  // of the number of leap seconds, against the instant
+  static constexpr int kCount = 64;
+  static constexpr double kMillis = 300.0 * kMillisPerDay;
+  static constexpr double kPerMilli = 1.0 / kMillis;
+
+  // For registers: the UTC day that begins with the instant, and the leap seconds before it.
+  std::uint16_t days[kCount];
+  std::uint16_t before[kCount];
+  // For loads: the UTC instant, and the leap seconds before it in the fraction. Instants are whole
+  // and below 2^41, and each entry is exact.
+  static constexpr double kScale = 32.0;
   double entries[kCount];
 };
 static_assert(kLeapSeconds <= LeapBuckets::kScale);
 
-constexpr int leapBucketOf(double instant) { return static_cast<int>(instant * 0x1p-33); }
+constexpr int leapBucketOf(double instant) {
+  return static_cast<int>(instant * LeapBuckets::kPerMilli + 0.5);
+}
 
-constexpr LeapBuckets leapBuckets(const std::array<double, kLeapSeconds>& instants) {
+constexpr LeapBuckets leapBuckets() {
   LeapBuckets buckets{};
-  int next = 0;
+  std::uint16_t next = 0;
   for (int i = 0; i < LeapBuckets::kCount; ++i) {
-    while (next < kLeapSeconds - 1 && leapBucketOf(instants[next]) < i) ++next;
-    buckets.entries[i] = instants[next] + next / LeapBuckets::kScale;
+    while (next < kLeapSeconds - 1 && leapBucketOf(leapInstantsUTC[next]) < i) ++next;
+    buckets.days[i] = static_cast<std::uint16_t>(leapInstantsUTC[next] / kMillisPerDay);
+    buckets.before[i] = next;
+    buckets.entries[i] = leapInstantsUTC[next] + next / LeapBuckets::kScale;
   }
   return buckets;
 }
 
-constexpr bool hasBucketsOfItsOwn(const std::array<double, kLeapSeconds>& instants) {
-  for (int i = 1; i < kLeapSeconds; ++i) {
-    if (leapBucketOf(instants[i - 1]) >= leapBucketOf(instants[i])) return false;
-    if (leapBucketOf(instants[i]) * 0x1p33 == instants[i]) return false;
+constexpr bool haveBucketsOfTheirOwn() {
+  int before = -1;
+  for (const double instant : leapInstantsUTC) {
+    const int bucket = leapBucketOf(instant);
+    if (bucket <= before || bucket >= LeapBuckets::kCount - 1) return false;
+    if (leapBucketOf(instant - kMillisPerDay) != bucket) return false;
+    if (leapBucketOf(instant + kMillisPerDay) != bucket) return false;
+    before = bucket;
   }
-  return leapBucketOf(instants.back()) < LeapBuckets::kCount - 1;
+  return true;
 }
-static_assert(hasBucketsOfItsOwn(leapInstantsUTC) && hasBucketsOfItsOwn(leapInstantsElapsed));
+static_assert(haveBucketsOfTheirOwn());
 
-inline constexpr LeapBuckets kBucketsUTC = leapBuckets(leapInstantsUTC);
-inline constexpr LeapBuckets kBucketsElapsed = leapBuckets(leapInstantsElapsed);
+// The registers tell whole days only, and the other line by the seconds inserted before.
+constexpr bool areDays() {
+  for (int i = 0; i < kLeapSeconds; ++i) {
+    const auto day = static_cast<std::uint16_t>(leapInstantsUTC[i] / kMillisPerDay);
+    if (day * kMillisPerDay != leapInstantsUTC[i]) return false;
+    if (leapInstantsElapsed[i] != leapInstantsUTC[i] + i * kMillisPerSecond) return false;
+  }
+  return true;
+}
+static_assert(areDays());
+
+alignas(128) inline constexpr LeapBuckets kLeapBuckets = leapBuckets();
 
 }  // namespace lanes

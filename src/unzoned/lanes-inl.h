@@ -377,41 +377,65 @@ using DI = hn::RebindToSigned<D>;
 using VI = hn::Vec<DI>;
 constexpr DI di;
 
-// The number of a time's entry, in the last eight bits: see LeapBuckets. With 2^52 a time comes to
-// stand in the bits of its significand, rounded to a whole millisecond. (The last moment of a bucket
-// may be taken for the start of the next, which is as good, since instants are whole and none lies
-// at a start.) The bits above belong to the exponent.
-HWY_INLINE VI leapNumber(V t) {
-  const V within = hn::Min(hn::Max(t, hn::Zero(d)), all(LeapBuckets::kCount * 0x1p33 - 1.0));
-  return hn::ShiftRight<33>(hn::BitCast(di, within + all(0x1p52)));
-}
-HWY_INLINE V leapEntry(const LeapBuckets& buckets, V t) {
-  const VI number = hn::And(leapNumber(t), hn::Set(di, std::int64_t{LeapBuckets::kCount - 1}));
-  return hn::GatherIndex(d, buckets.entries, number);
+// What the bucket of a time says, in milliseconds: the UTC instant of its leap second, and the leap
+// seconds before that.
+struct Leap {
+  V instant;
+  V before;
+};
+
+// 2^52 and the number of a time's bucket, which then stands in the last bits.
+HWY_INLINE V leapNumber(V t) {
+  const V within =
+      hn::Min(hn::Max(t, hn::Zero(d)), all((LeapBuckets::kCount - 1) * LeapBuckets::kMillis));
+  return hn::MulAdd(within, all(LeapBuckets::kPerMilli), all(0x1p52));
 }
 
-// The milliseconds of leap seconds by an entry, for a time that does, or does not, lie at or after
-// the entry's instant.
-HWY_INLINE V leapInstant(V entry) { return hn::Floor(entry); }
-HWY_INLINE V leapMillisBy(V entry, M isAfter) {
-  const V before = (entry - leapInstant(entry)) * all(LeapBuckets::kScale * kMillisPerSecond);
-  return hn::IfThenElse(isAfter, before + all(kMillisPerSecond), before);
+HWY_INLINE Leap leapOfEntry(V entry) {
+  const V instant = hn::Floor(entry);
+  return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
 }
 
-// The leap seconds, in milliseconds, inserted at or before a whole time or a pair. A pair lies at
-// or after a whole number where the sum of (t.hi - instant) and t.lo, which keeps its sign, is not
-// negative.
-HWY_INLINE V leapMillisBy(V entry, V t) {
-  return leapMillisBy(entry, hn::Ge(t, leapInstant(entry)));
+#if HWY_TARGET == HWY_AVX3
+// All buckets in four registers.
+constexpr bool kHasLeapRegisters = true;
+
+// 2^52 and what the table has for the bucket: of the four 16-bit words of a number, the last one is
+// replaced by that of the table, and the others stay.
+HWY_INLINE V lookUp(const std::uint16_t (&table)[LeapBuckets::kCount], V number) {
+  const __m512i words = _mm512_castpd_si512(number.raw);
+  return V{_mm512_castsi512_pd(_mm512_mask2_permutex2var_epi16(
+      _mm512_load_si512(table), words, 0x11111111, _mm512_load_si512(table + 32)))};
 }
-HWY_INLINE V leapMillisBy(V entry, Pair t) {
-  return leapMillisBy(entry, hn::Ge((t.hi - leapInstant(entry)) + t.lo, hn::Zero(d)));
+
+// The fused operations are exact, as their results are.
+HWY_INLINE Leap leapOf(V t) {
+  const V number = leapNumber(t);
+  const V day = lookUp(kLeapBuckets.days, number), before = lookUp(kLeapBuckets.before, number);
+  return {hn::MulSub(day, all(kMillisPerDay), all(0x1p52 * kMillisPerDay)),
+          hn::MulSub(before, all(kMillisPerSecond), all(0x1p52 * kMillisPerSecond))};
 }
-HWY_INLINE V leapMillis(const LeapBuckets& buckets, V t) {
-  return leapMillisBy(leapEntry(buckets, t), t);
+#else
+constexpr bool kHasLeapRegisters = false;
+
+HWY_INLINE Leap leapOf(V t) {
+  const VI number = hn::And(hn::BitCast(di, leapNumber(t)), hn::Set(di, LeapBuckets::kCount - 1));
+  return leapOfEntry(hn::GatherIndex(d, kLeapBuckets.entries, number));
 }
-HWY_INLINE V leapMillis(const LeapBuckets& buckets, Pair t) {
-  return leapMillisBy(leapEntry(buckets, t.hi), t);
+#endif
+
+// The leap seconds, in milliseconds, inserted at or before a whole time or a pair, by the instant
+// in question. A pair lies at or after a whole number where the sum of (t.hi - instant) and t.lo,
+// which keeps its sign, is not negative.
+HWY_INLINE M isAtOrAfter(V t, V instant) { return hn::Ge(t, instant); }
+HWY_INLINE M isAtOrAfter(Pair t, V instant) { return hn::Ge((t.hi - instant) + t.lo, hn::Zero(d)); }
+template <class Time>
+HWY_INLINE V leapMillisUTC(Time utc, Leap leap) {
+  return leap.before + hn::IfThenElseZero(isAtOrAfter(utc, leap.instant), all(kMillisPerSecond));
+}
+template <class Time>
+HWY_INLINE V leapMillisElapsed(Time t, Leap leap) {
+  return leapMillisUTC(t, {leap.instant + leap.before, leap.before});
 }
 
 // A component on that line. Before the first leap second zero is added to a whole number or a
@@ -421,25 +445,25 @@ struct CountingLeapSeconds {
   static constexpr double kBound = Component::kBound;
   static constexpr bool kTakesFractions = Component::kTakesFractions;
 
-  // Setting whole milliseconds in its three steps, with the entries of a time on either line.
-  static HWY_INLINE V toUTC(V t, V entry) { return t - leapMillisBy(entry, t); }
+  // Setting whole milliseconds in its three steps, with what is known of a time on either line.
+  static HWY_INLINE V toUTC(V t, Leap leap) { return t - leapMillisElapsed(t, leap); }
   static HWY_INLINE Pair setUTC(V utc, V v) { return Component::setWhole(utc, v); }
-  static HWY_INLINE Pair fromUTC(Pair utc, V entry) {
+  static HWY_INLINE Pair fromUTC(Pair utc, Leap leap) {
     if constexpr (!Component::kTakesFractions) {
-      return {utc.hi + leapMillisBy(entry, utc.hi), utc.lo};
+      return {utc.hi + leapMillisUTC(utc.hi, leap), utc.lo};
     } else {
-      return add(utc, leapMillisBy(entry, utc));
+      return add(utc, leapMillisUTC(utc, leap));
     }
   }
 
   static HWY_INLINE Pair setWhole(V t, V v) {
-    const Pair utc = setUTC(toUTC(t, leapEntry(kBucketsElapsed, t)), v);
-    return fromUTC(utc, leapEntry(kBucketsUTC, utc.hi));
+    const Pair utc = setUTC(toUTC(t, leapOf(t)), v);
+    return fromUTC(utc, leapOf(utc.hi));
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {
-    const Pair utc = Component::set(subtract(t, leapMillis(kBucketsElapsed, t)), v);
-    return add(utc, leapMillis(kBucketsUTC, utc));
+    const Pair utc = Component::set(subtract(t, leapMillisElapsed(t, leapOf(t.hi))), v);
+    return add(utc, leapMillisUTC(utc, leapOf(utc.hi)));
   }
 };
 

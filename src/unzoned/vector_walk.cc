@@ -3,6 +3,8 @@
 
 #include "unzoned/vector_walk.h"
 
+#include <bit>
+
 #define HWY_DISABLED_TARGETS HWY_SSSE3  // of no use without a rounding instruction
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "unzoned/vector_walk.cc"
@@ -19,9 +21,9 @@ namespace lanes {
 // vector, and few enough for all of their numbers to stay in the first cache.
 constexpr std::size_t kBlock = 256;
 
-// The entries of a block. Compiled once, for every processor: for newer ones the compiler would
-// make gathers of these loads, which take longer.
-void lookUp(const LeapBuckets& buckets, const std::int64_t* numbers, double* entries);
+// The entries of a block, by numbers as leapNumber() gives them. Compiled once, for every processor:
+// for newer ones the compiler would make gathers of these loads, which take longer.
+void lookUp(const double* numbers, double* entries);
 
 }  // namespace lanes
 #endif
@@ -130,10 +132,10 @@ size_t walkOfLength(Component component, bool leapSeconds, const Elements& e) {
                      : walkOf<Lanes, false>(component, leapSeconds, e);
 }
 
-// On the line that counts leap seconds, whole milliseconds are set a block at a time, in passes over
-// it. The look-ups are then plain loads, one after the other: gathers, and a chain of two of them
-// with the calendar in between, take longer than all the rest. The results serve as the places for
-// what is in between.
+// On the line that counts leap seconds, where registers do not hold the buckets, whole milliseconds
+// are set a block at a time, in passes over it. The look-ups are then plain loads, one after the
+// other: gathers, and a chain of two of them with the calendar in between, take longer than all the
+// rest. The results serve as the places for what is in between.
 
 Elements partOf(const Elements& e, size_t begin, size_t count) {
   return {e.high + begin,
@@ -152,27 +154,28 @@ bool setWholeBlock(const Elements& e) {
   const auto valuesAt = [&](size_t i) HWY_ATTR {
     return e.step == 0 ? all(e.values[0]) : hn::LoadU(d, e.values + i);
   };
-  HWY_ALIGN std::int64_t numbers[kBlock];
+  HWY_ALIGN double numbers[kBlock];
   HWY_ALIGN double entries[kBlock];
   M isWhole = hn::Eq(hn::Zero(d), hn::Zero(d));
   for (size_t i = 0; i < kBlock; i += lanes) {
     const Pair t{hn::LoadU(d, e.high + i), e.low ? hn::LoadU(d, e.low + i) : hn::Zero(d)};
     isWhole = hn::And(isWhole, isWholeAndAccepted<Lanes>(t, valuesAt(i)));
-    hn::Store(leapNumber(t.hi), di, numbers + i);
+    hn::Store(leapNumber(t.hi), d, numbers + i);
   }
   if (!hn::AllTrue(d, isWhole)) return false;
-  lookUp(kBucketsElapsed, numbers, entries);
+  lanes::lookUp(numbers, entries);
   for (size_t i = 0; i < kBlock; i += lanes) {
     const V t = hn::LoadU(d, e.high + i);
-    const Pair utc = Lanes::setUTC(Lanes::toUTC(t, hn::Load(d, entries + i)), valuesAt(i));
+    const Leap leap = leapOfEntry(hn::Load(d, entries + i));
+    const Pair utc = Lanes::setUTC(Lanes::toUTC(t, leap), valuesAt(i));
     hn::StoreU(utc.hi, d, e.resultHigh + i);
     hn::StoreU(utc.lo, d, e.resultLow + i);
-    hn::Store(leapNumber(utc.hi), di, numbers + i);
+    hn::Store(leapNumber(utc.hi), d, numbers + i);
   }
-  lookUp(kBucketsUTC, numbers, entries);
+  lanes::lookUp(numbers, entries);
   for (size_t i = 0; i < kBlock; i += lanes) {
     const Pair utc{hn::LoadU(d, e.resultHigh + i), hn::LoadU(d, e.resultLow + i)};
-    const Pair set = Lanes::fromUTC(utc, hn::Load(d, entries + i));
+    const Pair set = Lanes::fromUTC(utc, leapOfEntry(hn::Load(d, entries + i)));
     hn::StoreU(set.hi, d, e.resultHigh + i);
     hn::StoreU(set.lo, d, e.resultLow + i);
   }
@@ -193,8 +196,13 @@ size_t walkCounting(Component component, const Elements& e) {
 
 template <class Lanes>
 size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
-  return leapSeconds ? walkCounting<CountingLeapSeconds<Lanes>>(component, e)
-                     : walkOfLength<Lanes>(component, false, e);
+  if (!leapSeconds) return walkOfLength<Lanes>(component, false, e);
+  using Counting = CountingLeapSeconds<Lanes>;
+  if constexpr (kHasLeapRegisters) {
+    return walkOfLength<Counting>(component, true, e);
+  } else {
+    return walkCounting<Counting>(component, e);
+  }
 }
 
 size_t walk(Component component, bool leapSeconds, const Elements& e) {
@@ -233,9 +241,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace lanes {
 
-void lookUp(const LeapBuckets& buckets, const std::int64_t* numbers, double* entries) {
-  for (std::size_t i = 0; i < kBlock; ++i)
-    entries[i] = buckets.entries[numbers[i] & (LeapBuckets::kCount - 1)];
+void lookUp(const double* numbers, double* entries) {
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const auto bits = std::bit_cast<std::uint64_t>(numbers[i]);
+    entries[i] = kLeapBuckets.entries[bits % LeapBuckets::kCount];
+  }
 }
 
 HWY_EXPORT(walk);
