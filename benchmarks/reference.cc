@@ -66,7 +66,7 @@ VERSIONS void monthLoop(const double* __restrict high, const double* __restrict 
     const double month = std::floor(dayOfYear * (5.0 / 153.0) + (2.5 - 3.75) / 153.0);
     const double day = dayOfYear - std::floor(month * 30.6 + 0.5);
     const double months = values[i] + (12.0 * kMoreYears - 3.0);
-    const double years = std::floor(months * kYearsPerMonth);
+    const double years = std::floor(months * (1.0 / 12.0) + halfGap(12.0));
     const double newMonth = months - years * 12.0;
     const double newYear = (year + (dayOfYear >= 306.0 ? 1.0 : 0.0)) + years;
     const double first =

@@ -27,6 +27,16 @@ inline constexpr double kHourBound = 0x1p28;
 inline constexpr double kMinuteBound = 0x1p34;
 inline constexpr double kSecondsBound = 0x1p40;
 
+// Where every fourth year is a leap year: datetimes at most 96 such years from 2000-01-01, which are
+// those of 1904 to 2095 and the first moment of 2096, and new values that keep the years on the way
+// between March 1900 and February 2100.
+inline constexpr double kJulianMiddle = 946684800000.0;  // 2000-01-01
+inline constexpr double kJulianReach = 96.0 * 365.25 * kMillisPerDay;
+inline constexpr double kJulianMiddleYear = 2000.0;
+inline constexpr double kJulianYearReach = 99.0;
+inline constexpr double kJulianQuarterBound = 8.0;
+inline constexpr double kJulianMonthBound = 24.0;
+
 // ---- Origins ----
 
 inline constexpr double kDaysPer400Years = 146097.0;
@@ -39,6 +49,13 @@ inline constexpr double kMarch = 719468.0 + kCycles * kDaysPer400Years;
 inline constexpr double kJanuary = 719528.0 + kCycles * kDaysPer400Years;
 static_assert(kPairBound / kMillisPerDay + 1.0 < kMarch);
 static_assert(kYearBound + 1.0 < kYearsBefore0);
+
+// Where every fourth year is a leap year, days count from 1888-03-01 or 1888-01-01, a Saturday, as
+// if 1900 had been a leap year too: they are those of the calendar from March 1900 on.
+inline constexpr double kJulianYear0 = 1888.0;
+inline constexpr double kJulianMarch = 29891.0;
+inline constexpr double kJulianJanuary = kJulianMarch + 60.0;
+static_assert(kJulianMarch == 25508.0 + 3.0 * 1461.0);  // 1900-03-01 and twelve years
 
 // So many more years keep a month far in the past from leading to a negative year.
 inline constexpr double kMoreYears = 250.0 * 400.0;
@@ -106,12 +123,24 @@ inline constexpr double kCenturiesPerYear = reciprocalAbove(100);
 inline constexpr double kCenturiesPerYearBelow = reciprocalBelow(100);
 static_assert(divides(kCenturiesPerYear, 100, kLargestYear));
 static_assert(divides(kCenturiesPerYearBelow, 100, kLargestYear));
-inline constexpr double kYearsPerMonth = reciprocalAbove(12);
-static_assert(divides(kYearsPerMonth, 12, 12.0 * kLargestYear));
 inline constexpr double kWeeksPerDay = reciprocalAbove(7);
 inline constexpr double kWeeksPerDayBelow = reciprocalBelow(7);
 static_assert(divides(kWeeksPerDay, 7, kDayBound + 1.0));
 static_assert(divides(kWeeksPerDayBelow, 7, kLargestDay));
+
+// Half of the gap between neighbouring quotients x/divisor for whole x, in quotients.
+constexpr double halfGap(double divisor) { return 0.5 / divisor; }
+
+// Whether a floor of a rounded x * (1/divisor) + (offset + half a gap), fused or not, is that of the
+// exact x/divisor + offset, for all quotients and offsets up to `largest`: each of the factor, the
+// offset, the product and the sum is off by no more than 2^-53 of that.
+constexpr bool dividesByGap(double divisor, double largest) {
+  return 4.0 * 0x1p-53 * largest < halfGap(divisor);
+}
+static_assert(dividesByGap(kMillisPerDay, 2.0 * (kJulianMarch + 96.0 * 366.0)));
+static_assert(dividesByGap(1461.0, 300.0));
+static_assert(dividesByGap(153.0, 15.0));
+static_assert(dividesByGap(12.0, kLargestYear));
 
 struct Hour {
   static constexpr double kBound = kHourBound;

@@ -1,7 +1,7 @@
 // Setting one component of several datetimes at once: the arithmetic of components.h and
 // leap_seconds.h with one datetime in each lane of a vector.
 //
-// Every component is written for two domains, which begin below with the reason why their results
+// Every component is written for the domains that begin below, each with the reason why its results
 // are the plain code's, bit for bit. Lanes outside them compute something meaningless, raise no
 // trap, and are replaced by the caller.
 //
@@ -77,7 +77,7 @@ HWY_INLINE Pair subtractDays(Pair t, V start) {
   return foldLow({s, t.hi - (s + start)}, t.lo);
 }
 
-// ---- The two domains of datetimes ----
+// ---- The domains of datetimes ----
 
 HWY_INLINE M isAtMost(V x, double bound) { return hn::Le(hn::Abs(x), all(bound)); }
 HWY_INLINE M isFinite(V x) { return isAtMost(x, 0x1.fffffffffffffp1023); }
@@ -96,18 +96,33 @@ HWY_INLINE M isAccepted(V v) {
   return hn::And(isAtMost(v, Component::kBound), isZeroBits(fractionBits(v)));
 }
 
+// Bits that must all be zero are tested together: comparisons are dear beside logic.
+template <class Component>
+HWY_INLINE M areWhole(Pair t, V v) {
+  V bits = hn::Or(t.lo, fractionBits(t.hi));
+  if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+  return isZeroBits(bits);
+}
+
 // Whole milliseconds up to 2^49, some 17,800 years, with a low part of zero. A component's bound on
 // new values keeps its change below 2^51 milliseconds, so every quantity on the way is a whole
 // number below 2^53: all sums, differences and products are exact, in whatever order, and the low
 // part is +0. (Second and time of day may add a fraction: one sum, with its error.)
-// The bits that must all be zero are tested together, with those of the new value: comparisons are
-// dear beside logic.
+// Products and sums may be fused or not: the numbers are the same.
 template <class Component>
 HWY_INLINE M isWholeAndAccepted(Pair t, V v) {
-  V bits = hn::Or(t.lo, fractionBits(t.hi));
-  if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
   const M isBounded = hn::And(isAtMost(t.hi, kWholeBound), isAtMost(v, Component::kBound));
-  return hn::And(isBounded, isZeroBits(bits));
+  return hn::And(isBounded, areWhole<Component>(t, v));
+}
+
+// Of these, the datetimes of 1904 to 2095 with new values that stay near, as most are: every year
+// on the way lies between the common years 1900 and 2100, where every fourth one is a leap year and
+// the rules about centuries can be left out. The results are the calendar's, by whatever rules.
+template <class Component>
+HWY_INLINE M isJulianAndAccepted(Pair t, V v) {
+  const M isBounded = hn::And(isAtMost(t.hi - all(kJulianMiddle), kJulianReach),
+                              isAtMost(v - all(Component::kJulianValue), Component::kJulianBound));
+  return hn::And(isBounded, areWhole<Component>(t, v));
 }
 
 // Normalised pairs up to 2^52 milliseconds, with any fraction that is not within reach of the
@@ -163,33 +178,98 @@ HWY_INLINE V floorQuotientOfDay(Pair t, double unit, double unitsPerMilli) {
 // functions. A day number here counts from a first day `kMarch` or `kJanuary` days before 1970, at
 // the beginning of a 400-year cycle so long ago that nothing is negative. (Years count from there.)
 
+// floor(x/divisor + offset) for whole x, with half of the gap between quotients on either side.
+// Products are exact or far better than that (dividesByGap()), fused or not.
+HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
+  return hn::Floor(hn::MulAdd(x, all(1.0 / divisor), all(offset + halfGap(divisor))));
+}
+
 // A date in years that begin on 1 March.
 struct MarchDate {
   V year;
-  V dayOfYear;  // from 3/4: the day from 0, and the 3/4 that stayed from the divisions
+  V first;      // the day number on which the year begins
+  V dayOfYear;  // from kRest
 };
 
-HWY_INLINE MarchDate marchDate(V n) {
-  // (4n + 3)/146097, with n + 3/4 for 4n + 3 and four times the factor. In a calendar without the
-  // 400-year rule, in which every century has 36525 days, n would be three days larger for every
-  // four centuries.
-  const V from = n + all(0.75);
-  const V century = floorTimes(from, kCenturiesPerDay);
-  const V julian = from + hn::Ceil(century * all(0.75));
-  const V year = floorTimes(julian, kYearsPerDay);
-  return {year, julian - hn::Floor(year * all(365.25))};
-}
+// The calendar with all of its rules. Days keep 3/4 from the divisions.
+struct Gregorian {
+  static constexpr double kMarch = lanes::kMarch;
+  static constexpr double kJanuary = lanes::kJanuary;
+  static constexpr double kYearsBefore0 = lanes::kYearsBefore0;
+  static constexpr double kMoreYears = lanes::kMoreYears;
+  static constexpr double kMoreDays = lanes::kMoreDays;
+  static constexpr double kRest = 0.75;
 
-// The day number on which a March year begins.
-HWY_INLINE V firstOfMarch(V year) {
-  const V century = floorTimes(year, kCenturiesPerYear);
-  return hn::Floor(year * all(365.25)) - hn::Ceil(century * all(0.75));
-}
+  template <class Date>
+  static HWY_INLINE V day(V t) {
+    return floorTimes(t + all(Date::template kFirst<Gregorian> * kMillisPerDay), kDaysPerMilli);
+  }
 
-// Months of the March year, from 0: floor((5 dayOfYear + 2)/153), with half of the gap 1/153
-// between quotients on either side. (3.75 for the 3/4 of dayOfYear; 2.5 for 2 and the half.)
-HWY_INLINE V marchMonth(const MarchDate& date) {
-  return hn::Floor(date.dayOfYear * all(5.0 / 153.0) + all((2.5 - 3.75) / 153.0));
+  static HWY_INLINE MarchDate marchDate(V n) {
+    // (4n + 3)/146097, with n + 3/4 for 4n + 3 and four times the factor. In a calendar without the
+    // 400-year rule, in which every century has 36525 days, n would be three days larger for every
+    // four centuries.
+    const V from = n + all(0.75);
+    const V century = floorTimes(from, kCenturiesPerDay);
+    const V more = hn::Ceil(century * all(0.75));
+    const V julian = from + more;
+    const V year = floorTimes(julian, kYearsPerDay);
+    const V first = hn::Floor(year * all(365.25));
+    return {year, first - more, julian - first};
+  }
+
+  static HWY_INLINE V firstOfMarch(V year) {
+    const V century = floorTimes(year, kCenturiesPerYear);
+    return hn::Floor(year * all(365.25)) - hn::Ceil(century * all(0.75));
+  }
+
+  // The first day of the civil year of a day. Years begin in January here, and the leap day lies in
+  // the first year of four: floors become ceilings.
+  static HWY_INLINE V firstOfJanuary(V n) {
+    const V century = floorTimes(n, kCenturiesPerDay);
+    const V julian = n + hn::Ceil(century * all(0.75));
+    const V year = floorTimes(julian, kYearsPerDay);
+    const V centuriesBegun = ceilTimes(year, kCenturiesPerYearBelow);
+    return hn::Ceil(year * all(365.25)) - hn::Floor(centuriesBegun * all(0.75));
+  }
+};
+
+// The same where every fourth year is a leap year, without centuries. From 1888 on, as if 1900 had
+// been a leap year too, a day number has the year and the day of the year that it has in the
+// calendar, from March 1900 to February 2100. The numbers are so small that half of a gap between
+// quotients covers all that is rounded.
+struct Julian {
+  static constexpr double kMarch = kJulianMarch;
+  static constexpr double kJanuary = kJulianJanuary;
+  static constexpr double kYearsBefore0 = -kJulianYear0;
+  static constexpr double kMoreYears = 0.0;
+  static constexpr double kMoreDays = 0.0;
+  static constexpr double kRest = 0.0;
+
+  template <class Date>
+  static HWY_INLINE V day(V t) {
+    return floorDivided(t, kMillisPerDay, Date::template kFirst<Julian>);
+  }
+
+  static HWY_INLINE MarchDate marchDate(V n) {
+    const V year = hn::Floor(hn::MulAdd(n, all(4.0 / 1461.0), all(3.0 / 1461.0 + halfGap(1461.0))));
+    const V first = hn::Floor(year * all(365.25));
+    return {year, first, n - first};
+  }
+
+  static HWY_INLINE V firstOfMarch(V year) { return hn::Floor(year * all(365.25)); }
+
+  static HWY_INLINE V firstOfJanuary(V n) {
+    const V year = hn::Floor(hn::MulAdd(n, all(4.0 / 1461.0), all(halfGap(1461.0))));
+    return hn::Ceil(year * all(365.25));
+  }
+};
+
+// Months of the March year, from 0: floor((5 dayOfYear + 2)/153).
+template <class Calendar>
+HWY_INLINE V marchMonth(V dayOfYear) {
+  constexpr double kOffset = (2.0 - 5.0 * Calendar::kRest) / 153.0 + halfGap(153.0);
+  return hn::Floor(hn::MulAdd(dayOfYear, all(5.0 / 153.0), all(kOffset)));
 }
 
 // The days of the March year before a month: floor((153 month + 2)/5), 0, 31, 61, 92, ..., 337.
@@ -198,20 +278,7 @@ HWY_INLINE V marchMonth(const MarchDate& date) {
 HWY_INLINE V daysBeforeMarchMonth(V month) { return hn::Round(month * all(30.6)); }
 
 // January and February belong to the civil year that follows.
-HWY_INLINE V civilYearOfMarchDate(const MarchDate& date) {
-  const M isNext = hn::Ge(date.dayOfYear, all(306.0));
-  return date.year + hn::IfThenElseZero(isNext, all(1.0));
-}
-
-// The first day of the civil year of a day. Years begin in January here, and the leap day lies in
-// the first year of four: floors become ceilings.
-HWY_INLINE V firstOfJanuary(V n) {
-  const V century = floorTimes(n, kCenturiesPerDay);
-  const V julian = n + hn::Ceil(century * all(0.75));
-  const V year = floorTimes(julian, kYearsPerDay);
-  const V centuriesBegun = ceilTimes(year, kCenturiesPerYearBelow);
-  return hn::Ceil(year * all(365.25)) - hn::Floor(centuriesBegun * all(0.75));
-}
+HWY_INLINE M isNextYear(V dayOfYear) { return hn::Ge(dayOfYear, all(306.0)); }
 
 // Sundays since the first day of the calendar, a Saturday.
 HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
@@ -219,102 +286,171 @@ HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
 // ---- The components of a date ----
 //
 // Each says up to what new values it accepts, from where it counts days, and by how many days the
-// day number n moves. All quantities are whole numbers below 2^53 and exact; what the plain code
-// computes is the same number.
+// day number n moves, in either calendar. What depends on the new value alone is a type of its own,
+// so that it is computed once where there is one value for all. All quantities are whole numbers
+// below 2^53 and exact, but for rests that cancel; what the plain code computes is the same number.
 
-struct SetYear {
-  static constexpr double kFirst = kMarch;
+// Days count from a first of March, or of January.
+struct FromMarch {
+  template <class Calendar>
+  static constexpr double kFirst = Calendar::kMarch;
+};
+struct FromJanuary {
+  template <class Calendar>
+  static constexpr double kFirst = Calendar::kJanuary;
+};
+
+// Values of the Julian calendar's domain lie around zero, those for years around one of them.
+struct NearZero {
+  static constexpr double kJulianValue = 0.0;
+};
+
+// Nothing depends on the value alone.
+struct TakesValue {
+  using New = V;
+  template <class Calendar>
+  static HWY_INLINE V newOf(V v) {
+    return v;
+  }
+};
+
+struct SetYear : FromMarch {
   static constexpr double kBound = kYearBound;
-  static HWY_INLINE V daysMoved(V n, V v) {
+  static constexpr double kJulianValue = kJulianMiddleYear;
+  static constexpr double kJulianBound = kJulianYearReach;
+  struct New {
+    V marchYear;
+    V marchYearBefore;
+  };
+  template <class Calendar>
+  static HWY_INLINE New newOf(V v) {
+    return {v + all(Calendar::kYearsBefore0), v + all(Calendar::kYearsBefore0 - 1.0)};
+  }
+  template <class Calendar>
+  static HWY_INLINE V daysMoved(V n, New set) {
     // Day and month keep their place in the March year, as 29 February does: in a common year it is
     // the day after the 28th.
-    const MarchDate date = marchDate(n);
-    const V marchYear = (v + date.year) - civilYearOfMarchDate(date);
-    const V first = firstOfMarch(marchYear + all(kYearsBefore0));
-    return (first + date.dayOfYear) - (n + all(0.75));
+    const MarchDate date = Calendar::marchDate(n);
+    const M isNext = isNextYear(date.dayOfYear);
+    const V year = hn::IfThenElse(isNext, set.marchYearBefore, set.marchYear);
+    return Calendar::firstOfMarch(year) - date.first;
   }
 };
 
-struct SetMonth {
-  static constexpr double kFirst = kMarch;
+struct SetMonth : FromMarch, NearZero {
   static constexpr double kBound = kMonthBound;
-  static HWY_INLINE V daysMoved(V n, V v) {
-    const MarchDate date = marchDate(n);
-    const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
-    const V months = v + all(12.0 * kMoreYears - 3.0);                      // from a March on
-    const V years = floorTimes(months, kYearsPerMonth);
-    const V month = months - years * all(12.0);
-    const V first = firstOfMarch(civilYearOfMarchDate(date) + years);
-    return ((first + daysBeforeMarchMonth(month)) + day) - (n + all(kMoreDays + 0.75));
+  static constexpr double kJulianBound = kJulianMonthBound;
+  struct New {
+    V years;  // of which a month counts from March
+    V oneMore;
+    V daysBefore;
+  };
+  template <class Calendar>
+  static HWY_INLINE New newOf(V v) {
+    const V months = v + all(12.0 * Calendar::kMoreYears - 3.0);
+    const V years = floorDivided(months, 12.0);
+    const V month = hn::NegMulAdd(years, all(12.0), months);
+    return {years, years + all(1.0), daysBeforeMarchMonth(month) - all(Calendar::kMoreDays)};
+  }
+  template <class Calendar>
+  static HWY_INLINE V daysMoved(V n, New set) {
+    const MarchDate date = Calendar::marchDate(n);
+    const V old = marchMonth<Calendar>(date.dayOfYear);
+    const V years = hn::IfThenElse(isNextYear(date.dayOfYear), set.oneMore, set.years);
+    const V first = Calendar::firstOfMarch(date.year + years);
+    return (first - date.first) + (set.daysBefore - daysBeforeMarchMonth(old));
   }
 };
 
-struct SetQuarter {
-  static constexpr double kFirst = kMarch;
+struct SetQuarter : SetMonth {
   static constexpr double kBound = kQuarterBound;
-  static HWY_INLINE V daysMoved(V n, V v) {
-    return SetMonth::daysMoved(n, v * all(3.0) - all(2.0));
+  static constexpr double kJulianBound = kJulianQuarterBound;
+  template <class Calendar>
+  static HWY_INLINE New newOf(V v) {
+    return SetMonth::newOf<Calendar>(v * all(3.0) - all(2.0));
   }
 };
 
-struct SetWeekOfYear {
-  static constexpr double kFirst = kJanuary;
+struct SetWeekOfYear : FromJanuary, NearZero, TakesValue {
   static constexpr double kBound = kWeekBound;
+  static constexpr double kJulianBound = kBound;
+  template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V v) {
     // The Sundays since that of the week of 1 January, and 1, are the week of the year.
-    const V week = sundays(n) - sundays(firstOfJanuary(n));
+    const V week = sundays(n) - sundays(Calendar::firstOfJanuary(n));
     return (v - (week + all(1.0))) * all(7.0);
   }
 };
 
-struct SetDayOfMonth {
-  static constexpr double kFirst = kMarch;
+struct SetDayOfMonth : FromMarch, NearZero, TakesValue {
   static constexpr double kBound = kDayBound;
+  static constexpr double kJulianBound = kBound;
+  template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V v) {
-    const MarchDate date = marchDate(n);
-    const V day = date.dayOfYear - daysBeforeMarchMonth(marchMonth(date));  // from 3/4
-    return (v - all(0.25)) - day;
+    const V dayOfYear = Calendar::marchDate(n).dayOfYear;
+    const V day = dayOfYear - daysBeforeMarchMonth(marchMonth<Calendar>(dayOfYear));
+    return (v - all(1.0 - Calendar::kRest)) - day;
   }
 };
 
-struct SetDayOfYear {
-  static constexpr double kFirst = kJanuary;
+struct SetDayOfYear : FromJanuary, NearZero, TakesValue {
   static constexpr double kBound = kDayBound;
-  static HWY_INLINE V daysMoved(V n, V v) { return (firstOfJanuary(n) - n) + (v - all(1.0)); }
+  static constexpr double kJulianBound = kBound;
+  template <class Calendar>
+  static HWY_INLINE V daysMoved(V n, V v) {
+    return (Calendar::firstOfJanuary(n) - n) + (v - all(1.0));
+  }
 };
 
-struct SetDayOfWeek {
-  static constexpr double kFirst = kJanuary;
+struct SetDayOfWeek : FromJanuary, NearZero {
   static constexpr double kBound = kDayBound;
-  static HWY_INLINE V daysMoved(V n, V v) {
+  static constexpr double kJulianBound = kBound;
+  using New = V;  // days after Sunday
+  template <class Calendar>
+  static HWY_INLINE V newOf(V v) {
     // The remainder that keeps its sign: floorTimes() on either side of zero.
     const V fromSunday = v - all(1.0);
     const V weeks = hn::Trunc(fromSunday * all(kWeeksPerDay));
-    const V target = fromSunday - weeks * all(7.0);
-    const V sunday = sundays(n) * all(7.0) - all(6.0);  // day 1 was the first one
-    return (sunday - n) + target;
+    return hn::NegMulAdd(weeks, all(7.0), fromSunday);
+  }
+  template <class Calendar>
+  static HWY_INLINE V daysMoved(V n, V set) {
+    const V sunday = hn::MulSub(sundays(n), all(7.0), all(6.0));  // day 1 was the first one
+    return (sunday - n) + set;
   }
 };
 
 // ---- All components ----
 //
-// Each sets datetimes t of either domain to values it accepts: setWhole() those of whole
-// milliseconds, set() pairs. The low parts of setWhole() are zero where a component stays whole.
+// Each sets datetimes t of a domain to values it accepts: setWhole() those of whole milliseconds, by
+// either calendar, and set() pairs. A clock knows no calendar. The low parts of setWhole() are zero
+// where a component stays whole.
 
 template <class Date>
 struct OfDate {
   static constexpr double kBound = Date::kBound;
+  static constexpr double kJulianValue = Date::kJulianValue;
+  static constexpr double kJulianBound = Date::kJulianBound;
   static constexpr bool kTakesFractions = false;
+  static constexpr bool kHasCalendars = true;
 
-  static HWY_INLINE Pair setWhole(V t, V v) {
-    const V n = floorTimes(t + all(Date::kFirst * kMillisPerDay), kDaysPerMilli);
-    return {t + Date::daysMoved(n, v) * all(kMillisPerDay), hn::Zero(d)};
+  using New = typename Date::New;
+  template <class Calendar>
+  static HWY_INLINE New newOf(V v) {
+    return Date::template newOf<Calendar>(v);
   }
 
-  static HWY_INLINE Pair set(Pair t, V v) {
+  template <class Calendar>
+  static HWY_INLINE Pair setWhole(V t, New set) {
+    const V moved = Date::template daysMoved<Calendar>(Calendar::template day<Date>(t), set);
+    return {hn::MulAdd(moved, all(kMillisPerDay), t), hn::Zero(d)};
+  }
+
+  static HWY_INLINE Pair set(Pair t, New set) {
     const V days = floorQuotient(t, kMillisPerDay);
     const Pair msOfDay = subtractDays(t, days * all(kMillisPerDay));
-    const V newDays = days + Date::daysMoved(days + all(Date::kFirst), v);
+    const V n = days + all(Date::template kFirst<Gregorian>);
+    const V newDays = days + Date::template daysMoved<Gregorian>(n, set);
     // Days are no milliseconds or no fewer than those of the day.
     const V start = newDays * all(kMillisPerDay);
     return foldLow(quickTwoSum(start, msOfDay.hi), msOfDay.lo);
@@ -323,17 +459,19 @@ struct OfDate {
 
 // Hour and minute: how often a unit of milliseconds fits into what is left of a larger one.
 template <class Unit>
-struct OfClock {
+struct OfClock : TakesValue {
   static constexpr double kBound = Unit::kBound;
   static constexpr bool kTakesFractions = false;
+  static constexpr bool kHasCalendars = false;
 
+  template <class>
   static HWY_INLINE Pair setWhole(V t, V v) {
     const V from = t + all(kClockStart);
     const V larger = floorTimes(from, Unit::kLargerPerMilli);
-    const V rest = from - larger * all(Unit::kLarger);
+    const V rest = hn::NegMulAdd(larger, all(Unit::kLarger), from);
     const V old = floorTimes(rest, Unit::kPerMilli);
     // From the start of the clock again: a sum with t itself would be -0 for t and v of -0.
-    return {(from + (v - old) * all(Unit::kMillis)) - all(kClockStart), hn::Zero(d)};
+    return {hn::MulAdd(v - old, all(Unit::kMillis), from) - all(kClockStart), hn::Zero(d)};
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {
@@ -354,13 +492,15 @@ struct OfClock {
 // milliseconds, both errors together are what the one sum here leaves: all of it is made of bits of
 // the product (docs/numerics.md), so both give the one normalised pair of the exact sum.
 template <class Unit>
-struct SecondsAfter {
+struct SecondsAfter : TakesValue {
   static constexpr double kBound = kSecondsBound;
   static constexpr bool kTakesFractions = true;
+  static constexpr bool kHasCalendars = false;
 
+  template <class>
   static HWY_INLINE Pair setWhole(V t, V v) {
     const V units = floorTimes(t + all(kClockStart), Unit::kPerMilli);
-    return setAfter(units * all(Unit::kMillis) - all(kClockStart), v);
+    return setAfter(hn::MulSub(units, all(Unit::kMillis), all(kClockStart)), v);
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {
@@ -439,15 +579,16 @@ HWY_INLINE V leapMillisElapsed(Time t, Leap leap) {
 }
 
 // A component on that line. Before the first leap second zero is added to a whole number or a
-// normalised pair, which leaves it as it is.
+// normalised pair, which leaves it as it is. Less than a minute does not lead out of a domain's room
+// for results.
 template <class Component>
-struct CountingLeapSeconds {
-  static constexpr double kBound = Component::kBound;
-  static constexpr bool kTakesFractions = Component::kTakesFractions;
-
+struct CountingLeapSeconds : Component {
   // Setting whole milliseconds in its three steps, with what is known of a time on either line.
   static HWY_INLINE V toUTC(V t, Leap leap) { return t - leapMillisElapsed(t, leap); }
-  static HWY_INLINE Pair setUTC(V utc, V v) { return Component::setWhole(utc, v); }
+  template <class Calendar>
+  static HWY_INLINE Pair setUTC(V utc, typename Component::New set) {
+    return Component::template setWhole<Calendar>(utc, set);
+  }
   static HWY_INLINE Pair fromUTC(Pair utc, Leap leap) {
     if constexpr (!Component::kTakesFractions) {
       return {utc.hi + leapMillisUTC(utc.hi, leap), utc.lo};
@@ -456,13 +597,14 @@ struct CountingLeapSeconds {
     }
   }
 
-  static HWY_INLINE Pair setWhole(V t, V v) {
-    const Pair utc = setUTC(toUTC(t, leapOf(t)), v);
+  template <class Calendar>
+  static HWY_INLINE Pair setWhole(V t, typename Component::New set) {
+    const Pair utc = setUTC<Calendar>(toUTC(t, leapOf(t)), set);
     return fromUTC(utc, leapOf(utc.hi));
   }
 
-  static HWY_INLINE Pair set(Pair t, V v) {
-    const Pair utc = Component::set(subtract(t, leapMillisElapsed(t, leapOf(t.hi))), v);
+  static HWY_INLINE Pair set(Pair t, typename Component::New set) {
+    const Pair utc = Component::set(subtract(t, leapMillisElapsed(t, leapOf(t.hi))), set);
     return add(utc, leapMillisUTC(utc, leapOf(utc.hi)));
   }
 };

@@ -4,6 +4,7 @@
 #include "unzoned/vector_walk.h"
 
 #include <bit>
+#include <type_traits>
 
 #define HWY_DISABLED_TARGETS HWY_SSSE3  // of no use without a rounding instruction
 #undef HWY_TARGET_INCLUDE
@@ -45,7 +46,7 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
                              Pair t, V v) {
   const M finite = hn::And(isFinite(t.hi), isFinite(v));
   const M claimed = hn::Or(hn::And(isPair(t), isAccepted<Lanes>(v)), hn::Not(finite));
-  const Pair set = sumUnless(finite, Lanes::set(t, v), t, v);
+  const Pair set = sumUnless(finite, Lanes::set(t, Lanes::template newOf<Gregorian>(v)), t, v);
   hn::StoreU(set.hi, d, e.resultHigh + i);
   hn::StoreU(set.lo, d, e.resultLow + i);
 
@@ -57,47 +58,118 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   return e.count;
 }
 
-// For at least as many elements as a vector has lanes. With one value for all, what depends on it
-// alone is computed before the loop.
+// The domains: which vectors belong to each, and how they are set, with all that depends on the new
+// value alone.
+template <class Lanes, class OfCalendar>
+struct WholeBy {
+  using Calendar = OfCalendar;
+  static HWY_INLINE M has(Pair t, V v) {
+    if constexpr (std::is_same_v<Calendar, Julian>) return isJulianAndAccepted<Lanes>(t, v);
+    return isWholeAndAccepted<Lanes>(t, v);
+  }
+  static HWY_INLINE Pair set(Pair t, V, typename Lanes::New set) {
+    return Lanes::template setWhole<Calendar>(t.hi, set);
+  }
+};
+
+template <class Lanes>
+struct Pairs {
+  using Calendar = Gregorian;
+  static HWY_INLINE M has(Pair t, V v) { return hn::And(isPair(t), isAccepted<Lanes>(v)); }
+  static HWY_INLINE Pair set(Pair t, V, typename Lanes::New set) { return Lanes::set(t, set); }
+};
+
+// Whatever is not finite, too.
+template <class Domain>
+struct AndNonFinite {
+  using Calendar = typename Domain::Calendar;
+  static HWY_INLINE M isFinite(Pair t, V v) {
+    return hn::And(lanes::HWY_NAMESPACE::isFinite(t.hi), lanes::HWY_NAMESPACE::isFinite(v));
+  }
+  static HWY_INLINE M has(Pair t, V v) {
+    return hn::Or(Domain::has(t, v), hn::Not(isFinite(t, v)));
+  }
+  template <class New>
+  static HWY_INLINE Pair set(Pair t, V v, New set) {
+    return sumUnless(isFinite(t, v), Domain::set(t, v, set), t, v);
+  }
+};
+
+// The elements of a call as vectors. Missing low parts are read again and again from a vector of
+// zeros.
+template <bool kOneValue>
+struct Vectors {
+  HWY_INLINE Vectors(const Elements& e, const double* zeros)
+      : high(e.high),
+        low(e.low ? e.low : zeros),
+        lowMask(e.low ? ~size_t{0} : 0),
+        values(e.values),
+        oneValue(all(e.values[0])),
+        resultHigh(e.resultHigh),
+        resultLow(e.resultLow) {}
+
+  HWY_INLINE Pair time(size_t i) const {
+    return {hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
+  }
+  HWY_INLINE V value(size_t i) const { return kOneValue ? oneValue : hn::LoadU(d, values + i); }
+
+  const double* HWY_RESTRICT high;
+  const double* HWY_RESTRICT low;
+  size_t lowMask;
+  const double* HWY_RESTRICT values;
+  V oneValue;
+  double* HWY_RESTRICT resultHigh;
+  double* HWY_RESTRICT resultLow;
+};
+
+// Sets vectors of one domain from element i on, none that begins after `last`. Returns where the
+// first vector begins that is not set. A loop to itself: what does not change stays in registers,
+// and what depends on one value for all is computed before it.
+template <class Lanes, class Domain, bool kOneValue>
+HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last) {
+  using Calendar = typename Domain::Calendar;
+  const auto oneNew = Lanes::template newOf<Calendar>(e.oneValue);
+  for (; i <= last; i += hn::Lanes(d)) {
+    const Pair t = e.time(i);
+    const V v = e.value(i);
+    if (!hn::AllTrue(d, Domain::has(t, v))) break;
+    const Pair set = Domain::set(t, v, kOneValue ? oneNew : Lanes::template newOf<Calendar>(v));
+    hn::StoreU(set.hi, d, e.resultHigh + i);
+    hn::StoreU(set.lo, d, e.resultLow + i);
+  }
+  return i;
+}
+
+// For at least as many elements as a vector has lanes.
 template <class Lanes, bool kOneValue>
-size_t walkOf(Component component, bool leapSeconds, const Elements& e) {
+size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
+  using Whole = WholeBy<Lanes, Gregorian>;
+  using Near = WholeBy<Lanes, std::conditional_t<Lanes::kHasCalendars, Julian, Gregorian>>;
   const size_t lanes = hn::Lanes(d);
-  // Missing low parts are read again and again from a vector of zeros.
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
-  const double* const high = e.high;
-  const double* const low = e.low ? e.low : zeros;
-  const size_t lowMask = e.low ? ~size_t{0} : 0;
-  const double* const values = e.values;
-  const V oneValue = all(values[0]);
-  double* const resultHigh = e.resultHigh;
-  double* const resultLow = e.resultLow;
-  const size_t count = e.count;
+  const Vectors<kOneValue> e(elements, zeros);
 
+  // The quickest domain first, and again after a few vectors of another one. What is not finite
+  // comes alone or in crowds.
   // The last vector ends with the last element, and may do some of the one before it again.
-  const size_t last = count - lanes;
-  for (size_t i = 0;; i = i + lanes < last ? i + lanes : last) {
-    const Pair t{hn::LoadU(d, high + i), hn::LoadU(d, low + (i & lowMask))};
-    const V v = kOneValue ? oneValue : hn::LoadU(d, values + i);
-    Pair set;
-    const M isWhole = isWholeAndAccepted<Lanes>(t, v);
-    const M finite = hn::And(isFinite(t.hi), isFinite(v));
-    if (HWY_LIKELY(hn::AllTrue(d, isWhole))) {
-      set = Lanes::setWhole(t.hi, v);
-    } else if (hn::AllTrue(d, hn::And(isPair(t), isAccepted<Lanes>(v)))) {
-      set = Lanes::set(t, v);
-    } else if (hn::AllTrue(d, hn::Or(isWhole, hn::Not(finite)))) {
-      set = sumUnless(finite, Lanes::setWhole(t.hi, v), t, v);
-    } else {
-      const size_t refused = setMixed<Lanes>(component, leapSeconds, e, i, t, v);
+  const size_t count = elements.count, last = count - lanes;
+  for (size_t i = 0; i < count;) {
+    const size_t from = HWY_MIN(i, last);
+    const size_t few = HWY_MIN(last, from + 3 * lanes), some = HWY_MIN(last, from + 63 * lanes);
+    i = run<Lanes, Near>(e, from, last);
+    if (i == from) i = run<Lanes, AndNonFinite<Near>>(e, from, few);
+    if (Lanes::kHasCalendars && i == from) i = run<Lanes, Whole>(e, from, some);
+    if (i == from) i = run<Lanes, Pairs<Lanes>>(e, from, some);
+    if (Lanes::kHasCalendars && i == from) i = run<Lanes, AndNonFinite<Whole>>(e, from, few);
+    if (i == from) {
+      const size_t refused =
+          setMixed<Lanes>(component, leapSeconds, elements, i, e.time(i), e.value(i));
       if (refused < count) return refused;
-      if (i == last) return count;
-      continue;
+      i += lanes;
     }
-    hn::StoreU(set.hi, d, resultHigh + i);
-    hn::StoreU(set.lo, d, resultLow + i);
-    if (i == last) return count;
   }
+  return count;
 }
 
 // For fewer elements: a vector of copies, filled up with 1970 and the value 1, which every
@@ -167,7 +239,8 @@ bool setWholeBlock(const Elements& e) {
   for (size_t i = 0; i < kBlock; i += lanes) {
     const V t = hn::LoadU(d, e.high + i);
     const Leap leap = leapOfEntry(hn::Load(d, entries + i));
-    const Pair utc = Lanes::setUTC(Lanes::toUTC(t, leap), valuesAt(i));
+    const auto set = Lanes::template newOf<Gregorian>(valuesAt(i));
+    const Pair utc = Lanes::template setUTC<Gregorian>(Lanes::toUTC(t, leap), set);
     hn::StoreU(utc.hi, d, e.resultHigh + i);
     hn::StoreU(utc.lo, d, e.resultLow + i);
     hn::Store(leapNumber(utc.hi), d, numbers + i);

@@ -156,7 +156,10 @@ struct OfWhole {
   static constexpr double kBound =
       Component::kBound < kLargest32Bits ? Component::kBound : kLargest32Bits;
   static constexpr bool kTakesFractions = false;
-  static HWY_INLINE V setWall(V wall, V v) { return Component::setWhole(wall, v).hi; }
+  static HWY_INLINE V setWall(V wall, V v) {
+    return Component::template setWhole<Gregorian>(wall, Component::template newOf<Gregorian>(v))
+        .hi;
+  }
   static HWY_INLINE V below(V) { return hn::Zero(d); }
   static constexpr bool kIsNear = isNear;
 };
@@ -166,7 +169,8 @@ struct OfSeconds {
   static constexpr double kBound = Component::kBound;
   static constexpr bool kTakesFractions = true;
   static HWY_INLINE V setWall(V wall, V v) {
-    return SecondsAfter<typename Component::Unit>::setWhole(wall, hn::Trunc(v)).hi;
+    return SecondsAfter<typename Component::Unit>::template setWhole<Gregorian>(wall, hn::Trunc(v))
+        .hi;
   }
   static HWY_INLINE V below(V v) { return (v - hn::Trunc(v)) * all(kMillisPerSecond); }
   static constexpr bool kIsNear = true;
@@ -182,25 +186,30 @@ struct TimeOfDay {
 };
 
 // The week belongs to the year of its Saturday.
-struct SetWeekOfYearOfSaturday {
-  static constexpr double kFirst = lanes::kJanuary;
+struct SetWeekOfYearOfSaturday : FromJanuary, NearZero, TakesValue {
   static constexpr double kBound = lanes::kWeekBound;
+  static constexpr double kJulianBound = kBound;
+  template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V v) {
     const V week = sundays(n);
-    const V january = firstOfJanuary(week * all(7.0));  // day 0 was a Saturday
+    const V january = Calendar::firstOfJanuary(week * all(7.0));  // day 0 was a Saturday
     return (v - (week - sundays(january) + all(1.0))) * all(7.0);
   }
 };
 
 // Stays within the week, days below 1 included.
-struct SetDayWithinWeek {
-  static constexpr double kFirst = lanes::kJanuary;
+struct SetDayWithinWeek : FromJanuary, NearZero {
   static constexpr double kBound = kWeekdayBound;
-  static HWY_INLINE V daysMoved(V n, V v) {
+  static constexpr double kJulianBound = kBound;
+  using New = V;  // days after Sunday
+  template <class Calendar>
+  static HWY_INLINE V newOf(V v) {
     const V from = v + all(kWeekdayStart - 1.0);
-    const V target = from - floorTimes(from, lanes::kWeeksPerDay) * all(7.0);
-    const V sunday = sundays(n) * all(7.0) - all(6.0);
-    return (sunday - n) + target;
+    return hn::NegMulAdd(floorTimes(from, lanes::kWeeksPerDay), all(7.0), from);
+  }
+  template <class Calendar>
+  static HWY_INLINE V daysMoved(V n, V set) {
+    return SetDayOfWeek::daysMoved<Calendar>(n, set);
   }
 };
 

@@ -260,6 +260,68 @@ TEST(VectorWalk, EveryDay) {
   }
 }
 
+// The values that a component takes where every fourth year is a leap year: up to so far from here.
+struct NearValues {
+  Component component;
+  std::int64_t middle, reach;
+};
+constexpr NearValues kNearValues[] = {
+    {Component::year, 2000, 99},    {Component::quarter, 0, 8},     {Component::month, 0, 24},
+    {Component::weekOfYear, 0, 60}, {Component::dayOfMonth, 0, 99}, {Component::dayOfYear, 0, 400},
+    {Component::dayOfWeek, 0, 1000}};
+
+// Every day of 1904 to 2095 at changing times of day, its first and its last millisecond included,
+// with values of that domain alone, so that whole vectors belong to it, and their outermost ones.
+TEST(VectorWalk, EveryDayWhereEveryFourthYearIsALeapYear) {
+  constexpr std::int64_t kFirst = 10957 - 96 / 4 * 1461, kLast = 10957 + 96 / 4 * 1461;
+  constexpr int kRounds = 30;
+  Cases cases((kLast - kFirst) / kDayStep * kRounds * std::int64_t{std::size(kNearValues)});
+  Random random(9);
+  for (const auto& [component, middle, reach] : kNearValues) {
+    for (int round = 0; round < kRounds; ++round) {
+      Inputs in;
+      for (std::int64_t day = kFirst; day < kLast; day += kDayStep) {
+        const std::int64_t ms = random.oneIn(4)   ? 0
+                                : random.oneIn(4) ? 86399999
+                                                  : random.whole(0, 86399999);
+        const std::int64_t v = random.oneIn(8)   ? middle - reach
+                               : random.oneIn(8) ? middle + reach
+                                                 : random.whole(middle - reach, middle + reach);
+        in.add({static_cast<double>(day * 86400000 + ms), 0.0}, static_cast<double>(v));
+      }
+      if (round % 3 == 1) in.low = {};
+      if (round % 3 == 2) in.values.resize(1);
+      cases += expectSame(component, false, in);
+      cases += expectSame(component, true, in);
+    }
+  }
+}
+
+// Vectors that lie just inside, just outside, or on either side of the ends of that domain, with
+// values of which the same holds.
+TEST(VectorWalk, EndsOfTheDomainOfLeapYears) {
+  Cases cases(std::int64_t{std::size(kNearValues)} * 2 * 3 * 3 * 64);
+  Random random(10);
+  const double ends[] = {946684800000.0 - 96 * 365.25 * 86400000.0,
+                         946684800000.0 + 96 * 365.25 * 86400000.0};
+  for (const auto& [component, middle, reach] : kNearValues) {
+    for (const double end : ends) {
+      for (const std::int64_t around : {0, 1, 90000000}) {
+        for (const std::int64_t beyond : {0, 1, 3}) {
+          Inputs in;
+          for (int i = 0; i < 64; ++i) {
+            const std::int64_t far = reach + random.whole(-beyond, beyond);
+            in.add({end + static_cast<double>(random.whole(-around, around)), 0.0},
+                   static_cast<double>(middle + (random.oneIn(2) ? far : -far)));
+          }
+          cases += expectSame(component, false, in);
+          cases += expectSame(component, true, in);
+        }
+      }
+    }
+  }
+}
+
 // Every day of the wider domain at midnight, a hair before it, or with a fraction: the days of
 // 142,000 years on either side, or one in 97 of them.
 TEST(VectorWalk, DaysOfTheWiderDomain) {
