@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "entry/field_codes.h"
 #include "host/embed.h"
 #include "unzoned/plain_walk.h"
 
@@ -15,6 +16,12 @@ inline constexpr Component kComponents[] = {
 inline constexpr const char* kComponentNames[] = {
     "year",      "quarter", "month",  "weekOfYear", "dayOfMonth", "dayOfYear",
     "dayOfWeek", "hour",    "minute", "second",     "timeOfDay"};
+
+inline constexpr UCalendarDateFields kFields[] = {
+    UCAL_EXTENDED_YEAR,      kQuarterField,    UCAL_MONTH,       UCAL_WEEK_OF_YEAR, UCAL_DATE,
+    UCAL_DAY_OF_YEAR,        UCAL_DAY_OF_WEEK, UCAL_HOUR_OF_DAY, UCAL_MINUTE,       UCAL_SECOND,
+    UCAL_MILLISECONDS_IN_DAY};
+inline constexpr double kSelectors[] = {3, 6, 7, 9, 12, 13, 14, 18, 19, 20, 21};
 
 // What the elements are like.
 struct Kind {

@@ -1,6 +1,9 @@
 // How fast components are set without a zone, beside a copy of the same bytes: who changes a
 // hundred million datetimes is to wait for the memory, not for the calendar.
 //
+// Walks are measured through setFieldUTC on the arrays of a host. Calls are measured through the
+// module, and, for small arrays, through one with the plain code in the place of vectors.
+//
 // Names are kind/values/component/walk/elements, such as "whole/each/month/AVX3/4096". Answers are
 // checked against the plain walk after each measurement.
 
@@ -12,10 +15,18 @@
 #include <functional>
 #include <string>
 
+#include "call.h"
 #include "data.h"
 #include "reference.h"
 #include "report.h"
+#include "unzoned/set_field_utc.h"
 #include "unzoned/vector_walk.h"
+
+// What setFieldUTC walks with: here, whatever is to be measured.
+static Walk* chosenWalk = plainWalk;
+std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
+  return chosenWalk(component, leapSeconds, elements);
+}
 
 namespace {
 
@@ -60,12 +71,12 @@ std::string nameOf(const Measured& m, const std::string& walk) {
 
 // Registers one measurement of `body`, which sets the component of all elements.
 void add(const Measured& m, const std::string& walk, bool isChecked,
-         const std::function<void(const Elements&)>& body) {
+         const std::function<void(const Arrays&)>& body) {
   benchmark::RegisterBenchmark(nameOf(m, walk).c_str(), [=](benchmark::State& state) {
     const Component component = kComponents[m.component];
     const Arrays arrays(m.kind, m.n, m.oneValue, component);
     for (auto _ : state) {
-      body(arrays.elements);
+      body(arrays);
       benchmark::ClobberMemory();
     }
     if (isChecked && !isRight(arrays.elements, component, m.kind.leapSeconds)) {
@@ -76,43 +87,31 @@ void add(const Measured& m, const std::string& walk, bool isChecked,
 }
 
 void addWalk(const Measured& m, const std::string& name, Walk* walk) {
-  add(m, name, true, [=](const Elements& e) {
-    benchmark::DoNotOptimize(walk(kComponents[m.component], m.kind.leapSeconds, e));
+  add(m, name, true, [=](const Arrays& arrays) {
+    chosenWalk = walk;
+    setFieldUTC(arrays.datetimes, arrays.values, kFields[m.component], arrays.result,
+                m.kind.leapSeconds);
   });
 }
 
-void addCopy(Measured m) { add(m, "copy", false, copyElements); }
+// What does no more than its loop.
+void addLoop(const Measured& m, const std::string& name, bool isChecked,
+             void (*loop)(const Elements&)) {
+  add(m, name, isChecked, [=](const Arrays& arrays) { loop(arrays.elements); });
+}
 
-// One call of the module, whose result is made and destroyed again.
-void addCalls(int component) {
-  const Measured m{kWhole, false, component, kInMemory};
-  benchmark::RegisterBenchmark(nameOf(m, "call").c_str(), [=](benchmark::State& state) {
-    constexpr double kSelectors[] = {3, 6, 7, 9, 12, 13, 14, 18, 19, 20, 21};
-    paModule* const module = paLoadModule(PLX_MODULE, nullptr);
+// One call of a module, whose result is made and destroyed again.
+void addCall(const Measured& m, const std::string& name, const char* module) {
+  benchmark::RegisterBenchmark(nameOf(m, name).c_str(), [=](benchmark::State& state) {
     const Arrays arrays(m.kind, m.n, m.oneValue, kComponents[m.component]);
-    const std::size_t one[] = {1, 1}, none[] = {0, 0};
-    paArray* const selector = paCreateNumericArray(2, one, paDOUBLE_CLASS, paREAL);
-    paGetRealData(selector)[0] = kSelectors[m.component];
-    paArray* const zone = paCreateCharArray(2, none, nullptr);
-    const paArray* in[] = {arrays.datetimes, arrays.values, selector, zone};
-    for (auto _ : state) {
-      paArray* out[1];
-      paError error;
-      if (!module || paCallModule(module, 1, out, 4, in, &error) != 0) {
-        state.SkipWithError(module ? error.message : "no module");
-        break;
-      }
-      Elements e = arrays.elements;
-      e.resultHigh = paGetRealData(out[0]);
-      e.resultLow = paGetImagData(out[0]);
-      if (state.iterations() == 0 && !isRight(e, kComponents[m.component], false)) {
-        state.SkipWithError("wrong results");
-      }
-      paDestroyArray(out[0]);
-    }
-    paDestroyArray(selector);
-    paDestroyArray(zone);
-    paUnloadModule(module);
+    ModuleCall call(module, arrays, m.component, "");
+    paArray* result = call.make();
+    Elements e = arrays.elements;
+    e.resultHigh = paGetRealData(result);
+    e.resultLow = paGetImagData(result);
+    if (!isRight(e, kComponents[m.component], false)) state.SkipWithError("wrong results");
+    paDestroyArray(result);
+    for (auto _ : state) paDestroyArray(call.make());
   })->UseRealTime();
 }
 
@@ -123,14 +122,14 @@ void addAll() {
     for (const bool oneValue : {false, true}) {
       for (const std::size_t n : {kInCache, kInMemory}) {
         const Measured whole{kWhole, oneValue, c, n};
-        addCopy(whole);
+        addLoop(whole, "copy", false, copyElements);
         for (const auto& set : sets) addWalk(whole, set.name, set.walk);
         if (n == kInCache) addWalk(whole, "plain", plainWalk);
         const Measured zeros{kZeros, oneValue, c, n};
-        addCopy(zeros);
+        addLoop(zeros, "copy", false, copyElements);
         addWalk(zeros, best, sets.front().walk);
         const Measured fraction{kFraction, oneValue, c, n};
-        addCopy(fraction);
+        addLoop(fraction, "copy", false, copyElements);
         for (const auto& set : sets) {
           if (set.name == best || set.name == std::string("AVX2")) {
             addWalk(fraction, set.name, set.walk);
@@ -145,19 +144,19 @@ void addAll() {
       }
     }
     for (std::size_t n = 1; n <= 16; ++n) {
-      addWalk({kWhole, false, c, n}, "plain", plainWalk);
-      addWalk({kWhole, false, c, n}, "best", vectorWalk);
+      addCall({kWhole, false, c, n}, "plain call", PLX_PLAIN_MODULE);
+      addCall({kWhole, false, c, n}, "call", PLX_MODULE);
     }
-    addCalls(c);
+    addCall({kWhole, false, c, kInMemory}, "call", PLX_MODULE);
   }
   constexpr int kMonth = 2, kHour = 7;
   const Measured month{kWhole, false, kMonth, kInCache};
-  add(month, "std::chrono", true, setMonthChrono);
-  add(month, "date", true, setMonthDate);
-  add(month, "cctz", true, setMonthCctz);
+  addLoop(month, "std::chrono", true, setMonthChrono);
+  addLoop(month, "date", true, setMonthDate);
+  addLoop(month, "cctz", true, setMonthCctz);
   for (const std::size_t n : {kInCache, kInMemory}) {
-    add({kWhole, false, kMonth, n}, "auto", true, setMonthAutoVectorised);
-    add({kWhole, false, kHour, n}, "auto", true, setHourAutoVectorised);
+    addLoop({kWhole, false, kMonth, n}, "auto", true, setMonthAutoVectorised);
+    addLoop({kWhole, false, kHour, n}, "auto", true, setHourAutoVectorised);
   }
 }
 

@@ -339,9 +339,4 @@ std::vector<InstructionSet> instructionSets() {
   }
   return sets;
 }
-
-std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
-  static Walk* const best = instructionSets().front().walk;
-  return best(component, leapSeconds, elements);
-}
 #endif
