@@ -36,8 +36,7 @@ void run(const std::vector<std::string>& arguments) {
     throw Failure{Status::usage, "MODULE INPUT OUTPUT ZONE (COMPONENT (VALUE | @FILE))..."};
   Module module(arguments[0]);
   NpyFile input(arguments[1]);
-  std::optional<Zone> zone;
-  if (!arguments[3].empty()) zone = Zone::named(arguments[3]);
+  const Zone zone = Zone::named(arguments[3]);
   std::vector<NpySetting> settings;
   for (std::size_t i = 4; i < arguments.size(); i += 2) {
     const std::string& value = arguments[i + 1];
@@ -51,8 +50,7 @@ void run(const std::vector<std::string>& arguments) {
   }
   const int output = ::open(arguments[2].c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (output < 0) throw Failure{Status::inputOutput, "cannot open the output"};
-  setNpy(module, input, settings, zone ? &*zone : nullptr,
-         [&](std::string_view bytes) { writeAll(output, bytes); });
+  setNpy(module, input, settings, zone, [&](std::string_view bytes) { writeAll(output, bytes); });
   ::close(output);
 }
 

@@ -1,5 +1,7 @@
 #include "command/command_line.h"
 
+#include <fmt/format.h>
+
 #include <string_view>
 
 #include "base/message.h"
@@ -39,6 +41,15 @@ constexpr Command kCommands[] = {
     {"components", "List the components with their selectors and examples", runComponentsCommand},
 };
 
+constexpr std::string_view kAcceptedCommands = "set, get, explain, zones or components";
+
+const Command* findCommand(std::string_view name) {
+  for (const Command& command : kCommands) {
+    if (command.name == name) return &command;
+  }
+  return nullptr;
+}
+
 void runGeneral(const CommandArguments& given, Output& output) {
   std::optional<std::string> module;
   bool version = false;
@@ -52,12 +63,24 @@ void runGeneral(const CommandArguments& given, Output& output) {
   arguments.app().footer(componentExamples() + "\n" + kStatusHelp);
   if (!arguments.parse(given, output)) return;
   if (!version)
-    throw Failure{Status::usage, "a command is missing: set or components; see plx --help"};
+    throw Failure{Status::usage,
+                  fmt::format("a command is missing: {}; see plx --help", kAcceptedCommands)};
   output.text() += versionText(Module(locateModule(module)));
 }
 
+// plx help, and plx help COMMAND.
+void runHelp(const CommandArguments& given, Output& output) {
+  if (given.empty()) return runGeneral({"--help"}, output);
+  const Command* const command = findCommand(given.front());
+  if (command == nullptr || given.size() > 1) {
+    throw Failure{Status::usage, describe("help", {"no such command", kAcceptedCommands},
+                                          given.size() > 1 ? given[1] : given[0])};
+  }
+  command->run({"--help"}, output);
+}
+
 // The first argument that is neither --module nor its path.
-auto findCommand(const CommandArguments& arguments) {
+auto commandIn(const CommandArguments& arguments) {
   auto at = arguments.begin();
   while (at != arguments.end()) {
     const bool pathFollows = *at == "--module" && at + 1 != arguments.end();
@@ -70,18 +93,18 @@ auto findCommand(const CommandArguments& arguments) {
 }  // namespace
 
 void runCommandLine(const std::vector<std::string>& arguments, Output& output) {
-  const auto at = findCommand(arguments);
+  const auto at = commandIn(arguments);
   const std::string_view name = at == arguments.end() ? std::string_view() : *at;
-  for (const Command& command : kCommands) {
-    if (command.name != name) continue;
-    // What stands before the command is its option as much as what stands behind it.
-    CommandArguments rest(arguments.begin(), at);
-    rest.insert(rest.end(), at + 1, arguments.end());
-    command.run(rest, output);
-    output.flush();
-    return;
+  // What stands before the command is its option as much as what stands behind it.
+  CommandArguments rest(arguments.begin(), at);
+  if (at != arguments.end()) rest.insert(rest.end(), at + 1, arguments.end());
+  if (name == "help") {
+    runHelp(rest, output);
+  } else if (const Command* const command = findCommand(name)) {
+    command->run(rest, output);
+  } else {
+    runGeneral(arguments, output);
   }
-  runGeneral(arguments, output);
   output.flush();
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/message.h"
 #include "command/arguments.h"
+#include "command/npy_command.h"
 #include "command/text_command.h"
 #include "datetime/datetime_text.h"
 #include "set/components.h"
@@ -84,9 +85,22 @@ std::optional<OnFinding> onFindingOf(const std::optional<std::string>& text) {
   throw Failure{Status::usage, describe("--check", {"unknown", "report, blank or stop"}, *text)};
 }
 
+void setArray(const std::vector<Typed>& settings, const TextOptions& options, bool checks,
+              const std::optional<std::string>& modulePath, Output& output) {
+  std::vector<NpySetting> npySettings;
+  for (const Typed& setting : settings) {
+    const Assignment assignment = assignmentOf(setting);
+    npySettings.push_back({assignment.component, assignment.value.value_or(0),
+                           isEach(setting) ? setting.value.substr(1) : std::string()});
+  }
+  runNpy(options, npySettings, checks, modulePath, output);
+}
+
 void setAll(std::vector<Typed> settings, const TextOptions& options,
             const std::optional<std::string>& check, const std::optional<std::string>& modulePath,
             Output& output) {
+  if (namesArray(options.inputs))
+    return setArray(settings, options, check.has_value(), modulePath, output);
   SetterOptions setterOptions;
   TextWork work;
   for (const Typed& setting : settings) {
@@ -119,8 +133,8 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
                       "often, stands for the two, and is applied in the order given")
           ->required(false);
   arguments.positionals("INPUT", options.inputs,
-                        "A datetime, or a file of one a line or a table; - and none:\n"
-                        "standard input");
+                        "A datetime, a file of one a line, a table or an .npy array;\n"
+                        "- and none: standard input");
   declareTextOptions(arguments, options, true);
   arguments.option("--check", check, "WHAT",
                    "Tell where something else came out than was asked for: carried\n"

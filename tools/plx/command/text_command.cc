@@ -10,22 +10,17 @@
 #include <string_view>
 
 #include "base/message.h"
+#include "command/sink.h"
 #include "datetime/datetime_text.h"
 #include "datetime/number_text.h"
-#include "inspect/leap_table.h"
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
-#include "stream/output_file.h"
 #include "stream/pipeline.h"
-#include "stream/progress.h"
 #include "stream/source.h"
 
 namespace plx {
 
 namespace {
-
-// More messages about single fields than these are only counted.
-constexpr std::size_t kMostMessages = 20;
 
 Failure usage(std::string_view option, std::string_view what, std::string_view text,
               std::string_view accepted) {
@@ -89,78 +84,14 @@ Chunk chunkOf(const std::string& argument) {
   return chunk;
 }
 
-// Where results go, and what is told of the work meanwhile.
-class Sink {
- public:
-  Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total)
-      : quiet_(options.quiet), out_(&standard) {
-    if (options.output) {
-      file_.emplace(*options.output);
-      out_ = &ownOutput_.emplace(file_->descriptor());
-    }
-    const ShowProgress show = options.quiet      ? ShowProgress::never
-                              : options.progress ? ShowProgress::always
-                                                 : ShowProgress::automatic;
-    progress_.emplace(show, STDERR_FILENO, options.output ? file_->descriptor() : STDOUT_FILENO,
-                      total);
-  }
-
-  void take(const Piece& piece, std::size_t bytes) {
-    begun_ = begun_ || !piece.text.empty();
-    out_->text() += piece.text;
-    out_->flush();
-    for (const std::string& message : piece.messages) {
-      if (told_++ < kMostMessages) tell(message);
-    }
-    errors_ += piece.errors;
-    findings_ += piece.findings;
-    if (piece.warnings > 0 && !warned_) {
-      warned_ = true;
-      tell(fmt::format("warning: {}", kPastLeapTable));
-    }
-    progress_->advance(bytes);
-  }
-
-  // Something has been written.
-  bool begun() const { return begun_; }
-
-  // Puts a file in its place. Throws a Failure where errors were passed over.
-  void finish(OnError onError, OnFinding onFinding) {
-    if (file_) file_->commit();
-    progress_.reset();
-    if (findings_ > 0) {
-      tell(fmt::format("{} {} came out otherwise than asked{}", findings_,
-                       findings_ == 1 ? "datetime" : "datetimes",
-                       onFinding == OnFinding::blank ? " and left blank" : ""));
-    }
-    if (errors_ == 0) return;
-    throw Failure{
-        Status::badData,
-        fmt::format("{} {} could not be worked on and {} {}", errors_,
-                    errors_ == 1 ? "datetime" : "datetimes", errors_ == 1 ? "was" : "were",
-                    onError == OnError::blank ? "left blank" : "left as they stood")};
-  }
-
- private:
-  void tell(std::string_view message) {
-    progress_->clear();
-    std::fprintf(stderr, "plx: %.*s\n", static_cast<int>(message.size()), message.data());
-  }
-
-  const bool quiet_;
-  Output* out_;
-  std::optional<OutputFile> file_;
-  std::optional<Output> ownOutput_;
-  std::optional<Progress> progress_;
-  std::size_t told_ = 0, errors_ = 0, findings_ = 0;
-  bool begun_ = false, warned_ = false;
-};
-
 // A datetime that is typed, not the name of a file. Whether it is one in its zone shows later.
 bool isDatetime(const std::string& input, const ReadingOptions& options, Complaint& complaint) {
   if (input == "-" || input.empty()) return false;
   const Form form = options.notation.from;
-  if (!isCount(form) && form != Form::pair) return readDatetime(input, form, complaint).has_value();
+  if (!isCount(form) && form != Form::pair) {
+    DatetimeText datetime;
+    return readDatetime(input, form, datetime, complaint);
+  }
   Zones zones;
   const auto reading = read(input, options.notation, zones.plain(), zones, complaint);
   return reading && !reading->missing;

@@ -8,9 +8,11 @@
 #include <utility>
 
 #include "datetime/zone.h"
+#include "inspect/named.h"
 #include "npy/elements.h"
 #include "npy/positions.h"
 #include "set/refusals.h"
+#include "set/value.h"
 
 namespace plx {
 
@@ -37,6 +39,7 @@ class NewValues {
       : component_(*setting.component), isCalendar_(isCalendar), datetimes_(datetimes) {
     if (setting.file.empty()) {
       array_ = hostNumber(setting.value);
+      isLast_ = isLast(setting.value);
       check("VALUE", setting.value, fmt::format("{}", setting.value));
       return;
     }
@@ -61,7 +64,9 @@ class NewValues {
   const Component& component() const { return component_; }
 
   // The values of the next `count` datetimes, in their order; one for all where they are the same.
-  const paArray* next(std::uint64_t start, std::size_t count) {
+  const paArray* next(std::uint64_t start, std::size_t count, const paArray* datetimes,
+                      const Zone& zone) {
+    if (isLast_) return lastOf(datetimes, count, zone);
     if (!file_) return array_.get();
     if (count != size_) array_ = hostColumn(size_ = count, paREAL);
     double* numbers = paGetRealData(array_.get());
@@ -80,6 +85,20 @@ class NewValues {
   }
 
  private:
+  const paArray* lastOf(const paArray* datetimes, std::size_t count, const Zone& zone) {
+    array_ = hostColumn(count, paREAL);
+    const double* high = paGetRealData(datetimes);
+    const double* low = paIsComplex(datetimes) ? paGetImagData(datetimes) : nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+      const doubledouble datetime{high[i], low == nullptr ? 0.0 : low[i]};
+      // What is out of range or no datetime is told, or stays, with any value.
+      const bool isDatetime = std::fabs(high[i]) <= (zone.isCalendar() ? 0x1p52 : kMaxMillis);
+      paGetRealData(array_.get())[i] =
+          isDatetime ? resolve({true, 0}, component_, datetime, zone) : 1.0;
+    }
+    return array_.get();
+  }
+
   void readAt(std::uint64_t index, double* number) { readRun(index, 1, number); }
 
   void readRun(std::uint64_t start, std::size_t count, double* numbers) {
@@ -125,18 +144,19 @@ class NewValues {
   std::optional<TransposedPositions> positions_;  // where the file has another order
   HostArray array_;
   std::size_t size_ = 0;
+  bool isLast_ = false;  // of each datetime its own
 };
 
 class NpySetter {
  public:
   NpySetter(Module& module, NpyFile& file, const std::vector<NpySetting>& settings,
-            const Zone* zone)
-      : module_(module), file_(file), zone_(hostText(zone != nullptr ? zone->text() : "")) {
+            const Zone& zone)
+      : module_(module), file_(file), zone_(zone), zoneText_(hostText(zone.text())) {
     bool keepsParts = true;
     for (const NpySetting& setting : settings) {
       // The components that take fractions replace what is below a second.
       keepsParts = keepsParts && setting.component->whole;
-      settings_.push_back({NewValues(setting, file.header(), zone != nullptr && zone->isCalendar()),
+      settings_.push_back({NewValues(setting, file.header(), zone.isCalendar()),
                            hostNumber(setting.component->selector)});
     }
     elements_ = DatetimeElements::of(file.header().type, keepsParts);
@@ -199,9 +219,10 @@ class NpySetter {
   HostArray apply(const paArray* datetimes) {
     HostArray result;
     for (Setting& setting : settings_) {
-      const paArray* values = setting.values.next(start_, count_);
+      const paArray* values = setting.values.next(start_, count_, datetimes, zone_);
       HostArray next;
-      const auto error = module_.set(datetimes, values, setting.selector.get(), zone_.get(), next);
+      const auto error =
+          module_.set(datetimes, values, setting.selector.get(), zoneText_.get(), next);
       if (error) throw refusal(setting, datetimes, *error);
       result = std::move(next);
       datetimes = result.get();
@@ -254,7 +275,7 @@ class NpySetter {
     const HostArray values = hostColumn(count, paREAL);
     for (std::size_t i = 0; i < count; ++i) paGetRealData(values.get())[i] = setting.values.at(i);
     HostArray ignored;
-    return module_.set(some.get(), values.get(), setting.selector.get(), zone_.get(), ignored);
+    return module_.set(some.get(), values.get(), setting.selector.get(), zoneText_.get(), ignored);
   }
 
   const char* element(std::size_t i) const { return bytes_ + i * file_.header().type.bytes; }
@@ -264,7 +285,8 @@ class NpySetter {
 
   Module& module_;
   NpyFile& file_;
-  const HostArray zone_;
+  const Zone& zone_;
+  const HostArray zoneText_;
   std::vector<Setting> settings_;
   std::unique_ptr<DatetimeElements> elements_;
 
@@ -278,7 +300,7 @@ class NpySetter {
 }  // namespace
 
 void setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone* zone, const WriteBytes& write) {
+            const Zone& zone, const WriteBytes& write) {
   NpySetter(module, datetimes, settings, zone).run(write);
 }
 

@@ -27,20 +27,20 @@ class Zone;
 
 struct NpySetting {
   const Component* component;
-  double value = 0;       // for all datetimes, where there is no file
+  double value = 0;       // for all datetimes, where there is no file; or kLast
   std::string file = {};  // the path of an .npy file of values
 };
 
 // Takes the next bytes of the new file; valid until it returns.
 using WriteBytes = std::function<void(std::string_view)>;
 
-// Applies the settings in their order to every datetime. No zone: plain calendar time. The values
+// Applies the settings in their order to every datetime. The values
 // of a file are a single one, or as many as the datetimes and of the same shape; its elements may
 // stand in another order. In memory are one chunk of some hundred KiB and what of the files is
 // mapped.
 //
 // Throws a Failure for the first element that is wrong, after all before its chunk were written.
 void setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone* zone, const WriteBytes& write);
+            const Zone& zone, const WriteBytes& write);
 
 }  // namespace plx

@@ -1,0 +1,72 @@
+#include "command/npy_command.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/message.h"
+#include "command/sink.h"
+#include "datetime/zone.h"
+#include "npy/npy_file.h"
+
+namespace plx {
+
+namespace {
+
+bool isArray(std::string_view path) {
+  constexpr std::string_view kEnd = ".npy";
+  if (path.size() < kEnd.size()) return false;
+  path.remove_prefix(path.size() - kEnd.size());
+  return std::equal(path.begin(), path.end(), kEnd.begin(),
+                    [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
+}
+
+void refuseTextOptions(const TextOptions& options, bool checks) {
+  const struct {
+    bool given;
+    const char* name;
+  } rows[] = {{!options.columns.empty(), "--column"},
+              {options.zoneColumn.has_value(), "--zone-column"},
+              {!options.newColumns.empty(), "--new-column"},
+              {options.csv, "--csv"},
+              {options.tsv, "--tsv"},
+              {options.noHeader, "--no-header"},
+              {options.from.has_value(), "--from"},
+              {options.to.has_value(), "--to"},
+              {options.digits.has_value(), "--digits"},
+              {options.onError.has_value() && *options.onError != "stop", "--on-error"},
+              {checks, "--check"}};
+  for (const auto& row : rows) {
+    if (!row.given) continue;
+    throw Failure{Status::usage, fmt::format("{} is for text, and the input is an .npy array; "
+                                             "accepted: --zone, --output, --progress, --quiet",
+                                             row.name)};
+  }
+}
+
+}  // namespace
+
+bool namesArray(const std::vector<std::string>& inputs) {
+  return std::any_of(inputs.begin(), inputs.end(), isArray);
+}
+
+void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings, bool checks,
+            const std::optional<std::string>& modulePath, Output& standard) {
+  refuseTextOptions(options, checks);
+  if (options.inputs.size() != 1)
+    throw Failure{Status::usage, "of .npy arrays, one at a time is set; accepted: one INPUT"};
+  if (!options.output && ::isatty(STDOUT_FILENO) == 1)
+    throw Failure{Status::usage, "an array is no text for a terminal; accepted: -o FILE"};
+  const Zone zone = Zone::named(options.zone.value_or(""));
+  NpyFile file(options.inputs.front());
+  Module module(locateModule(modulePath));
+  const std::uint64_t size = file.header().count * file.header().type.bytes;
+  Sink sink(options, standard, size);
+  setNpy(module, file, settings, zone,
+         [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
+  sink.finish(OnError::stop, OnFinding::report);
+}
+
+}  // namespace plx

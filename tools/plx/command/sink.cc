@@ -1,0 +1,78 @@
+#include "command/sink.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "base/message.h"
+#include "inspect/leap_table.h"
+
+namespace plx {
+
+namespace {
+
+// More messages about single fields than these are only counted.
+constexpr std::size_t kMostMessages = 20;
+
+ShowProgress showProgress(const TextOptions& options) {
+  if (options.quiet) return ShowProgress::never;
+  return options.progress ? ShowProgress::always : ShowProgress::automatic;
+}
+
+std::string datetimes(std::size_t count) {
+  return fmt::format("{} {}", count, count == 1 ? "datetime" : "datetimes");
+}
+
+}  // namespace
+
+Sink::Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total)
+    : out_(&standard) {
+  if (options.output) {
+    file_.emplace(*options.output);
+    out_ = &ownOutput_.emplace(file_->descriptor());
+  }
+  progress_.emplace(showProgress(options), STDERR_FILENO,
+                    file_ ? file_->descriptor() : STDOUT_FILENO, total);
+}
+
+void Sink::take(const Piece& piece, std::size_t bytes) {
+  for (const std::string& message : piece.messages) {
+    if (told_++ < kMostMessages) tell(message);
+  }
+  errors_ += piece.errors;
+  findings_ += piece.findings;
+  if (piece.warnings > 0 && !warned_) {
+    warned_ = true;
+    tell(fmt::format("warning: {}", kPastLeapTable));
+  }
+  put(piece.text, bytes);
+}
+
+void Sink::put(std::string_view bytes, std::size_t inputBytes) {
+  begun_ = begun_ || !bytes.empty();
+  out_->text() += bytes;
+  out_->flush();
+  progress_->advance(inputBytes);
+}
+
+void Sink::finish(OnError onError, OnFinding onFinding) {
+  if (file_) file_->commit();
+  progress_.reset();
+  if (findings_ > 0) {
+    tell(fmt::format("{} came out otherwise than asked{}", datetimes(findings_),
+                     onFinding == OnFinding::blank ? " and left blank" : ""));
+  }
+  if (errors_ == 0) return;
+  throw Failure{Status::badData,
+                fmt::format("{} could not be worked on: left {}", datetimes(errors_),
+                            onError == OnError::blank ? "blank" : "as they stood")};
+}
+
+void Sink::tell(std::string_view message) {
+  if (progress_) progress_->clear();
+  std::fprintf(stderr, "plx: %.*s\n", static_cast<int>(message.size()), message.data());
+}
+
+}  // namespace plx

@@ -1,0 +1,45 @@
+// Where the results of a run go, and what is told of the run meanwhile and at its end.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "command/text_command.h"
+#include "set/chunk_editor.h"
+#include "stream/output.h"
+#include "stream/output_file.h"
+#include "stream/pipeline.h"
+#include "stream/progress.h"
+
+namespace plx {
+
+class Sink {
+ public:
+  // To the file that the options name, else to `standard`. `total`: bytes of input, where that is
+  // known. Throws a Failure of Status::inputOutput.
+  Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total);
+
+  // What became of a chunk of so many bytes. Throws a Failure where writing fails.
+  void take(const Piece& piece, std::size_t bytes);
+  void put(std::string_view bytes, std::size_t inputBytes);
+
+  // Something has been written.
+  bool begun() const { return begun_; }
+
+  // Puts a file in its place. Throws a Failure of Status::badData where errors were passed over.
+  void finish(OnError onError, OnFinding onFinding);
+
+ private:
+  void tell(std::string_view message);
+
+  std::optional<OutputFile> file_;
+  std::optional<Output> ownOutput_;
+  Output* out_;
+  std::optional<Progress> progress_;
+  std::size_t told_ = 0, errors_ = 0, findings_ = 0;
+  bool begun_ = false, warned_ = false;
+};
+
+}  // namespace plx
