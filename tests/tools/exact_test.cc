@@ -217,14 +217,15 @@ TEST(Exact, ReadingBreaksTiesOfHiToEven) {
 }
 
 // As above, with the fifteen digits at most that need no big integers: odd multiples of half the
-// last place of hi, and the decimals next to them.
+// last place of hi, or the nearest such decimals, and the decimals next to them.
 TEST(Exact, ReadingBreaksTiesOfFewDigits) {
   Cases cases(30'000);
   std::mt19937_64 random(6);
   for (int i = 0; i < 10'000; ++i) {
-    const int exponent = std::uniform_int_distribution<int>(38, 51)(random);
+    const int exponent = std::uniform_int_distribution<int>(0, 51)(random);
     const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random), exponent);
-    const LongDecimal tie = LongDecimal(hi) + LongDecimal(std::ldexp(0.5, exponent - 52));
+    const LongDecimal exactTie = LongDecimal(hi) + LongDecimal(std::ldexp(0.5, exponent - 52));
+    const LongDecimal tie = exactTie.roundedTo(15);
     const LongDecimal unit("0.000000000000001");
     for (const LongDecimal& millis : {tie, tie + unit, tie - unit}) {
       const std::string digits = millis.text();
