@@ -323,10 +323,30 @@ TEST(DatetimeText, Suffixes) {
     writeSuffix(written, read->suffix.zone, read->suffix);
     EXPECT_EQ(written, r.suffix) << r.why;
   }
-  for (const char* suffix :
-       {"[", "[]", "]", "[!]", "[UTC", "[UTC]]", "[UTC]x", " [UTC]", "[UTC][UTC]", "[u-ca=a][UTC]",
-        "[u-ca=]", "[=a]", "[u=a=b]", "[U=a]", "[u=-a]", "[u=a-]", "[u=a--b]", "[u=a_b]", "[1u=a]"})
+  for (const char* suffix : {"[",
+                             "[]",
+                             "]",
+                             "[!]",
+                             "[UTC",
+                             "[UTC]]",
+                             "[UTC]x",
+                             " [UTC]",
+                             "[UTC][UTC]",
+                             "[u-ca=a][UTC]",
+                             "[u-ca=]",
+                             "[=a]",
+                             "[u=a=b]",
+                             "[U=a]",
+                             "[u=-a]",
+                             "[u=a-]",
+                             "[u=a--b]",
+                             "[u=a_b]",
+                             "[America/New York]",
+                             "[Europe/Z\xC3\xBCrich]",
+                             "[1u=a]"})
     EXPECT_EQ(again(datetime + suffix), "not a datetime") << suffix;
+  using namespace std::string_literals;
+  EXPECT_EQ(again(datetime + "[America/New_York\0]"s), "not a datetime");
   for (const char* date : {"2014-05-10", "2014-130T08:30Z", "2014-W19-6T08:30Z", "20140510T0830Z"})
     EXPECT_EQ(again(std::string(date) + "[UTC]"), "not a datetime") << date;
   EXPECT_EQ(again(datetime + "[!u-ca=hebrew]"), "the critical tag u-ca=hebrew has no meaning here");

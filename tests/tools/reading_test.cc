@@ -14,6 +14,7 @@
 #include "pairs.h"
 #include "support/bits.h"
 #include "support/cases.h"
+#include "support/every_zone.h"
 
 namespace plx {
 namespace {
@@ -197,6 +198,18 @@ TEST(Reading, EachFormInEachOther) {
   for (const auto& r : rows) {
     EXPECT_EQ(again(r.text, notationOf(r.from, r.to), r.zone), r.written)
         << r.text << " to " << r.to << ": " << r.why;
+    ++cases;
+  }
+}
+
+TEST(Reading, EveryZoneOfTheDataMayStandInBrackets) {
+  Cases cases(600);
+  for (const std::string& id : everyZone()) {
+    const std::string text = "2014-05-10T08:30:15Z[" + id + "]";
+    const std::string written = again(text, {}, nullptr);
+    EXPECT_TRUE(written.ends_with("[" + id + "]")) << written;
+    EXPECT_EQ(again(written, {}, nullptr), written);
+    EXPECT_EQ(again(text, notationOf("", "us"), nullptr), "1399710615000000") << id;
     ++cases;
   }
 }

@@ -16,6 +16,11 @@ bool isKey(std::string_view text) {
          std::all_of(text.begin(), text.end(), isOfKey);
 }
 
+// Of identifiers and offsets. ICU takes a byte of zero for the end of one.
+bool isOfZone(char c) {
+  return isAlphanumeric(c) || std::string_view("._-+/:").find(c) != std::string_view::npos;
+}
+
 // Letters and digits in groups, with a dash between them.
 bool isValue(std::string_view text) {
   bool wasLetter = false;
@@ -38,7 +43,7 @@ bool readSuffix(Scanner& scan, Suffix& suffix, std::string& why) {
     if (!closed || tag.empty()) return false;
     const std::size_t equals = tag.find('=');
     if (equals == std::string_view::npos) {
-      if (!first) return false;
+      if (!first || !std::all_of(tag.begin(), tag.end(), isOfZone)) return false;
       suffix.zone = tag;
       suffix.criticalZone = critical;
       ofZone = all.size() - scan.rest().size();
