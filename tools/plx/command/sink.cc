@@ -31,7 +31,7 @@ Sink::Sink(const TextOptions& options, Output& standard, std::optional<std::uint
     : out_(&standard) {
   if (options.output) {
     file_.emplace(*options.output);
-    out_ = &ownOutput_.emplace(file_->descriptor());
+    out_ = &ownOutput_.emplace(file_->descriptor(), file_->name());
   }
   progress_.emplace(showProgress(options), STDERR_FILENO,
                     file_ ? file_->descriptor() : STDOUT_FILENO, total);
