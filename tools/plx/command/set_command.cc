@@ -136,7 +136,7 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
                         "A datetime, a file of one a line, a table or an .npy array;\n"
                         "- and none: standard input");
   declareTextOptions(arguments, options, true);
-  arguments.option("--check", check, "WHAT",
+  arguments.option("--check", check, "report|blank|stop",
                    "Tell where something else came out than was asked for: carried\n"
                    "into larger units, shifted by a gap of the clock, or one of two\n"
                    "equal wall times; report, blank or stop");

@@ -291,7 +291,7 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                  "Write every digit that it takes to read back the same pair of\n"
                  "doubles; else seconds are rounded to nine digits, or to as many\n"
                  "as came in");
-  arguments.option("--on-error", options.onError, "WHAT",
+  arguments.option("--on-error", options.onError, "stop|blank|pass",
                    "What to do about a datetime that is wrong: stop, blank or\n"
                    "pass it as it is; stop is what happens without");
   arguments.option("--jobs", options.jobs, "N", "Work with N threads");
