@@ -108,7 +108,8 @@ TEST(TableSet, Complaints) {
       {"t,n\n2014-05-10,1\n", "set day 1 --new-column x a.csv", "are for tables", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c n --new-column x a.csv", "one for each", 2},
       {"t,n\n2014-05-10,1\n", "set day -c t", "required", 2},
-      {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv", "plx: a.csv:2:1: ", 1},
+      {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv",
+       "plx: a.csv:2:1: \"2014-01-31\": there is no 31 February 2014", 1},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {

@@ -152,6 +152,9 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
     }
     text = source.column || source.file ? task.values[static_cast<std::size_t>(own)] : source.text;
   }
+  if (trouble.kind == Trouble::Kind::finding) {
+    return {status, fmt::format("{}: {}: {}", where, quoteText(text), trouble.complaint.what)};
+  }
   return {status, describe(where, trouble.complaint, text)};
 }
 
