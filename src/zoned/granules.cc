@@ -49,7 +49,7 @@ Granules::Line::Line(const OffsetLine& offsets) {
   const std::int64_t first = granuleOf(std::max(earliest, kEarliest)) - 1;
   const std::int64_t last = granuleOf(std::min(latest, kLatest)) + 1;
   const auto size = static_cast<std::size_t>(last - first + 1);
-  start_ = static_cast<double>(first) * kGranuleMillis;
+  first_ = static_cast<double>(first);
   words_.reserve(size);
 
   std::vector<Change> changes;

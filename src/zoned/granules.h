@@ -37,8 +37,8 @@ inline constexpr std::int64_t kMostGranules = 8192;
 // The granules of one line of time, as plain pointers.
 struct GranuleLine {
   const std::int64_t* words;
-  double start;  // of the first granule: milliseconds, a multiple of kGranuleMillis
-  double last;   // where the last granule starts, counted from `start`
+  double first;  // the number of the first granule, counted from 1970
+  double last;   // that of the last one, counted from the first
 };
 
 class Granules {
@@ -53,7 +53,7 @@ class Granules {
    public:
     explicit Line(const OffsetLine& offsets);
     GranuleLine line() const {
-      return {words_.data(), start_, kGranuleMillis * (static_cast<double>(words_.size()) - 1.0)};
+      return {words_.data(), first_, static_cast<double>(words_.size()) - 1.0};
     }
 
    private:
@@ -65,7 +65,7 @@ class Granules {
     // Has the granules within the margin of a change tell it as well.
     void addToNeighbours(const Change& change);
 
-    double start_ = 0.0;
+    double first_ = 0.0;
     std::vector<std::int64_t> words_;
   };
 

@@ -3,6 +3,8 @@
 
 #include "zoned/vector_walk.h"
 
+#include <type_traits>
+
 #include "entry/field_codes.h"
 #include "zoned/table_walk.h"
 
@@ -17,26 +19,29 @@
 HWY_BEFORE_NAMESPACE();
 namespace zone_lanes::HWY_NAMESPACE {
 
-// Whether all of a block are whole milliseconds of the domain and values that are accepted. Bits
-// that must all be zero are tested together.
-template <class Component, bool kOneValue>
-HWY_INLINE bool isPlain(const double* HWY_RESTRICT high, const double* HWY_RESTRICT low,
-                        const double* HWY_RESTRICT values, size_t count) {
+// Whether all of a block are whole milliseconds and values of the domain, or of the part of it where
+// every fourth year is a leap year.
+template <class Component, class Calendar, bool kOneValue>
+HWY_INLINE bool isPlain(const Block& block, V oneValue) {
+  constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
   // No largest of all: that would forget a NaN.
   V bits = hn::Zero(d);
   M isBounded = hn::Eq(bits, bits);
-  for (size_t i = 0; i < count; i += hn::Lanes(d)) {
-    const V t = hn::LoadU(d, high + i);
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, block.whole + i);
+    const V v = kOneValue ? oneValue : hn::LoadU(d, block.values + i);
     bits = hn::Or(bits, fractionBits(t));
-    isBounded = hn::And(isBounded, isAtMost(t, lanes::kWholeBound));
-  }
-  for (size_t i = 0; low && i < count; i += hn::Lanes(d)) {
-    bits = hn::Or(bits, hn::LoadU(d, low + i));
-  }
-  for (size_t i = 0; !kOneValue && i < count; i += hn::Lanes(d)) {
-    const V v = hn::LoadU(d, values + i);
     if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
-    isBounded = hn::And(isBounded, isAtMost(v, Component::kBound));
+    if constexpr (kIsJulian) {
+      const M isRecent = isAtMost(t - all(lanes::kJulianMiddle), lanes::kJulianReach);
+      isBounded = hn::And(isBounded, hn::And(isRecent, Component::isNear(v)));
+    } else {
+      const M isWithin = isAtMost(t, lanes::kWholeBound);
+      isBounded = hn::And(isBounded, hn::And(isWithin, isAtMost(v, Component::kBound)));
+    }
+  }
+  for (size_t i = 0; block.low && i < block.count; i += hn::Lanes(d)) {
+    bits = hn::Or(bits, hn::LoadU(d, block.low + i));
   }
   return hn::AllTrue(d, hn::And(isBounded, isZeroBits(bits)));
 }
@@ -68,6 +73,33 @@ HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   return hn::AllTrue(d, isClaimed);
 }
 
+// What the blocks before have taught.
+struct Learned {
+  Stretches instants, walls;
+  Attempts steady, plainSeries, mixedSeries;
+};
+
+// Sets a block by the quickest way. False where it has something that is not of the domain.
+template <class Component, bool kOneValue>
+HWY_INLINE bool set(const Zone& zone, Learned& learned, Attempts& attempts, const Block& block,
+                    V oneValue, const Place& at) {
+  using lanes::HWY_NAMESPACE::Julian;
+  Stretches &instants = learned.instants, &walls = learned.walls;
+  if (attempts.isDue()) {
+    const bool isSet = setSeries<Component, kOneValue>(zone, instants, walls, block, oneValue, at);
+    attempts.note(isSet);
+    if (isSet) return true;
+  }
+  if (isPlain<Component, Julian, kOneValue>(block, oneValue)) {
+    setBlock<Component, Julian, kOneValue>(zone, instants, walls, block, oneValue, at);
+  } else if (isPlain<Component, Gregorian, kOneValue>(block, oneValue)) {
+    setBlock<Component, Gregorian, kOneValue>(zone, instants, walls, block, oneValue, at);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 // For at least as many elements as a vector has lanes.
 template <class Component, bool kOneValue>
 void walkBlocks(const ZonedCall& call) {
@@ -75,36 +107,51 @@ void walkBlocks(const ZonedCall& call) {
   const size_t lanes = hn::Lanes(d);
   const size_t block = kBlock - kBlock % lanes;
   const V oneValue = all(e.values[0]);
-  const bool isOneAccepted = !kOneValue || hn::AllTrue(d, isAccepted<Component>(oneValue));
   const Zone zone = call.zone;
-  Stretches instants, walls;
+  Learned learned;
+  // Where nothing changes any more, this is all there is to know.
+  if (std::fabs(e.high[0]) <= lanes::kWholeBound) {
+    moveTo(learned.instants, zone.instants.offsets, e.high[0]);
+    moveTo(learned.walls, zone.walls.offsets, e.high[0]);
+  }
   Mixed mixed;
 
   // The last vector, a block of its own, ends with the last element, and may do some of the one
   // before it again.
   const size_t inVectors = e.count - e.count % lanes;
   for (size_t from = 0; from < e.count;) {
+    const auto blockOf = [&](size_t count) HWY_ATTR {
+      return Block{e.high + from, e.low ? e.low + from : nullptr, nullptr,
+                   kOneValue ? e.values : e.values + from, count};
+    };
+    const size_t many = HWY_MIN(kSteadyBlock - kSteadyBlock % lanes, inVectors - from);
+    if (many > block && learned.steady.isDue()) {
+      const bool isSet =
+          setSteady<Component, kOneValue>(zone, learned.instants, blockOf(many), oneValue,
+                                          {e.resultHigh + from, e.resultLow + from});
+      learned.steady.note(isSet);
+      if (isSet) {
+        from += many;
+        continue;
+      }
+    }
     size_t count = HWY_MIN(block, inVectors - from);
     if (count == 0) {
       from = e.count - lanes;
       count = lanes;
     }
-    const double* const high = e.high + from;
-    const double* const low = e.low ? e.low + from : nullptr;
-    const double* const values = kOneValue ? e.values : e.values + from;
     const Place place{e.resultHigh + from, e.resultLow + from};
-    if (isOneAccepted && isPlain<Component, kOneValue>(high, low, values, count)) {
-      setBlock<Component, kOneValue>(zone, instants, walls, {high, nullptr, values, count},
-                                     oneValue, place);
-    } else {
+    const Block plain = blockOf(count);
+    if (!set<Component, kOneValue>(zone, learned, learned.plainSeries, plain, oneValue, place)) {
       bool areClaimed = true;
       for (size_t i = 0; i < count; i += lanes) {
-        const Pair t{hn::LoadU(d, high + i), low ? hn::LoadU(d, low + i) : hn::Zero(d)};
-        const V v = kOneValue ? oneValue : hn::LoadU(d, values + i);
+        const V low = plain.low ? hn::LoadU(d, plain.low + i) : hn::Zero(d);
+        const V v = kOneValue ? oneValue : hn::LoadU(d, plain.values + i);
+        const Pair t{hn::LoadU(d, plain.whole + i), low};
         areClaimed &= claim<Component>(mixed, i, t, v);
       }
-      setBlock<Component, false>(zone, instants, walls,
-                                 {mixed.whole, mixed.below, mixed.values, count}, oneValue, place);
+      const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, count};
+      set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, place);
       for (size_t i = 0; i < count && !areClaimed; ++i) {
         if (mixed.isClaimed[i] == 0.0) {
           setElement(call.table, call.field, e, from + i, call.calendar);
@@ -130,23 +177,23 @@ void walkOf(const ZonedCall& call) {
 void walk(const ZonedCall& call) {
   switch (static_cast<int>(call.field)) {
     case UCAL_EXTENDED_YEAR:
-      return walkOf<OfWhole<OfDate<SetYear>, false>>(call);
+      return walkOf<OfWhole<OfDate<SetYear>, Reach::any>>(call);
     case kQuarterField:
-      return walkOf<OfWhole<OfDate<SetQuarter>, false>>(call);
+      return walkOf<OfWhole<OfDate<SetQuarter>, Reach::any>>(call);
     case UCAL_MONTH:
-      return walkOf<OfWhole<OfDate<SetMonth>, false>>(call);
+      return walkOf<OfWhole<OfDate<SetMonth>, Reach::any>>(call);
     case UCAL_WEEK_OF_YEAR:
-      return walkOf<OfWhole<OfDate<SetWeekOfYearOfSaturday>, false>>(call);
+      return walkOf<OfWhole<OfDate<SetWeekOfYearOfSaturday>, Reach::any>>(call);
     case UCAL_DATE:
-      return walkOf<OfWhole<OfDate<SetDayOfMonth>, true>>(call);
+      return walkOf<OfWhole<OfDate<SetDayOfMonth>, Reach::month>>(call);
     case UCAL_DAY_OF_YEAR:
-      return walkOf<OfWhole<OfDate<SetDayOfYear>, false>>(call);
+      return walkOf<OfWhole<OfDate<SetDayOfYear>, Reach::any>>(call);
     case UCAL_DAY_OF_WEEK:
-      return walkOf<OfWhole<OfDate<SetDayWithinWeek>, true>>(call);
+      return walkOf<OfWhole<OfDate<SetDayWithinWeek>, Reach::week>>(call);
     case UCAL_HOUR_OF_DAY:
-      return walkOf<OfWhole<OfClock<lanes::Hour>, true>>(call);
+      return walkOf<OfWhole<OfClock<lanes::Hour>, Reach::week>>(call);
     case UCAL_MINUTE:
-      return walkOf<OfWhole<OfClock<lanes::Minute>, true>>(call);
+      return walkOf<OfWhole<OfClock<lanes::Minute>, Reach::week>>(call);
     case UCAL_SECOND:
       return walkOf<OfSeconds<Second>>(call);
     case UCAL_MILLISECONDS_IN_DAY:

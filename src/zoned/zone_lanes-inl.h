@@ -56,46 +56,67 @@ HWY_INLINE V offsetOf(const Known& known, V t) {
 }
 
 // Moves the stretches to a block of times that looks like the next one of a series.
-HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known,
-                           const double* HWY_RESTRICT times, size_t count) {
-  const double first = times[0], last = times[count - 1];
-  if (known.hold(first) && known.hold(last)) return true;
-  if (!(first - last <= kCloseMillis && last - first <= kCloseMillis)) return false;
-  moveTo(known, line, first < last ? first : last);
-  return known.hold(first) && known.hold(last);
+HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known, double least, double most) {
+  if (known.hold(least) && known.hold(most)) return true;
+  if (!(most - least <= kCloseMillis)) return false;
+  moveTo(known, line, least);
+  return known.hold(least) && known.hold(most);
 }
 
-// Whole numbers below 2^52 in the last bits of words, and 2^52, as doubles.
-HWY_INLINE V number(VI word, std::int64_t mask) {
+// A whole number below 2^52 in the last bits of words.
+struct Number {
+  V above;  // with 2^52 above it, as a double
+};
+HWY_INLINE Number number(VI word, std::int64_t mask) {
   const VI exponent = hn::BitCast(di, all(0x1p52));
-  return hn::BitCast(d, hn::OrAnd(exponent, word, hn::Set(di, mask)));
+  return {hn::BitCast(d, hn::OrAnd(exponent, word, hn::Set(di, mask)))};
+}
+
+// (x - bias) seconds in milliseconds. Fused, it is one step: its only rounding is none, as long as
+// the product of the bias, a multiple of 2^17, and 2^52 fits in a double.
+HWY_INLINE V millis(Number x, double bias) {
+  const double zero = 0x1p52 + bias;
+#if HWY_NATIVE_FMA
+  return hn::MulSub(x.above, all(kMillisPerSecond), all(zero * kMillisPerSecond));
+#else
+  return (x.above - all(zero)) * all(kMillisPerSecond);
+#endif
 }
 
 HWY_INLINE V offsetIn(VI word) {
-  const V seconds = number(word, kGranuleOffsetMask) - all(0x1p52 + kGranuleOffsetBias);
-  return seconds * all(kMillisPerSecond);
+  return millis(number(word, kGranuleOffsetMask), kGranuleOffsetBias);
 }
 
 // What the granules say of times t.
 struct Told {
   VI word;
-  V start;   // of the granules, in milliseconds from that of the line
-  V change;  // in seconds from the start of the granules
+  V change;  // in milliseconds
   M isAfter;
 };
 
-// A change after c whole seconds is over after x milliseconds where x/1000 >= c, and so where
-// floor(x/1000) >= c, which floorTimes() gives.
-HWY_INLINE Told tellAll(const GranuleLine& line, V t) {
-  // Behind the table, where its first and its last granule begin.
-  const V from = hn::Min(hn::Max(t - all(line.start), hn::Zero(d)), all(line.last));
-  const V granule = floorTimes(from, kGranulesPerMilli);
+// The granules of a line, for all lanes.
+struct Granular {
+  const std::int64_t* HWY_RESTRICT words;
+  V from, until;  // where the first and the last granule begin
+  V offset;       // of the quotient that is an index
+};
+HWY_INLINE Granular granularOf(const GranuleLine& line) {
+  const double from = line.first * kGranuleMillis;
+  return {line.words, all(from), all(from + line.last * kGranuleMillis),
+          all(lanes::halfGap(kGranuleMillis) - line.first)};
+}
+
+// Behind the table its first and its last granule stand for all others; whether a time is after
+// their change says nothing there, but they have none, or do not tell.
+HWY_INLINE Told tellAll(const Granular& line, V t) {
+  const V within = hn::Min(hn::Max(t, line.from), line.until);
+  const V index = hn::Floor(hn::MulAdd(within, all(1.0 / kGranuleMillis), line.offset));
   // 2^52 more, and the number stands in the last bits.
-  const VI index = hn::And(hn::BitCast(di, granule + all(0x1p52)), hn::Set(di, kMostGranules - 1));
-  const VI word = hn::GatherIndex(di, line.words, index);
-  const V start = granule * all(kGranuleMillis);
-  const V change = number(word, kGranuleChangeMask) - all(0x1p52 + kGranuleChangeBias);
-  return {word, start, change, hn::Ge((from - start) * all(kSecondsPerMilli), change)};
+  const VI bits = hn::And(hn::BitCast(di, index + all(0x1p52)), hn::Set(di, kMostGranules - 1));
+  const VI word = hn::GatherIndex(di, line.words, bits);
+  const V start = hn::MulAdd(index, all(kGranuleMillis), line.from);
+  const V change = start + millis(number(word, kGranuleChangeMask), kGranuleChangeBias);
+  return {word, change, hn::Ge(t, change)};
 }
 
 HWY_INLINE VI select(M isAfter, VI after, VI before) {
@@ -128,10 +149,11 @@ HWY_INLINE void withOffsets(const ZoneLine& line, const Stretches& known, bool i
     const M isKnown = hn::And(hn::Ge(least, stretches.edge0), hn::Lt(most, stretches.edge3));
     if (HWY_LIKELY(hn::AllTrue(d, isKnown))) return;
   }
+  const Granular granules = granularOf(line.granules);
   VI words = hn::Zero(di);
   for (size_t i = 0; i < count; i += lanes) {
     const V t = hn::LoadU(d, times + i);
-    const Told told = tellAll(line.granules, t);
+    const Told told = tellAll(granules, t);
     words = hn::Or(words, told.word);
     use(i, t, offsetOf(told));
   }
@@ -147,33 +169,54 @@ HWY_INLINE void withOffsets(const ZoneLine& line, const Stretches& known, bool i
 
 // ---- Components ----
 //
-// Each says which new values it accepts, the wall time that it makes of another one, and what it
-// sets below a millisecond, if it does.
+// Each says which new values it accepts, the wall time that it makes of another one, by either
+// calendar, and what it sets below a millisecond, if it does.
 
-// A component that `isNear` usually moves a datetime by less than a month.
-template <class Component, bool isNear>
+template <class Component, Reach kTo>
 struct OfWhole {
   static constexpr double kBound =
       Component::kBound < kLargest32Bits ? Component::kBound : kLargest32Bits;
   static constexpr bool kTakesFractions = false;
-  static HWY_INLINE V setWall(V wall, V v) {
-    return Component::template setWhole<Gregorian>(wall, Component::template newOf<Gregorian>(v))
-        .hi;
+  static constexpr Reach kReach = kTo;
+
+  using New = typename Component::New;
+  template <class Calendar>
+  static HWY_INLINE New newOf(V v) {
+    return Component::template newOf<Calendar>(v);
+  }
+  template <class Calendar>
+  static HWY_INLINE V setWall(V wall, New set) {
+    return Component::template setWhole<Calendar>(wall, set).hi;
   }
   static HWY_INLINE V below(V) { return hn::Zero(d); }
-  static constexpr bool kIsNear = isNear;
+
+  // Whether a value belongs to the Julian calendar's domain.
+  static HWY_INLINE M isNear(V v) {
+    if constexpr (Component::kHasCalendars) {
+      return isAtMost(v - all(Component::kJulianValue), Component::kJulianBound);
+    } else {
+      return isAtMost(v, kBound);
+    }
+  }
 };
 
 template <class Component>
 struct OfSeconds {
   static constexpr double kBound = Component::kBound;
   static constexpr bool kTakesFractions = true;
-  static HWY_INLINE V setWall(V wall, V v) {
-    return SecondsAfter<typename Component::Unit>::template setWhole<Gregorian>(wall, hn::Trunc(v))
-        .hi;
+  static constexpr Reach kReach = Reach::week;
+
+  using New = V;
+  template <class>
+  static HWY_INLINE New newOf(V v) {
+    return hn::Trunc(v);
+  }
+  template <class Calendar>
+  static HWY_INLINE V setWall(V wall, New set) {
+    return SecondsAfter<typename Component::Unit>::template setWhole<Calendar>(wall, set).hi;
   }
   static HWY_INLINE V below(V v) { return (v - hn::Trunc(v)) * all(kMillisPerSecond); }
-  static constexpr bool kIsNear = true;
+  static HWY_INLINE M isNear(V v) { return isAtMost(v, kBound); }
 };
 
 struct Second {
@@ -219,21 +262,35 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
 // step, others fill.
 constexpr size_t kBlock = 48;
 
-// A block of the domain: the whole milliseconds of its datetimes, the values, and for datetimes
-// with a fraction what is below. A multiple of the lanes long.
+// So many where one offset serves all.
+constexpr size_t kSteadyBlock = 16 * kBlock;
+
+// A block of datetimes with their new values, a multiple of the lanes long.
 struct Block {
-  const double* HWY_RESTRICT whole;
-  const double* HWY_RESTRICT below;  // null: nothing
+  const double* HWY_RESTRICT whole;  // milliseconds
+  const double* HWY_RESTRICT low;    // what is to be zero beside them; null: nothing
+  const double* HWY_RESTRICT below;  // what to add below a millisecond; null: nothing
   const double* HWY_RESTRICT values;
   size_t count;
 };
 
-// The value of each element, or one for all.
-template <bool kOneValue>
-HWY_INLINE V valueOf(const Block& block, V oneValue, size_t i) {
-  if constexpr (kOneValue) return oneValue;
-  return hn::LoadU(d, block.values + i);
-}
+// The new values: those of a block, or one for all, and what depends on it alone.
+template <class Component, class Calendar, bool kOneValue>
+struct Values {
+  HWY_INLINE Values(const Block& block, V one)
+      : values(block.values), oneValue(one), oneNew(Component::template newOf<Calendar>(one)) {}
+
+  HWY_INLINE V at(size_t i) const { return kOneValue ? oneValue : hn::LoadU(d, values + i); }
+  HWY_INLINE V setWall(V wall, size_t i) const {
+    if constexpr (kOneValue) return Component::template setWall<Calendar>(wall, oneNew);
+    const auto set = Component::template newOf<Calendar>(hn::LoadU(d, values + i));
+    return Component::template setWall<Calendar>(wall, set);
+  }
+
+  const double* HWY_RESTRICT values;
+  V oneValue;
+  typename Component::New oneNew;
+};
 
 // Where the result of a block is written to.
 struct Place {
@@ -253,84 +310,133 @@ HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Place& 
   hn::StoreU(set.lo, d, at.low + i);
 }
 
-// A block in the midst of one long stretch, with wall times in the same one: then a single offset
-// counts. False where the block does not look so, or was found not to be so; then what is written
-// counts for nothing.
-template <class Component, bool kOneValue>
-HWY_INLINE bool setSteady(const Zone& zone, const Stretches& known, const Block& block, V oneValue,
-                          const Place& at) {
-  constexpr double kReach = Component::kIsNear ? kNearMillis : kFarMillis;
-  const double first = block.whole[0], last = block.whole[block.count - 1];
-  size_t k = 0;
-  while (k < 2 && first >= known.edges[k + 1]) ++k;
-  const double from = known.edges[k] + kReach, until = known.edges[k + 1] - kReach;
-  if (!(from <= first && first < until && from <= last && last < until)) return false;
-
-  const V offset = all(known.offsets[k]);
-  const double* const walls = zone.walls.offsets.starts + known.index + k;
-  V least = all(first), most = least, leastWall = all(walls[0]), mostWall = leastWall;
+// Sets a block of a series in one pass over it, as if it were as guessed: datetimes and wall times
+// each in remembered stretches, or the stretch k of the datetimes and the wall times of that one;
+// whole; and within the Julian calendar's domain, from which an offset of less than a day does not
+// lead away. False where it was not so; then what is written counts for nothing.
+template <class Component, bool kOneValue, bool kIsSteady>
+HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const Stretches& walls,
+                             size_t k, const Block& block, V oneValue, const Place& at) {
+  const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
+  const double* const edges = instants.edges + (kIsSteady ? k : 0);
+  const double* const ends = zone.walls.offsets.starts + instants.index + k;
+  constexpr size_t kStretches = kIsSteady ? 1 : 3;
+  const V from = all(HWY_MAX(edges[0], lanes::kJulianMiddle - lanes::kJulianReach));
+  const V until = all(HWY_MIN(edges[kStretches], lanes::kJulianMiddle + lanes::kJulianReach));
+  const V wallFrom = all(kIsSteady ? ends[0] : walls.edges[0]);
+  const V wallUntil = all(kIsSteady ? ends[1] : walls.edges[3]);
+  const V steady = all(instants.offsets[k]);
+  const Known knownInstants = knownOf(instants), knownWalls = knownOf(walls);
+  const double* const high = block.whole;
+  const double* const low = block.low;
+  V bits = hn::Zero(d);
+  M isRight = hn::Eq(bits, bits);
   for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
-    const V t = hn::LoadU(d, block.whole + i);
-    const V v = valueOf<kOneValue>(block, oneValue, i);
-    const V wall = Component::setWall(t + offset, v);
-    least = hn::Min(least, t);
-    most = hn::Max(most, t);
-    leastWall = hn::Min(leastWall, wall);
-    mostWall = hn::Max(mostWall, wall);
+    const V t = hn::LoadU(d, high + i);
+    const V v = values.at(i);
+    bits = hn::Or(bits, fractionBits(t));
+    if (low) bits = hn::Or(bits, hn::LoadU(d, low + i));
+    if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+    isRight = hn::And(isRight, hn::And(hn::Ge(t, from), hn::Lt(t, until)));
+    isRight = hn::And(isRight, Component::isNear(v));
+    const V wall = values.setWall(t + (kIsSteady ? steady : offsetOf(knownInstants, t)), i);
+    isRight = hn::And(isRight, hn::And(hn::Ge(wall, wallFrom), hn::Lt(wall, wallUntil)));
+    const V offset = kIsSteady ? steady : offsetOf(knownWalls, wall);
     store<Component>(block, i, v, wall - offset, at);
   }
-  const M isSteady =
-      hn::And(hn::Ge(least, all(known.edges[k])), hn::Lt(most, all(known.edges[k + 1])));
-  const M areSteady = hn::And(hn::Ge(leastWall, all(walls[0])), hn::Lt(mostWall, all(walls[1])));
-  return hn::AllTrue(d, hn::And(isSteady, areSteady));
+  return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
+}
+
+// A block in the midst of one long stretch, where wall times are in the same one, by the looks of
+// its first datetime and its last one.
+template <class Component, bool kOneValue>
+HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Block& block,
+                          V oneValue, const Place& at) {
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  const double least = HWY_MIN(first, last), most = HWY_MAX(first, last);
+  constexpr double kReach = kReachMillis[static_cast<int>(Component::kReach)];
+  for (size_t k = 0; k < 3; ++k) {
+    if (instants.edges[k] + kReach <= least && most < instants.edges[k + 1] - kReach) {
+      return setGuessed<Component, kOneValue, true>(zone, instants, {}, k, block, oneValue, at);
+    }
+  }
+  return false;
+}
+
+// A block of a series in steady times, or, with a component that can move a datetime anywhere, in
+// remembered stretches. Where such wall times lie is known from the block before at best.
+template <class Component, bool kOneValue>
+HWY_INLINE bool setSeries(const Zone& zone, Stretches& instants, const Stretches& walls,
+                          const Block& block, V oneValue, const Place& at) {
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  if (!seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last))) {
+    return false;
+  }
+  if (setSteady<Component, kOneValue>(zone, instants, block, oneValue, at)) return true;
+  if (Component::kReach != Reach::any) return false;
+  return setGuessed<Component, kOneValue, false>(zone, instants, walls, 0, block, oneValue, at);
 }
 
 // A block whose wall times stay near enough for the word of each instant to tell both offsets.
 // False where not all do; then what is written counts for nothing.
-template <class Component, bool kOneValue>
-HWY_INLINE bool setNear(const GranuleLine& instants, const Block& block, V oneValue,
-                        const Place& at) {
+template <class Component, class Calendar, bool kOneValue>
+HWY_NOINLINE bool setNear(const GranuleLine& instants, const Block& block, V oneValue,
+                          const Place& at) {
+  const Values<Component, Calendar, kOneValue> values(block, oneValue);
+  const Granular granules = granularOf(instants);
   VI words = hn::Zero(di);
   V furthest = hn::Zero(d);
   for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
     const V t = hn::LoadU(d, block.whole + i);
-    const V v = valueOf<kOneValue>(block, oneValue, i);
-    const Told told = tellAll(instants, t);
+    const Told told = tellAll(granules, t);
     const V before = offsetIn(hn::ShiftRight<kGranuleBeforeBit>(told.word));
     const V after = offsetIn(hn::ShiftRight<kGranuleAfterBit>(told.word));
-    const V wall = Component::setWall(t + hn::IfThenElse(told.isAfter, after, before), v);
-    const V change = (told.start + all(instants.start)) + told.change * all(kMillisPerSecond);
-    const V offset = hn::IfThenElse(hn::Ge(wall - after, change), after, before);
+    const V wall = values.setWall(t + hn::IfThenElse(told.isAfter, after, before), i);
+    const V offset = hn::IfThenElse(hn::Ge(wall - after, told.change), after, before);
     words = hn::Or(words, told.word);
     furthest = hn::Max(furthest, hn::Abs(wall - t));
-    store<Component>(block, i, v, wall - offset, at);
+    store<Component>(block, i, values.at(i), wall - offset, at);
   }
   const VI bad = hn::And(words, hn::Set(di, kGranuleUntold | kGranuleCrowded));
   const M isNear = hn::Le(furthest, all(kNearMillis));
   return hn::AllTrue(di, hn::Eq(bad, hn::Zero(di))) && hn::AllTrue(d, isNear);
 }
 
-template <class Component, bool kOneValue>
-HWY_INLINE void setBlock(const Zone& zone, Stretches& instants, Stretches& walls,
-                         const Block& block, V oneValue, const Place& at) {
-  const bool isSeries = seemsKnown(zone.instants.offsets, instants, block.whole, block.count);
-  if (isSeries && setSteady<Component, kOneValue>(zone, instants, block, oneValue, at)) return;
-  if constexpr (Component::kIsNear) {
-    if (!isSeries && setNear<Component, kOneValue>(zone.instants.granules, block, oneValue, at)) {
+// A block of the domain, or of the part of it where every fourth year is a leap year.
+template <class Component, class Calendar, bool kOneValue>
+HWY_NOINLINE void setBlock(const Zone& zone, Stretches& instants, Stretches& walls,
+                           const Block& block, V oneValue, const Place& at) {
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  const bool isSeries =
+      seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last));
+  if constexpr (Component::kReach != Reach::any) {
+    if (!isSeries &&
+        setNear<Component, Calendar, kOneValue>(zone.instants.granules, block, oneValue, at)) {
       return;
     }
   }
+  const Values<Component, Calendar, kOneValue> values(block, oneValue);
   HWY_ALIGN double wall[kBlock];
+  V least = all(HUGE_VAL), most = all(-HUGE_VAL);
   withOffsets(zone.instants, instants, isSeries, block.whole, block.count,
-              [&](size_t i, V t, V offset) {
-                const V v = valueOf<kOneValue>(block, oneValue, i);
-                hn::Store(Component::setWall(t + offset, v), d, wall + i);
+              [&](size_t i, V t, V offset) HWY_ATTR {
+                const V moved = values.setWall(t + offset, i);
+                least = hn::Min(least, moved);
+                most = hn::Max(most, moved);
+                hn::Store(moved, d, wall + i);
               });
-  const bool areSeries = seemsKnown(zone.walls.offsets, walls, wall, block.count);
-  withOffsets(zone.walls, walls, areSeries, wall, block.count, [&](size_t i, V t, V offset) {
-    const V v = valueOf<kOneValue>(block, oneValue, i);
-    store<Component>(block, i, v, t - offset, at);
-  });
+  // Wall times of a series are as much of one as the datetimes, unless a component moves them
+  // anywhere: then the outermost ones count, if the first and the last look promising.
+  double from = HWY_MIN(wall[0], wall[block.count - 1]);
+  double until = HWY_MAX(wall[0], wall[block.count - 1]);
+  if (Component::kReach == Reach::any && until - from <= kCloseMillis) {
+    from = hn::GetLane(hn::MinOfLanes(d, least));
+    until = hn::GetLane(hn::MaxOfLanes(d, most));
+  }
+  const bool areSeries = seemsKnown(zone.walls.offsets, walls, from, until);
+  withOffsets(zone.walls, walls, areSeries, wall, block.count,
+              [&](size_t i, V t, V offset)
+                  HWY_ATTR { store<Component>(block, i, values.at(i), t - offset, at); });
 }
 
 }  // namespace zone_lanes::HWY_NAMESPACE

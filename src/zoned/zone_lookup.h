@@ -36,6 +36,20 @@ struct Stretches {
 // Moves to the stretch that holds t and the two behind it.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
+// Whether to try a way that does not always lead somewhere: not for some times after it did not, for
+// more of them the more often in a row.
+class Attempts {
+ public:
+  bool isDue() { return skips_ == 0 || skips_-- == 0; }
+  void note(bool succeeded) {
+    penalty_ = succeeded ? 0 : penalty_ < 15 ? 2 * penalty_ + 1 : penalty_;
+    skips_ = penalty_;
+  }
+
+ private:
+  int skips_ = 0, penalty_ = 0;
+};
+
 // A block of datetimes that begins and ends no further apart than this can belong to a series: some
 // 397 days.
 inline constexpr double kCloseMillis = 0x1p35;
@@ -44,8 +58,11 @@ inline constexpr double kCloseMillis = 0x1p35;
 // day less than the margin, for the offset.
 inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 
-// How far components that are not near usually move a datetime, the year excepted.
-inline constexpr double kFarMillis = 400.0 * kMillisPerDay;
+// How far a component usually moves a datetime: within its day or week, less than a month, or
+// anywhere, but seldom further than a year.
+enum class Reach { week, month, any };
+inline constexpr double kReachMillis[] = {8.0 * kMillisPerDay, 32.0 * kMillisPerDay,
+                                          400.0 * kMillisPerDay};
 
 inline constexpr double kLargest32Bits = 2147483647.0;
 // Seconds of which the milliseconds are within 32 bits.
@@ -56,11 +73,6 @@ inline constexpr double kWeekdayBound = 0x1p20;
 inline constexpr double kWeekdayStart = 7.0 * 0x1p18;
 static_assert(kWeekdayBound < kWeekdayStart && kWeekdayBound + kWeekdayStart < lanes::kDayBound);
 
-inline constexpr double kGranulesPerMilli = lanes::reciprocalAbove(2097152000);
-inline constexpr double kSecondsPerMilli = lanes::reciprocalAbove(1000);
-static_assert(kGranuleMillis == 2097152000.0);
-static_assert(lanes::divides(kGranulesPerMilli, 2097152000,
-                             static_cast<double>(kMostGranules) * kGranuleMillis));
-static_assert(lanes::divides(kSecondsPerMilli, 1000, kGranuleMillis));
+static_assert(lanes::dividesByGap(kGranuleMillis, 2.0 * kMostGranules));
 
 }  // namespace zone_lanes

@@ -467,6 +467,35 @@ TEST_F(Walks, OneOddElementAtEveryPosition) {
   }
 }
 
+// Long blocks that one offset serves, but for an element somewhere among them: another stretch of
+// the zone, another calendar's time, a fraction, or a value that leads elsewhere.
+TEST_F(Walks, OneOddElementInSteadyTimes) {
+  constexpr std::size_t kCount = 1000;
+  Cases cases(11 * 4 * 12 * 4 * std::int64_t{kCount});
+  for (const char* id : {"America/New_York", "Asia/Kolkata", "GMT+05:30", "Asia/Tehran"}) {
+    const Zone zone(id);
+    for (const UCalendarDateFields field : kFields) {
+      for (const double odd :
+           {kNan, kInf, -kInf, -0.0, 0.5, 1404172800000.25, 1388534400000.0, 1414879200000.0,
+            -2208988800000.0, 4102444800000.0, 0x1p49 + 1, 1e300}) {
+        for (const std::size_t at : {1, 47, 400, 767, 768, 998}) {
+          Inputs in;
+          for (std::size_t i = 0; i < kCount; ++i) {  // the July of 2014
+            const double t = 1404172800000.0 + std::floor(random_.real(0, 30 * 86400000.0));
+            in.add({t, 0.0}, usualValue(random_, field));
+          }
+          Inputs withOddValue = in;
+          in.high[at] = odd;
+          in.low.clear();
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+          withOddValue.values[at] = random_.oneIn(2) ? 13.0 : odd;
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, withOddValue, cases));
+        }
+      }
+    }
+  }
+}
+
 // Calendars configured otherwise give their own answers.
 TEST(SetField, AsksOtherCalendars) {
   struct Row {
