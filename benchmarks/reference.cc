@@ -150,3 +150,11 @@ void setMonthAutoVectorised(const Elements& e) {
 void setHourAutoVectorised(const Elements& e) {
   hourLoop(e.high, e.values, e.resultHigh, e.resultLow, e.count);
 }
+
+const char* autoVersion() {
+#ifdef __x86_64__
+  if (__builtin_cpu_supports("x86-64-v4")) return "x86-64-v4";
+  if (__builtin_cpu_supports("x86-64-v3")) return "x86-64-v3";
+#endif
+  return "the default";
+}

@@ -16,3 +16,7 @@ void setMonthCctz(const Elements& elements);
 // vectoriser and its versions of a function for several instruction sets. They test no domain.
 void setMonthAutoVectorised(const Elements& elements);
 void setHourAutoVectorised(const Elements& elements);
+
+// The version of these loops, and of the copy, that this processor runs: the one that the resolver
+// of the compiler's versions chooses.
+const char* autoVersion();

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "data.h"
+#include "reference.h"
 #include "unzoned/vector_walk.h"
 
 namespace {
@@ -260,8 +261,11 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
   out << "4 million elements with a fraction in the low part, in memory:\n\n";
   writeTimes(out, collector, "fraction", kInMemory, few);
   out << "## Beside other ways\n\nThe month of 4096 elements; \"auto\" is a plain loop without "
-         "branches that the compiler makes vectors of,\nin versions for several instruction sets. "
-         "It tests no domain, refuses nothing and knows whole\nmilliseconds only.\n\n"
+         "branches that the compiler makes vectors of\n(with `-fno-trapping-math`), in versions "
+         "for "
+         "several instruction sets, of which the one for\n"
+      << autoVersion()
+      << " ran. It tests no domain, refuses nothing and knows whole milliseconds only.\n\n"
          "| way | ns per element |\n|---|---:|\n";
   for (const char* walk : {"cctz", "date", "std::chrono", "plain", "auto"}) {
     const double ns = collector.median(nameOf("whole", false, 2, walk, kInCache));
