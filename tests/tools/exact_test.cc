@@ -35,6 +35,13 @@ LongDecimal millisOf(int128 seconds, const std::string& fraction) {
   // The fraction counts forward from a floored second.
   return LongDecimal(textOf(seconds).append("000")) + LongDecimal(below);
 }
+// What hi leaves over can round up to half of hi's last place: then hi is one of two doubles of equal
+// distance, and a pair is normalised where it is the even one.
+doubledouble nearestPair(const LongDecimal& millis) {
+  const double hi = millis.nearestDouble();
+  return two_sum(hi, (millis - LongDecimal(hi)).nearestDouble());
+}
+
 LongDecimal valueOf(const doubledouble& pair) {
   return LongDecimal(pair.hi) + LongDecimal(pair.lo);
 }
@@ -185,9 +192,9 @@ TEST(Exact, ReadingAgreesWithFromCharsAndSumsOnPaper) {
     const Text text = texts.next();
     const LongDecimal millis = millisOf(text.seconds, text.fraction);
     const doubledouble pair = pairOf(text.seconds, text.fraction);
-    ASSERT_EQ(pair.hi, millis.nearestDouble()) << "case " << i << ": " << millis.text();
-    ASSERT_EQ(pair.lo, (millis - LongDecimal(pair.hi)).nearestDouble())
-        << "case " << i << ": " << millis.text();
+    const doubledouble expected = nearestPair(millis);
+    ASSERT_EQ(pair.hi, expected.hi) << "case " << i << ": " << millis.text();
+    ASSERT_EQ(pair.lo, expected.lo) << "case " << i << ": " << millis.text();
   }
 }
 
@@ -209,10 +216,30 @@ TEST(Exact, ReadingBreaksTiesOfHiToEven) {
       int128 seconds = 0;
       for (const char c : whole) seconds = seconds * 10 + (c - '0');
       const doubledouble pair = pairOf(seconds, fraction);
-      ASSERT_EQ(pair.hi, millis.nearestDouble()) << "case " << i << ": " << digits;
-      ASSERT_EQ(pair.lo, (millis - LongDecimal(pair.hi)).nearestDouble()) << "case " << i;
+      const doubledouble expected = nearestPair(millis);
+      ASSERT_EQ(pair.hi, expected.hi) << "case " << i << ": " << digits;
+      ASSERT_EQ(pair.lo, expected.lo) << "case " << i;
       ++cases;
     }
+  }
+}
+
+// Near the smallest doubles, where lo has one bit left.
+TEST(Exact, ReadingNormalisesWhatRoundsUpToHalfAPlace) {
+  Cases cases(2);
+  const std::string fraction = std::string(309, '0') + "161768632";
+  for (const int128 second : {0, -1}) {
+    ++cases;
+    std::string digits = fraction;
+    if (second < 0) {  // counted forward
+      for (char& c : digits) c = static_cast<char>('0' + '9' - c);
+      ++digits.back();
+    }
+    const doubledouble pair = pairOf(second, digits);
+    EXPECT_EQ(std::fabs(pair.hi), 0x1.d14bec51aabe6p-1020);
+    EXPECT_EQ(std::fabs(pair.lo), 0x1p-1073);
+    EXPECT_EQ(pair.hi > 0, pair.lo > 0);
+    EXPECT_EQ(pair.hi > 0, second == 0);
   }
 }
 

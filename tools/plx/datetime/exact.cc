@@ -117,7 +117,9 @@ doubledouble nearestPair(const Int& numerator, const Int& denominator) {
   // rest * 2^below / denominator is what hi leaves over
   const Int rest =
       Int(numerator << -below) - ((Int(h.mantissa) * denominator) << (h.exponent - below));
-  return {hi, nearest(rest, denominator, below)};
+  // Where what is left rounds up to half of hi's last place, the sum is the other of two numbers of
+  // equal distance, unless hi is even.
+  return two_sum(hi, nearest(rest, denominator, below));
 }
 
 doubledouble pairOfWhole(int128 millis) {

@@ -44,7 +44,8 @@ struct DecimalSeconds {
   std::string fraction;  // without trailing zeros; empty for a whole second
 };
 
-// hi is the double nearest to the decimal, lo the double nearest to what is left (ties to even).
+// hi is the double nearest to the decimal, lo the double nearest to what is left (ties to even), and
+// both are normalised once more: what is left may round up to half of hi's last place.
 // Any number of digits. pairOf(1, "5") is {1500, 0}.
 doubledouble pairOf(int128 seconds, std::string_view fraction);
 
