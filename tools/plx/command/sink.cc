@@ -52,8 +52,7 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
 
 void Sink::put(std::string_view bytes, std::size_t inputBytes) {
   begun_ = begun_ || !bytes.empty();
-  out_->text() += bytes;
-  out_->flush();
+  out_->write(bytes);
   progress_->advance(inputBytes);
 }
 

@@ -27,15 +27,14 @@ Failure usage(std::string_view option, std::string_view what, std::string_view t
   return {Status::usage, describe(option, {std::string(what), accepted}, text)};
 }
 
-// A whole number from `least` up to a thousand.
-std::size_t numberOf(const std::optional<std::string>& text, std::string_view option,
-                     std::size_t least, std::size_t otherwise, std::string_view accepted) {
-  if (!text) return otherwise;
+// A whole number from `least` to `most`.
+std::size_t numberOf(const std::string& text, std::string_view option, std::size_t least,
+                     std::size_t most, std::string_view accepted) {
   std::size_t number = 0;
-  const char* end = text->data() + text->size();
-  const auto result = std::from_chars(text->data(), end, number);
-  if (result.ec != std::errc() || result.ptr != end || number < least || number > 1000)
-    throw usage(option, "not a number that it takes", *text, accepted);
+  const char* end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, number);
+  if (result.ec != std::errc() || result.ptr != end || number < least || number > most)
+    throw usage(option, "not a number that it takes", text, accepted);
   return number;
 }
 
@@ -105,7 +104,7 @@ class Run {
     edit_.values = work_.values;
     edit_.onError = onErrorOf(options.onError);
     edit_.onFinding = work_.onFinding;
-    jobs_ = numberOf(options.jobs, "--jobs", 1, 1, "1 to 1000 threads");
+    if (options.jobs) jobs_ = numberOf(*options.jobs, "--jobs", 1, 64, "1 to 64 threads");
     if (work_.valueFile) {
       values_.emplace(*work_.valueFile);
       jobs_ = 1;  // the file is read in step
@@ -305,7 +304,7 @@ ReadingOptions readingOptions(const TextOptions& options) {
   reading.notation.to = formOf(options.to, "--to");
   reading.notation.exact = options.exact;
   if (options.digits)
-    reading.notation.digits = numberOf(options.digits, "--digits", 0, 0, "0 to 1000 digits");
+    reading.notation.digits = numberOf(*options.digits, "--digits", 0, 1000, "0 to 1000 digits");
   if (options.zone && !options.zone->empty()) reading.zone = options.zone;
   reading.zoneOfTask = options.zoneColumn.has_value();
   return reading;
