@@ -166,6 +166,10 @@ class Run {
                         : chooseColumns(asked);
     for (const std::string& column : options_.columns) edit_.datetimes.push_back(placeOf(column));
     std::sort(edit_.datetimes.begin(), edit_.datetimes.end());
+    for (const std::string& column : options_.columns) {
+      const auto at = std::ranges::find(edit_.datetimes, placeOf(column));
+      edit_.resultOrder.push_back(static_cast<std::size_t>(at - edit_.datetimes.begin()));
+    }
     for (std::size_t i = 0; i < work_.valueColumns.size(); ++i) {
       if (work_.valueColumns[i]) edit_.values[i].column = placeOf(*work_.valueColumns[i]);
     }
@@ -185,7 +189,7 @@ class Run {
     if (options_.newColumns.size() != edit_.datetimes.size()) {
       throw Failure{Status::usage,
                     "there is a --new-column for some columns only; accepted: one for "
-                    "each --column, in the order of the table"};
+                    "each --column, in the same order"};
     }
     edit_.newColumns = options_.newColumns;
   }
@@ -271,7 +275,7 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
   arguments.option("--zone-column", options.zoneColumn, "COLUMN",
                    "Of a table, the column that names each row's time zone");
   arguments.options("--new-column", options.newColumns, "NAME",
-                    "Add the results as a column, one for each -c");
+                    "Add the results as a column, one for each -c in turn");
   arguments.flag("--csv", options.csv,
                  "The table is comma-separated (as without .tsv in its name)");
   arguments.flag("--tsv", options.tsv, "The table is tab-separated");

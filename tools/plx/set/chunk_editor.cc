@@ -165,6 +165,12 @@ std::string_view ChunkEditor::result(std::size_t task) const {
   return std::string_view(batch_.text).substr(outcome.begin, outcome.end - outcome.begin);
 }
 
+// The one at a place among those that are added or listed.
+std::string_view ChunkEditor::orderedResult(std::size_t at) const {
+  const std::size_t inRecord = at % datetimes_;
+  return result(at - inRecord + options_.resultOrder[inRecord]);
+}
+
 void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
   CellWriter writer = options_.table
                           ? CellWriter(chunk, *options_.table, out)
@@ -176,7 +182,7 @@ void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
   }
   for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
     if (!options_.newColumns.empty()) {
-      writer.append(cells_.records[task / datetimes_], result(task));
+      writer.append(cells_.records[task / datetimes_], orderedResult(task));
     } else if (batch_.outcomes[task].kind == Outcome::Kind::changed) {
       writer.replace(cellOfTask(task), result(task));
     }
@@ -186,7 +192,7 @@ void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
 
 void ChunkEditor::list(std::string& out) {
   for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
-    out += result(task);
+    out += orderedResult(task);
     out += (task + 1) % datetimes_ == 0 ? '\n' : options_.table->separator;
   }
 }

@@ -48,6 +48,8 @@ struct EditOptions {
   std::vector<ValueSource> values;     // for each assignment
   std::vector<std::string>
       newColumns;  // names of columns to add for the results, else they replace
+  std::vector<std::size_t>
+      resultOrder;  // of a table, in which results are added or listed: places in `datetimes`
   bool dropMark =
       false;  // a byte-order mark at the start of a source, as there is output before it
   bool resultsOnly = false;  // of a table, write nothing else
@@ -70,6 +72,7 @@ class ChunkEditor : public Worker {
   void judge(const Chunk& chunk, Piece& piece);
   Failure failureOf(const Chunk& chunk, const Trouble& trouble) const;
   std::string_view result(std::size_t task) const;
+  std::string_view orderedResult(std::size_t at) const;
   void edit(const Chunk& chunk, std::string& out);
   void list(std::string& out);
 
