@@ -72,6 +72,9 @@ TEST_F(Check, TellsWhatHappened) {
       {"month=14", "", "2014-05-31",
        "there is no 31 February 2015; month 14 carried over: "
        "2015-03-03T00:00:00"},
+      {"hour=2 minute=61", "", "2014-05-10T08:30", "minute 61 carried over: 2014-05-10T03:01:00"},
+      {"month=2 day=31", "", "2014-05-10", "day 31 carried over: 2014-03-03T00:00:00"},
+      {"day=31 month=2", "", "2014-05-10", "there is no 31 February 2014: 2014-03-03T00:00:00"},
       {"month=2 day=10", "", "2014-05-31", "month 2 carried over: 2014-03-10T00:00:00"},
       {"day=10 month=2", "", "2014-05-31", ""},
       {"day=31 day=30", "", "2014-04-10", ""},

@@ -98,13 +98,15 @@ bool isSetAgain(std::span<const Setting> later, const Setting& setting) {
   return false;
 }
 
-std::optional<Setting> firstCarried(std::span<const Setting> settings, const Asked& asked,
+bool isAnother(const Setting& setting, const Asked& asked, const Zone& zone) {
+  return shownValue(*setting.component, asked.day, asked.second, zone) != flooredValue(setting);
+}
+
+std::optional<Setting> firstAnother(std::span<const Setting> settings, const Asked& asked,
                                     const Zone& zone) {
   for (std::size_t i = 0; i < settings.size(); ++i) {
     if (isSetAgain(settings.subspan(i + 1), settings[i])) continue;
-    if (shownValue(*settings[i].component, asked.day, asked.second, zone) !=
-        flooredValue(settings[i]))
-      return settings[i];
+    if (isAnother(settings[i], asked, zone)) return settings[i];
   }
   return std::nullopt;
 }
@@ -153,16 +155,19 @@ Finding Checker::check(const doubledouble& before, const doubledouble& after,
   Finding finding;
   const Wall was = wall(before);
   Asked asked{was.day, secondOfDay(was)};
+  std::optional<Setting> carried;  // by its own value: what others become of it is a consequence
   for (const Setting& setting : settings) {
     const Part part = partOf(*setting.component);
     const double day = asked.day;
     set(asked, part, setting.value, zone_);
+    if (!carried && isAnother(setting, asked, zone_)) carried = setting;
     if (auto lost = lostDate(part, day, asked.day, setting.value)) finding.noSuchDate = lost;
     // A day that is set afterwards takes the place of the one that was kept.
     if (part == Part::day || part == Part::dayOfYear) finding.noSuchDate.reset();
   }
   finding.askedWall = static_cast<int128>(asked.day) * 86400 + static_cast<int128>(asked.second);
-  finding.carried = firstCarried(settings, asked, zone_);
+  finding.carried = firstAnother(settings, asked, zone_);
+  if (finding.carried && carried && isAnother(*carried, asked, zone_)) finding.carried = carried;
   // That the month is another one follows from the date that does not exist.
   if (finding.carried && finding.noSuchDate && partOf(*finding.carried->component) == Part::month &&
       finding.carried->value == finding.noSuchDate->month)

@@ -22,7 +22,7 @@ struct Setting {
 
 struct Finding {
   // A component is not what it was set to, as with month 13 or day 31 in April: the value carried
-  // into larger units. Of several such, the first.
+  // into larger units. Of several such, the first whose own value did.
   std::optional<Setting> carried;
   // A date that does not exist, though every component was set to a usual value: 29 February in a
   // common year, or the 31st of a short month.
