@@ -38,7 +38,8 @@ std::string npyOf(const std::string& type, const std::vector<T>& numbers, std::s
                   bool fortranOrder = false) {
   const std::size_t count =
       type.find("c16") != std::string::npos ? numbers.size() / 2 : numbers.size();
-  if (shape.empty()) shape = "(" + std::to_string(count) + ",)";
+  // Not "(" + ..., at which g++ 12 warns of a copy onto itself that is none.
+  if (shape.empty()) shape = std::string("(").append(std::to_string(count)).append(",)");
   const std::string order = fortranOrder ? "True" : "False";
   return npyFile(
       "{'descr': '" + type + "', 'fortran_order': " + order + ", 'shape': " + shape + ", }\n",

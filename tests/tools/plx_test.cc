@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "npy_bytes.h"
 #include "run_plx.h"
 #include "support/cases.h"
 
@@ -422,6 +423,40 @@ TEST(Plx, TellsItsVersions) {
        {"\nmodule            " PLX_MODULE " (host interface ", "\nICU               ",
         "\ntime-zone data    20", "\nlast leap second  2012-06-30T23:59:60Z\n"})
     EXPECT_NE(result.out.find(piece), std::string::npos) << piece << " in\n" << result.out;
+}
+
+// Once in a run, by every command, and on no other line.
+TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
+  const TemporaryFolder folder;
+  const std::string array = folder.write("times.npy", npyOf("<f8", std::vector<double>{1.5e12}));
+  const std::string early = folder.write("early.npy", npyOf("<f8", std::vector<double>{1.4e12}));
+  const struct {
+    std::vector<std::string> arguments;
+    bool warns;
+  } rows[] = {
+      {{"set", "second", "1", "2015-07-01", "2016-07-01"}, true},
+      {{"set", "second", "1", "2015-06-30T23:59:59"}, false},
+      {{"get", "second", "2015-07-01"}, true},
+      {{"get", "second", "2015-06-30T23:59:59"}, false},
+      {{"explain", "second", "1", "2015-07-01"}, true},
+      {{"explain", "second", "1", "2015-06-30T23:59:59"}, false},
+      {{"set", "second", "1", array}, true},
+      {{"set", "second", "1", early}, false},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    for (const bool leaps : {true, false}) {
+      std::vector<std::string> arguments = row.arguments;
+      arguments.insert(arguments.end(), {"-z", leaps ? "UTCLeapSeconds" : "UTC"});
+      const PlxResult result = runPlx(arguments);
+      EXPECT_EQ(result.status, 0) << result;
+      EXPECT_EQ(result.err.starts_with("plx: warning: the table of leap seconds ends with 2012"),
+                row.warns && leaps)
+          << arguments[0] << ' ' << arguments[3] << ' ' << result.err;
+      EXPECT_EQ(isOneLine(result.err), row.warns && leaps) << result.err;
+    }
+  }
 }
 
 TEST(Plx, Helps) {

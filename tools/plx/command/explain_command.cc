@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
@@ -13,6 +14,7 @@
 #include "datetime/exact.h"
 #include "datetime/zone.h"
 #include "inspect/explain.h"
+#include "inspect/leap_table.h"
 #include "inspect/named.h"
 #include "set/components.h"
 #include "set/module.h"
@@ -61,6 +63,7 @@ std::string explanation(const Options& options, bool colour) {
   Batch batch;
   Setter(module, setting).work({&task, 1}, batch);
   refuseTrouble(options, batch);
+  if (batch.warnings > 0) std::fprintf(stderr, "plx: %s\n", std::string(kPastLeapTable).c_str());
 
   Trouble none{};
   const auto reading = reader.read(task, none);

@@ -64,8 +64,10 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
   Module module(locateModule(modulePath));
   const std::uint64_t size = file.header().count * file.header().type.bytes;
   Sink sink(options, standard, size);
-  setNpy(module, file, settings, zone,
-         [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
+  const bool pastLeapTable = setNpy(module, file, settings, zone, [&](std::string_view bytes) {
+    sink.put(bytes, bytes.size());
+  });
+  if (pastLeapTable) sink.warnPastLeapTable();
   sink.finish(OnError::stop, OnFinding::report);
 }
 

@@ -43,11 +43,13 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
   }
   errors_ += piece.errors;
   findings_ += piece.findings;
-  if (piece.warnings > 0 && !warned_) {
-    warned_ = true;
-    tell(fmt::format("warning: {}", kPastLeapTable));
-  }
+  if (piece.warnings > 0) warnPastLeapTable();
   put(piece.text, bytes);
+}
+
+void Sink::warnPastLeapTable() {
+  if (!warned_) tell(kPastLeapTable);
+  warned_ = true;
 }
 
 void Sink::put(std::string_view bytes, std::size_t inputBytes) {

@@ -25,6 +25,9 @@ class Sink {
   void take(const Piece& piece, std::size_t bytes);
   void put(std::string_view bytes, std::size_t inputBytes);
 
+  // That there are values past the table of leap seconds is told once.
+  void warnPastLeapTable();
+
   // Something has been written.
   bool begun() const { return begun_; }
 

@@ -16,7 +16,7 @@ inline bool pastLeapTable(const doubledouble& pair) {
 }
 
 inline constexpr std::string_view kPastLeapTable =
-    "the table of leap seconds ends with 2012-06-30T23:59:60Z: on the line UTCLeapSeconds, values "
-    "from 2015-07-01 on are off by those inserted since";
+    "warning: the table of leap seconds ends with 2012-06-30T23:59:60Z: on the line "
+    "UTCLeapSeconds, values from 2015-07-01 on are off by those inserted since";
 
 }  // namespace plx

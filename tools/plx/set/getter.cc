@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "inspect/component_value.h"
+#include "inspect/leap_table.h"
 
 namespace plx {
 
@@ -24,6 +25,7 @@ void Getter::work(std::span<const Task> tasks, Batch& batch) {
       writeComponentValue(batch.text, component_, reading->pair, *reading->zone, digits,
                           notation.exact);
       batch.outcomes[i] = {Outcome::Kind::changed, begin, batch.text.size()};
+      if (reading->zone->countsLeapSeconds() && pastLeapTable(reading->pair)) ++batch.warnings;
     }
   }
 }

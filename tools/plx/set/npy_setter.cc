@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "datetime/zone.h"
+#include "inspect/leap_table.h"
 #include "inspect/named.h"
 #include "npy/elements.h"
 #include "npy/positions.h"
@@ -165,7 +166,8 @@ class NpySetter {
                       typeName(file.header().type));
   }
 
-  void run(const WriteBytes& write) {
+  // Whether there are results past the table of leap seconds.
+  bool run(const WriteBytes& write) {
     write(npyHeaderText(file_.header()));
     std::vector<char> out(kChunk * file_.header().type.bytes);
     const std::uint64_t count = file_.header().count;
@@ -175,6 +177,7 @@ class NpySetter {
       write({out.data(), now * file_.header().type.bytes});
       file_.release(start_);
     }
+    return pastTable_;
   }
 
  private:
@@ -227,7 +230,16 @@ class NpySetter {
       result = std::move(next);
       datetimes = result.get();
     }
+    if (zone_.countsLeapSeconds() && !pastTable_) pastTable_ = isAnyPastTable(result.get());
     return result;
+  }
+
+  bool isAnyPastTable(const paArray* result) const {
+    const double* high = paGetRealData(result);
+    const double* low = paGetImagData(result);
+    for (std::size_t i = 0; i < count_; ++i)
+      if (pastLeapTable({high[i], low[i]})) return true;
+    return false;
   }
 
   void writeEach(const paArray* datetimes, const paArray* result, char* out) const {
@@ -295,13 +307,14 @@ class NpySetter {
   std::size_t count_ = 0;
   const char* bytes_ = nullptr;
   HostArray datetimes_;
+  bool pastTable_ = false;
 };
 
 }  // namespace
 
-void setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
+bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
             const Zone& zone, const WriteBytes& write) {
-  NpySetter(module, datetimes, settings, zone).run(write);
+  return NpySetter(module, datetimes, settings, zone).run(write);
 }
 
 }  // namespace plx

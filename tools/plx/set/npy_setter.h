@@ -39,8 +39,10 @@ using WriteBytes = std::function<void(std::string_view)>;
 // stand in another order. In memory are one chunk of some hundred KiB and what of the files is
 // mapped.
 //
+// Returns whether a result lies where the table of leap seconds has ended, on their line.
+//
 // Throws a Failure for the first element that is wrong, after all before its chunk were written.
-void setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
+bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
             const Zone& zone, const WriteBytes& write);
 
 }  // namespace plx
