@@ -425,6 +425,22 @@ TEST(Plx, TellsItsVersions) {
     EXPECT_NE(result.out.find(piece), std::string::npos) << piece << " in\n" << result.out;
 }
 
+TEST(Plx, KnowsAnArrayByItsNameOrItsBytes) {
+  const TemporaryFolder folder;
+  const std::string array = npyOf("<f8", std::vector<double>{0.0});
+  for (const char* name : {"times.npy", "TIMES.NPY", "times"}) {
+    const std::string path = folder.write(name, array);
+    const PlxResult set = runPlx({"set", "day", "2", path});
+    EXPECT_EQ(set.status, 0) << set;
+    ASSERT_TRUE(set.out.starts_with("\x93NUMPY")) << name;
+    EXPECT_EQ(numbersOf<double>(set.out), std::vector<double>{86'400'000.0}) << name;
+    const PlxResult get = runPlx({"get", "day", path});
+    EXPECT_EQ(get.status, 2) << get;
+    EXPECT_TRUE(isOneLine(get.err)) << get.err;
+    EXPECT_NE(get.err.find("the input is an .npy array"), std::string::npos) << get.err;
+  }
+}
+
 // Once in a run, by every command, and on no other line.
 TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
   const TemporaryFolder folder;

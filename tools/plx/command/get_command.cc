@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "command/arguments.h"
+#include "command/npy_command.h"
 #include "command/text_command.h"
 #include "set/components.h"
 #include "set/getter.h"
@@ -26,6 +27,8 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   arguments.app().footer(kStatusHelp);
   if (!arguments.parse(given, output)) return;
 
+  if (namesArray(options.inputs))
+    throw Failure{Status::usage, "get reads text, and the input is an .npy array; accepted: plx set"};
   const Component& component = findComponent(name);
   const ReadingOptions reading = readingOptions(options);
   TextWork work;

@@ -15,7 +15,7 @@ namespace plx {
 
 namespace {
 
-bool isArray(std::string_view path) {
+bool hasArrayName(std::string_view path) {
   constexpr std::string_view kEnd = ".npy";
   if (path.size() < kEnd.size()) return false;
   path.remove_prefix(path.size() - kEnd.size());
@@ -49,7 +49,9 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
 }  // namespace
 
 bool namesArray(const std::vector<std::string>& inputs) {
-  return std::any_of(inputs.begin(), inputs.end(), isArray);
+  return std::any_of(inputs.begin(), inputs.end(), [](const std::string& input) {
+    return hasArrayName(input) || isNpyFile(input);
+  });
 }
 
 void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings, bool checks,

@@ -12,7 +12,7 @@
 
 namespace plx {
 
-// Whether one of the inputs is an array by its name, in any letter case.
+// Whether one of the inputs is an array, by its name in any letter case or by its first bytes.
 bool namesArray(const std::vector<std::string>& inputs);
 
 // Sets an array. Throws a Failure of Status::usage for options that have to do with text alone.
