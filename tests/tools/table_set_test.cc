@@ -112,6 +112,8 @@ TEST(TableSet, Complaints) {
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --check go a.csv", "report, blank or stop", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t a.csv a.csv", "one at a time", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 --new-column x a.csv", "are for tables", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 --csv a.csv", "--column, with a name or a number", 2},
+      {"t,n\n2014-05-10,1\n", "get day --tsv a.csv", "--column, with a name or a number", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c n --new-column x a.csv", "one for each", 2},
       {"t,n\n2014-05-10,1\n", "set day -c t", "required", 2},
       {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv",

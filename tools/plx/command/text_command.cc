@@ -131,6 +131,11 @@ class Run {
   }
 
   void table() {
+    if (options_.columns.empty()) {
+      throw Failure{Status::usage,
+                    "which column of the table has datetimes is not told; accepted: --column, with "
+                    "a name or a number"};
+    }
     if (options_.inputs.size() > 1)
       throw Failure{Status::usage, "of tables, one at a time is read; accepted: one INPUT"};
     const std::string input = options_.inputs.empty() ? "-" : options_.inputs.front();
