@@ -36,7 +36,8 @@ std::optional<Reading> read(std::string_view text, const Notation& notation, con
 // as it was.
 //
 // Seconds are rounded to nine digits, or to as many as came in where that is more. With
-// `notation.exact`, the text reads as the same pair in the same zone, in the fewest digits that do.
+// `notation.exact`, the text reads as the same pair in the same zone, in the fewest digits that do;
+// a pair that is not normalised counts as the normalised one of equal value.
 // `notation.digits` cuts what would be written toward earlier time.
 bool write(const Reading& reading, const doubledouble& pair, const Notation& notation,
            std::string& out, Complaint& complaint);

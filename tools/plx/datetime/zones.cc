@@ -1,6 +1,7 @@
 #include "datetime/zones.h"
 
 #include <optional>
+#include <utility>
 
 #include "datetime/scanner.h"
 
@@ -45,7 +46,10 @@ const Zone* Zones::bySuffix(std::string_view text, Complaint& complaint) {
   const auto found = byName_.find(text);
   if (found != byName_.end()) return &found->second;
   if (const auto offset = offsetOf(text)) return &byOffset(OffsetForm::numeric, *offset);
-  if (isZoneIdentifier(text)) return &byName_.emplace(text, Zone::named(text)).first->second;
+  if (isZoneIdentifier(text)) {
+    if (auto zone = Zone::find(text, complaint))
+      return &byName_.emplace(text, std::move(*zone)).first->second;
+  }
   complaint = {"unknown time zone [" + std::string(text) + "]", kAcceptedSuffixes};
   return nullptr;
 }
