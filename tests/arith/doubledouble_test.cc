@@ -5,14 +5,15 @@
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/exact.h"
+#include "support/quad.h"
 #include "support/random.h"
 
 namespace {
 
 // The product of two doubles is exact in 113 bits, and so is its difference from the rounded
 // product.
-__float128 errorOfProduct(double a, double b, double p) {
-  return static_cast<__float128>(a) * b - p;
+quad errorOfProduct(double a, double b, double p) {
+  return static_cast<quad>(a) * b - p;
 }
 
 TEST(TwoProd, Rows) {
@@ -59,7 +60,7 @@ TEST(Split, HalvesAreExactAndShort) {
   for (int i = 0; i < 200000; ++i) {
     const double x = random.oneIn(3) ? random.ofExponent(990, 1021) : random.ofExponent(-900, 995);
     const Halves h = split(x);
-    ASSERT_TRUE(static_cast<__float128>(h.high) + h.low == x) << x;
+    ASSERT_TRUE(static_cast<quad>(h.high) + h.low == x) << x;
     // 26 bits and a sign: scaled to its exponent, a half is a whole multiple of 2^-26.
     for (const double half : {h.high, h.low}) {
       int exponent;
@@ -79,8 +80,8 @@ TEST(Sums, AreExact) {
     const doubledouble s = two_sum(a, b), d = two_difference(a, b);
     ASSERT_EQ(s.hi, a + b);
     ASSERT_EQ(d.hi, a - b);
-    ASSERT_TRUE(static_cast<__float128>(a) + b == static_cast<__float128>(s.hi) + s.lo);
-    ASSERT_TRUE(static_cast<__float128>(a) - b == static_cast<__float128>(d.hi) + d.lo);
+    ASSERT_TRUE(static_cast<quad>(a) + b == static_cast<quad>(s.hi) + s.lo);
+    ASSERT_TRUE(static_cast<quad>(a) - b == static_cast<quad>(d.hi) + d.lo);
     const doubledouble q = std::fabs(a) >= std::fabs(b) ? quick_two_sum(a, b) : quick_two_sum(b, a);
     ASSERT_SAME_BITS(q, s);
     ++cases;

@@ -6,6 +6,7 @@
 
 #include "support/bits.h"
 #include "support/cases.h"
+#include "support/quad.h"
 #include "support/random.h"
 
 namespace {
@@ -86,7 +87,7 @@ TEST(LeapSeconds, AgreesWithCounting) {
             : random.real(-1e12, 3e12);
     const doubledouble t = quick_two_sum(hi, random.oneIn(2) ? 0.0 : random.real(-1e-5, 1e-5));
     // 113 bits hold these pairs exactly.
-    const auto exactly = [](const doubledouble& x) { return static_cast<__float128>(x.hi) + x.lo; };
+    const auto exactly = [](const doubledouble& x) { return static_cast<quad>(x.hi) + x.lo; };
     int begun = 0, over = 0;
     for (std::size_t k = 0; k < kLeapSeconds; ++k) {
       begun += exactly(t) >= leapInstantsElapsed[k];
