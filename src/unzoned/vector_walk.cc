@@ -32,6 +32,8 @@ void lookUp(const double* numbers, double* entries);
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
+static_assert(kBlock % hn::MaxLanes(d) == 0);
+
 // What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
 // such a sum is NaN, which the plain code clears.
 HWY_INLINE Pair sumUnless(M finite, Pair set, Pair t, V v) {

@@ -71,6 +71,14 @@ TEST(Split, HalvesAreExactAndShort) {
   }
 }
 
+TEST(Split, WhatIsNotFiniteIsInTheHighHalfAlone) {
+  for (const double x : {kInf, -kInf, kNan}) {
+    const Halves h = split(x);
+    EXPECT_SAME_BITS(h.high, x);
+    EXPECT_SAME_BITS(h.low, 0.0);
+  }
+}
+
 TEST(Sums, AreExact) {
   Random random(3);
   Cases cases(400000);

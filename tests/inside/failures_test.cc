@@ -116,6 +116,14 @@ int brel::i18n::lcctype::compare(const unsigned short* a, std::size_t aLength,
       a, aLength, b, bLength, brel::i18n::case_insensitive);
 }
 
+int errorsReported = 0;
+
+void do_legacy_pa_error(const brel::except::IUserException& error) {
+  ++errorsReported;
+  behind<void(const brel::except::IUserException&)>(
+      "_Z18do_legacy_pa_errorRKN4brel6except14IUserExceptionE")(error);
+}
+
 std::size_t paGetNumberOfElements(const paArray* array) {
   if (failing == Failing::length) return std::size_t{1} << 31;
   return behind<std::size_t(const paArray*)>("paGetNumberOfElements")(array);
@@ -204,6 +212,17 @@ TEST(Failures, OfATextLongerThanICUTakes) {
   const auto raised = raisedBy([&] { getTimeZone(tokyo.get(), leapSeconds); });
   ASSERT_TRUE(raised);
   EXPECT_EQ(raised->identifier, "Pelmor:datetime:UnknownTimeZone");
+}
+
+// Each error is the host's to report, before the module's own throw, and once.
+TEST(Failures, AreReportedToTheHost) {
+  for (const bool returns : {false, true}) {
+    paSetErrorsReturn(returns);
+    errorsReported = 0;
+    EXPECT_THROW(zoneOf("Mars/Olympus"), brel::except::IMsgIDException);
+    EXPECT_EQ(errorsReported, 1) << (returns ? "the host's call returns" : "it unwinds");
+  }
+  paSetErrorsReturn(false);
 }
 
 TEST(Failures, NothingFailsOtherwise) {
