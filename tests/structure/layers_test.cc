@@ -47,22 +47,22 @@ const Layer kLayers[] = {
      "(civil|doubledouble|rounding)\\.h|zoned/.*|"
      "unzoned/(elements_of|plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|[a-z_]+\\.h"},
-    // Of the command line: messages, then datetimes and streams, then what sets them, then commands.
+    // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and
+    // what looks at datetimes; what sets them; the commands.
     {"tools/plx/base/.*", "base/.*|unicode/.*|fmt/.*"},
     {"tools/plx/datetime/.*",
      "(base|datetime)/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
      "unzoned/leap_seconds\\.h"},
     {"tools/plx/stream/.*", "(base|stream)/.*|fmt/.*|sys/.*"},
+    {"tools/plx/module/.*", "(base|module)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
     {"tools/plx/(table|npy)/.*", "(base|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
     {"tools/plx/inspect/.*",
-     "(base|datetime|inspect)/.*|set/(components|module)\\.h|unicode/.*|fmt/.*|arith/.*|"
-     "unzoned/leap_seconds\\.h"},
+     "(base|datetime|module|inspect)/.*|unicode/.*|fmt/.*|arith/.*|unzoned/leap_seconds\\.h"},
     {"tools/plx/set/.*",
-     "(base|datetime|stream|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
+     "(base|datetime|stream|module|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(base|datetime|stream|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|fmt/.*|sys/"
-     ".*|"
-     "arith/.*|unzoned/leap_seconds\\.h"},
+     "(base|datetime|stream|module|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|"
+     "fmt/.*|sys/.*|arith/.*|unzoned/leap_seconds\\.h"},
 };
 
 bool isSource(const fs::path& path) {

@@ -17,7 +17,7 @@
 #include "host/embed.h"
 #include "inspect/part.h"
 #include "inspect/wall.h"
-#include "set/module.h"
+#include "module/module.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
 #include "support/random.h"

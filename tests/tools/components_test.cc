@@ -1,4 +1,4 @@
-#include "set/components.h"
+#include "module/components.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "base/message.h"
+#include "module/module.h"
 #include "run_plx.h"
-#include "set/module.h"
 #include "support/cases.h"
 
 namespace plx {

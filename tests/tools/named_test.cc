@@ -9,7 +9,7 @@
 #include "host/embed.h"
 #include "inspect/component_value.h"
 #include "inspect/part.h"
-#include "set/module.h"
+#include "module/module.h"
 #include "support/cases.h"
 #include "support/random.h"
 

@@ -14,9 +14,9 @@
 
 #include "base/message.h"
 #include "datetime/zone.h"
+#include "module/components.h"
+#include "module/module.h"
 #include "npy/npy_file.h"
-#include "set/components.h"
-#include "set/module.h"
 #include "set/npy_setter.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include "arith/civil.h"
 #include "host/embed.h"
-#include "set/module.h"
+#include "module/module.h"
 #include "support/cases.h"
 #include "unzoned/leap_seconds.h"
 

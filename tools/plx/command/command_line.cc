@@ -11,8 +11,8 @@
 #include "command/set_command.h"
 #include "command/version.h"
 #include "command/zones_command.h"
-#include "set/components.h"
-#include "set/module.h"
+#include "module/components.h"
+#include "module/module.h"
 
 namespace plx {
 

@@ -7,7 +7,7 @@
 #include "command/arguments.h"
 #include "command/npy_command.h"
 #include "command/text_command.h"
-#include "set/components.h"
+#include "module/components.h"
 #include "set/getter.h"
 
 namespace plx {
@@ -28,7 +28,8 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   if (!arguments.parse(given, output)) return;
 
   if (namesArray(options.inputs))
-    throw Failure{Status::usage, "get reads text, and the input is an .npy array; accepted: plx set"};
+    throw Failure{Status::usage,
+                  "get reads text, and the input is an .npy array; accepted: plx set"};
   const Component& component = findComponent(name);
   const ReadingOptions reading = readingOptions(options);
   TextWork work;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "command/text_command.h"
-#include "set/module.h"
+#include "module/module.h"
 #include "set/npy_setter.h"
 #include "stream/output.h"
 

@@ -11,8 +11,8 @@
 #include "command/npy_command.h"
 #include "command/text_command.h"
 #include "datetime/datetime_text.h"
-#include "set/components.h"
-#include "set/module.h"
+#include "module/components.h"
+#include "module/module.h"
 #include "set/setter.h"
 #include "set/value.h"
 

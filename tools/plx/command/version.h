@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "set/module.h"
+#include "module/module.h"
 
 namespace plx {
 

@@ -10,7 +10,7 @@
 #include "datetime/zone.h"
 #include "inspect/transitions.h"
 #include "inspect/wall.h"
-#include "set/components.h"
+#include "module/components.h"
 
 namespace plx {
 

@@ -18,7 +18,7 @@
 
 #include "arith/doubledouble.h"
 #include "datetime/zone.h"
-#include "set/components.h"
+#include "module/components.h"
 
 namespace plx {
 

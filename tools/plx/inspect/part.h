@@ -1,7 +1,7 @@
 // The components by name, for code that treats each in its own way.
 #pragma once
 
-#include "set/components.h"
+#include "module/components.h"
 
 namespace plx {
 

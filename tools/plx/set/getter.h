@@ -1,8 +1,8 @@
 // Reads a component of datetimes in text.
 #pragma once
 
+#include "module/components.h"
 #include "set/cell_work.h"
-#include "set/components.h"
 #include "set/task_reader.h"
 
 namespace plx {

@@ -17,9 +17,9 @@
 #include <string_view>
 #include <vector>
 
+#include "module/components.h"
+#include "module/module.h"
 #include "npy/npy_file.h"
-#include "set/components.h"
-#include "set/module.h"
 
 namespace plx {
 

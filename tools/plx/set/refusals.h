@@ -5,7 +5,7 @@
 
 #include "base/message.h"
 #include "host/embed.h"
-#include "set/components.h"
+#include "module/components.h"
 
 namespace plx {
 

@@ -7,8 +7,8 @@
 
 #include "datetime/reading.h"
 #include "inspect/check.h"
+#include "module/module.h"
 #include "set/cell_work.h"
-#include "set/module.h"
 #include "set/task_reader.h"
 #include "set/value.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "base/message.h"
-#include "set/components.h"
+#include "module/components.h"
 
 namespace plx {
 

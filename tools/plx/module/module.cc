@@ -1,4 +1,4 @@
-#include "set/module.h"
+#include "module/module.h"
 
 #include <unicode/unistr.h>
 

@@ -1,4 +1,4 @@
-#include "set/components.h"
+#include "module/components.h"
 
 #include <fmt/format.h>
 
