@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -80,6 +81,18 @@ inline PlxResult runPlxIn(const std::string& folder, const std::vector<std::stri
 
 inline PlxResult runPlx(const std::vector<std::string>& arguments, std::string_view input = "") {
   return runPlxIn(".", arguments, input);
+}
+
+// What comes within ten seconds, up to a line end.
+inline std::string readLine(int descriptor) {
+  std::string line;
+  struct pollfd polled = {descriptor, POLLIN, 0};
+  char c = 0;
+  while (::poll(&polled, 1, 10'000) == 1 && ::read(descriptor, &c, 1) == 1) {
+    line += c;
+    if (c == '\n') break;
+  }
+  return line;
 }
 
 // The words of a command line without quotes.

@@ -1,7 +1,6 @@
 // plx at work on streams: pipes, full devices, more data than memory.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,18 +23,6 @@ struct Pipe {
     write = ends[1];
   }
 };
-
-// What comes within ten seconds, up to a line end.
-std::string readLine(int descriptor) {
-  std::string line;
-  struct pollfd poll = {descriptor, POLLIN, 0};
-  char c = 0;
-  while (::poll(&poll, 1, 10'000) == 1 && ::read(descriptor, &c, 1) == 1) {
-    line += c;
-    if (c == '\n') break;
-  }
-  return line;
-}
 
 void writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {

@@ -2,7 +2,6 @@
 // onto the file that it reads, with several threads.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <pty.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -38,18 +37,6 @@ void writeAll(int descriptor, std::string_view bytes) {
     if (count <= 0) return;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
-}
-
-// What comes within ten seconds, up to a line end.
-std::string readLine(int descriptor) {
-  std::string line;
-  struct pollfd polled = {descriptor, POLLIN, 0};
-  char c = 0;
-  while (::poll(&polled, 1, 10'000) == 1 && ::read(descriptor, &c, 1) == 1) {
-    line += c;
-    if (c == '\n') break;
-  }
-  return line;
 }
 
 std::size_t filesIn(const TemporaryFolder& folder) {
