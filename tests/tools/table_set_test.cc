@@ -116,6 +116,10 @@ TEST(TableSet, Complaints) {
       {"t,n\n2014-05-10,1\n", "get day --tsv a.csv", "--column, with a name or a number", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c n --new-column x a.csv", "one for each", 2},
       {"t,n\n2014-05-10,1\n", "set day -c t", "required", 2},
+      {"t\n", "set hour 0 minute=0 2014-05-10", "cannot be mixed: \"minute=0\"", 2},
+      {"t\n", "set day 1 --from s 1e3", "argument: ", 1},
+      {"t\n", "set day 1 --from pair 12", "argument: ", 1},
+      {"t\n", "set month=2 month=2/x.csv", "month=2/x.csv: cannot open", 4},
       {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv",
        "plx: a.csv:2:1: \"2014-01-31\": there is no 31 February 2014", 1},
   };

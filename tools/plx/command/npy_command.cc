@@ -36,6 +36,7 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {options.from.has_value(), "--from"},
               {options.to.has_value(), "--to"},
               {options.digits.has_value(), "--digits"},
+              {options.jobs.has_value(), "--jobs"},
               {options.onError.has_value() && *options.onError != "stop", "--on-error"},
               {checks, "--check"}};
   for (const auto& row : rows) {
@@ -66,9 +67,8 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
   Module module(locateModule(modulePath));
   const std::uint64_t size = file.header().count * file.header().type.bytes;
   Sink sink(options, standard, size);
-  const bool pastLeapTable = setNpy(module, file, settings, zone, [&](std::string_view bytes) {
-    sink.put(bytes, bytes.size());
-  });
+  const bool pastLeapTable = setNpy(module, file, settings, zone,
+                                    [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
   if (pastLeapTable) sink.warnPastLeapTable();
   sink.finish(OnError::stop, OnFinding::report);
 }

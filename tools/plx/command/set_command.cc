@@ -25,14 +25,19 @@ struct Typed {
   std::string component, value;
 };
 
+// COMPONENT=VALUE; no path of a file whose folder has such a name.
+bool isSetting(std::string_view word) {
+  const std::size_t sign = word.find('=');
+  if (sign == std::string_view::npos ||
+      word.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") != sign)
+    return false;
+  const std::string_view value = word.substr(sign + 1);
+  return value.starts_with('@') || value.find('/') == std::string_view::npos;
+}
+
 // COMPONENT VALUE, or one COMPONENT=VALUE after the other; the rest is inputs.
 std::vector<Typed> takeSettings(std::vector<std::string>& words) {
   std::vector<Typed> settings;
-  const auto isSetting = [](const std::string& word) {
-    const std::size_t sign = word.find('=');
-    return sign != std::string::npos &&
-           word.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") == sign;
-  };
   std::size_t taken = 0;
   while (taken < words.size() && isSetting(words[taken])) {
     const std::size_t sign = words[taken].find('=');
@@ -43,6 +48,14 @@ std::vector<Typed> takeSettings(std::vector<std::string>& words) {
     if (words.size() < 2) throw Failure{Status::usage, "VALUE is required; see plx set --help"};
     settings.push_back({words[0], words[1]});
     taken = 2;
+    if (words.size() > 2 && isSetting(words[2])) {
+      throw Failure{
+          Status::usage,
+          describe("argument",
+                   {"the two ways of setting cannot be mixed",
+                    "COMPONENT VALUE, or COMPONENT=VALUE for each; ./ before a file's name"},
+                   words[2])};
+    }
   }
   words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(taken));
   return settings;

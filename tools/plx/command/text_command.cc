@@ -96,6 +96,12 @@ bool isDatetime(const std::string& input, const ReadingOptions& options, Complai
   return reading && !reading->missing;
 }
 
+// Somebody seems to have meant one.
+bool looksLikeDatetime(std::string_view input, Form form) {
+  if (!isCount(form) && form != Form::pair) return plx::looksLikeDatetime(input);
+  return input.find_first_of("0123456789") == input.find_first_not_of("+-.");
+}
+
 // One run over all inputs.
 class Run {
  public:
@@ -217,7 +223,8 @@ class Run {
       Complaint complaint;
       if (isDatetime(input, reading, complaint)) {
         argument(input);
-      } else if (input != "-" && looksLikeDatetime(input) && !exists(input)) {
+      } else if (input != "-" && looksLikeDatetime(input, reading.notation.from) &&
+                 !exists(input)) {
         complaint.what += ", and there is no such file";
         throw Failure{Status::badData, describe("argument", complaint, input)};
       } else {
