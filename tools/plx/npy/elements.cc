@@ -59,14 +59,16 @@ PLX_FOR_PROCESSORS bool convert(std::size_t count, Fails fails) {
   return any == 0;
 }
 
-std::uint64_t failing(bool fails) { return fails ? 1 : 0; }
+std::uint64_t bit(bool holds) { return holds ? 1 : 0; }
 
 // The whole number nearest to x, |x| <= 2^51: its sum with this number has no place for a fraction.
 constexpr double kRounder = 0x1.8p52;
 double nearestWhole(double x) { return (x + kRounder) - kRounder; }
-// The same as an integer, by bits: not all processors convert vectors.
+// The same as an integer, by bits: not all processors convert vectors. Of NaN and numbers that are
+// too large it makes anything.
 std::int64_t nearestInteger(double x) {
-  return std::bit_cast<std::int64_t>(x + kRounder) - std::bit_cast<std::int64_t>(kRounder);
+  return static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x + kRounder) -
+                                   std::bit_cast<std::uint64_t>(kRounder));
 }
 
 // ---- complex128 ----
@@ -81,7 +83,7 @@ class PairElements : public DatetimeElements {
       const doubledouble pair = at(bytes + 16 * i);
       high[i] = pair.hi;
       low[i] = pair.lo;
-      return failing(!isInRange(pair.hi + pair.lo) & !std::isnan(pair.hi));
+      return bit(!isInRange(pair.hi + pair.lo)) & bit(!std::isnan(pair.hi));
     });
   }
 
@@ -97,10 +99,10 @@ class PairElements : public DatetimeElements {
   bool write(const Results& r, char* out) const override {
     return convert(r.count, [r, out](std::size_t i) PLX_LOOP {
       const double high = r.resultHigh[i], low = r.resultLow[i];
-      const bool fails = !isInRange(high) & !std::isnan(r.high[i]);
+      const std::uint64_t fails = bit(!isInRange(high)) & bit(!std::isnan(r.high[i]));
       store<isSwapped>(out + 16 * i, high);
       store<isSwapped>(out + 16 * i + 8, low);
-      return failing(fails);
+      return fails;
     });
   }
 
@@ -132,7 +134,7 @@ class FloatElements : public DatetimeElements {
     return convert(count, [=](std::size_t i) PLX_LOOP {
       const double millis = load<double, isSwapped>(bytes + 8 * i);
       high[i] = millis;
-      return failing(!isInRange(millis) & !std::isnan(millis));
+      return bit(!isInRange(millis)) & bit(!std::isnan(millis));
     });
   }
 
@@ -146,9 +148,10 @@ class FloatElements : public DatetimeElements {
   bool write(const Results& r, char* out) const override {
     return convert(r.count, [r, out](std::size_t i) PLX_LOOP {
       const double high = r.resultHigh[i];
-      const bool fails = (!isInRange(high) & !std::isnan(r.high[i])) | (r.resultLow[i] != 0);
+      const std::uint64_t fails =
+          (bit(!isInRange(high)) & bit(!std::isnan(r.high[i]))) | bit(r.resultLow[i] != 0);
       store<isSwapped>(out + 8 * i, high);
-      return failing(fails);
+      return fails;
     });
   }
 
@@ -312,7 +315,7 @@ class LargeCounts : public CountElements<isSwapped> {
       const auto number = static_cast<double>(c);
       const bool isNaT = c == kNaT;
       high[i] = isNaT ? kNaN : number * millis;
-      return failing(!(std::fabs(number) <= most) & !isNaT);
+      return bit(!(std::fabs(number) <= most)) & bit(!isNaT);
     });
   }
 
@@ -323,11 +326,12 @@ class LargeCounts : public CountElements<isSwapped> {
       const bool isNaT = std::isnan(r.high[i]);
       // Where the result is a whole number of counts, quotient and product are exact.
       const double number = millis / perCount;
-      const bool fails = !(std::fabs(millis) <= static_cast<double>(kPlainMillis)) |
-                         (nearestWhole(number) * perCount != millis) | (r.resultLow[i] != 0);
+      const std::uint64_t fails = bit(!(std::fabs(millis) <= static_cast<double>(kPlainMillis))) |
+                                  bit(nearestWhole(number) * perCount != millis) |
+                                  bit(r.resultLow[i] != 0);
       const std::int64_t c = nearestInteger(number);
       store<isSwapped>(out + 8 * i, isNaT ? kNaT : c);
-      return failing(fails & !isNaT);
+      return fails & bit(!isNaT);
     });
   }
 };
@@ -348,7 +352,7 @@ class SmallCounts : public CountElements<isSwapped> {
       const std::uint64_t below = times(nearestInteger(quotient));
       const double isNext = static_cast<std::int64_t>(static_cast<std::uint64_t>(c) - below) < 0;
       high[i] = isNaT ? kNaN : nearestWhole(quotient) - isNext;
-      return failing(!(std::fabs(quotient) <= kMost) & !isNaT);
+      return bit(!(std::fabs(quotient) <= kMost)) & bit(!isNaT);
     });
   }
 
@@ -356,8 +360,8 @@ class SmallCounts : public CountElements<isSwapped> {
     return convert(r.count, [=](std::size_t i) PLX_LOOP {
       const double millis = r.resultHigh[i];
       const bool isNaT = std::isnan(r.high[i]);
-      const bool fails =
-          !(std::fabs(millis) <= kMost) | (nearestWhole(millis) != millis) | (r.resultLow[i] != 0);
+      const std::uint64_t fails = bit(!(std::fabs(millis) <= kMost)) |
+                                  bit(nearestWhole(millis) != millis) | bit(r.resultLow[i] != 0);
       std::uint64_t c = 0;
       if constexpr (kKeepsParts) {
         const std::int64_t before = CountElements<isSwapped>::countAt(r.bytes + 8 * i);
@@ -366,7 +370,7 @@ class SmallCounts : public CountElements<isSwapped> {
         c = times(nearestInteger(millis));
       }
       store<isSwapped>(out + 8 * i, isNaT ? kNaT : static_cast<std::int64_t>(c));
-      return failing(fails & !isNaT);
+      return fails & bit(!isNaT);
     });
   }
 
