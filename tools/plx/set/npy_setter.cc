@@ -37,7 +37,7 @@ Failure failureAt(const std::string& where, const Complaint& complaint, std::str
 class NewValues {
  public:
   NewValues(const NpySetting& setting, const NpyHeader& datetimes, bool isCalendar)
-      : component_(*setting.component), isCalendar_(isCalendar), datetimes_(datetimes) {
+      : component_(*setting.component), isCalendar_(isCalendar) {
     if (setting.file.empty()) {
       array_ = hostNumber(setting.value);
       isLast_ = isLast(setting.value);
@@ -140,7 +140,6 @@ class NewValues {
 
   const Component& component_;
   const bool isCalendar_;
-  const NpyHeader& datetimes_;
   std::unique_ptr<NpyFile> file_;                 // null for one value
   std::optional<TransposedPositions> positions_;  // where the file has another order
   HostArray array_;
