@@ -561,6 +561,69 @@ TEST(VectorWalk, FirstOffendingElement) {
   }
 }
 
+// Whole vectors, and on the line that counts leap seconds whole blocks, of one element each: so that
+// the ends of a domain are met by the code of that domain, and not by that for mixed vectors.
+TEST(VectorWalk, VectorsOfOneElement) {
+  const double times[] = {0x1p49,     -0x1p49, 0x1p49 + 1, -0x1p49 - 1,    0.0,
+                          -0.0,       -1.0,    86399999.0, -86400000.0,    0x1p52,
+                          0x1p52 - 1, 1e12,    1e12 + 0.5, 1341100824000.0};
+  std::vector<double> values = {0.0,  -0.0, 1.0,  -1.0, 12.0, 13.0,
+                                23.0, 24.0, 25.0, 59.0, 60.0, 61.0};
+  for (const int power : {16, 18, 20, 21, 24, 28, 34, 40}) {
+    for (const double beside : {-1.0, 0.0, 1.0}) {
+      values.push_back(std::ldexp(1.0, power) + beside);
+      values.push_back(-std::ldexp(1.0, power) + beside);
+    }
+  }
+  Cases cases(500'000);
+  std::size_t turn = 0;
+  for (const Component component : kComponents) {
+    for (const bool leapSeconds : {false, true}) {
+      for (const double t : times) {
+        for (const double v : values) {
+          if (leapSeconds && ++turn % 5 != 0) continue;  // blocks are large
+          Inputs in;
+          for (int i = 0; i < (leapSeconds ? 256 : 16); ++i) in.add({t, 0.0}, v);
+          cases += expectSame(component, leapSeconds, in);
+          in.values = {v};
+          in.low = {};
+          cases += expectSame(component, leapSeconds, in);
+        }
+      }
+    }
+  }
+}
+
+// In the second block of the line that counts leap seconds, in its last one, and with one value for
+// all, which only datetimes that are not finite can take.
+TEST(VectorWalk, FirstOffendingElementOfBlocks) {
+  Cases cases(10 * 6);
+  Random random(9);
+  for (const Component component : kComponents) {
+    for (const std::size_t offending : {0u, 255u, 256u, 300u, 511u, 512u, 550u, 599u}) {
+      for (const bool mixed : {false, true}) {
+        Inputs in;
+        for (std::size_t i = 0; i < 600; ++i) {
+          in.add({static_cast<double>(random.whole(0, 2000000000000)), 0.0},
+                 static_cast<double>(random.whole(1, 12)));
+        }
+        if (mixed) in.high[offending / 2] += 0.5;
+        in.values[offending] = 1.5;
+        cases += expectSame(component, true, in) > 0 || offending == 0;
+        EXPECT_EQ(run(plainWalk, component, true, in).done,
+                  takesFractions(component) ? 600 : offending);
+        in.values = {1.5};
+        for (std::size_t i = 0; i < offending; ++i) in.high[i] = kNan;
+        for (const bool leapSeconds : {false, true}) {
+          cases += expectSame(component, leapSeconds, in) > 0 || offending == 0;
+          EXPECT_EQ(run(plainWalk, component, leapSeconds, in).done,
+                    takesFractions(component) ? 600 : offending);
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
