@@ -105,7 +105,7 @@ HWY_INLINE M areWhole(Pair t, V v) {
 }
 
 // Whole milliseconds up to 2^49, some 17,800 years, with a low part of zero. A component's bound on
-// new values keeps its change below 2^51 milliseconds, so every quantity on the way is a whole
+// new values keeps its result within 2^52 milliseconds, so every quantity on the way is a whole
 // number below 2^53: all sums, differences and products are exact, in whatever order, and the low
 // part is +0. (Second and time of day may add a fraction: one sum, with its error.)
 // Products and sums may be fused or not: the numbers are the same.
