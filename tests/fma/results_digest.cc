@@ -1,6 +1,12 @@
 // Prints how many results of the arithmetic it computed, and a hash of all their bits.
+//
+//     results_digest             of inputs drawn at random, with a fixed seed
+//     results_digest --inputs    writes these inputs to the standard output instead
+//     results_digest FILE        of the inputs in a file: the standard library of a 32-bit machine draws others
 
 #include <cstdio>
+#include <cstring>
+#include <vector>
 
 #include "arith/civil.h"
 #include "arith/remainder.h"
@@ -47,17 +53,40 @@ double randomValue(Random& random) {
   return std::floor(random.ofExponent(45, 60));
 }
 
+struct Case {
+  doubledouble t;
+  double v;
+};
+
+std::vector<Case> randomCases() {
+  std::vector<Case> cases;
+  Random random(1);
+  for (int i = 0; i < 40000; ++i) {
+    const doubledouble t = randomTime(random);
+    cases.push_back({t, randomValue(random)});
+  }
+  return cases;
+}
+
+std::vector<Case> casesIn(const char* path) {
+  std::vector<Case> cases;
+  std::FILE* const file = std::fopen(path, "rb");
+  for (Case c; file && std::fread(&c, sizeof c, 1, file) == 1;) cases.push_back(c);
+  if (file) std::fclose(file);
+  return cases;
+}
+
 }  // namespace
 
-int main() {
-  Random random(1);
+int main(int argc, char** argv) {
+  const bool writes = argc > 1 && std::strcmp(argv[1], "--inputs") == 0;
+  const std::vector<Case> cases = argc > 1 && !writes ? casesIn(argv[1]) : randomCases();
+  if (writes) return std::fwrite(cases.data(), sizeof(Case), cases.size(), stdout) != cases.size();
   Digest digest;
   constexpr DayAndTime (*kSetters[])(DayAndTime, double) = {
       setYear,      setQuarter, setMonth,  setWeekOfYear, setDayOfMonth, setDayOfYear,
       setDayOfWeek, setHour,    setMinute, setSecond,     setTimeOfDay,  setNothing};
-  for (int i = 0; i < 40000; ++i) {
-    const doubledouble t = randomTime(random);
-    const double v = randomValue(random);
+  for (const auto& [t, v] : cases) {
     for (const auto setter : kSetters) digest.add(putTogether(setter(takeApart(t), v)));
     digest.add(elapsedToUTC(t));
     digest.add(utcToElapsed(t));
