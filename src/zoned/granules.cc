@@ -46,8 +46,9 @@ Granules::Line::Line(const OffsetLine& offsets) {
     return;
   }
   const std::int64_t earliest = seconds(*begin), latest = seconds(*(end - 1));
-  const std::int64_t first = granuleOf(std::max(earliest, kEarliest)) - 1;
-  const std::int64_t last = granuleOf(std::min(latest, kLatest)) + 1;
+  // Never without a granule, wherever the changes lie.
+  const std::int64_t first = granuleOf(std::clamp(earliest, kEarliest, kLatest)) - 1;
+  const std::int64_t last = granuleOf(std::clamp(latest, kEarliest, kLatest)) + 1;
   const auto size = static_cast<std::size_t>(last - first + 1);
   first_ = static_cast<double>(first);
   words_.reserve(size);

@@ -61,13 +61,15 @@ std::string answerWith(Given given, std::size_t count, const char* zone) {
 }
 
 TEST(ZoneRules, ResultsFollowWhatIcuHasLoaded) {
-  Cases cases(18);
+  Cases cases(36);
   constexpr const char* kUnknown = "Pelmor:datetime:UnknownTimeZone";
   const struct {
     const char *zone, *before, *after, *why;
   } rows[] = {
       {"Europe/Berlin", "1399717800000", "1399714200000", "12:30, at +02:00 and then at +03:00"},
       {"Own/Place", kUnknown, "1399725000000", "a zone of these rules only: 08:00 becomes 12:00"},
+      {"Own/Past", kUnknown, "1399721400000", "11:30, with all changes before 1800"},
+      {"Own/Future", kUnknown, "1399725000000", "12:30, with all changes after 2100"},
       {"Europe/Paris", "1399717800000", kUnknown, "a zone that these rules do not have"},
       {"+03:00", "1399714200000", "1399714200000", "an offset needs no rules"},
   };
