@@ -55,19 +55,22 @@ struct Mixed {
   HWY_ALIGN double isClaimed[kBlock];
 };
 
+// Splits a pair, into whole milliseconds and the rest, if it is claimed.
+//
 // A fraction in the high part cannot be moved below a whole number by the low part of a normalised
-// pair, and of what is whole in the high part a low part below zero takes one away. Either way all
-// but the last sum of the fraction is exact, as in the plain code's double-doubles.
+// pair, and of what is whole in the high part a low part below zero takes one away, which can lead
+// out of the domain. What the high part leaves is exact but just below zero, where it is not claimed;
+// then all but the last sum of the fraction is exact, as in the plain code's double-doubles.
 template <class Component>
 HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
-  const M isClaimed = hn::And(isInDomain(t), isAccepted<Component>(v));
-  const V high = hn::IfThenElseZero(isClaimed, t.hi);
-  const V low = hn::IfThenElseZero(isClaimed, t.lo);
-  const V floor = hn::Floor(high);
-  const M isBelow = hn::And(hn::Eq(floor, high), hn::Lt(low, hn::Zero(d)));
+  const V floor = hn::Floor(t.hi);
+  const M isBelow = hn::And(hn::Eq(floor, t.hi), hn::Lt(t.lo, hn::Zero(d)));
   const V whole = floor - hn::IfThenElseZero(isBelow, all(1.0));
-  hn::Store(whole, d, mixed.whole + i);
-  hn::Store((high - whole) + low, d, mixed.below + i);
+  const V rest = t.hi - whole;
+  const M isExact = hn::And(isAtMost(whole, lanes::kWholeBound), hn::Eq(whole + rest, t.hi));
+  const M isClaimed = hn::And(hn::And(isInDomain(t), isExact), isAccepted<Component>(v));
+  hn::Store(hn::IfThenElseZero(isClaimed, whole), d, mixed.whole + i);
+  hn::Store(hn::IfThenElseZero(isClaimed, rest + t.lo), d, mixed.below + i);
   hn::Store(hn::IfThenElse(isClaimed, v, all(1.0)), d, mixed.values + i);
   hn::Store(hn::IfThenElseZero(isClaimed, all(1.0)), d, mixed.isClaimed + i);
   return hn::AllTrue(d, isClaimed);
@@ -151,9 +154,10 @@ void walkBlocks(const ZonedCall& call) {
         areClaimed &= claim<Component>(mixed, i, t, v);
       }
       const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, count};
-      set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, place);
-      for (size_t i = 0; i < count && !areClaimed; ++i) {
-        if (mixed.isClaimed[i] == 0.0) {
+      const bool isSet =
+          set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, place);
+      for (size_t i = 0; i < count && !(isSet && areClaimed); ++i) {
+        if (!isSet || mixed.isClaimed[i] == 0.0) {
           setElement(call.table, call.field, e, from + i, call.calendar);
         }
       }

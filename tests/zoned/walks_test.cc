@@ -467,6 +467,48 @@ TEST_F(Walks, OneOddElementAtEveryPosition) {
   }
 }
 
+// A pair with all the low part that the high part leaves room for, at any depth.
+doubledouble withLow(Random& random, double high) {
+  const double magnitude = std::fabs(high);
+  const double place = std::nextafter(magnitude, kInf) - magnitude;
+  const double low =
+      std::ldexp(random.real(-0.25, 0.25) * place, -static_cast<int>(random.whole(0, 60)));
+  return two_sum(high, low);
+}
+
+// Just before 1970 what is below a millisecond has more bits than the whole one before it leaves
+// room for: its distance from there rounds, and which way it does hangs on the low part.
+TEST_F(Walks, FractionsBesideZero) {
+  Cases cases(2 * 11 * 4000 * std::int64_t{scale});
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : kFields) {
+    Inputs in;
+    for (int i = 0; i < 4000 * scale; ++i) {
+      const double high = random_.oneIn(2) ? random_.real(-1.0, 1.0) : random_.ofExponent(-120, 0);
+      in.add(withLow(random_, high), usualValue(random_, field));
+    }
+    ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+  }
+}
+
+// At the ends of what the vectors claim, with a low part that leads back or beyond, among others that
+// are written all the same.
+TEST_F(Walks, LowPartsAtTheEndsOfTheDomain) {
+  Cases cases(2 * 11 * 4 * 6 * 100);
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : kFields) {
+    for (const double end : {-0x1p49, 0x1p49, -0x1p49 + 1.0, 0x1p49 - 1.0}) {
+      for (const double low : {-0.01, 0.01, -0x1p-40, 0x1p-40, -DBL_TRUE_MIN, DBL_TRUE_MIN}) {
+        Inputs in;
+        for (int i = 0; i < 100; ++i) in.add(usualTime(random_), usualValue(random_, field));
+        in.high[50] = end;
+        in.low[50] = low;
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      }
+    }
+  }
+}
+
 // Long blocks that one offset serves, but for an element somewhere among them: another stretch of
 // the zone, another calendar's time, a fraction, or a value that leads elsewhere.
 TEST_F(Walks, OneOddElementInSteadyTimes) {
