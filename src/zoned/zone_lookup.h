@@ -40,7 +40,11 @@ void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 // more of them the more often in a row.
 class Attempts {
  public:
-  bool isDue() { return skips_ == 0 || skips_-- == 0; }
+  bool isDue() {
+    if (skips_ == 0) return true;
+    --skips_;
+    return false;
+  }
   void note(bool succeeded) {
     penalty_ = succeeded ? 0 : penalty_ < 15 ? 2 * penalty_ + 1 : penalty_;
     skips_ = penalty_;

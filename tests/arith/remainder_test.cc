@@ -131,6 +131,8 @@ TEST(Remainder, Reset) {
       {0.05, 0.1, false, "a half rounds away from zero and is not near"},
       {1.0, 0.1, true, "10"},
       {-0.3, 0.1, true, "-3 but for rounding"},
+      {0.5 + 0x1p-53, 0.5, true, "1 and a last place"},
+      {0.5 + 0x1p-52, 0.5, false, "1 and two last places"},
   };
   for (const auto& r : rows) {
     EXPECT_EQ(CheckResetTheComputedResultToZeroForRemMod(r.x, r.y), r.expected) << r.why;

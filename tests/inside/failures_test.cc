@@ -7,6 +7,7 @@
 
 #include <stdexcept>
 
+#include "entry/arguments.h"
 #include "support/bits.h"
 #include "support/datetime_arrays.h"
 #include "support/raised.h"
@@ -26,8 +27,11 @@ enum class Failing {
   getTime,
   createTimeZone,
   createDefault,
+  getFirstDayOfWeek,
   comparison,
   length,
+  characters,
+  imaginaryData,
 };
 Failing failing = Failing::nothing;
 
@@ -94,6 +98,12 @@ double Calendar::getTimeInMillis(UErrorCode& status) const {
       U_ICU_VERSION_MAJOR_NUM) "8Calendar15getTimeInMillisER10UErrorCode")(this, status);
 }
 
+UCalendarDaysOfWeek Calendar::getFirstDayOfWeek(UErrorCode& status) const {
+  if (fails(Failing::getFirstDayOfWeek, status)) return UCAL_SUNDAY;
+  return behind<UCalendarDaysOfWeek(const Calendar*, UErrorCode&)>("_ZNK6icu_" PLX_STRING(
+      U_ICU_VERSION_MAJOR_NUM) "8Calendar17getFirstDayOfWeekER10UErrorCode")(this, status);
+}
+
 TimeZone* TimeZone::createTimeZone(const UnicodeString& id) {
   if (failing == Failing::createTimeZone) return nullptr;
   return behind<TimeZone*(const UnicodeString&)>(
@@ -127,6 +137,22 @@ void do_legacy_pa_error(const brel::except::IUserException& error) {
 std::size_t paGetNumberOfElements(const paArray* array) {
   if (failing == Failing::length) return std::size_t{1} << 31;
   return behind<std::size_t(const paArray*)>("paGetNumberOfElements")(array);
+}
+
+// What the host hands over then in the place of a text: no characters, or none of them.
+const unsigned short* characters = nullptr;
+const unsigned short* get_pachar_ptr_and_len(const paArray* array, std::size_t& length) {
+  if (failing == Failing::characters) {
+    length = 0;
+    return characters;
+  }
+  return behind<const unsigned short*(const paArray*, std::size_t&)>(
+      "_Z22get_pachar_ptr_and_lenPK7paArrayRm")(array, length);
+}
+
+double* paGetImagData(const paArray* array) {
+  if (failing == Failing::imaginaryData) return nullptr;
+  return behind<double*(const paArray*)>("paGetImagData")(array);
 }
 
 namespace {
@@ -212,6 +238,38 @@ TEST(Failures, OfATextLongerThanICUTakes) {
   const auto raised = raisedBy([&] { getTimeZone(tokyo.get(), leapSeconds); });
   ASSERT_TRUE(raised);
   EXPECT_EQ(raised->identifier, "Pelmor:datetime:UnknownTimeZone");
+}
+
+// A text that is not empty, and the host has no characters for it: no name that is known.
+TEST(Failures, OfTheCharacters) {
+  const unsigned short some[] = {u'U', u'T', u'C', 0};
+  for (const unsigned short* where : {static_cast<const unsigned short*>(nullptr), some}) {
+    const Fails now(Failing::characters);
+    characters = where;
+    const auto raised = raisedBy([] { zoneOf("UTC"); });
+    ASSERT_TRUE(raised);
+    EXPECT_EQ(raised->identifier, "Pelmor:datetime:UnknownTimeZone");
+  }
+}
+
+// Of complex values only those with imaginary data are refused.
+TEST(Failures, OfImaginaryData) {
+  const std::vector<double> one{1.0};
+  const Array t = doubles(one), complex = doubles(one, &one), month = scalar(7.0), zone = text("");
+  const paArray* const arguments[] = {t.get(), complex.get(), month.get(), zone.get()};
+  const auto raised = raisedBy([&] { checkArguments(1, 4, arguments); });
+  ASSERT_TRUE(raised);
+  EXPECT_EQ(raised->identifier, "Pelmor:datetime:InvalidInput");
+  const Fails now(Failing::imaginaryData);
+  EXPECT_FALSE(raisedBy([&] { checkArguments(1, 4, arguments); }));
+}
+
+// A calendar that does not say how its weeks are is not one of ours.
+TEST(Failures, OfTheFirstDayOfWeek) {
+  const auto calendar = parisCalendar();
+  EXPECT_TRUE(isCreatedCalendar(*calendar));
+  const Fails now(Failing::getFirstDayOfWeek);
+  EXPECT_FALSE(isCreatedCalendar(*calendar));
 }
 
 // Each error is the host's to report, before the module's own throw, and once.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -398,6 +399,27 @@ TEST_F(Walks, Series) {
   }
 }
 
+// Across the year in which the table of a zone with yearly rules ends and recurs, both ways.
+TEST_F(Walks, SeriesAcrossTheEndOfTheTable) {
+  Cases cases(10000);
+  for (const char* id : {"America/New_York", "Australia/Sydney", "Africa/Casablanca"}) {
+    const Zone zone(id);
+    const double end = zone.table->instants().cycleEnd;
+    for (const double step : {3600000.0, 86400000.0, 20.0 * 86400000.0}) {
+      for (const UCalendarDateFields field : kFields) {
+        Inputs in;
+        for (int i = -60; i < 60; ++i) {
+          const double start = std::isfinite(end) ? end : 0.0;
+          in.add({start + step * i, 0.0}, usualValue(random_, field));
+        }
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        std::reverse(in.high.begin(), in.high.end());
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      }
+    }
+  }
+}
+
 TEST_F(Walks, AnyElements) {
   Cases cases(800000);
   for (const std::string& id : everyZone()) {
@@ -587,6 +609,11 @@ TEST(SetField, AsksOtherCalendars) {
   const auto strict = calendarOf("America/New_York");
   strict->setLenient(false);
   EXPECT_FALSE(isCreatedCalendar(*strict)) << "refuses what carries";
+  struct OwnCalendar : icu::GregorianCalendar {
+    explicit OwnCalendar(const icu::GregorianCalendar& c) : GregorianCalendar(c) {}
+  };
+  EXPECT_FALSE(isCreatedCalendar(OwnCalendar(*calendarOf("America/New_York"))))
+      << "a class of the host's own";
 }
 
 }  // namespace
