@@ -77,7 +77,8 @@ Granules::Line::Line(const OffsetLine& offsets) {
   for (const Change& change : changes) addToNeighbours(change);
 
   // Nothing is told of changes behind the ends, which can be within the margin of more granules.
-  for (std::size_t i = 0; i <= kNeighbours && i < size; ++i) {
+  // There are no fewer than these.
+  for (std::size_t i = 0; i <= kNeighbours; ++i) {
     const std::int64_t mark = i == 0 ? kGranuleUntold : kGranuleCrowded;
     if (earliest < kEarliest) words_[i] |= mark;
     if (latest > kLatest) words_[size - 1 - i] |= mark;
