@@ -4,7 +4,9 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unicode/tzfmt.h>
+#include <unicode/uclean.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include "entry/arguments.h"
@@ -32,6 +34,7 @@ enum class Failing {
   length,
   characters,
   imaginaryData,
+  memory,
 };
 Failing failing = Failing::nothing;
 
@@ -157,6 +160,19 @@ double* paGetImagData(const paArray* array) {
 
 namespace {
 
+// ICU takes functions for its memory as long as it has none.
+const bool hasMemoryOfOurs = [] {
+  UErrorCode status = U_ZERO_ERROR;
+  u_setMemoryFunctions(
+      nullptr,
+      [](const void*, std::size_t n) {
+        return failing == Failing::memory ? nullptr : std::malloc(n);
+      },
+      [](const void*, void* old, std::size_t n) { return std::realloc(old, n); },
+      [](const void*, void* old) { std::free(old); }, &status);
+  return U_SUCCESS(status) != 0;
+}();
+
 boost::unique_ptr<icu::GregorianCalendar> parisCalendar() {
   return createCalendar(
       boost::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone("Europe/Paris")));
@@ -215,6 +231,17 @@ TEST(Failures, OfMemoryForZones) {
   }
   const Fails now(Failing::createDefault);
   EXPECT_THROW(zoneOf("local"), std::bad_alloc);
+}
+
+// A name of up to 27 units needs none.
+TEST(Failures, OfMemoryForNames) {
+  ASSERT_TRUE(hasMemoryOfOurs);
+  const char* const name = "America/Argentina/ComodRivadavia";
+  {
+    const Fails now(Failing::memory);
+    EXPECT_THROW(zoneOf(name), std::bad_alloc);
+  }
+  EXPECT_NE(std::unique_ptr<icu::TimeZone>(zoneOf(name)), nullptr);
 }
 
 // A comparison that throws is the host's to report. Where the host comes back from that, the text counts as
