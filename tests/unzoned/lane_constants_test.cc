@@ -71,6 +71,15 @@ TEST(LaneConstants, GapsAreWideEnoughUpToABound) {
   }
 }
 
+// The largest numbers lie beyond those of the domains, and within what stays exact.
+TEST(LaneConstants, LargestNumbers) {
+  EXPECT_GT(kLargestMillis, kMarch * 86400000.0 + kWholeBound + 85.0 * 86400000.0);
+  EXPECT_LT(kLargestMillis, 0x1p53);
+  EXPECT_GT(kLargestClock, kWholeBound);
+  EXPECT_GT(kLargestDay, kJanuary + kPairBound / 86400000.0);
+  EXPECT_GT(kLargestYear, kLargestDay / 365.2425);
+}
+
 // Of each bucket of 300 days the first leap second that does not lie before it.
 TEST(LaneConstants, BucketsOfLeapSeconds) {
   Cases cases(LeapBuckets::kCount);
