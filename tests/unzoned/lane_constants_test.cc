@@ -85,7 +85,8 @@ TEST(LaneConstants, BucketsOfLeapSeconds) {
   Cases cases(LeapBuckets::kCount);
   EXPECT_TRUE(haveBucketsOfTheirOwn());
   EXPECT_TRUE(areDays());
-  LeapBuckets buckets = leapBuckets();  // were it constant, the compiler would compute it again
+  LeapBuckets (*volatile whileRunning)() = leapBuckets;  // the compiler would compute it again
+  const LeapBuckets buckets = whileRunning();
   for (int i = 0; i < LeapBuckets::kCount; ++i) {
     const double begin = (i - 0.5) * 300.0 * 86400000.0;
     int first = 0;

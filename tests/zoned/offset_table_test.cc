@@ -7,6 +7,9 @@
 #include <unicode/simpletz.h>
 #include <unicode/vtzone.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "arith/civil.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
@@ -109,6 +112,27 @@ TEST(OffsetTable, ReachesTheEnds) {
     for (const double t : {-0x1p52 - 86400000.0, -0x1p52, 0x1p52, 0x1p52 + 86400000.0}) {
       EXPECT_EQ(offsetAt(table->instants(), t), offsetByICU(*zone, t)) << id << " at " << t;
       EXPECT_EQ(offsetAt(table->walls(), t), localOffsetByICU(*zone, t)) << id << " at " << t;
+      ++cases;
+    }
+  }
+}
+
+// What look-ups by other means than offsetAt() count on.
+TEST(OffsetTable, LinesHaveTwoStretchesOfNoLengthAtTheirEnd) {
+  Cases cases(1200);
+  for (const std::string& id : allZones()) {
+    const auto table = OffsetTable::of(*zoneOf(id));
+    for (const OffsetLine& line : {table->instants(), table->walls()}) {
+      const std::size_t last = line.stretches - 3;
+      EXPECT_EQ(line.starts[0], -HUGE_VAL) << id;
+      EXPECT_TRUE(std::is_sorted(line.starts, line.starts + last + 1)) << id;
+      EXPECT_LT(line.starts[last], line.cycleEnd) << id;
+      for (std::size_t i = last + 1; i <= line.stretches; ++i) {
+        EXPECT_EQ(line.starts[i], line.cycleEnd) << id;
+        if (i < line.stretches) {
+          EXPECT_EQ(line.offsets[i], line.offsets[last]) << id;
+        }
+      }
       ++cases;
     }
   }
