@@ -408,7 +408,7 @@ TEST_F(Walks, SeriesAcrossTheEndOfTheTable) {
     for (const double step : {3600000.0, 86400000.0, 20.0 * 86400000.0}) {
       for (const UCalendarDateFields field : kFields) {
         Inputs in;
-        for (int i = -60; i < 60; ++i) {
+        for (int i = -48; i < 72; ++i) {  // the end is where a block begins
           const double start = std::isfinite(end) ? end : 0.0;
           in.add({start + step * i, 0.0}, usualValue(random_, field));
         }
@@ -554,6 +554,30 @@ TEST_F(Walks, OneOddElementInSteadyTimes) {
           ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
           withOddValue.values[at] = random_.oneIn(2) ? 13.0 : odd;
           ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, withOddValue, cases));
+        }
+      }
+    }
+  }
+}
+
+// A series across a change, but for one element that lies years before or after it, in each decade
+// that the quickest ways take. Set to the year of the others it is one of them.
+TEST_F(Walks, OneElementFarFromItsSeries) {
+  constexpr double kYear = 365.25 * 86400000.0;
+  Cases cases(200000);
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : kFields) {
+    for (int year = 1920; year <= 2080; year += 10) {
+      const double april = std::floor((year - 1970 + 0.3) * kYear);
+      for (const double years : {-30.0, -4.0, -1.0, 1.0, 4.0, 9.0, 30.0}) {
+        for (const std::size_t at : {1, 13, 46}) {
+          Inputs in;
+          for (int i = 0; i < 48; ++i) {
+            const double v = field == UCAL_EXTENDED_YEAR ? year : usualValue(random_, field);
+            in.add({april + i * 43200000.0, 0.0}, v);
+          }
+          in.high[at] += years * kYear;
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
         }
       }
     }
