@@ -104,7 +104,7 @@ constexpr bool divides(double factor, std::int64_t divisor, double largest) {
 
 // The largest numbers of each kind.
 inline constexpr double kLargestMillis = kMarch * kMillisPerDay + kWholeBound + kMillisPerDay * 100;
-inline constexpr double kLargestClock = kClockStart + kWholeBound;
+inline constexpr double kLargestClock = kClockStart + kWholeBound + kMillisPerDay;  // on a clock
 inline constexpr double kLargestDay = kJanuary + kPairBound / kMillisPerDay + 1.0;
 inline constexpr double kLargestYear = 600000.0;
 static_assert(kLargestMillis < 0x1p53);

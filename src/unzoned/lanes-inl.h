@@ -464,14 +464,19 @@ struct OfClock : TakesValue {
   static constexpr bool kTakesFractions = false;
   static constexpr bool kHasCalendars = false;
 
+  // Both datetimes from the start of the clock. Units are counted from there, beside the larger ones,
+  // and not from the last of these: neither waits for the other.
+  static HWY_INLINE V setFromStart(V from, V v) {
+    const V larger = floorTimes(from, Unit::kLargerPerMilli);
+    const V units = floorTimes(from, Unit::kPerMilli);
+    const V start = hn::MulAdd(larger, all(Unit::kLarger), v * all(Unit::kMillis));
+    return start + hn::NegMulAdd(units, all(Unit::kMillis), from);
+  }
+
   template <class>
   static HWY_INLINE Pair setWhole(V t, V v) {
-    const V from = t + all(kClockStart);
-    const V larger = floorTimes(from, Unit::kLargerPerMilli);
-    const V rest = hn::NegMulAdd(larger, all(Unit::kLarger), from);
-    const V old = floorTimes(rest, Unit::kPerMilli);
-    // From the start of the clock again: a sum with t itself would be -0 for t and v of -0.
-    return {hn::MulAdd(v - old, all(Unit::kMillis), from) - all(kClockStart), hn::Zero(d)};
+    // A sum with t itself would be -0 for t and v of -0.
+    return {setFromStart(t + all(kClockStart), v) - all(kClockStart), hn::Zero(d)};
   }
 
   static HWY_INLINE Pair set(Pair t, V v) {
