@@ -3,12 +3,16 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "arith/doubledouble.h"
 #include "unzoned/leap_seconds.h"
 
 namespace lanes {
+
+// So many results take 8 MiB, about what a processor's caches have for one of those who use them.
+inline constexpr std::size_t kPastCaches = 1 << 19;
 
 // ---- Domains ----
 

@@ -17,6 +17,7 @@
 #define PLX_UNZONED_LANES_INL_H
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "unzoned/lane_constants.h"
@@ -76,6 +77,55 @@ HWY_INLINE Pair subtractDays(Pair t, V start) {
   const V s = t.hi - start;
   return foldLow({s, t.hi - (s + start)}, t.lo);
 }
+
+// ---- Results ----
+
+// Where the results of some vectors begin.
+struct Place {
+  double* HWY_RESTRICT high;
+  double* HWY_RESTRICT low;
+
+  HWY_INLINE void store(Pair set, size_t i) const {
+    hn::StoreU(set.hi, d, high + i);
+    hn::StoreU(set.lo, d, low + i);
+  }
+};
+
+// The same, written past the caches, which otherwise would first read what is about to be
+// overwritten.
+struct PlacePastCaches {
+  double* HWY_RESTRICT high;
+  double* HWY_RESTRICT low;
+
+  HWY_INLINE void store(Pair set, size_t i) const {
+    hn::Stream(set.hi, d, high + i);
+    hn::Stream(set.lo, d, low + i);
+  }
+};
+
+// Whether the results of a call are written past the caches: so many that no cache holds them, in a
+// place where that can be done.
+class PastCaches {
+ public:
+  HWY_INLINE PastCaches(double* high, double* low, size_t count)
+      : areUsed_(count >= kPastCaches && isAligned(high) && isAligned(low)) {}
+  PastCaches(const PastCaches&) = delete;
+  PastCaches& operator=(const PastCaches&) = delete;
+  // Who is told of the results later sees them, another thread too.
+  HWY_INLINE ~PastCaches() {
+    if (areUsed_) hwy::FlushStream();
+  }
+
+  // For whole vectors from the first element on. Another one can begin anywhere.
+  HWY_INLINE bool areUsed() const { return areUsed_; }
+
+ private:
+  static HWY_INLINE bool isAligned(const double* place) {
+    return reinterpret_cast<uintptr_t>(place) % (hn::Lanes(d) * sizeof(double)) == 0;
+  }
+
+  const bool areUsed_;
+};
 
 // ---- The domains of datetimes ----
 

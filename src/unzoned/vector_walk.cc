@@ -127,17 +127,17 @@ struct Vectors {
 // Sets vectors of one domain from element i on, none that begins after `last`. Returns where the
 // first vector begins that is not set. A loop to itself: what does not change stays in registers,
 // and what depends on one value for all is computed before it.
-template <class Lanes, class Domain, bool kOneValue>
+template <class Lanes, class Domain, class Results = Place, bool kOneValue>
 HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last) {
   using Calendar = typename Domain::Calendar;
   const auto oneNew = Lanes::template newOf<Calendar>(e.oneValue);
+  const Results results{e.resultHigh, e.resultLow};
   for (; i <= last; i += hn::Lanes(d)) {
     const Pair t = e.time(i);
     const V v = e.value(i);
     if (!hn::AllTrue(d, Domain::has(t, v))) break;
-    const Pair set = Domain::set(t, v, kOneValue ? oneNew : Lanes::template newOf<Calendar>(v));
-    hn::StoreU(set.hi, d, e.resultHigh + i);
-    hn::StoreU(set.lo, d, e.resultLow + i);
+    const auto set = kOneValue ? oneNew : Lanes::template newOf<Calendar>(v);
+    results.store(Domain::set(t, v, set), i);
   }
   return i;
 }
@@ -151,6 +151,7 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
   const Vectors<kOneValue> e(elements, zeros);
+  const PastCaches pastCaches(elements.resultHigh, elements.resultLow, elements.count);
 
   // The quickest domain first, and again after a few vectors of another one. What is not finite
   // comes alone or in crowds.
@@ -159,7 +160,9 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
   for (size_t i = 0; i < count;) {
     const size_t from = HWY_MIN(i, last);
     const size_t few = HWY_MIN(last, from + 3 * lanes), some = HWY_MIN(last, from + 63 * lanes);
-    i = run<Lanes, Near>(e, from, last);
+    const bool arePastCaches = pastCaches.areUsed() && from % lanes == 0;
+    i = arePastCaches ? run<Lanes, Near, PlacePastCaches>(e, from, last)
+                      : run<Lanes, Near>(e, from, last);
     if (i == from) i = run<Lanes, AndNonFinite<Near>>(e, from, few);
     if (Lanes::kHasCalendars && i == from) i = run<Lanes, Whole>(e, from, some);
     if (i == from) i = run<Lanes, Pairs<Lanes>>(e, from, some);

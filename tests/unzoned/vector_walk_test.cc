@@ -10,11 +10,14 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "support/aligned_doubles.h"
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/random.h"
+#include "unzoned/lane_constants.h"
 #include "unzoned/leap_seconds.h"
 
 namespace {
@@ -450,6 +453,42 @@ TEST(VectorWalk, OneValueAndNoLowParts) {
           if (oneValue) in.values = {usualValue(random, component)};
           if (noLow) in.low = {};
           cases += expectSame(component, round % 2 == 1, in);
+        }
+      }
+    }
+  }
+}
+
+// So many that their results are written past the caches where they begin at a line of those, with
+// crowds of all kinds of elements among them, up to one that is refused.
+TEST(VectorWalk, MoreThanCachesHold) {
+  constexpr std::size_t kCount = lanes::kPastCaches + 13;
+  Cases cases(std::int64_t{kCount - 3} * 11 * 3 * setCount());
+  Random random(15);
+  for (int c = 0; c < 11; ++c) {
+    const Component component = kComponents[c];
+    const bool leapSeconds = component == Component::minute;
+    Inputs in;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const bool isOdd = i % 50000 < 100;
+      const doubledouble usual{static_cast<double>(random.whole(0, 2208988800000)), 0.0};
+      in.add(isOdd ? randomTime(random) : usual, usualValue(random, component));
+    }
+    if (!takesFractions(component)) in.values[kCount - 3] = 0.5;
+    const Results plain = run(plainWalk, component, leapSeconds, in);
+    ASSERT_GE(plain.done, kCount - 3);
+    for (const InstructionSet& set : instructionSets()) {
+      for (const auto& [behind, lowBehind] : {std::pair{0, 0}, {1, 1}, {0, 2}}) {
+        AlignedDoubles high(kCount, static_cast<std::size_t>(behind), 77.0);
+        AlignedDoubles low(kCount, static_cast<std::size_t>(lowBehind), 77.0);
+        const std::size_t done = set.walk(
+            component, leapSeconds,
+            {in.high.data(), in.low.data(), in.values.data(), 1, high.data(), low.data(), kCount});
+        ASSERT_EQ(done, plain.done) << set.name << ' ' << nameOf(component);
+        for (std::size_t i = 0; i < done; ++i, ++cases) {
+          const doubledouble expected{plain.high[i], plain.low[i]}, result{high[i], low[i]};
+          ASSERT_TRUE(sameBits(result, expected)) << set.name << ' ' << nameOf(component) << ' '
+                                                  << i << ": " << result << ", not " << expected;
         }
       }
     }
