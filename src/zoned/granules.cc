@@ -15,7 +15,7 @@ constexpr std::int64_t kGranule = 1LL << kGranuleBits;
 constexpr auto kMargin = static_cast<std::int64_t>(kGranuleMargin / kMillisPerSecond);
 constexpr int kNeighbours = 2;  // within the margin on either side
 static_assert(kGranuleMillis == static_cast<double>(kGranule) * kMillisPerSecond);
-static_assert((kLatest - kEarliest) / kGranule + 4 < kMostGranules);
+static_assert((kLatest - kEarliest) / kGranule + 4 < static_cast<std::int64_t>(kMostGranules));
 static_assert(kMargin > kGranule && kMargin < kNeighbours * kGranule);
 
 // Transitions and offsets are whole seconds.
@@ -24,14 +24,16 @@ std::int64_t seconds(double ms) { return static_cast<std::int64_t>(ms / kMillisP
 // Counted from 1970, rounded down.
 std::int64_t granuleOf(std::int64_t t) { return t >> kGranuleBits; }
 
-std::int64_t word(std::int64_t change, std::int64_t before, std::int64_t after) {
-  constexpr auto kChangeBias = static_cast<std::int64_t>(kGranuleChangeBias);
-  constexpr auto kOffsetBias = static_cast<std::int64_t>(kGranuleOffsetBias);
-  return (change + kChangeBias) | (before + kOffsetBias) << kGranuleBeforeBit |
-         (after + kOffsetBias) << kGranuleAfterBit;
+std::uint64_t word(std::int64_t change, std::int64_t before, std::int64_t after) {
+  const auto biased = [](std::int64_t x, double bias) {
+    return static_cast<std::uint64_t>(x + static_cast<std::int64_t>(bias));
+  };
+  return biased(change, kGranuleChangeBias) |
+         biased(before, kGranuleOffsetBias) << kGranuleBeforeBit |
+         biased(after, kGranuleOffsetBias) << kGranuleAfterBit;
 }
 
-std::int64_t constant(std::int64_t offset) { return word(0, offset, offset); }
+std::uint64_t constant(std::int64_t offset) { return word(0, offset, offset); }
 
 }  // namespace
 
@@ -79,7 +81,7 @@ Granules::Line::Line(const OffsetLine& offsets) {
   // Nothing is told of changes behind the ends, which can be within the margin of more granules.
   // There are no fewer than these.
   for (std::size_t i = 0; i <= kNeighbours; ++i) {
-    const std::int64_t mark = i == 0 ? kGranuleUntold : kGranuleCrowded;
+    const std::uint64_t mark = i == 0 ? kGranuleUntold : kGranuleCrowded;
     if (earliest < kEarliest) words_[i] |= mark;
     if (latest > kLatest) words_[size - 1 - i] |= mark;
   }
@@ -92,7 +94,7 @@ void Granules::Line::addToNeighbours(const Change& change) {
     const bool isNear = -kMargin <= at && at <= kGranule + kMargin;
     if (steps == 0 || !isNear) continue;
     if (granule < 0 || granule >= static_cast<std::int64_t>(words_.size())) continue;
-    std::int64_t& neighbour = words_[static_cast<std::size_t>(granule)];
+    std::uint64_t& neighbour = words_[static_cast<std::size_t>(granule)];
     const bool isFree = neighbour == constant(steps < 0 ? change.before : change.after);
     neighbour = isFree ? word(at, change.before, change.after) : neighbour | kGranuleCrowded;
   }

@@ -24,19 +24,19 @@ inline constexpr double kGranuleMillis = 0x1p21 * 1000.0;
 inline constexpr double kGranuleMargin = 32.0 * 86400000.0;
 inline constexpr int kGranuleBeforeBit = 23;
 inline constexpr int kGranuleAfterBit = 41;
-inline constexpr std::int64_t kGranuleChangeMask = (1LL << kGranuleBeforeBit) - 1;
-inline constexpr std::int64_t kGranuleOffsetMask = (1LL << 18) - 1;
+inline constexpr std::uint64_t kGranuleChangeMask = (1ULL << kGranuleBeforeBit) - 1;
+inline constexpr std::uint64_t kGranuleOffsetMask = (1ULL << 18) - 1;
 inline constexpr double kGranuleChangeBias = 3.0 * 0x1p20;  // seconds, more than the margin
 inline constexpr double kGranuleOffsetBias = 0x1p17;        // seconds, more than any offset
-inline constexpr std::int64_t kGranuleUntold = INT64_MIN;
-inline constexpr std::int64_t kGranuleCrowded = 1LL << 62;
+inline constexpr std::uint64_t kGranuleUntold = 1ULL << 63;
+inline constexpr std::uint64_t kGranuleCrowded = 1ULL << 62;
 
 // At most so many granules; a power of two.
-inline constexpr std::int64_t kMostGranules = 8192;
+inline constexpr std::uint64_t kMostGranules = 8192;
 
 // The granules of one line of time, as plain pointers.
 struct GranuleLine {
-  const std::int64_t* words;
+  const std::uint64_t* words;
   double first;  // the number of the first granule, counted from 1970
   double last;   // that of the last one, counted from the first
 };
@@ -66,7 +66,7 @@ class Granules {
     void addToNeighbours(const Change& change);
 
     double first_ = 0.0;
-    std::vector<std::int64_t> words_;
+    std::vector<std::uint64_t> words_;
   };
 
   Line instants_;

@@ -20,30 +20,36 @@ HWY_BEFORE_NAMESPACE();
 namespace zone_lanes::HWY_NAMESPACE {
 
 // Whether all of a block are whole milliseconds and values of the domain, or of the part of it where
-// every fourth year is a leap year.
+// every fourth year is a leap year and values are near. Where they are to be looked up, it notes in
+// passing which granules they are in.
 template <class Component, class Calendar, bool kOneValue>
-HWY_INLINE bool isPlain(const Block& block, V oneValue) {
+HWY_INLINE bool isPlain(const Block& block, V oneValue, const Granular& granules,
+                        Lookups* lookups) {
   constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
-  // No largest of all: that would forget a NaN.
+  const auto fromMiddle = [](V v) HWY_ATTR { return kIsJulian ? Component::fromMiddle(v) : v; };
+  Furthest time, value;
   V bits = hn::Zero(d);
-  M isBounded = hn::Eq(bits, bits);
+  if constexpr (kOneValue) {
+    value.note(fromMiddle(oneValue));
+    if constexpr (!Component::kTakesFractions) bits = fractionBits(oneValue);
+  }
   for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
     const V t = hn::LoadU(d, block.whole + i);
-    const V v = kOneValue ? oneValue : hn::LoadU(d, block.values + i);
     bits = hn::Or(bits, fractionBits(t));
-    if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
-    if constexpr (kIsJulian) {
-      const M isRecent = isAtMost(t - all(lanes::kJulianMiddle), lanes::kJulianReach);
-      isBounded = hn::And(isBounded, hn::And(isRecent, Component::isNear(v)));
-    } else {
-      const M isWithin = isAtMost(t, lanes::kWholeBound);
-      isBounded = hn::And(isBounded, hn::And(isWithin, isAtMost(v, Component::kBound)));
+    time.note(kIsJulian ? t - all(lanes::kJulianMiddle) : t);
+    if constexpr (!kOneValue) {
+      const V v = hn::LoadU(d, block.values + i);
+      if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+      value.note(fromMiddle(v));
     }
+    if (lookups) locate(granules, t, i, *lookups);
   }
   for (size_t i = 0; block.low && i < block.count; i += hn::Lanes(d)) {
     bits = hn::Or(bits, hn::LoadU(d, block.low + i));
   }
-  return hn::AllTrue(d, hn::And(isBounded, isZeroBits(bits)));
+  const M areWithin = hn::And(time.isAtMost(kIsJulian ? lanes::kJulianReach : lanes::kWholeBound),
+                              value.isAtMost(kIsJulian ? Component::kNearest : Component::kBound));
+  return hn::AllTrue(d, hn::And(areWithin, isZeroBits(bits)));
 }
 
 // What is claimed of a block that has fractions or elements outside the domain; zeros and ones in
@@ -83,9 +89,9 @@ struct Learned {
 };
 
 // Sets a block by the quickest way. False where it has something that is not of the domain.
-template <class Component, bool kOneValue>
+template <class Component, bool kOneValue, class Results>
 HWY_INLINE bool set(const Zone& zone, Learned& learned, Attempts& attempts, const Block& block,
-                    V oneValue, const Place& at) {
+                    V oneValue, const Results& at) {
   using lanes::HWY_NAMESPACE::Julian;
   Stretches &instants = learned.instants, &walls = learned.walls;
   if (attempts.isDue()) {
@@ -93,23 +99,89 @@ HWY_INLINE bool set(const Zone& zone, Learned& learned, Attempts& attempts, cons
     attempts.note(isSet);
     if (isSet) return true;
   }
-  if (isPlain<Component, Julian, kOneValue>(block, oneValue)) {
-    setBlock<Component, Julian, kOneValue>(zone, instants, walls, block, oneValue, at);
-  } else if (isPlain<Component, Gregorian, kOneValue>(block, oneValue)) {
-    setBlock<Component, Gregorian, kOneValue>(zone, instants, walls, block, oneValue, at);
-  } else {
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  const bool isSeries =
+      Component::kReach == Reach::any &&
+      seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last));
+  const Granular granules = granularOf(zone.instants.granules);
+  Lookups own;
+  Lookups* const lookups = isSeries ? nullptr : &own;
+  const bool isJulian = isPlain<Component, Julian, kOneValue>(block, oneValue, granules, lookups);
+  if (!isJulian && !isPlain<Component, Gregorian, kOneValue>(block, oneValue, granules, lookups)) {
     return false;
+  }
+  if (lookups) lookUp(zone.instants.granules, own.words, block.count);
+  if (isJulian) {
+    setBlock<Component, Julian, kOneValue>(zone, instants, walls, lookups, block, oneValue, at);
+  } else {
+    setBlock<Component, Gregorian, kOneValue>(zone, instants, walls, lookups, block, oneValue,
+                                              Place{at.high, at.low});
   }
   return true;
 }
 
-// For at least as many elements as a vector has lanes.
+// Sets what is claimed of a block with fractions or elements outside the domain. False where there is
+// more in it; then `mixed` says what is not claimed.
 template <class Component, bool kOneValue>
-void walkBlocks(const ZonedCall& call) {
+HWY_NOINLINE bool setClaimed(const Zone& zone, Learned& learned, const Block& block, V oneValue,
+                             Mixed& mixed, const Place& at) {
+  bool areClaimed = true;
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V low = block.low ? hn::LoadU(d, block.low + i) : hn::Zero(d);
+    const V v = kOneValue ? oneValue : hn::LoadU(d, block.values + i);
+    areClaimed &= claim<Component>(mixed, i, {hn::LoadU(d, block.whole + i), low}, v);
+  }
+  const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, block.count};
+  if (set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, at)) {
+    return areClaimed;
+  }
+  for (size_t i = 0; i < block.count; ++i) mixed.isClaimed[i] = 0.0;
+  return false;
+}
+
+// Sets the elements from one on to before another, a multiple of the lanes.
+template <class Component, bool kOneValue, class Results>
+HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& learned, Mixed& mixed,
+                           size_t from, size_t until) {
   const Elements& e = call.elements;
   const size_t lanes = hn::Lanes(d);
-  const size_t block = kBlock - kBlock % lanes;
+  const size_t block = kBlock - kBlock % lanes, steadyBlock = kSteadyBlock - kSteadyBlock % lanes;
   const V oneValue = all(e.values[0]);
+  while (from < until) {
+    const auto blockOf = [&](size_t count) HWY_ATTR {
+      return Block{e.high + from, e.low ? e.low + from : nullptr, nullptr,
+                   kOneValue ? e.values : e.values + from, count};
+    };
+    const Results results{e.resultHigh + from, e.resultLow + from};
+    const size_t many = HWY_MIN(steadyBlock, until - from);
+    if (many > block && learned.steady.isDue()) {
+      const bool isSet =
+          setSteady<Component, kOneValue>(zone, learned.instants, blockOf(many), oneValue, results);
+      learned.steady.note(isSet);
+      if (isSet) {
+        from += many;
+        continue;
+      }
+    }
+    const size_t count = HWY_MIN(block, until - from);
+    const Block plain = blockOf(count);
+    const Place place{results.high, results.low};
+    if (!set<Component, kOneValue>(zone, learned, learned.plainSeries, plain, oneValue, results) &&
+        !setClaimed<Component, kOneValue>(zone, learned, plain, oneValue, mixed, place)) {
+      for (size_t i = 0; i < count; ++i) {
+        if (mixed.isClaimed[i] == 0.0) {
+          setElement(call.table, call.field, e, from + i, call.calendar);
+        }
+      }
+    }
+    from += count;
+  }
+}
+
+// For at least as many elements as a vector has lanes.
+template <class Component, bool kOneValue>
+void walkOf(const ZonedCall& call) {
+  const Elements& e = call.elements;
   const Zone zone = call.zone;
   Learned learned;
   // Where nothing changes any more, this is all there is to know.
@@ -118,51 +190,20 @@ void walkBlocks(const ZonedCall& call) {
     moveTo(learned.walls, zone.walls.offsets, e.high[0]);
   }
   Mixed mixed;
-
-  // The last vector, a block of its own, ends with the last element, and may do some of the one
-  // before it again.
-  const size_t inVectors = e.count - e.count % lanes;
-  for (size_t from = 0; from < e.count;) {
-    const auto blockOf = [&](size_t count) HWY_ATTR {
-      return Block{e.high + from, e.low ? e.low + from : nullptr, nullptr,
-                   kOneValue ? e.values : e.values + from, count};
-    };
-    const size_t many = HWY_MIN(kSteadyBlock - kSteadyBlock % lanes, inVectors - from);
-    if (many > block && learned.steady.isDue()) {
-      const bool isSet =
-          setSteady<Component, kOneValue>(zone, learned.instants, blockOf(many), oneValue,
-                                          {e.resultHigh + from, e.resultLow + from});
-      learned.steady.note(isSet);
-      if (isSet) {
-        from += many;
-        continue;
-      }
+  const size_t rest = e.count % hn::Lanes(d);
+  {
+    const PastCaches pastCaches(e.resultHigh, e.resultLow, e.count);
+    if (pastCaches.areUsed()) {
+      walkBlocks<Component, kOneValue, PlacePastCaches>(call, zone, learned, mixed, 0,
+                                                        e.count - rest);
+    } else {
+      walkBlocks<Component, kOneValue, Place>(call, zone, learned, mixed, 0, e.count - rest);
     }
-    size_t count = HWY_MIN(block, inVectors - from);
-    if (count == 0) {
-      from = e.count - lanes;
-      count = lanes;
-    }
-    const Place place{e.resultHigh + from, e.resultLow + from};
-    const Block plain = blockOf(count);
-    if (!set<Component, kOneValue>(zone, learned, learned.plainSeries, plain, oneValue, place)) {
-      bool areClaimed = true;
-      for (size_t i = 0; i < count; i += lanes) {
-        const V low = plain.low ? hn::LoadU(d, plain.low + i) : hn::Zero(d);
-        const V v = kOneValue ? oneValue : hn::LoadU(d, plain.values + i);
-        const Pair t{hn::LoadU(d, plain.whole + i), low};
-        areClaimed &= claim<Component>(mixed, i, t, v);
-      }
-      const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, count};
-      const bool isSet =
-          set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, place);
-      for (size_t i = 0; i < count && !(isSet && areClaimed); ++i) {
-        if (!isSet || mixed.isClaimed[i] == 0.0) {
-          setElement(call.table, call.field, e, from + i, call.calendar);
-        }
-      }
-    }
-    from += count;
+  }
+  // The last vector ends with the last element, and does some of the one before it again.
+  if (rest != 0) {
+    walkBlocks<Component, kOneValue, Place>(call, zone, learned, mixed, e.count - hn::Lanes(d),
+                                            e.count);
   }
 }
 
@@ -173,35 +214,35 @@ void walkElements(const ZonedCall& call) {
 }
 
 template <class Component>
-void walkOf(const ZonedCall& call) {
+void walkOfLength(const ZonedCall& call) {
   if (call.elements.count < hn::Lanes(d)) return walkElements(call);
-  call.elements.step ? walkBlocks<Component, false>(call) : walkBlocks<Component, true>(call);
+  call.elements.step ? walkOf<Component, false>(call) : walkOf<Component, true>(call);
 }
 
 void walk(const ZonedCall& call) {
   switch (static_cast<int>(call.field)) {
     case UCAL_EXTENDED_YEAR:
-      return walkOf<OfWhole<OfDate<SetYear>, Reach::any>>(call);
+      return walkOfLength<SetDate<SetYear>>(call);
     case kQuarterField:
-      return walkOf<OfWhole<OfDate<SetQuarter>, Reach::any>>(call);
+      return walkOfLength<SetDate<SetQuarter>>(call);
     case UCAL_MONTH:
-      return walkOf<OfWhole<OfDate<SetMonth>, Reach::any>>(call);
+      return walkOfLength<SetDate<SetMonth>>(call);
     case UCAL_WEEK_OF_YEAR:
-      return walkOf<OfWhole<OfDate<SetWeekOfYearOfSaturday>, Reach::any>>(call);
+      return walkOfLength<SetDate<SetWeekOfYearOfSaturday>>(call);
     case UCAL_DATE:
-      return walkOf<OfWhole<OfDate<SetDayOfMonth>, Reach::month>>(call);
+      return walkOfLength<SetDate<SetDayOfMonth, kNearDay>>(call);
     case UCAL_DAY_OF_YEAR:
-      return walkOf<OfWhole<OfDate<SetDayOfYear>, Reach::any>>(call);
+      return walkOfLength<SetDate<SetDayOfYear>>(call);
     case UCAL_DAY_OF_WEEK:
-      return walkOf<OfWhole<OfDate<SetDayWithinWeek>, Reach::week>>(call);
+      return walkOfLength<SetDate<SetDayWithinWeek, kNearWeekday>>(call);
     case UCAL_HOUR_OF_DAY:
-      return walkOf<OfWhole<OfClock<lanes::Hour>, Reach::week>>(call);
+      return walkOfLength<SetClock<lanes::Hour, kNearHour>>(call);
     case UCAL_MINUTE:
-      return walkOf<OfWhole<OfClock<lanes::Minute>, Reach::week>>(call);
+      return walkOfLength<SetClock<lanes::Minute, kNearMinute>>(call);
     case UCAL_SECOND:
-      return walkOf<OfSeconds<Second>>(call);
+      return walkOfLength<SetSeconds<lanes::Minute, kLargest32Bits>>(call);
     case UCAL_MILLISECONDS_IN_DAY:
-      return walkOf<OfSeconds<TimeOfDay>>(call);
+      return walkOfLength<SetSeconds<lanes::Day, kLargestSeconds>>(call);
     default:
       return walkElements(call);
   }

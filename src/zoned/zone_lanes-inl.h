@@ -19,6 +19,8 @@
 
 #include <hwy/highway.h>
 
+#include <type_traits>
+
 #include "unzoned/lanes-inl.h"
 #include "zoned/zone_lookup.h"
 
@@ -31,12 +33,31 @@ namespace hn = hwy::HWY_NAMESPACE;
 using DI = hn::RebindToSigned<D>;
 using VI = hn::Vec<DI>;
 constexpr DI di;
+using DU = hn::RebindToUnsigned<D>;
+using VU = hn::Vec<DU>;
+constexpr DU du;
 
 // ---- The domain ----
 
 HWY_INLINE M isInDomain(Pair t) {
   return hn::And(isAtMost(t.hi, lanes::kWholeBound), hn::Eq(t.hi + t.lo, t.hi));
 }
+
+// The largest magnitude in each lane of what was noted. As numbers without a sign the bits of
+// doubles have the order of magnitudes, and NaN is the largest of all: the largest double would
+// forget it.
+class Furthest {
+ public:
+  HWY_INLINE Furthest() : most_(hn::Zero(di)) {}
+
+  HWY_INLINE void note(V x) { most_ = hn::Max(most_, hn::BitCast(di, hn::Abs(x))); }
+  HWY_INLINE M isAtMost(double bound) const {
+    return hn::Not(hn::RebindMask(d, hn::Gt(most_, hn::BitCast(di, all(bound)))));
+  }
+
+ private:
+  VI most_;
+};
 
 // ---- The offset along a line of time ----
 
@@ -45,9 +66,12 @@ struct Known {
   V edge0, edge1, edge2, edge3, offset0, offset1, offset2;
 };
 
-HWY_INLINE Known knownOf(const Stretches& s) {
-  return {all(s.edges[0]),   all(s.edges[1]),   all(s.edges[2]),  all(s.edges[3]),
-          all(s.offsets[0]), all(s.offsets[1]), all(s.offsets[2])};
+// Of a line, or of two that begin so much earlier on the side of the edges or the offsets.
+HWY_INLINE Known knownOf(const double* edges, const double* offsets, double edgesStart = 0.0,
+                         double offsetsStart = 0.0) {
+  const auto edge = [&](int i) HWY_ATTR { return all(edges[i] + edgesStart); };
+  const auto offset = [&](int i) HWY_ATTR { return all(offsets[i] + offsetsStart); };
+  return {edge(0), edge(1), edge(2), edge(3), offset(0), offset(1), offset(2)};
 }
 
 HWY_INLINE V offsetOf(const Known& known, V t) {
@@ -63,101 +87,126 @@ HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known, double leas
   return known.hold(least) && known.hold(most);
 }
 
-// A whole number below 2^52 in the last bits of words.
-struct Number {
-  V above;  // with 2^52 above it, as a double
-};
-HWY_INLINE Number number(VI word, std::int64_t mask) {
-  const VI exponent = hn::BitCast(di, all(0x1p52));
-  return {hn::BitCast(d, hn::OrAnd(exponent, word, hn::Set(di, mask)))};
-}
-
-// (x - bias) seconds in milliseconds. Fused, it is one step: its only rounding is none, as long as
-// the product of the bias, a multiple of 2^17, and 2^52 fits in a double.
-HWY_INLINE V millis(Number x, double bias) {
-  const double zero = 0x1p52 + bias;
+// A field of words, (x - bias) seconds, in milliseconds. Its bits are put into those of a double that
+// is so large that the field counts ones. Fused, the rest is one step: its only rounding is none, as
+// the product of the bias, a multiple of 2^17, and that power of two fits in a double.
+template <int kShift>
+HWY_INLINE V millis(VU word, std::uint64_t mask, double bias) {
+  constexpr double kPower = static_cast<double>(1ULL << (52 - kShift));
+  const VU exponent = hn::BitCast(du, all(kPower));
+  const V above = hn::BitCast(d, hn::OrAnd(exponent, word, hn::Set(du, mask << kShift)));
+  const double zero = kPower + bias;
 #if HWY_NATIVE_FMA
-  return hn::MulSub(x.above, all(kMillisPerSecond), all(zero * kMillisPerSecond));
+  return hn::MulSub(above, all(kMillisPerSecond), all(zero * kMillisPerSecond));
 #else
-  return (x.above - all(zero)) * all(kMillisPerSecond);
+  return (above - all(zero)) * all(kMillisPerSecond);
 #endif
 }
 
-HWY_INLINE V offsetIn(VI word) {
-  return millis(number(word, kGranuleOffsetMask), kGranuleOffsetBias);
+// Offsets to a line that begins `start` milliseconds earlier, whole days.
+HWY_INLINE V offsetBefore(VU word, double start) {
+  return millis<kGranuleBeforeBit>(word, kGranuleOffsetMask,
+                                   kGranuleOffsetBias - start / kMillisPerSecond);
 }
-
-// What the granules say of times t.
-struct Told {
-  VI word;
-  V change;  // in milliseconds
-  M isAfter;
-};
+HWY_INLINE V offsetAfter(VU word, double start) {
+  return millis<0>(hn::ShiftRight<kGranuleAfterBit>(word), kGranuleOffsetMask,
+                   kGranuleOffsetBias - start / kMillisPerSecond);
+}
 
 // The granules of a line, for all lanes.
 struct Granular {
-  const std::int64_t* HWY_RESTRICT words;
   V from, until;  // where the first and the last granule begin
   V offset;       // of the quotient that is an index
 };
 HWY_INLINE Granular granularOf(const GranuleLine& line) {
   const double from = line.first * kGranuleMillis;
-  return {line.words, all(from), all(from + line.last * kGranuleMillis),
+  return {all(from), all(from + line.last * kGranuleMillis),
           all(lanes::halfGap(kGranuleMillis) - line.first)};
 }
 
-// Behind the table its first and its last granule stand for all others; whether a time is after
-// their change says nothing there, but they have none, or do not tell.
-HWY_INLINE Told tellAll(const Granular& line, V t) {
+// So many elements are looked up at once, one step after the other: what one vector waits for in a
+// step, others fill.
+constexpr size_t kBlock = 48;
+
+// The granules of the times of a block: where they begin, and their numbers, later their words.
+struct Lookups {
+  HWY_ALIGN double starts[kBlock];
+  HWY_ALIGN std::uint64_t words[kBlock];
+};
+
+// Beyond the table its first and its last granule stand for all others: if they tell of a change, it
+// is a time like any other.
+HWY_INLINE void locate(const Granular& line, V t, size_t i, Lookups& lookups) {
   const V within = hn::Min(hn::Max(t, line.from), line.until);
   const V index = hn::Floor(hn::MulAdd(within, all(1.0 / kGranuleMillis), line.offset));
+  hn::Store(hn::MulAdd(index, all(kGranuleMillis), line.from), d, lookups.starts + i);
   // 2^52 more, and the number stands in the last bits.
-  const VI bits = hn::And(hn::BitCast(di, index + all(0x1p52)), hn::Set(di, kMostGranules - 1));
-  const VI word = hn::GatherIndex(di, line.words, bits);
-  const V start = hn::MulAdd(index, all(kGranuleMillis), line.from);
-  const V change = start + millis(number(word, kGranuleChangeMask), kGranuleChangeBias);
+  const VU bits = hn::BitCast(du, index + all(0x1p52));
+  hn::Store(hn::And(bits, hn::Set(du, kMostGranules - 1)), du, lookups.words + i);
+}
+
+// What the granules say of times t.
+struct Told {
+  VU word;
+  V change;  // in milliseconds
+  M isAfter;
+};
+
+HWY_INLINE Told tell(const Lookups& lookups, V t, size_t i) {
+  const VU word = hn::Load(du, lookups.words + i);
+  const V change =
+      hn::Load(d, lookups.starts + i) + millis<0>(word, kGranuleChangeMask, kGranuleChangeBias);
   return {word, change, hn::Ge(t, change)};
 }
 
-HWY_INLINE VI select(M isAfter, VI after, VI before) {
-  return hn::IfThenElse(hn::RebindMask(di, isAfter), after, before);
-}
-
 HWY_INLINE V offsetOf(const Told& told) {
-  return offsetIn(select(told.isAfter, hn::ShiftRight<kGranuleAfterBit>(told.word),
-                         hn::ShiftRight<kGranuleBeforeBit>(told.word)));
+  return hn::IfThenElse(told.isAfter, offsetAfter(told.word, 0.0), offsetBefore(told.word, 0.0));
 }
 
-// Calls use(i, t, offset) for the vector of times at each i below `count`, a multiple of the lanes.
+HWY_INLINE bool haveNone(VU words, std::uint64_t flags) {
+  return hn::AllTrue(du, hn::Eq(hn::And(words, hn::Set(du, flags)), hn::Zero(du)));
+}
+
+// Both ways call use(i, t, offset) for the vector of times at each i below `count`, a multiple of
+// the lanes.
 //
 // Whether all of a block lies within the remembered stretches is known only when all of it has been
-// looked at: so all is used, and once more with what the granules say where the guess was wrong,
-// and by search where one of them does not tell.
+// looked at: so all is used, and false says that the guess was wrong.
 template <class Use>
-HWY_INLINE void withOffsets(const ZoneLine& line, const Stretches& known, bool isGuess,
+HWY_INLINE bool useStretches(const Stretches& known, const double* HWY_RESTRICT times, size_t count,
+                             const Use& use) {
+  const Known stretches = knownOf(known.edges, known.offsets);
+  V least = hn::LoadU(d, times), most = least;
+  for (size_t i = 0; i < count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, times + i);
+    least = hn::Min(least, t);
+    most = hn::Max(most, t);
+    use(i, t, offsetOf(stretches, t));
+  }
+  return hn::AllTrue(d, hn::And(hn::Ge(least, stretches.edge0), hn::Lt(most, stretches.edge3)));
+}
+
+// By the granules, looked up here where they are not given, and by search where one of them does not
+// tell.
+template <class Use>
+HWY_INLINE void useGranules(const ZoneLine& line, const Lookups* lookups,
                             const double* HWY_RESTRICT times, size_t count, const Use& use) {
   const size_t lanes = hn::Lanes(d);
-  if (isGuess) {
-    const Known stretches = knownOf(known);
-    V least = hn::LoadU(d, times), most = least;
-    for (size_t i = 0; i < count; i += lanes) {
-      const V t = hn::LoadU(d, times + i);
-      least = hn::Min(least, t);
-      most = hn::Max(most, t);
-      use(i, t, offsetOf(stretches, t));
-    }
-    const M isKnown = hn::And(hn::Ge(least, stretches.edge0), hn::Lt(most, stretches.edge3));
-    if (HWY_LIKELY(hn::AllTrue(d, isKnown))) return;
+  Lookups own;
+  if (!lookups) {
+    const Granular granules = granularOf(line.granules);
+    for (size_t i = 0; i < count; i += lanes) locate(granules, hn::LoadU(d, times + i), i, own);
+    lookUp(line.granules, own.words, count);
+    lookups = &own;
   }
-  const Granular granules = granularOf(line.granules);
-  VI words = hn::Zero(di);
+  VU words = hn::Zero(du);
   for (size_t i = 0; i < count; i += lanes) {
     const V t = hn::LoadU(d, times + i);
-    const Told told = tellAll(granules, t);
+    const Told told = tell(*lookups, t, i);
     words = hn::Or(words, told.word);
     use(i, t, offsetOf(told));
   }
-  if (HWY_LIKELY(hn::AllFalse(di, hn::Lt(words, hn::Zero(di))))) return;
+  if (HWY_LIKELY(haveNone(words, kGranuleUntold))) return;
   for (size_t i = 0; i < count; i += lanes) {
     HWY_ALIGN double offset[hn::MaxLanes(d)];
     for (size_t lane = 0; lane < lanes; ++lane) {
@@ -169,63 +218,70 @@ HWY_INLINE void withOffsets(const ZoneLine& line, const Stretches& known, bool i
 
 // ---- Components ----
 //
-// Each says which new values it accepts, the wall time that it makes of another one, by either
-// calendar, and what it sets below a millisecond, if it does.
+// Each says which new values it accepts and which of these are near, the wall time that it makes of
+// another one, by either calendar, and what it sets below a millisecond, if it does. Its wall times
+// count from `kStart` milliseconds before 1970, which are added and taken away with the offsets.
 
-template <class Component, Reach kTo>
+// What all but second and time of day have in common.
+template <class Component, Near kNear>
 struct OfWhole {
   static constexpr double kBound =
       Component::kBound < kLargest32Bits ? Component::kBound : kLargest32Bits;
   static constexpr bool kTakesFractions = false;
-  static constexpr Reach kReach = kTo;
+  static constexpr Reach kReach = kNear.reach;
 
-  using New = typename Component::New;
+  static HWY_INLINE V fromMiddle(V v) { return v - all(kNear.middle); }
+  static constexpr double kNearest = kNear.most;
+};
+
+template <class Date, Near kNear = Near{Reach::any, Date::kJulianValue, Date::kJulianBound}>
+struct SetDate : OfWhole<Date, kNear> {
+  static constexpr double kStart = 0.0;
+  using New = typename Date::New;
   template <class Calendar>
   static HWY_INLINE New newOf(V v) {
-    return Component::template newOf<Calendar>(v);
+    return Date::template newOf<Calendar>(v);
   }
   template <class Calendar>
   static HWY_INLINE V setWall(V wall, New set) {
-    return Component::template setWhole<Calendar>(wall, set).hi;
-  }
-  static HWY_INLINE V below(V) { return hn::Zero(d); }
-
-  // Whether a value belongs to the Julian calendar's domain.
-  static HWY_INLINE M isNear(V v) {
-    if constexpr (Component::kHasCalendars) {
-      return isAtMost(v - all(Component::kJulianValue), Component::kJulianBound);
-    } else {
-      return isAtMost(v, kBound);
-    }
+    return OfDate<Date>::template setWhole<Calendar>(wall, set).hi;
   }
 };
 
-template <class Component>
-struct OfSeconds {
-  static constexpr double kBound = Component::kBound;
-  static constexpr bool kTakesFractions = true;
-  static constexpr Reach kReach = Reach::week;
-
+template <class Unit, Near kNear>
+struct SetClock : OfWhole<Unit, kNear> {
+  static constexpr double kStart = lanes::kClockStart;
   using New = V;
   template <class>
-  static HWY_INLINE New newOf(V v) {
-    return hn::Trunc(v);
+  static HWY_INLINE V newOf(V v) {
+    return v;
   }
-  template <class Calendar>
-  static HWY_INLINE V setWall(V wall, New set) {
-    return SecondsAfter<typename Component::Unit>::template setWhole<Calendar>(wall, set).hi;
+  template <class>
+  static HWY_INLINE V setWall(V wall, V v) {
+    return OfClock<Unit>::setFromStart(wall, v);
   }
-  static HWY_INLINE V below(V v) { return (v - hn::Trunc(v)) * all(kMillisPerSecond); }
-  static HWY_INLINE M isNear(V v) { return isAtMost(v, kBound); }
 };
 
-struct Second {
-  using Unit = lanes::Minute;
-  static constexpr double kBound = kLargest32Bits;
-};
-struct TimeOfDay {
-  using Unit = lanes::Day;
-  static constexpr double kBound = kLargestSeconds;
+// Seconds after a unit begins; their fraction replaces what is below a millisecond.
+template <class Unit, double kMost>
+struct SetSeconds {
+  static constexpr double kBound = kMost;
+  static constexpr double kStart = lanes::kClockStart;
+  static constexpr bool kTakesFractions = true;
+  static constexpr Reach kReach = kNearSecond.reach;
+
+  using New = V;  // milliseconds
+  template <class>
+  static HWY_INLINE V newOf(V v) {
+    return hn::Trunc(v) * all(kMillisPerSecond);
+  }
+  template <class>
+  static HWY_INLINE V setWall(V wall, V millis) {
+    return hn::MulAdd(floorTimes(wall, Unit::kPerMilli), all(Unit::kMillis), millis);
+  }
+  static HWY_INLINE V below(V v) { return (v - hn::Trunc(v)) * all(kMillisPerSecond); }
+  static HWY_INLINE V fromMiddle(V v) { return v; }
+  static constexpr double kNearest = kNearSecond.most;
 };
 
 // The week belongs to the year of its Saturday.
@@ -258,10 +314,6 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
 
 // ---- Blocks ----
 
-// So many elements are looked up at once, one step after the other: what one vector waits for in a
-// step, others fill.
-constexpr size_t kBlock = 48;
-
 // So many where one offset serves all.
 constexpr size_t kSteadyBlock = 16 * kBlock;
 
@@ -292,66 +344,80 @@ struct Values {
   typename Component::New oneNew;
 };
 
-// Where the result of a block is written to.
-struct Place {
-  double* HWY_RESTRICT high;
-  double* HWY_RESTRICT low;
-};
-
-template <class Component>
-HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Place& at) {
+// Whole milliseconds are a multiple of the last place of what is below one. So the short sum of both
+// is exact, whichever is larger.
+template <class Component, class Results>
+HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Results& at) {
   Pair set{millis, hn::Zero(d)};
-  if (Component::kTakesFractions) {
-    set = twoSum(Component::below(v), millis);
+  if constexpr (Component::kTakesFractions) {
+    set = quickTwoSum(millis, Component::below(v));
   } else if (block.below) {
-    set = twoSum(hn::LoadU(d, block.below + i), millis);
+    set = quickTwoSum(millis, hn::LoadU(d, block.below + i));
   }
-  hn::StoreU(set.hi, d, at.high + i);
-  hn::StoreU(set.lo, d, at.low + i);
+  at.store(set, i);
 }
 
-// Sets a block of a series in one pass over it, as if it were as guessed: datetimes and wall times
-// each in remembered stretches, or the stretch k of the datetimes and the wall times of that one;
-// whole; and within the Julian calendar's domain, from which an offset of less than a day does not
-// lead away. False where it was not so; then what is written counts for nothing.
-template <class Component, bool kOneValue, bool kIsSteady>
+// The times from one on to before another, as those of whole milliseconds up to `most` from a middle.
+struct Within {
+  HWY_INLINE Within(double from, double until)
+      : middle(all(0.5 * from + 0.5 * (until - 1.0))), most(0.5 * until - 0.5 * (from + 1.0)) {}
+  V middle;
+  double most;
+};
+
+// Sets a block of a series in one pass over it, as if it were as guessed: datetimes in the remembered
+// stretches, or in the stretch k of them; wall times in the same ones, where new values do not lead
+// further away, else in stretches of their own; whole; and within the Julian calendar's domain, from
+// which an offset of less than a day does not lead away. False where it was not so; then what is
+// written counts for nothing.
+template <class Component, bool kOneValue, bool kIsSteady, class Results>
 HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const Stretches& walls,
-                             size_t k, const Block& block, V oneValue, const Place& at) {
-  const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
-  const double* const edges = instants.edges + (kIsSteady ? k : 0);
-  const double* const ends = zone.walls.offsets.starts + instants.index + k;
+                             size_t k, const Block& block, V oneValue, const Results& at) {
+  constexpr bool kIsFar = Component::kReach == Reach::any;
+  constexpr double kReach = kIsFar ? 0.0 : kReachMillis[static_cast<int>(Component::kReach)];
   constexpr size_t kStretches = kIsSteady ? 1 : 3;
-  const V from = all(HWY_MAX(edges[0], lanes::kJulianMiddle - lanes::kJulianReach));
-  const V until = all(HWY_MIN(edges[kStretches], lanes::kJulianMiddle + lanes::kJulianReach));
-  const V wallFrom = all(kIsSteady ? ends[0] : walls.edges[0]);
-  const V wallUntil = all(kIsSteady ? ends[1] : walls.edges[3]);
-  const V steady = all(instants.offsets[k]);
-  const Known knownInstants = knownOf(instants), knownWalls = knownOf(walls);
-  const double* const high = block.whole;
-  const double* const low = block.low;
+  const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
+  const double* const edges = instants.edges + k;
+  const Within instant(
+      HWY_MAX(edges[0] + kReach, lanes::kJulianMiddle - lanes::kJulianReach),
+      HWY_MIN(edges[kStretches] - kReach, lanes::kJulianMiddle + lanes::kJulianReach));
+  const double* const ends =
+      kIsFar && !kIsSteady ? walls.edges : zone.walls.offsets.starts + instants.index + k;
+  // Not asked where new values are near.
+  const Within wallTime(kIsFar ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
+                        kIsFar ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
+  const V steady = all(instants.offsets[k] + Component::kStart);
+  const Known knownInstants = knownOf(instants.edges, instants.offsets, 0.0, Component::kStart);
+  const Known knownWalls = knownOf(ends, kIsFar ? walls.offsets : instants.offsets,
+                                   Component::kStart, Component::kStart);
+  const Block own = block;  // in registers
+  const Results results = at;
   V bits = hn::Zero(d);
-  M isRight = hn::Eq(bits, bits);
-  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
-    const V t = hn::LoadU(d, high + i);
+  Furthest instantAt, wallAt, value;
+  if constexpr (kOneValue) value.note(Component::fromMiddle(oneValue));
+  for (size_t i = 0; i < own.count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, own.whole + i);
     const V v = values.at(i);
     bits = hn::Or(bits, fractionBits(t));
-    if (low) bits = hn::Or(bits, hn::LoadU(d, low + i));
+    if (own.low) bits = hn::Or(bits, hn::LoadU(d, own.low + i));
     if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
-    isRight = hn::And(isRight, hn::And(hn::Ge(t, from), hn::Lt(t, until)));
-    isRight = hn::And(isRight, Component::isNear(v));
+    instantAt.note(t - instant.middle);
+    if constexpr (!kOneValue) value.note(Component::fromMiddle(v));
     const V wall = values.setWall(t + (kIsSteady ? steady : offsetOf(knownInstants, t)), i);
-    isRight = hn::And(isRight, hn::And(hn::Ge(wall, wallFrom), hn::Lt(wall, wallUntil)));
+    if constexpr (kIsFar) wallAt.note(wall - wallTime.middle);
     const V offset = kIsSteady ? steady : offsetOf(knownWalls, wall);
-    store<Component>(block, i, v, wall - offset, at);
+    store<Component>(own, i, v, wall - offset, results);
   }
+  M isRight = hn::And(instantAt.isAtMost(instant.most), value.isAtMost(Component::kNearest));
+  if constexpr (kIsFar) isRight = hn::And(isRight, wallAt.isAtMost(wallTime.most));
   return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
 }
 
 // A block in the midst of one long stretch, where wall times are in the same one, by the looks of
 // its first datetime and its last one.
-template <class Component, bool kOneValue>
+template <class Component, bool kOneValue, class Results>
 HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Block& block,
-                          V oneValue, const Place& at) {
+                          V oneValue, const Results& at) {
   const double first = block.whole[0], last = block.whole[block.count - 1];
   const double least = HWY_MIN(first, last), most = HWY_MAX(first, last);
   constexpr double kReach = kReachMillis[static_cast<int>(Component::kReach)];
@@ -363,80 +429,89 @@ HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Blo
   return false;
 }
 
-// A block of a series in steady times, or, with a component that can move a datetime anywhere, in
-// remembered stretches. Where such wall times lie is known from the block before at best.
-template <class Component, bool kOneValue>
+// A block of a series in steady times, or in remembered stretches. Where far wall times lie is known
+// from the block before at best.
+template <class Component, bool kOneValue, class Results>
 HWY_INLINE bool setSeries(const Zone& zone, Stretches& instants, const Stretches& walls,
-                          const Block& block, V oneValue, const Place& at) {
+                          const Block& block, V oneValue, const Results& at) {
+  constexpr bool kIsFar = Component::kReach == Reach::any;
+  constexpr double kReach = kIsFar ? 0.0 : kReachMillis[static_cast<int>(Component::kReach)];
   const double first = block.whole[0], last = block.whole[block.count - 1];
-  if (!seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last))) {
+  if (!seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last) - kReach,
+                  HWY_MAX(first, last) + kReach)) {
     return false;
   }
-  if (setSteady<Component, kOneValue>(zone, instants, block, oneValue, at)) return true;
-  if (Component::kReach != Reach::any) return false;
-  return setGuessed<Component, kOneValue, false>(zone, instants, walls, 0, block, oneValue, at);
+  return setSteady<Component, kOneValue>(zone, instants, block, oneValue, at) ||
+         setGuessed<Component, kOneValue, false>(zone, instants, walls, 0, block, oneValue, at);
 }
 
 // A block whose wall times stay near enough for the word of each instant to tell both offsets.
-// False where not all do; then what is written counts for nothing.
-template <class Component, class Calendar, bool kOneValue>
-HWY_NOINLINE bool setNear(const GranuleLine& instants, const Block& block, V oneValue,
-                          const Place& at) {
+// False where not all do; then what is written counts for nothing. Values of the Julian calendar's
+// domain do not lead further.
+template <class Component, class Calendar, bool kOneValue, class Results>
+HWY_NOINLINE bool setNear(const Lookups& lookups, const Block& block, V oneValue,
+                          const Results& at) {
+  constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
   const Values<Component, Calendar, kOneValue> values(block, oneValue);
-  const Granular granules = granularOf(instants);
-  VI words = hn::Zero(di);
-  V furthest = hn::Zero(d);
+  VU words = hn::Zero(du);
+  Furthest furthest;
   for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
     const V t = hn::LoadU(d, block.whole + i);
-    const Told told = tellAll(granules, t);
-    const V before = offsetIn(hn::ShiftRight<kGranuleBeforeBit>(told.word));
-    const V after = offsetIn(hn::ShiftRight<kGranuleAfterBit>(told.word));
+    const Told told = tell(lookups, t, i);
+    const V before = offsetBefore(told.word, Component::kStart);
+    const V after = offsetAfter(told.word, Component::kStart);
     const V wall = values.setWall(t + hn::IfThenElse(told.isAfter, after, before), i);
     const V offset = hn::IfThenElse(hn::Ge(wall - after, told.change), after, before);
     words = hn::Or(words, told.word);
-    furthest = hn::Max(furthest, hn::Abs(wall - t));
+    if constexpr (!kIsJulian) furthest.note((wall - all(Component::kStart)) - t);
     store<Component>(block, i, values.at(i), wall - offset, at);
   }
-  const VI bad = hn::And(words, hn::Set(di, kGranuleUntold | kGranuleCrowded));
-  const M isNear = hn::Le(furthest, all(kNearMillis));
-  return hn::AllTrue(di, hn::Eq(bad, hn::Zero(di))) && hn::AllTrue(d, isNear);
+  return haveNone(words, kGranuleUntold | kGranuleCrowded) &&
+         (kIsJulian || hn::AllTrue(d, furthest.isAtMost(kNearMillis)));
 }
 
-// A block of the domain, or of the part of it where every fourth year is a leap year.
-template <class Component, class Calendar, bool kOneValue>
-HWY_NOINLINE void setBlock(const Zone& zone, Stretches& instants, Stretches& walls,
-                           const Block& block, V oneValue, const Place& at) {
-  const double first = block.whole[0], last = block.whole[block.count - 1];
-  const bool isSeries =
-      seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last));
+// A block of the domain, or of the part of it where every fourth year is a leap year, with what the
+// granules say of its datetimes, or, where that is null, with datetimes that seem to be in the
+// remembered stretches.
+template <class Component, class Calendar, bool kOneValue, class Results>
+HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretches& walls,
+                           const Lookups* lookups, const Block& block, V oneValue,
+                           const Results& at) {
   if constexpr (Component::kReach != Reach::any) {
-    if (!isSeries &&
-        setNear<Component, Calendar, kOneValue>(zone.instants.granules, block, oneValue, at)) {
+    if (lookups && setNear<Component, Calendar, kOneValue>(*lookups, block, oneValue, at)) {
       return;
     }
   }
   const Values<Component, Calendar, kOneValue> values(block, oneValue);
   HWY_ALIGN double wall[kBlock];
-  V least = all(HUGE_VAL), most = all(-HUGE_VAL);
-  withOffsets(zone.instants, instants, isSeries, block.whole, block.count,
-              [&](size_t i, V t, V offset) HWY_ATTR {
-                const V moved = values.setWall(t + offset, i);
-                least = hn::Min(least, moved);
-                most = hn::Max(most, moved);
-                hn::Store(moved, d, wall + i);
-              });
+  const auto setWall = [&](size_t i, V t, V offset) HWY_ATTR {
+    const V moved = values.setWall(t + (offset + all(Component::kStart)), i);
+    hn::Store(moved - all(Component::kStart), d, wall + i);
+  };
+  const auto setInstant = [&](size_t i, V t, V offset) HWY_ATTR {
+    store<Component>(block, i, values.at(i), t - offset, at);
+  };
+  if (lookups || !useStretches(instants, block.whole, block.count, setWall)) {
+    useGranules(zone.instants, lookups, block.whole, block.count, setWall);
+  }
   // Wall times of a series are as much of one as the datetimes, unless a component moves them
   // anywhere: then the outermost ones count, if the first and the last look promising.
   double from = HWY_MIN(wall[0], wall[block.count - 1]);
   double until = HWY_MAX(wall[0], wall[block.count - 1]);
   if (Component::kReach == Reach::any && until - from <= kCloseMillis) {
+    V least = all(from), most = all(until);
+    for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+      const V t = hn::Load(d, wall + i);
+      least = hn::Min(least, t);
+      most = hn::Max(most, t);
+    }
     from = hn::GetLane(hn::MinOfLanes(d, least));
     until = hn::GetLane(hn::MaxOfLanes(d, most));
   }
-  const bool areSeries = seemsKnown(zone.walls.offsets, walls, from, until);
-  withOffsets(zone.walls, walls, areSeries, wall, block.count,
-              [&](size_t i, V t, V offset)
-                  HWY_ATTR { store<Component>(block, i, values.at(i), t - offset, at); });
+  if (!seemsKnown(zone.walls.offsets, walls, from, until) ||
+      !useStretches(walls, wall, block.count, setInstant)) {
+    useGranules(zone.walls, nullptr, wall, block.count, setInstant);
+  }
 }
 
 }  // namespace zone_lanes::HWY_NAMESPACE

@@ -9,6 +9,10 @@ Zone zoneOf(const OffsetTable& table, const Granules& granules) {
   return {{table.instants(), granules.instants()}, {table.walls(), granules.walls()}};
 }
 
+void lookUp(const GranuleLine& line, std::uint64_t* words, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) words[i] = line.words[words[i]];
+}
+
 void moveTo(Stretches& stretches, const OffsetLine& line, double t) {
   std::size_t i = stretches.index;
   // In a series it is the next one or the one after that.

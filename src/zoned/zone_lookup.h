@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 #include "unzoned/lane_constants.h"
 #include "zoned/granules.h"
@@ -23,6 +24,10 @@ struct Zone {
 // Points into both.
 Zone zoneOf(const OffsetTable& table, const Granules& granules);
 
+// The words of the granules with these numbers, in their place. One load and store after the other:
+// compiled without the gathering loads of some sets, which take longer.
+void lookUp(const GranuleLine& line, std::uint64_t* words, std::size_t count);
+
 // Three stretches of constant offset in a row, the first one from edge 0 to edge 1. Empty as they
 // begin, and where the table recurs.
 struct Stretches {
@@ -36,8 +41,8 @@ struct Stretches {
 // Moves to the stretch that holds t and the two behind it.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
-// Whether to try a way that does not always lead somewhere: not for some times after it did not, for
-// more of them the more often in a row.
+// Whether to try a way that does not always lead somewhere: not for some times after it did not
+// twice, for more of them the more often in a row.
 class Attempts {
  public:
   bool isDue() {
@@ -46,8 +51,8 @@ class Attempts {
     return false;
   }
   void note(bool succeeded) {
-    penalty_ = succeeded ? 0 : penalty_ < 15 ? 2 * penalty_ + 1 : penalty_;
-    skips_ = penalty_;
+    penalty_ = succeeded ? 0 : penalty_ < 31 ? 2 * penalty_ + 1 : penalty_;
+    skips_ = penalty_ / 2;
   }
 
  private:
@@ -62,11 +67,25 @@ inline constexpr double kCloseMillis = 0x1p35;
 // day less than the margin, for the offset.
 inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 
-// How far a component usually moves a datetime: within its day or week, less than a month, or
-// anywhere, but seldom further than a year.
+// How far a component moves a datetime along the clock: a week at most, 30 days, or anywhere, but
+// seldom further than a year.
 enum class Reach { week, month, any };
-inline constexpr double kReachMillis[] = {8.0 * kMillisPerDay, 32.0 * kMillisPerDay,
+
+// So far from the edges of a row of stretches of constant offset it then still lies within them: two
+// offsets, from there to the wall time and back, are each less than a day.
+inline constexpr double kReachMillis[] = {9.0 * kMillisPerDay, 32.0 * kMillisPerDay,
                                           400.0 * kMillisPerDay};
+static_assert(30.0 * kMillisPerDay <= kNearMillis - kMillisPerDay);
+
+// The new values that lead no further: those up to `most` from the middle one.
+struct Near {
+  Reach reach;
+  double middle, most;
+};
+inline constexpr Near kNearDay{Reach::month, 16.0, 15.0};
+inline constexpr Near kNearHour{Reach::week, 0.0, 6.0 * 24.0};
+inline constexpr Near kNearMinute{Reach::week, 0.0, 6.0 * 1440.0};
+inline constexpr Near kNearSecond{Reach::week, 0.0, 6.0 * 86400.0};
 
 inline constexpr double kLargest32Bits = 2147483647.0;
 // Seconds of which the milliseconds are within 32 bits.
@@ -75,8 +94,9 @@ inline constexpr double kLargestSeconds = 2147483.0;
 // Days of the week count from a Sunday so long ago that none is negative.
 inline constexpr double kWeekdayBound = 0x1p20;
 inline constexpr double kWeekdayStart = 7.0 * 0x1p18;
+inline constexpr Near kNearWeekday{Reach::week, 0.0, kWeekdayBound};
 static_assert(kWeekdayBound < kWeekdayStart && kWeekdayBound + kWeekdayStart < lanes::kDayBound);
 
-static_assert(lanes::dividesByGap(kGranuleMillis, 2.0 * kMostGranules));
+static_assert(lanes::dividesByGap(kGranuleMillis, 2.0 * static_cast<double>(kMostGranules)));
 
 }  // namespace zone_lanes

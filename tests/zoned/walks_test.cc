@@ -10,9 +10,11 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "entry/field_codes.h"
+#include "support/aligned_doubles.h"
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/datetime_arrays.h"
@@ -20,6 +22,7 @@
 #include "support/integer_calendar.h"
 #include "support/raised.h"
 #include "support/random.h"
+#include "unzoned/lane_constants.h"
 #include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/set_field.h"
@@ -272,6 +275,11 @@ doubledouble usualTime(Random& random) {
   return {static_cast<double>(random.whole(-5364662400000, 9000000000000)), 0.0};
 }
 
+doubledouble normalisedTime(Random& random) {
+  return two_sum(usualTime(random).hi,
+                 std::ldexp(random.real(-1.0, 1.0), -static_cast<int>(random.whole(0, 80))));
+}
+
 doubledouble anyTime(Random& random) {
   switch (random.whole(0, 11)) {
     case 0:
@@ -294,8 +302,7 @@ doubledouble anyTime(Random& random) {
     case 6:  // not normalised
       return {usualTime(random).hi, random.real(-100.0, 100.0)};
     default:
-      return two_sum(usualTime(random).hi,
-                     std::ldexp(random.real(-1.0, 1.0), -static_cast<int>(random.whole(0, 80))));
+      return normalisedTime(random);
   }
 }
 
@@ -395,6 +402,81 @@ TEST_F(Walks, Series) {
         in.add({std::floor(start + step * i), 0.0}, usualValue(random_, field));
       }
       ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    }
+  }
+}
+
+// A series of many stretches, with values around those from which on a component can lead out of
+// the stretches that its datetimes are in.
+TEST_F(Walks, SeriesOfFarValues) {
+  Cases cases(600000);
+  const auto furthestOf = [](UCalendarDateFields field) {
+    switch (static_cast<int>(field)) {
+      case UCAL_DATE:
+        return 31.0;
+      case UCAL_HOUR_OF_DAY:
+        return 144.0;
+      case UCAL_MINUTE:
+        return 8640.0;
+      case UCAL_SECOND:
+      case UCAL_MILLISECONDS_IN_DAY:
+        return 518400.0;
+      default:
+        return 24.0;
+    }
+  };
+  for (std::size_t zone = 0; zone < everyZone().size(); zone += 3) {
+    const Zone at(everyZone()[zone]);
+    for (const UCalendarDateFields field : kFields) {
+      const auto start = static_cast<double>(random_.whole(-2100000000000, 3500000000000));
+      const double step = std::exp2(random_.real(20.0, 33.0));
+      const double furthest = furthestOf(field);
+      const bool arePlain = random_.oneIn(2);
+      Inputs in;
+      for (int i = 0; i < 130 * scale; ++i) {
+        const double around = furthest + static_cast<double>(random_.whole(arePlain ? -1 : 0, 1));
+        const double v = arePlain && random_.oneIn(4) ? usualValue(random_, field)
+                         : random_.oneIn(2)           ? around
+                                                      : -around;
+        in.add({std::floor(start + step * (i + random_.real(0.0, 1.0))), 0.0}, v);
+      }
+      ASSERT_NO_FATAL_FAILURE(compareAll(at, field, in, cases));
+    }
+  }
+}
+
+// So many that their results are written past the caches where they begin at a line of those.
+TEST(Ways, MoreThanCachesHold) {
+  constexpr std::size_t kCount = lanes::kPastCaches + 13;
+  Cases cases(std::int64_t{kCount} * std::int64_t{kFieldCount} * 2);
+  Random random(17);
+  const Zone zone("America/New_York");
+  for (const UCalendarDateFields field : kFields) {
+    Inputs in;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      // Random, but for a series, and with some crowds of odd elements.
+      const bool isOdd = i % 50000 < 100;
+      const double usual = i < kCount / 2 ? static_cast<double>(random.whole(0, 2208988800000))
+                                          : 900000.0 * static_cast<double>(i);
+      in.add(isOdd ? normalisedTime(random) : doubledouble{usual, 0.0}, usualValue(random, field));
+    }
+    std::vector<double> tableHigh(kCount), tableLow(kCount);
+    runTableWalk(zone, field, in.elements(tableHigh, tableLow));
+    for (const ZonedInstructionSet& set : zonedInstructionSets()) {
+      for (const auto& [behind, lowBehind] : {std::pair{0, 0}, {0, 1}}) {
+        AlignedDoubles high(kCount, static_cast<std::size_t>(behind), 77.0);
+        AlignedDoubles low(kCount, static_cast<std::size_t>(lowBehind), 77.0);
+        Elements e = in.elements(tableHigh, tableLow);
+        e.resultHigh = high.data();
+        e.resultLow = low.data();
+        CalendarWalk rest(*zone.calendar, field, e);
+        set.walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, e, rest});
+        for (std::size_t i = 0; i < kCount; ++i, ++cases) {
+          const doubledouble expected{tableHigh[i], tableLow[i]}, result{high[i], low[i]};
+          ASSERT_TRUE(sameBits(result, expected)) << set.name << ", field " << field << ", " << i
+                                                  << ": " << result << ", not " << expected;
+        }
+      }
     }
   }
 }

@@ -65,12 +65,12 @@ TEST(Stretches, MoveToATime) {
   }
 }
 
-// After the first one in vain the next is skipped, then 3, 7, 15, and no more than that.
+// After the second one in vain the next is skipped, then 3, 7, 15, and no more than that.
 TEST(Attempts, AreSkippedTheMoreOftenTheMoreWereInVain) {
   Attempts attempts;
   for (int round = 0; round < 2; ++round) {
     EXPECT_TRUE(attempts.isDue());
-    for (const int skipped : {1, 3, 7, 15, 15, 15}) {
+    for (const int skipped : {0, 1, 3, 7, 15, 15, 15}) {
       attempts.note(false);
       for (int i = 0; i < skipped; ++i) EXPECT_FALSE(attempts.isDue()) << i << " of " << skipped;
       EXPECT_TRUE(attempts.isDue()) << "after " << skipped;
