@@ -230,19 +230,19 @@ void walk(const ZonedCall& call) {
     case UCAL_WEEK_OF_YEAR:
       return walkOfLength<SetDate<SetWeekOfYearOfSaturday>>(call);
     case UCAL_DATE:
-      return walkOfLength<SetDate<SetDayOfMonth, kNearDay>>(call);
+      return walkOfLength<SetDate<SetDayOfMonth, NearDay>>(call);
     case UCAL_DAY_OF_YEAR:
       return walkOfLength<SetDate<SetDayOfYear>>(call);
     case UCAL_DAY_OF_WEEK:
-      return walkOfLength<SetDate<SetDayWithinWeek, kNearWeekday>>(call);
+      return walkOfLength<SetDate<SetDayWithinWeek, NearWeekday>>(call);
     case UCAL_HOUR_OF_DAY:
-      return walkOfLength<SetClock<lanes::Hour, kNearHour>>(call);
+      return walkOfLength<SetClock<lanes::Hour, NearHour>>(call);
     case UCAL_MINUTE:
-      return walkOfLength<SetClock<lanes::Minute, kNearMinute>>(call);
+      return walkOfLength<SetClock<lanes::Minute, NearMinute>>(call);
     case UCAL_SECOND:
-      return walkOfLength<SetSeconds<lanes::Minute, kLargest32Bits>>(call);
+      return walkOfLength<SetSeconds<Second>>(call);
     case UCAL_MILLISECONDS_IN_DAY:
-      return walkOfLength<SetSeconds<lanes::Day, kLargestSeconds>>(call);
+      return walkOfLength<SetSeconds<TimeOfDay>>(call);
     default:
       return walkElements(call);
   }

@@ -223,19 +223,26 @@ HWY_INLINE void useGranules(const ZoneLine& line, const Lookups* lookups,
 // count from `kStart` milliseconds before 1970, which are added and taken away with the offsets.
 
 // What all but second and time of day have in common.
-template <class Component, Near kNear>
+template <class Component, class Near>
 struct OfWhole {
   static constexpr double kBound =
       Component::kBound < kLargest32Bits ? Component::kBound : kLargest32Bits;
   static constexpr bool kTakesFractions = false;
-  static constexpr Reach kReach = kNear.reach;
+  static constexpr Reach kReach = Near::kReach;
 
-  static HWY_INLINE V fromMiddle(V v) { return v - all(kNear.middle); }
-  static constexpr double kNearest = kNear.most;
+  static HWY_INLINE V fromMiddle(V v) { return v - all(Near::kMiddle); }
+  static constexpr double kNearest = Near::kMost;
 };
 
-template <class Date, Near kNear = Near{Reach::any, Date::kJulianValue, Date::kJulianBound}>
-struct SetDate : OfWhole<Date, kNear> {
+// Dates can be moved anywhere, by values for which the Julian calendar serves.
+template <class Date>
+struct NearJulian {
+  static constexpr Reach kReach = Reach::any;
+  static constexpr double kMiddle = Date::kJulianValue, kMost = Date::kJulianBound;
+};
+
+template <class Date, class Near = NearJulian<Date>>
+struct SetDate : OfWhole<Date, Near> {
   static constexpr double kStart = 0.0;
   using New = typename Date::New;
   template <class Calendar>
@@ -248,8 +255,8 @@ struct SetDate : OfWhole<Date, kNear> {
   }
 };
 
-template <class Unit, Near kNear>
-struct SetClock : OfWhole<Unit, kNear> {
+template <class Unit, class Near>
+struct SetClock : OfWhole<Unit, Near> {
   static constexpr double kStart = lanes::kClockStart;
   using New = V;
   template <class>
@@ -263,12 +270,13 @@ struct SetClock : OfWhole<Unit, kNear> {
 };
 
 // Seconds after a unit begins; their fraction replaces what is below a millisecond.
-template <class Unit, double kMost>
+template <class Component>
 struct SetSeconds {
-  static constexpr double kBound = kMost;
+  using Unit = typename Component::Unit;
+  static constexpr double kBound = Component::kBound;
   static constexpr double kStart = lanes::kClockStart;
   static constexpr bool kTakesFractions = true;
-  static constexpr Reach kReach = kNearSecond.reach;
+  static constexpr Reach kReach = NearSecond::kReach;
 
   using New = V;  // milliseconds
   template <class>
@@ -281,7 +289,16 @@ struct SetSeconds {
   }
   static HWY_INLINE V below(V v) { return (v - hn::Trunc(v)) * all(kMillisPerSecond); }
   static HWY_INLINE V fromMiddle(V v) { return v; }
-  static constexpr double kNearest = kNearSecond.most;
+  static constexpr double kNearest = NearSecond::kMost;
+};
+
+struct Second {
+  using Unit = lanes::Minute;
+  static constexpr double kBound = kLargest32Bits;
+};
+struct TimeOfDay {
+  using Unit = lanes::Day;
+  static constexpr double kBound = kLargestSeconds;
 };
 
 // The week belongs to the year of its Saturday.

@@ -77,15 +77,23 @@ inline constexpr double kReachMillis[] = {9.0 * kMillisPerDay, 32.0 * kMillisPer
                                           400.0 * kMillisPerDay};
 static_assert(30.0 * kMillisPerDay <= kNearMillis - kMillisPerDay);
 
-// The new values that lead no further: those up to `most` from the middle one.
-struct Near {
-  Reach reach;
-  double middle, most;
+// The new values that lead no further: those up to `kMost` from the middle one.
+struct NearDay {
+  static constexpr Reach kReach = Reach::month;
+  static constexpr double kMiddle = 16.0, kMost = 15.0;
 };
-inline constexpr Near kNearDay{Reach::month, 16.0, 15.0};
-inline constexpr Near kNearHour{Reach::week, 0.0, 6.0 * 24.0};
-inline constexpr Near kNearMinute{Reach::week, 0.0, 6.0 * 1440.0};
-inline constexpr Near kNearSecond{Reach::week, 0.0, 6.0 * 86400.0};
+struct NearHour {
+  static constexpr Reach kReach = Reach::week;
+  static constexpr double kMiddle = 0.0, kMost = 6.0 * 24.0;
+};
+struct NearMinute {
+  static constexpr Reach kReach = Reach::week;
+  static constexpr double kMiddle = 0.0, kMost = 6.0 * 1440.0;
+};
+struct NearSecond {
+  static constexpr Reach kReach = Reach::week;
+  static constexpr double kMiddle = 0.0, kMost = 6.0 * 86400.0;
+};
 
 inline constexpr double kLargest32Bits = 2147483647.0;
 // Seconds of which the milliseconds are within 32 bits.
@@ -94,7 +102,10 @@ inline constexpr double kLargestSeconds = 2147483.0;
 // Days of the week count from a Sunday so long ago that none is negative.
 inline constexpr double kWeekdayBound = 0x1p20;
 inline constexpr double kWeekdayStart = 7.0 * 0x1p18;
-inline constexpr Near kNearWeekday{Reach::week, 0.0, kWeekdayBound};
+struct NearWeekday {
+  static constexpr Reach kReach = Reach::week;
+  static constexpr double kMiddle = 0.0, kMost = kWeekdayBound;
+};
 static_assert(kWeekdayBound < kWeekdayStart && kWeekdayBound + kWeekdayStart < lanes::kDayBound);
 
 static_assert(lanes::dividesByGap(kGranuleMillis, 2.0 * static_cast<double>(kMostGranules)));
