@@ -103,6 +103,17 @@ struct PlacePastCaches {
   }
 };
 
+// One of both.
+struct EitherPlace {
+  double* HWY_RESTRICT high;
+  double* HWY_RESTRICT low;
+  bool isPastCaches;
+
+  HWY_INLINE void store(Pair set, size_t i) const {
+    isPastCaches ? PlacePastCaches{high, low}.store(set, i) : Place{high, low}.store(set, i);
+  }
+};
+
 // Whether the results of a call are written past the caches: so many that no cache holds them, in a
 // place where that can be done.
 class PastCaches {

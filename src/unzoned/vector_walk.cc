@@ -127,11 +127,10 @@ struct Vectors {
 // Sets vectors of one domain from element i on, none that begins after `last`. Returns where the
 // first vector begins that is not set. A loop to itself: what does not change stays in registers,
 // and what depends on one value for all is computed before it.
-template <class Lanes, class Domain, class Results = Place, bool kOneValue>
-HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last) {
+template <class Lanes, class Domain, bool kOneValue, class Results>
+HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last, const Results& results) {
   using Calendar = typename Domain::Calendar;
   const auto oneNew = Lanes::template newOf<Calendar>(e.oneValue);
-  const Results results{e.resultHigh, e.resultLow};
   for (; i <= last; i += hn::Lanes(d)) {
     const Pair t = e.time(i);
     const V v = e.value(i);
@@ -151,7 +150,9 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
   const Vectors<kOneValue> e(elements, zeros);
-  const PastCaches pastCaches(elements.resultHigh, elements.resultLow, elements.count);
+  // With leap seconds the arithmetic takes longer than memory does, and nothing is won.
+  const PastCaches pastCaches(elements.resultHigh, elements.resultLow,
+                              leapSeconds ? 0 : elements.count);
 
   // The quickest domain first, and again after a few vectors of another one. What is not finite
   // comes alone or in crowds.
@@ -160,13 +161,16 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
   for (size_t i = 0; i < count;) {
     const size_t from = HWY_MIN(i, last);
     const size_t few = HWY_MIN(last, from + 3 * lanes), some = HWY_MIN(last, from + 63 * lanes);
-    const bool arePastCaches = pastCaches.areUsed() && from % lanes == 0;
-    i = arePastCaches ? run<Lanes, Near, PlacePastCaches>(e, from, last)
-                      : run<Lanes, Near>(e, from, last);
-    if (i == from) i = run<Lanes, AndNonFinite<Near>>(e, from, few);
-    if (Lanes::kHasCalendars && i == from) i = run<Lanes, Whole>(e, from, some);
-    if (i == from) i = run<Lanes, Pairs<Lanes>>(e, from, some);
-    if (Lanes::kHasCalendars && i == from) i = run<Lanes, AndNonFinite<Whole>>(e, from, few);
+    const EitherPlace results{e.resultHigh, e.resultLow, pastCaches.areUsed() && from % lanes == 0};
+    // The loop for most arrays has one of its own.
+    const Place place{e.resultHigh, e.resultLow};
+    i = results.isPastCaches ? run<Lanes, Near>(e, from, last, results)
+                             : run<Lanes, Near>(e, from, last, place);
+    if (i == from) i = run<Lanes, AndNonFinite<Near>>(e, from, few, results);
+    if (Lanes::kHasCalendars && i == from) i = run<Lanes, Whole>(e, from, some, results);
+    if (i == from) i = run<Lanes, Pairs<Lanes>>(e, from, some, results);
+    if (Lanes::kHasCalendars && i == from)
+      i = run<Lanes, AndNonFinite<Whole>>(e, from, few, results);
     if (i == from) {
       const size_t refused =
           setMixed<Lanes>(component, leapSeconds, elements, i, e.time(i), e.value(i));
