@@ -34,6 +34,15 @@ constexpr D d;
 
 HWY_INLINE V all(double x) { return hn::Set(d, x); }
 
+// Before a return to code that knows nothing of long vectors: it takes twice as long while their upper
+// parts are in use. The compiler sees to that itself, but not where the last of them were used by a
+// function of its own that it has called.
+HWY_INLINE void leaveVectors() {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  _mm256_zeroupper();
+#endif
+}
+
 // ---- Double-double arithmetic ----
 //
 // The transforms of arith/doubledouble.h for finite values: the same sums with the same errors,

@@ -287,7 +287,7 @@ size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
   }
 }
 
-size_t walk(Component component, bool leapSeconds, const Elements& e) {
+size_t walkComponent(Component component, bool leapSeconds, const Elements& e) {
   switch (component) {
     case Component::year:
       return walkOnLine<OfDate<SetYear>>(component, leapSeconds, e);
@@ -315,6 +315,12 @@ size_t walk(Component component, bool leapSeconds, const Elements& e) {
       break;
   }
   return plainWalk(component, leapSeconds, e);
+}
+
+size_t walk(Component component, bool leapSeconds, const Elements& e) {
+  const size_t done = walkComponent(component, leapSeconds, e);
+  leaveVectors();
+  return done;
 }
 
 }  // namespace lanes::HWY_NAMESPACE

@@ -219,7 +219,7 @@ void walkOfLength(const ZonedCall& call) {
   call.elements.step ? walkOf<Component, false>(call) : walkOf<Component, true>(call);
 }
 
-void walk(const ZonedCall& call) {
+void walkField(const ZonedCall& call) {
   switch (static_cast<int>(call.field)) {
     case UCAL_EXTENDED_YEAR:
       return walkOfLength<SetDate<SetYear>>(call);
@@ -246,6 +246,11 @@ void walk(const ZonedCall& call) {
     default:
       return walkElements(call);
   }
+}
+
+void walk(const ZonedCall& call) {
+  walkField(call);
+  leaveVectors();
 }
 
 }  // namespace zone_lanes::HWY_NAMESPACE
