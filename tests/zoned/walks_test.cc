@@ -666,6 +666,26 @@ TEST_F(Walks, OneElementFarFromItsSeries) {
   }
 }
 
+// From one side of 1970 as far to the other, from summer to winter: the sum of both times is small,
+// but not the way between them.
+TEST_F(Walks, FromOneSideOf1970ToTheOther) {
+  constexpr double kDay = 86400000.0;
+  Cases cases(3 * 6 * 2 * 48);
+  const Zone zone("America/New_York");
+  const std::pair<UCalendarDateFields, double> unitsPerDay[] = {
+      {UCAL_HOUR_OF_DAY, 24.0}, {UCAL_MINUTE, 1440.0}, {UCAL_SECOND, 86400.0}};
+  for (const auto& [field, units] : unitsPerDay) {
+    for (const double day : {-625.0, -200.0, -20.0, 20.0, 260.0, 625.0}) {
+      Inputs in;
+      for (int i = 0; i < 48; ++i) {
+        const double t = std::floor((day + random_.real(-1.0, 1.0)) * kDay);
+        in.add({t, 0.0}, -2.0 * day * units + static_cast<double>(random_.whole(-5, 5)));
+      }
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    }
+  }
+}
+
 // Calendars configured otherwise give their own answers.
 TEST(SetField, AsksOtherCalendars) {
   struct Row {
