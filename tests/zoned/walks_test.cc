@@ -666,6 +666,38 @@ TEST_F(Walks, OneElementFarFromItsSeries) {
   }
 }
 
+// A series across two changes, with one element within a millisecond of the changes before and after
+// these, or set to there. All others stay where they are.
+TEST_F(Walks, OneElementAtTheEdgesOfItsSeries) {
+  Cases cases(250000);
+  const Zone zone("America/New_York");
+  const std::vector<Change> changes = changesOf(*zone.zone);
+  const auto wallOf = [&](double t) { return t + offsetAt(zone.table->instants(), t); };
+  for (std::size_t first = 1; first + 3 < changes.size(); first += 15) {
+    const double begin = changes[first].instant, end = changes[first + 3].instant;
+    for (const UCalendarDateFields field : kFields) {
+      Inputs series;
+      for (int i = 0; i < 48; ++i) {
+        const double t = std::floor(begin + (end - begin) * (i + 0.5) / 48);
+        series.add({t, 0.0}, valueOf(field, static_cast<std::int64_t>(wallOf(t))));
+      }
+      for (const Change& edge : {changes[first], changes[first + 3]}) {
+        for (const double around : {-1.0, 0.0, 1.0}) {
+          Inputs in = series, setThere = series;
+          in.high[20] = edge.instant + around;
+          in.values[20] =
+              field == UCAL_EXTENDED_YEAR ? series.values[20] : usualValue(random_, field);
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+          const double wall = edge.instant + around + std::max(edge.before, edge.after);
+          setThere.values[20] = valueOf(field, static_cast<std::int64_t>(wall));
+          setThere.high[20] = zone.oneByCalendar(field, wall - edge.after, series.values[20]);
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, setThere, cases));
+        }
+      }
+    }
+  }
+}
+
 // From one side of 1970 as far to the other, from summer to winter: the sum of both times is small,
 // but not the way between them.
 TEST_F(Walks, FromOneSideOf1970ToTheOther) {
