@@ -271,6 +271,27 @@ std::vector<double> timesFor(const icu::BasicTimeZone& zone, Random& random) {
   return times;
 }
 
+// Sets all by the setter, and by the calendar.
+void expectByCalendar(const char* why, const OddZone& zone, UCalendarDateFields field,
+                      const std::vector<double>& times, const std::vector<double>& values,
+                      Cases& cases) {
+  const std::vector<double> zeros(times.size());
+  const Array result = doubles(zeros, &zeros);
+  const auto calendar = createCalendar(boost::unique_ptr<icu::TimeZone>(zone.clone()));
+  setField(doubles(times).get(), doubles(values).get(), field, result.get(),
+           boost::unique_ptr<icu::GregorianCalendar>(calendar->clone()));
+  const std::vector<doubledouble> set = elements(result);
+  std::vector<double> high(times.size()), low(times.size());
+  CalendarWalk(*calendar, field,
+               {times.data(), nullptr, values.data(), 1, high.data(), low.data(), times.size()})
+      .setAll();
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    ASSERT_SAME_BITS(set[i], (doubledouble{high[i], low[i]}))
+        << why << ": field " << field << " of " << times[i] << " to " << values[i];
+    ++cases;
+  }
+}
+
 TEST(OddZones, AreSetAsByTheCalendar) {
   constexpr UCalendarDateFields kFields[] = {
       UCAL_EXTENDED_YEAR, kQuarterField,    UCAL_WEEK_OF_YEAR, UCAL_DATE,
@@ -288,25 +309,29 @@ TEST(OddZones, AreSetAsByTheCalendar) {
         values.push_back(static_cast<double>(field == UCAL_EXTENDED_YEAR ? random.whole(1450, 2450)
                                                                          : random.whole(1, 23)));
       }
-      const std::vector<double> zeros(times.size());
-      const Array result = doubles(zeros, &zeros);
-      const auto calendar = createCalendar(boost::unique_ptr<icu::TimeZone>(zone.clone()));
-      setField(doubles(times).get(), doubles(values).get(), field, result.get(),
-               boost::unique_ptr<icu::GregorianCalendar>(calendar->clone()));
-      const std::vector<doubledouble> set = elements(result);
-      std::vector<double> high(times.size()), low(times.size());
-      CalendarWalk(*calendar, field,
-                   {times.data(), nullptr, values.data(), 1, high.data(), low.data(), times.size()})
-          .setAll();
-      for (std::size_t i = 0; i < times.size(); ++i) {
-        ASSERT_SAME_BITS(set[i], (doubledouble{high[i], low[i]}))
-            << row.why << ": field " << field << " of " << times[i] << " to " << values[i];
-        ++cases;
-      }
+      ASSERT_NO_FATAL_FAILURE(expectByCalendar(row.why, zone, field, times, values, cases));
     }
   };
   for (const Row& row : kOfTables) ASSERT_NO_FATAL_FAILURE(check(row));
   for (const Row& row : kOfTheCalendar) ASSERT_NO_FATAL_FAILURE(check(row));
+}
+
+// A change by nearly two days, and days of a month that lead to about it.
+TEST(OddZones, WithTheLargestChangeAreSetNearIt) {
+  constexpr int kMost = 24 * kHour - 1000;
+  Cases cases(2 * 35 * 300);
+  for (const bool isForward : {false, true}) {
+    OddZone zone(isForward ? -kMost : kMost);
+    zone.past({midnight(1990, 2) + 12 * kHour}, isForward ? kMost : -kMost);
+    ASSERT_TRUE(zone.isComplete());
+    for (int day = -1; day < 34; ++day) {
+      std::vector<double> times;  // around the turn of the year
+      for (int i = 0; i < 300; ++i) times.push_back(midnight(1989, 12, 31) + i * 600000.0);
+      const std::vector<double> values(times.size(), day);
+      ASSERT_NO_FATAL_FAILURE(
+          expectByCalendar("nearly two days", zone, UCAL_DATE, times, values, cases));
+    }
+  }
 }
 
 }  // namespace
