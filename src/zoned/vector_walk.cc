@@ -132,10 +132,11 @@ HWY_NOINLINE bool setClaimed(const Zone& zone, Learned& learned, const Block& bl
     areClaimed &= claim<Component>(mixed, i, {hn::LoadU(d, block.whole + i), low}, v);
   }
   const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, block.count};
-  if (set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, at)) {
-    return areClaimed;
-  }
-  for (size_t i = 0; i < block.count; ++i) mixed.isClaimed[i] = 0.0;
+  const bool isSet =
+      set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, at);
+  for (size_t i = 0; i < block.count && !isSet; ++i) mixed.isClaimed[i] = 0.0;
+  if (isSet && areClaimed) return true;
+  leaveVectors();  // to who sets the others, and may raise
   return false;
 }
 

@@ -88,8 +88,8 @@ HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known, double leas
 }
 
 // A field of words, (x - bias) seconds, in milliseconds. Its bits are put into those of a double that
-// is so large that the field counts ones. Fused, the rest is one step: its only rounding is none, as
-// the product of the bias, a multiple of 2^17, and that power of two fits in a double.
+// is so large that the field counts ones. Fused, the rest is one step, whose only rounding is none: in
+// milliseconds the power of two and the bias, a multiple of 2^13, are a double together.
 template <int kShift>
 HWY_INLINE V millis(VU word, std::uint64_t mask, double bias) {
   constexpr double kPower = static_cast<double>(1ULL << (52 - kShift));
