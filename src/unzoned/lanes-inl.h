@@ -89,28 +89,23 @@ HWY_INLINE Pair subtractDays(Pair t, V start) {
 
 // ---- Results ----
 
-// Where the results of some vectors begin.
-struct Place {
+// Where the results of some vectors begin, written as usual or past the caches, which otherwise would
+// first read what is about to be overwritten.
+template <bool kIsPastCaches>
+struct PlaceFor {
   double* HWY_RESTRICT high;
   double* HWY_RESTRICT low;
 
   HWY_INLINE void store(Pair set, size_t i) const {
-    hn::StoreU(set.hi, d, high + i);
-    hn::StoreU(set.lo, d, low + i);
+    put(set.hi, high + i);
+    put(set.lo, low + i);
+  }
+  static HWY_INLINE void put(V x, double* place) {
+    kIsPastCaches ? hn::Stream(x, d, place) : hn::StoreU(x, d, place);
   }
 };
-
-// The same, written past the caches, which otherwise would first read what is about to be
-// overwritten.
-struct PlacePastCaches {
-  double* HWY_RESTRICT high;
-  double* HWY_RESTRICT low;
-
-  HWY_INLINE void store(Pair set, size_t i) const {
-    hn::Stream(set.hi, d, high + i);
-    hn::Stream(set.lo, d, low + i);
-  }
-};
+using Place = PlaceFor<false>;
+using PlacePastCaches = PlaceFor<true>;
 
 // One of both.
 struct EitherPlace {

@@ -30,9 +30,6 @@ namespace zone_lanes::HWY_NAMESPACE {
 using namespace lanes::HWY_NAMESPACE;
 namespace hn = hwy::HWY_NAMESPACE;
 
-using DI = hn::RebindToSigned<D>;
-using VI = hn::Vec<DI>;
-constexpr DI di;
 using DU = hn::RebindToUnsigned<D>;
 using VU = hn::Vec<DU>;
 constexpr DU du;
