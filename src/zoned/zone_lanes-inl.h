@@ -56,6 +56,24 @@ class Furthest {
   VI most_;
 };
 
+// Whether whole numbers that were noted are all from one on to before another one. Taken from what
+// comes before these, they leave numbers below zero, of which the bits, as integers, grow with the
+// magnitude. The bits of numbers above zero and of NaN are larger than any of them.
+class Within {
+ public:
+  HWY_INLINE Within(double from, double until)
+      : before_(all(from - 1.0)),
+        bound_(hn::BitCast(di, all(HWY_MIN(from - until, -0.0)))),
+        most_(hn::BitCast(di, all(-0.0))) {}
+
+  HWY_INLINE void note(V x) { most_ = hn::Max(most_, hn::BitCast(di, before_ - x)); }
+  HWY_INLINE M holdsAll() const { return hn::Not(hn::RebindMask(d, hn::Gt(most_, bound_))); }
+
+ private:
+  V before_;
+  VI bound_, most_;
+};
+
 // ---- The offset along a line of time ----
 
 // Remembered stretches, for all lanes.
@@ -371,14 +389,6 @@ HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Results
   at.store(set, i);
 }
 
-// The times from one on to before another, as those of whole milliseconds up to `most` from a middle.
-struct Within {
-  HWY_INLINE Within(double from, double until)
-      : middle(all(0.5 * from + 0.5 * (until - 1.0))), most(0.5 * until - 0.5 * (from + 1.0)) {}
-  V middle;
-  double most;
-};
-
 // Sets a block of a series in one pass over it, as if it were as guessed: datetimes in the remembered
 // stretches, or in the stretch k of them; wall times in the same ones, where new values do not lead
 // further away, else in stretches of their own; whole; and within the Julian calendar's domain, from
@@ -392,14 +402,14 @@ HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const 
   constexpr size_t kStretches = kIsSteady ? 1 : 3;
   const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
   const double* const edges = instants.edges + k;
-  const Within instant(
+  Within instantsWithin(
       HWY_MAX(edges[0] + kReach, lanes::kJulianMiddle - lanes::kJulianReach),
       HWY_MIN(edges[kStretches] - kReach, lanes::kJulianMiddle + lanes::kJulianReach));
   const double* const ends =
       kIsFar && !kIsSteady ? walls.edges : zone.walls.offsets.starts + instants.index + k;
   // Not asked where new values are near.
-  const Within wallTime(kIsFar ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
-                        kIsFar ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
+  Within wallsWithin(kIsFar ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
+                     kIsFar ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
   const V steady = all(instants.offsets[k] + Component::kStart);
   const Known knownInstants = knownOf(instants.edges, instants.offsets, 0.0, Component::kStart);
   const Known knownWalls = knownOf(ends, kIsFar ? walls.offsets : instants.offsets,
@@ -407,7 +417,7 @@ HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const 
   const Block own = block;  // in registers
   const Results results = at;
   V bits = hn::Zero(d);
-  Furthest instantAt, wallAt, value;
+  Furthest value;
   if constexpr (kOneValue) value.note(Component::fromMiddle(oneValue));
   for (size_t i = 0; i < own.count; i += hn::Lanes(d)) {
     const V t = hn::LoadU(d, own.whole + i);
@@ -415,15 +425,15 @@ HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const 
     bits = hn::Or(bits, fractionBits(t));
     if (own.low) bits = hn::Or(bits, hn::LoadU(d, own.low + i));
     if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
-    instantAt.note(t - instant.middle);
+    instantsWithin.note(t);
     if constexpr (!kOneValue) value.note(Component::fromMiddle(v));
     const V wall = values.setWall(t + (kIsSteady ? steady : offsetOf(knownInstants, t)), i);
-    if constexpr (kIsFar) wallAt.note(wall - wallTime.middle);
+    if constexpr (kIsFar) wallsWithin.note(wall);
     const V offset = kIsSteady ? steady : offsetOf(knownWalls, wall);
     store<Component>(own, i, v, wall - offset, results);
   }
-  M isRight = hn::And(instantAt.isAtMost(instant.most), value.isAtMost(Component::kNearest));
-  if constexpr (kIsFar) isRight = hn::And(isRight, wallAt.isAtMost(wallTime.most));
+  M isRight = hn::And(instantsWithin.holdsAll(), value.isAtMost(Component::kNearest));
+  if constexpr (kIsFar) isRight = hn::And(isRight, wallsWithin.holdsAll());
   return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
 }
 
