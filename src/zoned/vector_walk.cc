@@ -82,27 +82,15 @@ HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   return hn::AllTrue(d, isClaimed);
 }
 
-// What the blocks before have taught.
-struct Learned {
-  Stretches instants, walls;
-  Attempts steady, plainSeries, mixedSeries;
-};
-
-// Sets a block by the quickest way. False where it has something that is not of the domain.
+// Sets a block that is not of a series. False where it has something that is not of the domain.
 template <class Component, bool kOneValue, class Results>
-HWY_INLINE bool set(const Zone& zone, Learned& learned, Attempts& attempts, const Block& block,
-                    V oneValue, const Results& at) {
+HWY_INLINE bool setAlone(const Zone& zone, Learned& learned, const Block& block, V oneValue,
+                         const Results& at) {
   using lanes::HWY_NAMESPACE::Julian;
   Stretches &instants = learned.instants, &walls = learned.walls;
-  if (attempts.isDue()) {
-    const bool isSet = setSeries<Component, kOneValue>(zone, instants, walls, block, oneValue, at);
-    attempts.note(isSet);
-    if (isSet) return true;
-  }
   const double first = block.whole[0], last = block.whole[block.count - 1];
-  const bool isSeries =
-      Component::kReach == Reach::any &&
-      seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last), HWY_MAX(first, last));
+  const bool isSeries = kIsFar<Component> && seemsKnown(zone.instants.offsets, instants,
+                                                        HWY_MIN(first, last), HWY_MAX(first, last));
   const Granular granules = granularOf(zone.instants.granules);
   Lookups own;
   Lookups* const lookups = isSeries ? nullptr : &own;
@@ -132,8 +120,12 @@ HWY_NOINLINE bool setClaimed(const Zone& zone, Learned& learned, const Block& bl
     areClaimed &= claim<Component>(mixed, i, {hn::LoadU(d, block.whole + i), low}, v);
   }
   const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, block.count};
-  const bool isSet =
-      set<Component, false>(zone, learned, learned.mixedSeries, claimed, oneValue, at);
+  bool isSet = false;
+  if (learned.mixedSeries.isDue()) {
+    isSet = setSeries<Component, false>(zone, learned, claimed, oneValue, at) == claimed.count;
+    learned.mixedSeries.note(isSet);
+  }
+  isSet = isSet || setAlone<Component, false>(zone, learned, claimed, oneValue, at);
   for (size_t i = 0; i < block.count && !isSet; ++i) mixed.isClaimed[i] = 0.0;
   if (isSet && areClaimed) return true;
   leaveVectors();  // to who sets the others, and may raise
@@ -145,37 +137,32 @@ template <class Component, bool kOneValue, class Results>
 HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& learned, Mixed& mixed,
                            size_t from, size_t until) {
   const Elements& e = call.elements;
-  const size_t lanes = hn::Lanes(d);
-  const size_t block = kBlock - kBlock % lanes, steadyBlock = kSteadyBlock - kSteadyBlock % lanes;
   const V oneValue = all(e.values[0]);
   while (from < until) {
     const auto blockOf = [&](size_t count) HWY_ATTR {
-      return Block{e.high + from, e.low ? e.low + from : nullptr, nullptr,
-                   kOneValue ? e.values : e.values + from, count};
+      return partOf<kOneValue>({e.high, e.low, nullptr, e.values, 0}, from, count);
     };
-    const Results results{e.resultHigh + from, e.resultLow + from};
-    const size_t many = HWY_MIN(steadyBlock, until - from);
-    if (many > block && learned.steady.isDue()) {
-      const bool isSet =
-          setSteady<Component, kOneValue>(zone, learned.instants, blockOf(many), oneValue, results);
-      learned.steady.note(isSet);
-      if (isSet) {
-        from += many;
-        continue;
-      }
+    if (learned.plainSeries.isDue()) {
+      const Results results{e.resultHigh + from, e.resultLow + from};
+      const size_t done =
+          setSeries<Component, kOneValue>(zone, learned, blockOf(until - from), oneValue, results);
+      from += done;
+      if (done > 0) learned.plainSeries.note(true);
+      if (from == until) return;
+      learned.plainSeries.note(false);
     }
-    const size_t count = HWY_MIN(block, until - from);
-    const Block plain = blockOf(count);
+    const Block block = blockOf(HWY_MIN(wholeLanes(kBlock), until - from));
+    const Results results{e.resultHigh + from, e.resultLow + from};
     const Place place{results.high, results.low};
-    if (!set<Component, kOneValue>(zone, learned, learned.plainSeries, plain, oneValue, results) &&
-        !setClaimed<Component, kOneValue>(zone, learned, plain, oneValue, mixed, place)) {
-      for (size_t i = 0; i < count; ++i) {
+    if (!setAlone<Component, kOneValue>(zone, learned, block, oneValue, results) &&
+        !setClaimed<Component, kOneValue>(zone, learned, block, oneValue, mixed, place)) {
+      for (size_t i = 0; i < block.count; ++i) {
         if (mixed.isClaimed[i] == 0.0) {
           setElement(call.table, call.field, e, from + i, call.calendar);
         }
       }
     }
-    from += count;
+    from += block.count;
   }
 }
 

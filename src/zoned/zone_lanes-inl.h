@@ -344,10 +344,21 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
   }
 };
 
+// How far a component leads from a datetime to a wall time, and whether it can lead anywhere.
+template <class Component>
+constexpr double kReachOf = kReachMillis[static_cast<int>(Component::kReach)];
+template <class Component>
+constexpr bool kIsFar = Component::kReach == Reach::any;
+// So far a series keeps from the edges of its stretches. Far wall times have stretches of their own.
+template <class Component>
+constexpr double kMargin = kIsFar<Component> ? 0.0 : kReachOf<Component>;
+
 // ---- Blocks ----
 
 // So many where one offset serves all.
 constexpr size_t kSteadyBlock = 16 * kBlock;
+
+HWY_INLINE size_t wholeLanes(size_t count) { return count - count % hn::Lanes(d); }
 
 // A block of datetimes with their new values, a multiple of the lanes long.
 struct Block {
@@ -357,6 +368,14 @@ struct Block {
   const double* HWY_RESTRICT values;
   size_t count;
 };
+
+// `count` of a block from one on.
+template <bool kOneValue>
+HWY_INLINE Block partOf(const Block& block, size_t from, size_t count) {
+  return {block.whole + from, block.low ? block.low + from : nullptr,
+          block.below ? block.below + from : nullptr,
+          kOneValue ? block.values : block.values + from, count};
+}
 
 // The new values: those of a block, or one for all, and what depends on it alone.
 template <class Component, class Calendar, bool kOneValue>
@@ -395,24 +414,23 @@ HWY_INLINE void store(const Block& block, size_t i, V v, V millis, const Results
 // which an offset of less than a day does not lead away. False where it was not so; then what is
 // written counts for nothing.
 template <class Component, bool kOneValue, bool kIsSteady, class Results>
-HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const Stretches& walls,
-                             size_t k, const Block& block, V oneValue, const Results& at) {
-  constexpr bool kIsFar = Component::kReach == Reach::any;
-  constexpr double kReach = kIsFar ? 0.0 : kReachMillis[static_cast<int>(Component::kReach)];
+HWY_INLINE bool setGuessed(const Zone& zone, const Stretches& instants, const Stretches& walls,
+                           size_t k, const Block& block, V oneValue, const Results& at) {
   constexpr size_t kStretches = kIsSteady ? 1 : 3;
   const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
   const double* const edges = instants.edges + k;
   Within instantsWithin(
-      HWY_MAX(edges[0] + kReach, lanes::kJulianMiddle - lanes::kJulianReach),
-      HWY_MIN(edges[kStretches] - kReach, lanes::kJulianMiddle + lanes::kJulianReach));
-  const double* const ends =
-      kIsFar && !kIsSteady ? walls.edges : zone.walls.offsets.starts + instants.index + k;
+      HWY_MAX(edges[0] + kMargin<Component>, lanes::kJulianMiddle - lanes::kJulianReach),
+      HWY_MIN(edges[kStretches] - kMargin<Component>, lanes::kJulianMiddle + lanes::kJulianReach));
+  const double* const ends = kIsFar<Component> && !kIsSteady
+                                 ? walls.edges
+                                 : zone.walls.offsets.starts + instants.index + k;
   // Not asked where new values are near.
-  Within wallsWithin(kIsFar ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
-                     kIsFar ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
+  Within wallsWithin(kIsFar<Component> ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
+                     kIsFar<Component> ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
   const V steady = all(instants.offsets[k] + Component::kStart);
   const Known knownInstants = knownOf(instants.edges, instants.offsets, 0.0, Component::kStart);
-  const Known knownWalls = knownOf(ends, kIsFar ? walls.offsets : instants.offsets,
+  const Known knownWalls = knownOf(ends, kIsFar<Component> ? walls.offsets : instants.offsets,
                                    Component::kStart, Component::kStart);
   const Block own = block;  // in registers
   const Results results = at;
@@ -428,12 +446,12 @@ HWY_NOINLINE bool setGuessed(const Zone& zone, const Stretches& instants, const 
     instantsWithin.note(t);
     if constexpr (!kOneValue) value.note(Component::fromMiddle(v));
     const V wall = values.setWall(t + (kIsSteady ? steady : offsetOf(knownInstants, t)), i);
-    if constexpr (kIsFar) wallsWithin.note(wall);
+    if constexpr (kIsFar<Component>) wallsWithin.note(wall);
     const V offset = kIsSteady ? steady : offsetOf(knownWalls, wall);
     store<Component>(own, i, v, wall - offset, results);
   }
   M isRight = hn::And(instantsWithin.holdsAll(), value.isAtMost(Component::kNearest));
-  if constexpr (kIsFar) isRight = hn::And(isRight, wallsWithin.holdsAll());
+  if constexpr (kIsFar<Component>) isRight = hn::And(isRight, wallsWithin.holdsAll());
   return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
 }
 
@@ -444,7 +462,7 @@ HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Blo
                           V oneValue, const Results& at) {
   const double first = block.whole[0], last = block.whole[block.count - 1];
   const double least = HWY_MIN(first, last), most = HWY_MAX(first, last);
-  constexpr double kReach = kReachMillis[static_cast<int>(Component::kReach)];
+  constexpr double kReach = kReachOf<Component>;
   for (size_t k = 0; k < 3; ++k) {
     if (instants.edges[k] + kReach <= least && most < instants.edges[k + 1] - kReach) {
       return setGuessed<Component, kOneValue, true>(zone, instants, {}, k, block, oneValue, at);
@@ -453,20 +471,57 @@ HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Blo
   return false;
 }
 
-// A block of a series in steady times, or in remembered stretches. Where far wall times lie is known
-// from the block before at best.
+// What the blocks before have taught.
+struct Learned {
+  Stretches instants, walls;
+  Attempts steady, plainSeries, mixedSeries;
+};
+
+// Sets the blocks of a series up to the first that is not of one, and returns how many elements that
+// are. A block is in steady times or in remembered stretches; where it is too long for these, half of
+// it comes first. Where far wall times lie is known from other blocks at best.
+//
+// One loop over all blocks and no call but to move the stretches: a call for each block costs a tenth.
 template <class Component, bool kOneValue, class Results>
-HWY_INLINE bool setSeries(const Zone& zone, Stretches& instants, const Stretches& walls,
-                          const Block& block, V oneValue, const Results& at) {
-  constexpr bool kIsFar = Component::kReach == Reach::any;
-  constexpr double kReach = kIsFar ? 0.0 : kReachMillis[static_cast<int>(Component::kReach)];
-  const double first = block.whole[0], last = block.whole[block.count - 1];
-  if (!seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last) - kReach,
-                  HWY_MAX(first, last) + kReach)) {
-    return false;
+HWY_NOINLINE size_t setSeries(const Zone& zone, Learned& learned, const Block& series, V oneValue,
+                              const Results& at) {
+  Stretches& instants = learned.instants;
+  const size_t longest = wholeLanes(kSteadyBlock), usual = wholeLanes(kBlock),
+               half = wholeLanes(kBlock / 2);
+  size_t done = 0;
+  while (done < series.count) {
+    const auto blockOf = [&](size_t count)
+                             HWY_ATTR { return partOf<kOneValue>(series, done, count); };
+    const auto seems = [&](size_t count) HWY_ATTR {
+      const double first = series.whole[done], last = series.whole[done + count - 1];
+      return seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last) - kMargin<Component>,
+                        HWY_MAX(first, last) + kMargin<Component>);
+    };
+    const Results place{at.high + done, at.low + done};
+    size_t count = HWY_MIN(longest, series.count - done);
+    if (count > usual && learned.steady.isDue()) {
+      const bool isSet =
+          setSteady<Component, kOneValue>(zone, instants, blockOf(count), oneValue, place);
+      learned.steady.note(isSet);
+      if (isSet) {
+        done += count;
+        continue;
+      }
+    }
+    count = HWY_MIN(usual, count);
+    if (!seems(count)) {
+      if (count <= half || !seems(half)) break;
+      count = half;
+    }
+    const Block block = blockOf(count);
+    if (!setSteady<Component, kOneValue>(zone, instants, block, oneValue, place) &&
+        !setGuessed<Component, kOneValue, false>(zone, instants, learned.walls, 0, block, oneValue,
+                                                 place)) {
+      break;
+    }
+    done += count;
   }
-  return setSteady<Component, kOneValue>(zone, instants, block, oneValue, at) ||
-         setGuessed<Component, kOneValue, false>(zone, instants, walls, 0, block, oneValue, at);
+  return done;
 }
 
 // A block whose wall times stay near enough for the word of each instant to tell both offsets.
@@ -501,7 +556,7 @@ template <class Component, class Calendar, bool kOneValue, class Results>
 HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretches& walls,
                            const Lookups* lookups, const Block& block, V oneValue,
                            const Results& at) {
-  if constexpr (Component::kReach != Reach::any) {
+  if constexpr (!kIsFar<Component>) {
     if (lookups && setNear<Component, Calendar, kOneValue>(*lookups, block, oneValue, at)) {
       return;
     }
@@ -522,7 +577,7 @@ HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretche
   // anywhere: then the outermost ones count, if the first and the last look promising.
   double from = HWY_MIN(wall[0], wall[block.count - 1]);
   double until = HWY_MAX(wall[0], wall[block.count - 1]);
-  if (Component::kReach == Reach::any && until - from <= kCloseMillis) {
+  if (kIsFar<Component> && until - from <= kCloseMillis) {
     V least = all(from), most = all(until);
     for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
       const V t = hn::Load(d, wall + i);
