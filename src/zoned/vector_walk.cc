@@ -82,7 +82,7 @@ HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   return hn::AllTrue(d, isClaimed);
 }
 
-// Sets a block that is not of a series. False where it has something that is not of the domain.
+// Sets a block on its own. False where it has something that is not of the domain.
 template <class Component, bool kOneValue, class Results>
 HWY_INLINE bool setAlone(const Zone& zone, Learned& learned, const Block& block, V oneValue,
                          const Results& at) {
@@ -148,8 +148,8 @@ HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& lea
           setSeries<Component, kOneValue>(zone, learned, blockOf(until - from), oneValue, results);
       from += done;
       if (done > 0) learned.plainSeries.note(true);
-      if (from == until) return;
-      learned.plainSeries.note(false);
+      if (from == until) break;
+      learned.plainSeries.note(false);  // the block that follows
     }
     const Block block = blockOf(HWY_MIN(wholeLanes(kBlock), until - from));
     const Results results{e.resultHigh + from, e.resultLow + from};

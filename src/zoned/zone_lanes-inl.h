@@ -56,9 +56,10 @@ class Furthest {
   VI most_;
 };
 
-// Whether whole numbers that were noted are all from one on to before another one. Taken from what
-// comes before these, they leave numbers below zero, of which the bits, as integers, grow with the
-// magnitude. The bits of numbers above zero and of NaN are larger than any of them.
+// Whether all whole numbers x that were noted are at least `from` and below `until`, both finite: then
+// (from - 1) - x is below zero and not below from - until. As signed integers the bits of such doubles
+// grow with the magnitude, those of zero and of numbers above it are larger still, and those of NaN are
+// larger than those of any number of its sign. Whether x is whole is to be asked beside.
 class Within {
  public:
   HWY_INLINE Within(double from, double until)
@@ -142,6 +143,7 @@ HWY_INLINE Granular granularOf(const GranuleLine& line) {
 // So many elements are looked up at once, one step after the other: what one vector waits for in a
 // step, others fill.
 constexpr size_t kBlock = 48;
+static_assert(hn::MaxLanes(d) <= kBlock / 2);  // half a block is something
 
 // The granules of the times of a block: where they begin, and their numbers, later their words.
 struct Lookups {
@@ -344,14 +346,15 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
   }
 };
 
-// How far a component leads from a datetime to a wall time, and whether it can lead anywhere.
+// How far a component leads along the clock; whether that may be anywhere.
 template <class Component>
 constexpr double kReachOf = kReachMillis[static_cast<int>(Component::kReach)];
 template <class Component>
 constexpr bool kIsFar = Component::kReach == Reach::any;
-// So far a series keeps from the edges of its stretches. Far wall times have stretches of their own.
+// So far from the edges of a row of stretches a series is to be, for its wall times to be in the same
+// ones. Each far wall time is held against the edges of its own.
 template <class Component>
-constexpr double kMargin = kIsFar<Component> ? 0.0 : kReachOf<Component>;
+constexpr double kInnerMargin = kIsFar<Component> ? 0.0 : kReachOf<Component>;
 
 // ---- Blocks ----
 
@@ -420,8 +423,9 @@ HWY_INLINE bool setGuessed(const Zone& zone, const Stretches& instants, const St
   const Values<Component, lanes::HWY_NAMESPACE::Julian, kOneValue> values(block, oneValue);
   const double* const edges = instants.edges + k;
   Within instantsWithin(
-      HWY_MAX(edges[0] + kMargin<Component>, lanes::kJulianMiddle - lanes::kJulianReach),
-      HWY_MIN(edges[kStretches] - kMargin<Component>, lanes::kJulianMiddle + lanes::kJulianReach));
+      HWY_MAX(edges[0] + kInnerMargin<Component>, lanes::kJulianMiddle - lanes::kJulianReach),
+      HWY_MIN(edges[kStretches] - kInnerMargin<Component>,
+              lanes::kJulianMiddle + lanes::kJulianReach));
   const double* const ends = kIsFar<Component> && !kIsSteady
                                  ? walls.edges
                                  : zone.walls.offsets.starts + instants.index + k;
@@ -471,15 +475,16 @@ HWY_INLINE bool setSteady(const Zone& zone, const Stretches& instants, const Blo
   return false;
 }
 
-// What the blocks before have taught.
+// What the blocks before have taught. Steady times are tried where a series is.
 struct Learned {
   Stretches instants, walls;
   Attempts steady, plainSeries, mixedSeries;
 };
 
-// Sets the blocks of a series up to the first that is not of one, and returns how many elements that
-// are. A block is in steady times or in remembered stretches; where it is too long for these, half of
-// it comes first. Where far wall times lie is known from other blocks at best.
+// Sets the blocks of a series up to the first that is not of one, and returns how many elements those
+// are; what is written behind them counts for nothing. A block is in steady times or in remembered
+// stretches, or only half as many elements of it are. Where far wall times lie is known from other
+// blocks at best.
 //
 // One loop over all blocks and no call but to move the stretches: a call for each block costs a tenth.
 template <class Component, bool kOneValue, class Results>
@@ -492,10 +497,11 @@ HWY_NOINLINE size_t setSeries(const Zone& zone, Learned& learned, const Block& s
   while (done < series.count) {
     const auto blockOf = [&](size_t count)
                              HWY_ATTR { return partOf<kOneValue>(series, done, count); };
-    const auto seems = [&](size_t count) HWY_ATTR {
+    const auto seemKnown = [&](size_t count) HWY_ATTR {
       const double first = series.whole[done], last = series.whole[done + count - 1];
-      return seemsKnown(zone.instants.offsets, instants, HWY_MIN(first, last) - kMargin<Component>,
-                        HWY_MAX(first, last) + kMargin<Component>);
+      return seemsKnown(zone.instants.offsets, instants,
+                        HWY_MIN(first, last) - kInnerMargin<Component>,
+                        HWY_MAX(first, last) + kInnerMargin<Component>);
     };
     const Results place{at.high + done, at.low + done};
     size_t count = HWY_MIN(longest, series.count - done);
@@ -509,8 +515,8 @@ HWY_NOINLINE size_t setSeries(const Zone& zone, Learned& learned, const Block& s
       }
     }
     count = HWY_MIN(usual, count);
-    if (!seems(count)) {
-      if (count <= half || !seems(half)) break;
+    if (!seemKnown(count)) {
+      if (count <= half || !seemKnown(half)) break;
       count = half;
     }
     const Block block = blockOf(count);

@@ -42,7 +42,7 @@ struct Stretches {
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
 // Whether to try a way that does not always lead somewhere: not for some times after it did not
-// twice, for more of them the more often in a row.
+// twice in a row, for more of them the more often.
 class Attempts {
  public:
   bool isDue() {

@@ -408,6 +408,30 @@ TEST_F(Walks, Series) {
 
 // A series of many stretches, with values around those from which on a component can lead out of
 // the stretches that its datetimes are in.
+// So few elements a year that a block seldom lies in three stretches of constant offset, and half a
+// block often does; also where offsets change four times a year. Some are no whole milliseconds.
+TEST_F(Walks, SeriesTooThinForTheirStretches) {
+  Cases cases(3 * 11 * 2 * 12 * 200 * std::int64_t{scale});
+  for (const char* id : {"America/New_York", "Africa/Casablanca", "Australia/Lord_Howe"}) {
+    const Zone zone(id);
+    for (const UCalendarDateFields field : kFields) {
+      for (int round = 0; round < 12 * scale; ++round) {
+        const double step = random_.real(5.0, 16.0) * 86400000.0;
+        const double start = std::floor(random_.real(0.0, 0x1p40));
+        const double places = 4.0 * (round % 2);  // of a fraction: none, or quarters
+        Inputs in;
+        for (int i = 0; i < 200; ++i) {
+          const double t = std::floor(start + step * (i + random_.real(-0.4, 0.4)));
+          const bool isWhole = places == 0.0 || random_.oneIn(3);
+          in.add({isWhole ? t : t + static_cast<double>(random_.whole(1, 3)) / places, 0.0},
+                 usualValue(random_, field));
+        }
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      }
+    }
+  }
+}
+
 TEST_F(Walks, SeriesOfFarValues) {
   Cases cases(600000);
   const auto furthestOf = [](UCalendarDateFields field) {
@@ -555,7 +579,8 @@ TEST_F(Walks, OneOddElementAtEveryPosition) {
   Cases cases(100000);
   const Zone zone("America/New_York");
   for (const UCalendarDateFields field : kFields) {
-    for (const double odd : {kNan, kInf, -kInf, -0.0, 0.5, 0x1p49 + 1, -0x1p51, 0x1p52 + 2}) {
+    for (const double odd :
+         {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 0x1p49 + 1, -0x1p51, 0x1p52 + 2}) {
       for (std::size_t at = 0; at < 115; at += at < 20 ? 1 : 5) {
         Inputs in;
         for (std::size_t i = 0; i < 115; ++i)
@@ -617,12 +642,12 @@ TEST_F(Walks, LowPartsAtTheEndsOfTheDomain) {
 // the zone, another calendar's time, a fraction, or a value that leads elsewhere.
 TEST_F(Walks, OneOddElementInSteadyTimes) {
   constexpr std::size_t kCount = 1000;
-  Cases cases(11 * 4 * 12 * 4 * std::int64_t{kCount});
+  Cases cases(11 * 4 * 13 * 4 * std::int64_t{kCount});
   for (const char* id : {"America/New_York", "Asia/Kolkata", "GMT+05:30", "Asia/Tehran"}) {
     const Zone zone(id);
     for (const UCalendarDateFields field : kFields) {
       for (const double odd :
-           {kNan, kInf, -kInf, -0.0, 0.5, 1404172800000.25, 1388534400000.0, 1414879200000.0,
+           {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 1404172800000.25, 1388534400000.0, 1414879200000.0,
             -2208988800000.0, 4102444800000.0, 0x1p49 + 1, 1e300}) {
         for (const std::size_t at : {1, 47, 400, 767, 768, 998}) {
           Inputs in;
