@@ -430,8 +430,8 @@ HWY_INLINE bool setGuessed(const Zone& zone, const Stretches& instants, const St
                                  ? walls.edges
                                  : zone.walls.offsets.starts + instants.index + k;
   // Not asked where new values are near.
-  Within wallsWithin(kIsFar<Component> ? HWY_MAX(ends[0], -lanes::kWholeBound) : -HUGE_VAL,
-                     kIsFar<Component> ? HWY_MIN(ends[kStretches], lanes::kWholeBound) : HUGE_VAL);
+  Within wallsWithin(HWY_MAX(ends[0], -lanes::kWholeBound),
+                     HWY_MIN(ends[kStretches], lanes::kWholeBound));
   const V steady = all(instants.offsets[k] + Component::kStart);
   const Known knownInstants = knownOf(instants.edges, instants.offsets, 0.0, Component::kStart);
   const Known knownWalls = knownOf(ends, kIsFar<Component> ? walls.offsets : instants.offsets,
