@@ -3,6 +3,7 @@
 #include "host/module.h"
 
 #include "entry/arguments.h"
+#include "entry/default_float_environment.h"
 #include "timezone/time_zone.h"
 #include "unzoned/set_field_utc.h"
 #include "zoned/calendar.h"
@@ -19,6 +20,9 @@ paArray* createResult(const paArray* datetimes) {
 
 // Inputs: datetimes, new values, component selector, time zone. Output: the adjusted datetimes.
 void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
+  // First, since already a selector that is NaN must not end a host with traps. Nothing computes in
+  // this function itself.
+  const DefaultFloatEnvironment environment;
   const Arguments in = checkArguments(nlhs, nrhs, prhs);
 
   // Handed over at once: from here on the result is the caller's, also when an error follows.

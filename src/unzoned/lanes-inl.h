@@ -2,8 +2,9 @@
 // leap_seconds.h with one datetime in each lane of a vector.
 //
 // Every component is written for the domains that begin below, each with the reason why its results
-// are the plain code's, bit for bit. Lanes outside them compute something meaningless, raise no
-// trap, and are replaced by the caller.
+// are the plain code's, bit for bit. Lanes outside them compute something meaningless, with
+// whatever exceptions of arithmetic (entry/default_float_environment.h has none end a host), and are
+// replaced by the caller.
 //
 // Included once for each instruction set. Everything stands in a namespace of that set and nothing
 // inline comes from outside, the standard library's templates included: the linker keeps one copy

@@ -33,9 +33,10 @@ const Layer kLayers[] = {
     {"src/entry/field_codes\\.h", "unicode/.*"},
     {"src/entry/component_table\\..*", "entry/(field_codes|component_table)\\.h"},
     {"src/entry/arguments\\..*", "host/.*|entry/(arguments|component_table|field_codes|raise)\\.h"},
+    {"src/entry/default_float_environment\\.h", ""},
     {"src/entry/plx_function\\.cc",
-     "host/module\\.h|entry/arguments\\.h|timezone/time_zone\\.h|unzoned/set_field_utc\\.h|"
-     "zoned/(calendar|set_field)\\.h"},
+     "host/module\\.h|entry/(arguments|default_float_environment)\\.h|"
+     "timezone/time_zone\\.h|unzoned/set_field_utc\\.h|zoned/(calendar|set_field)\\.h"},
     {"src/timezone/.*",
      "host/.*|unicode/.*|entry/(raise|text_constants)\\.h|timezone/.*|"
      "zoned/(icu_checks|locale|unique_ptr)\\.h"},
