@@ -6,7 +6,7 @@
 
 #include "array.h"
 #include "block_pool.h"
-#include "host/pa_array.h"
+#include "host/embed.h"
 #include "host_error.h"
 
 namespace host {
@@ -150,3 +150,5 @@ paArray* paCreateSparseArray(size_t rows, size_t columns, paClassID classId,
 }
 
 void paDestroyArray(paArray* array) { delete array; }
+
+size_t paReleaseMemory(void) { return host::releaseKeptBlocks(); }

@@ -1,10 +1,15 @@
 #include "block_pool.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cstdint>
 #include <cstdlib>
-#include <mutex>
 #include <type_traits>
+
+#include "large_memory.h"
 
 namespace host {
 namespace {
@@ -22,56 +27,122 @@ constexpr bool kKeepsBlocks = true;
 constexpr bool kKeepsBlocks = true;
 #endif
 
-// The blocks that are kept, the oldest first.
+// Which memory a block is of follows from its size alone.
+bool isLarge(std::size_t bytes) { return kKeepsBlocks && bytes >= kLeastKeptBytes; }
+
+RawBlock allocate(std::size_t bytes) {
+  return {isLarge(bytes) ? mapLargeMemory(bytes) : std::aligned_alloc(kBlockAlignment, bytes),
+          bytes};
+}
+
+void release(const RawBlock& block) {
+  if (!block.data) return;
+  if (isLarge(block.bytes))
+    unmapLargeMemory(block.data, block.bytes);
+  else
+    std::free(block.data);
+}
+
+// Room for one block that is kept. Whoever changes the size to kBusy has the place to itself until
+// it stores another size. A child after fork() whose parent's threads were at it finds a place that
+// is busy for ever, and goes on with the others.
+class Place {
+ public:
+  std::size_t bytes() const {
+    const std::size_t bytes = bytes_.load();
+    return bytes == kBusy ? 0 : bytes;
+  }
+  // When the block came, by a clock that counts blocks.
+  std::uint64_t arrival() const { return arrival_.load(std::memory_order_relaxed); }
+
+  // False where the place is not free.
+  bool put(const RawBlock& block, std::uint64_t now) {
+    if (!changeToBusy(0)) return false;
+    data_ = block.data;
+    arrival_.store(now, std::memory_order_relaxed);
+    bytes_.store(block.bytes);
+    return true;
+  }
+
+  // The block of that size; without data where the place no longer has one.
+  RawBlock take(std::size_t bytes) {
+    if (!changeToBusy(bytes)) return {};
+    const RawBlock block{data_, bytes};
+    bytes_.store(0);
+    return block;
+  }
+
+ private:
+  static constexpr std::size_t kBusy = 1;  // sizes are multiples of the alignment
+  bool changeToBusy(std::size_t from) { return bytes_.compare_exchange_strong(from, kBusy); }
+
+  std::atomic<std::size_t> bytes_ = 0;  // 0: free
+  std::atomic<std::uint64_t> arrival_ = 0;
+  void* data_ = nullptr;
+};
+
 class Pool {
  public:
   // A block of at least `bytes`, but at most a quarter more, that little is wasted: the smallest
   // one. Without data where there is none.
   RawBlock take(std::size_t bytes) {
-    const std::lock_guard lock(mutex_);
-    std::size_t best = count_;
-    for (std::size_t i = 0; i < count_; ++i) {
-      const bool fits = blocks_[i].bytes >= bytes && blocks_[i].bytes - bytes <= bytes / 4;
-      if (fits && (best == count_ || blocks_[i].bytes < blocks_[best].bytes)) best = i;
+    for (;;) {
+      Place* best = nullptr;
+      std::size_t least = bytes + bytes / 4 + 1;
+      for (Place& place : places_) {
+        const std::size_t kept = place.bytes();
+        if (kept < bytes || kept >= least) continue;
+        best = &place;
+        least = kept;
+      }
+      if (!best) return {};
+      if (const RawBlock block = best->take(least); block.data) return block;
     }
-    return best < count_ ? remove(best) : RawBlock{};
   }
 
-  // Keeps a block. Returns one that has to go for it, or one without data; `isKept` is false until
-  // there is room: then call again.
-  RawBlock keep(RawBlock block, bool& isKept) {
-    const std::lock_guard lock(mutex_);
-    isKept = count_ < blocks_.size() && bytes_ + block.bytes <= kMostKeptBytes;
-    if (!isKept) return remove(0);
-    blocks_[count_++] = block;
-    bytes_ += block.bytes;
-    return {};
-  }
-
-  // The oldest block, or one without data.
+  // The oldest block; without data where there is none.
   RawBlock takeOldest() {
-    const std::lock_guard lock(mutex_);
-    return count_ > 0 ? remove(0) : RawBlock{};
+    for (;;) {
+      Place* oldest = nullptr;
+      std::size_t bytes = 0;
+      for (Place& place : places_) {
+        const std::size_t kept = place.bytes();
+        if (kept == 0 || (oldest && oldest->arrival() <= place.arrival())) continue;
+        oldest = &place;
+        bytes = kept;
+      }
+      if (!oldest) return {};
+      if (const RawBlock block = oldest->take(bytes); block.data) return block;
+    }
   }
 
-  std::size_t bytes() {
-    const std::lock_guard lock(mutex_);
-    return bytes_;
+  // Keeps a block, for which older ones go. The bound holds as soon as every thread that is here
+  // has left: the last one to put its block sees those of all others.
+  void keep(const RawBlock& block) {
+    if (bytes() + block.bytes > kNotLentBytes) lendLargeMemory(block.data, block.bytes);
+    while (!put(block)) {
+      const RawBlock oldest = takeOldest();
+      if (!oldest.data) return release(block);  // other threads are at all places
+      release(oldest);
+    }
+    while (bytes() > mostKeptBytes()) release(takeOldest());
+  }
+
+  std::size_t bytes() const {
+    std::size_t sum = 0;
+    for (const Place& place : places_) sum += place.bytes();
+    return sum;
   }
 
  private:
-  RawBlock remove(std::size_t i) {
-    const RawBlock block = blocks_[i];
-    std::copy(blocks_.begin() + i + 1, blocks_.begin() + count_, blocks_.begin() + i);
-    --count_;
-    bytes_ -= block.bytes;
-    return block;
+  bool put(const RawBlock& block) {
+    const std::uint64_t now = clock_.fetch_add(1, std::memory_order_relaxed);
+    return std::any_of(places_.begin(), places_.end(),
+                       [&](Place& place) { return place.put(block, now); });
   }
 
-  std::mutex mutex_;
-  std::array<RawBlock, 16> blocks_{};
-  std::size_t count_ = 0;
-  std::size_t bytes_ = 0;
+  std::array<Place, 32> places_;
+  std::atomic<std::uint64_t> clock_ = 0;
 };
 
 // Without constructor and destructor at run time: arrays may be made before, and destroyed after,
@@ -79,32 +150,58 @@ class Pool {
 constinit Pool pool;
 static_assert(std::is_trivially_destructible_v<Pool>);
 
+std::size_t roundUp(std::size_t bytes, std::size_t unit) {
+  return (bytes + unit - 1) / unit * unit;
+}
+
 }  // namespace
+
+std::size_t mostKeptBytes() {
+  static constinit std::atomic<std::size_t> known = 0;  // the same whichever thread asks first
+  std::size_t bytes = known.load(std::memory_order_relaxed);
+  if (bytes == 0) {
+    const long pages = sysconf(_SC_PHYS_PAGES), pageBytes = sysconf(_SC_PAGESIZE);
+    const bool areKnown = pages > 0 && pageBytes > 0;
+    bytes =
+        areKnown ? static_cast<std::size_t>(pages) / 8 * static_cast<std::size_t>(pageBytes) : 0;
+    bytes = std::max(bytes, kNotLentBytes);
+    known.store(bytes, std::memory_order_relaxed);
+  }
+  return bytes;
+}
 
 RawBlock takeBlock(std::size_t bytes) {
   // The size has to be a multiple of the alignment, and not zero.
-  bytes = std::max(bytes, std::size_t{1});
-  bytes = (bytes + kBlockAlignment - 1) / kBlockAlignment * kBlockAlignment;
-  if (bytes >= kLeastKeptBytes) {
+  bytes = roundUp(std::max(bytes, std::size_t{1}), kBlockAlignment);
+  if (isLarge(bytes)) {
+    bytes = roundUp(bytes, kPageBytes);
     if (const RawBlock kept = pool.take(bytes); kept.data) return kept;
   }
   for (;;) {
-    if (void* data = std::aligned_alloc(kBlockAlignment, bytes)) return {data, bytes};
+    if (const RawBlock block = allocate(bytes); block.data) return block;
     // Memory is short: what is kept goes first.
     const RawBlock oldest = pool.takeOldest();
     if (!oldest.data) return {};
-    std::free(oldest.data);
+    release(oldest);
   }
 }
 
 void giveBackBlock(RawBlock block) {
-  if (!kKeepsBlocks || block.bytes < kLeastKeptBytes || block.bytes > kMostKeptBytes) {
-    std::free(block.data);
-    return;
-  }
-  for (bool isKept = false; !isKept;) std::free(pool.keep(block, isKept).data);
+  if (block.data && isLarge(block.bytes) && block.bytes <= mostKeptBytes())
+    pool.keep(block);
+  else
+    release(block);
 }
 
 std::size_t keptBytes() { return pool.bytes(); }
+
+std::size_t releaseKeptBlocks() {
+  std::size_t released = 0;
+  for (RawBlock block = pool.takeOldest(); block.data; block = pool.takeOldest()) {
+    released += block.bytes;
+    release(block);
+  }
+  return released;
+}
 
 }  // namespace host

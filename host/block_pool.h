@@ -1,12 +1,14 @@
 // Memory for the data of arrays, which keeps large blocks for the next array of about their size.
 //
 // A call makes its result anew, and pages that the system has just handed out cost some three times
-// what writing to pages in use costs: each is zeroed and mapped first. So large blocks that are
-// given back stay here, some of them, up to 256 MiB in all; the rest and all small ones go back to
-// the C library. Under the sanitizers nothing is kept, so that they see every misuse.
+// what writing to pages in use costs. So large blocks that are given back stay here, some of them,
+// up to mostKeptBytes() in all; the rest goes back to the system, and small ones to the C library.
+// Of what is kept, all but 256 MiB is lent to the system: it takes it where memory is short. Under
+// the sanitizers nothing is kept, so that they see every misuse.
 //
-// All functions are safe on any number of threads. Kept blocks stay until they are taken, give way
-// to others, memory is short, or the process ends.
+// All functions are safe on any number of threads, and after fork() in the child, whatever other
+// threads were doing here: there are no locks. Kept blocks stay until they are taken, give way to
+// others, memory is short, releaseKeptBlocks() is called, or the process ends.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +18,15 @@ namespace host {
 // Wide enough for every vector register there is, and a cache line.
 inline constexpr std::size_t kBlockAlignment = 64;
 
-inline constexpr std::size_t kLeastKeptBytes = std::size_t{1} << 20;   // of one block
-inline constexpr std::size_t kMostKeptBytes = std::size_t{256} << 20;  // of all together
+// The least size of a block that is kept. From this size on the C library may map fresh pages for
+// every block; smaller ones it keeps itself.
+inline constexpr std::size_t kLeastKeptBytes = std::size_t{128} << 10;
+// Kept bytes that are not lent to the system.
+inline constexpr std::size_t kNotLentBytes = std::size_t{256} << 20;
+
+// The most that is kept, of all blocks together: an eighth of the machine's memory, but at least
+// 256 MiB.
+std::size_t mostKeptBytes();
 
 struct RawBlock {
   void* data;         // null where the memory cannot be had
@@ -33,5 +42,8 @@ void giveBackBlock(RawBlock block);
 
 // How many bytes are kept at the moment.
 std::size_t keptBytes();
+
+// Gives all kept blocks back to the system. How many bytes they were.
+std::size_t releaseKeptBlocks();
 
 }  // namespace host

@@ -57,6 +57,11 @@ PA_API int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
  * or holds anything but ASCII letters, digits and "_-@=;." */
 PA_API int paSetLocale(const char* name, paError* error);
 
+/* Memory of large arrays that were destroyed is kept for others of about their size; this gives it
+ * back to the system and returns how many bytes it was. At most an eighth of the machine's memory is
+ * kept, or 256 MiB where that is more; all but 256 MiB of it the system may take by itself. */
+PA_API size_t paReleaseMemory(void);
+
 /* For testing modules: while on, the host's error call records an error and comes back instead of
  * leaving the module, so that the module's own throw is exercised. Holds for the calling thread. */
 PA_API void paSetErrorsReturn(bool on);

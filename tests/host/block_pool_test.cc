@@ -15,7 +15,9 @@ namespace {
 
 using host::giveBackBlock;
 using host::keptBytes;
+using host::mostKeptBytes;
 using host::RawBlock;
+using host::releaseKeptBlocks;
 using host::takeBlock;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -25,17 +27,6 @@ constexpr bool kKeepsBlocks = true;
 #endif
 
 constexpr std::size_t kMega = std::size_t{1} << 20;
-
-// Takes everything kept out of the pool and lets it go.
-void empty() {
-  for (std::size_t bytes = kMega; keptBytes() > 0; bytes += bytes / 8) {
-    if (bytes > host::kMostKeptBytes) bytes = kMega;
-    const RawBlock block = takeBlock(bytes);
-    std::memset(block.data, 0, 1);
-    // A block above the most that is kept goes back to the C library.
-    giveBackBlock({block.data, host::kMostKeptBytes + 1});
-  }
-}
 
 TEST(BlockPool, BlocksAreAlignedAndLargeEnough) {
   Cases cases(8);
@@ -50,7 +41,7 @@ TEST(BlockPool, BlocksAreAlignedAndLargeEnough) {
     giveBackBlock(block);
     ++cases;
   }
-  empty();
+  releaseKeptBlocks();
 }
 
 TEST(BlockPool, ALargeBlockComesBack) {
@@ -67,13 +58,48 @@ TEST(BlockPool, ALargeBlockComesBack) {
   EXPECT_EQ(again.bytes, first.bytes);
   EXPECT_EQ(keptBytes(), 0u);
   for (const RawBlock& block : {tooSmall, tooLarge, again}) giveBackBlock(block);
-  empty();
+  releaseKeptBlocks();
+}
+
+TEST(BlockPool, WhatIsKeptIsReleased) {
+  std::size_t bytes = 0;
+  for (const std::size_t mega : {1, 2, 3, 50, 400}) {
+    const RawBlock block = takeBlock(mega * kMega);
+    ASSERT_NE(block.data, nullptr);
+    giveBackBlock(block);
+    bytes += block.bytes <= mostKeptBytes() ? block.bytes : 0;
+  }
+  if (!kKeepsBlocks) bytes = 0;
+  EXPECT_EQ(keptBytes(), bytes);
+  EXPECT_EQ(releaseKeptBlocks(), bytes);
+  EXPECT_EQ(keptBytes(), 0u);
+  EXPECT_EQ(releaseKeptBlocks(), 0u);
+}
+
+// What a block holds while it is in use stays, also where it was lent to the system before.
+TEST(BlockPool, ALentBlockKeepsWhatIsWrittenLater) {
+  if (!kKeepsBlocks) GTEST_SKIP() << "nothing is kept under the sanitizers";
+  const std::size_t bytes = host::kNotLentBytes + kMega;  // alone more than stays unlent
+  const RawBlock first = takeBlock(bytes);
+  ASSERT_NE(first.data, nullptr);
+  std::memset(first.data, 1, first.bytes);
+  giveBackBlock(first);
+  const RawBlock again = takeBlock(bytes);
+  ASSERT_EQ(again.data, first.data);
+  Cases cases(65);
+  for (std::size_t at = 0; at < again.bytes; at += 4 * kMega) {
+    std::memset(static_cast<char*>(again.data) + at, 2, 1);
+    EXPECT_EQ(static_cast<char*>(again.data)[at], 2);
+    ++cases;
+  }
+  giveBackBlock(again);
+  releaseKeptBlocks();
 }
 
 TEST(BlockPool, SmallAndHugeBlocksAreNotKept) {
-  giveBackBlock(takeBlock(kMega - 64));
+  giveBackBlock(takeBlock(host::kLeastKeptBytes - 64));
   EXPECT_EQ(keptBytes(), 0u);
-  giveBackBlock(takeBlock(host::kMostKeptBytes + 64));
+  giveBackBlock(takeBlock(mostKeptBytes() + 64));
   EXPECT_EQ(keptBytes(), 0u);
   giveBackBlock({nullptr, 0});
 }
@@ -89,13 +115,13 @@ TEST(BlockPool, WhatIsKeptIsBounded) {
   }
   for (const RawBlock& block : blocks) {
     giveBackBlock(block);
-    EXPECT_LE(keptBytes(), host::kMostKeptBytes);
+    EXPECT_LE(keptBytes(), mostKeptBytes());
     ++cases;
   }
   if (kKeepsBlocks) {
     EXPECT_GT(keptBytes(), 0u);
   }
-  empty();
+  releaseKeptBlocks();
 }
 
 TEST(BlockPool, MemoryThatCannotBeHad) {
@@ -135,8 +161,8 @@ TEST(BlockPool, EightThreads) {
   }
   for (auto& thread : threads) thread.join();
   for (const int count : wrong) EXPECT_EQ(count, 0);
-  EXPECT_LE(keptBytes(), host::kMostKeptBytes);
-  empty();
+  EXPECT_LE(keptBytes(), mostKeptBytes());
+  releaseKeptBlocks();
 }
 
 }  // namespace

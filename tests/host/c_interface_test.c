@@ -53,6 +53,20 @@ static void checkArrays(void) {
   paDestroyArray(NULL);
 }
 
+/* What a large array leaves behind is given back once. */
+static void checkMemory(void) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  const size_t kept = 0; /* so that the sanitizers see every misuse */
+#else
+  const size_t kept = 1000000 * sizeof(double);
+#endif
+  const size_t dims[] = {1000, 1000};
+  paReleaseMemory();
+  paDestroyArray(paCreateNumericArray(2, dims, paDOUBLE_CLASS, paREAL));
+  CHECK(paReleaseMemory() >= kept);
+  CHECK(paReleaseMemory() == 0);
+}
+
 static void checkModule(const char* path) {
   paError error;
   paModule* module = paLoadModule(path, &error);
@@ -99,6 +113,7 @@ int main(int argc, char** argv) {
   if (argc != 2) return 2;
   CHECK(PA_INTERFACE_SYMBOL == PA_INTERFACE_VERSION);
   checkArrays();
+  checkMemory();
   checkModule(argv[1]);
   checkLocale();
   printf("%d checks, %d failures\n", checks, failures);
