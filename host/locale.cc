@@ -1,9 +1,9 @@
 // The locale of the process.
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
-#include <mutex>
+#include <memory>
 #include <new>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,14 +17,25 @@ namespace {
 constexpr std::size_t kLongestName = 100;
 constexpr char kDefault[] = "en_US";
 
-struct Current {
-  std::mutex mutex;
-  std::optional<std::string> name;  // none: to be read from the environment at the next use
+// A name that the locale has or had. There are as many as there were different ones, and they stay
+// until the process ends: so whoever reads the current one needs no lock, which a child after fork()
+// might find taken for ever.
+struct Name {
+  std::string text;
+  const Name* next;
 };
+constinit std::atomic<const Name*> names = nullptr;
+constinit std::atomic<const Name*> current = nullptr;  // null: the environment's, at the next use
 
-Current& current() {
-  static Current instance;
-  return instance;
+// The name of that text. Two threads at once may make two, of which either will do.
+const Name* nameOf(const std::string& text) {
+  const Name* const first = names.load();
+  for (const Name* name = first; name; name = name->next)
+    if (name->text == text) return name;
+  auto added = std::make_unique<Name>(Name{text, first});
+  while (!names.compare_exchange_weak(added->next, added.get())) {
+  }
+  return added.release();
 }
 
 bool usable(std::string_view name) {
@@ -66,6 +77,8 @@ std::string toIcuName(std::string_view posixName) {
   return usable(icuName) ? icuName : kDefault;
 }
 
+const Name* environmentName() { return nameOf(toIcuName(environmentLocale())); }
+
 }  // namespace
 
 namespace brel::i18n {
@@ -76,10 +89,13 @@ RwLocale& RwLocale::global() {
 }
 
 std::string RwLocale::name(LocaleNameFormat) const {
-  Current& locale = current();
-  const std::lock_guard lock(locale.mutex);
-  if (!locale.name) locale.name = toIcuName(environmentLocale());
-  return *locale.name;
+  const Name* name = current.load();
+  if (!name) {
+    const Name* const found = environmentName();
+    // Unless another thread has set the locale meanwhile.
+    name = current.compare_exchange_strong(name, found) ? found : name;
+  }
+  return name->text;
 }
 
 }  // namespace brel::i18n
@@ -90,12 +106,7 @@ int paSetLocale(const char* name, paError* error) {
       host::write(error, host::HostMessage("InvalidLocale", {std::string(name)}));
       return 1;
     }
-    Current& locale = current();
-    const std::lock_guard lock(locale.mutex);
-    if (name)
-      locale.name = name;
-    else
-      locale.name = toIcuName(environmentLocale());
+    current.store(name ? nameOf(name) : environmentName());
   } catch (const std::bad_alloc&) {
     host::writeOutOfMemory(error);
     return 1;

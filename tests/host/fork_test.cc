@@ -28,6 +28,14 @@ bool makesALargeArray() {
   return ArrayPtr(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, paREAL)) != nullptr;
 }
 
+bool asksForTheLocale() {
+  return !brel::i18n::RwLocale::global().name(brel::i18n::LocaleNameFormat::icu).empty();
+}
+
+bool setsTheLocale() { return paSetLocale("de_DE", nullptr) == 0 && asksForTheLocale(); }
+
+bool loadsAModule() { return ModulePtr(paLoadModule(ACTIONS_MODULE, nullptr)) != nullptr; }
+
 // How a child ends that does it once.
 int statusOfAChild(bool (*work)()) {
   const pid_t child = fork();
@@ -50,8 +58,10 @@ TEST(Fork, AChildDoesWhatOtherThreadsWereDoing) {
     int forks;
   } rows[] = {
       {"large arrays", makesALargeArray, 400},
+      {"the locale", setsTheLocale, 200},
+      {"modules", loadsAModule, 100},
   };
-  Cases cases(400);
+  Cases cases(700);
   for (const auto& row : rows) {
     std::atomic<bool> done = false;
     std::atomic<int> failures = 0;
@@ -71,6 +81,7 @@ TEST(Fork, AChildDoesWhatOtherThreadsWereDoing) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failures, 0) << row.name;
   }
+  paSetLocale(nullptr, nullptr);
 }
 
 }  // namespace
