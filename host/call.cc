@@ -9,7 +9,7 @@
 
 #include "error_text.h"
 #include "host_error.h"
-#include "module_handle.h"
+#include "module_handles.h"
 #include "running_call.h"
 
 namespace host {
@@ -26,12 +26,12 @@ ErrorText moduleFailure(const char* reason) {
 // The error that the module reported; none where it did its work. Memory that ran out leaves as
 // std::bad_alloc. What a module throws tells more than what it recorded before and is what ended
 // the call, so it comes first.
-PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(const paModule& module, int nlhs,
+PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(decltype(&plxFunction) function, int nlhs,
                                                        paArray* plhs[], int nrhs,
                                                        const paArray* prhs[]) {
   RunningCall call;
   try {
-    module.function(nlhs, plhs, nrhs, prhs);
+    function(nlhs, plhs, nrhs, prhs);
     // An error that was reported counts, even if the module then went on and returned.
     return call.takeError();
   } catch (const LeaveModule&) {
@@ -51,9 +51,9 @@ PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(const paModule& module, i
   }
 }
 
-const char* findFault(const paModule* module, int nlhs, paArray** plhs, int nrhs,
+const char* findFault(decltype(&plxFunction) function, int nlhs, paArray** plhs, int nrhs,
                       const paArray** prhs) {
-  if (!module) return "a module that is not null";
+  if (!function) return "a module that was loaded and not given back";
   if (!plhs) return "output slots that are not null, at least one";
   if (nlhs < 0 || nrhs < 0) return "counts of outputs and inputs that are not negative";
   if (!prhs && nrhs > 0) return "inputs that are not null, unless their count is 0";
@@ -69,11 +69,12 @@ PLX_HANDLES_FORCED_UNWIND int paCallModule(paModule* module, int nlhs, paArray* 
   if (plhs) std::fill_n(plhs, std::max(nlhs, 1), nullptr);
   host::clear(error);
   try {
-    if (const char* needed = host::findFault(module, nlhs, plhs, nrhs, prhs)) {
+    const auto function = host::functionOf(module);
+    if (const char* needed = host::findFault(function, nlhs, plhs, nrhs, prhs)) {
       host::write(error, host::invalidArgument(__func__, needed));
       return 1;
     }
-    const std::optional<host::ErrorText> failure = host::run(*module, nlhs, plhs, nrhs, prhs);
+    const std::optional<host::ErrorText> failure = host::run(function, nlhs, plhs, nrhs, prhs);
     if (!failure) return 0;
     host::write(error, *failure);
   } catch (const std::bad_alloc&) {

@@ -1,53 +1,35 @@
 // Loading and giving back modules.
 #include <dlfcn.h>
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string>
 
 #include "error_text.h"
 #include "host_error.h"
 #include "module_file.h"
-#include "module_handle.h"
+#include "module_handles.h"
 
 namespace host {
 namespace {
 
 // A program may have opened the host library for itself alone; modules find the host's symbols only
-// where everyone does. The handle is kept, so that the host stays as long as the modules do.
+// where everyone does. The handle is kept, so that the host stays as long as the modules do. Two
+// threads may do it at once, which does no harm; a static object's own lock would, in a child after
+// fork().
 void makeOwnSymbolsGlobal() {
   // An address of the host's own: that of an exported name may lie in the program.
   static const char anchor = 0;
-  static const bool once [[maybe_unused]] = [] {
-    Dl_info self;
-    return dladdr(&anchor, &self) != 0 &&
-           dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL | RTLD_NODELETE) != nullptr;
-  }();
+  static constinit std::atomic<bool> isDone = false;
+  Dl_info self;
+  if (isDone.load() || dladdr(&anchor, &self) == 0) return;
+  isDone = dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL | RTLD_NODELETE) != nullptr;
 }
 
-// The handles that are not given back. Without a constructor at run time, as modules may be loaded
-// before everything else.
-constinit std::mutex handlesMutex;
-constinit paModule* handles = nullptr;
-
-void enlist(paModule* module) {
-  const std::lock_guard lock(handlesMutex);
-  module->next = handles;
-  handles = module;
-}
-
-// False where it is not in the list: given back already, or never a handle. Only its address is
-// looked at.
-bool strikeOut(const paModule* module) {
-  const std::lock_guard lock(handlesMutex);
-  for (paModule** place = &handles; *place; place = &(*place)->next) {
-    if (*place != module) continue;
-    *place = module->next;
-    return true;
-  }
-  return false;
-}
+struct CloseLibrary {
+  void operator()(void* library) const { dlclose(library); }
+};
 
 HostMessage notAModule(const std::string& path, const std::string& problem) {
   return HostMessage("NotAModule", {path, problem});
@@ -78,23 +60,22 @@ paModule* load(const std::string& path, paError* error) {
     return nullptr;
   }
   makeOwnSymbolsGlobal();
-  auto module = std::make_unique<paModule>();
   // Without a slash, the dynamic linker would look everywhere but in the current directory.
   const std::string location = path.find('/') == std::string::npos ? "./" + path : path;
-  module->library = dlopen(location.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  if (!module->library) {
+  std::unique_ptr<void, CloseLibrary> library(
+      dlopen(location.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE));
+  LoadedModule module;
+  module.library = library.get();
+  if (library)
+    module.function =
+        reinterpret_cast<decltype(module.function)>(dlsym(library.get(), "plxFunction"));
+  if (!module.function) {
     write(error, notAModule(path, linkerError()));
     return nullptr;
   }
-  module->function =
-      reinterpret_cast<decltype(module->function)>(dlsym(module->library, "plxFunction"));
-  if (!module->function) {
-    write(error, notAModule(path, linkerError()));
-    dlclose(module->library);
-    return nullptr;
-  }
-  enlist(module.get());
-  return module.release();
+  paModule* const handle = addHandle(module);
+  (void)library.release();  // it is the handle's now
+  return handle;
 }
 
 }  // namespace
@@ -114,7 +95,5 @@ paModule* paLoadModule(const char* path, paError* error) {
 }
 
 void paUnloadModule(paModule* module) {
-  if (!host::strikeOut(module)) return;
-  dlclose(module->library);
-  delete module;
+  if (void* const library = host::removeHandle(module)) dlclose(library);
 }

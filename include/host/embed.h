@@ -30,6 +30,7 @@ typedef struct {
   char message[1024];   /* one or two sentences: what was wrong, and what is accepted */
 } paError;
 
+/* A handle; no address of anything. */
 typedef struct paModule paModule;
 
 /* Loads a module and binds all of its symbols at once. Null and a filled error when it cannot be
@@ -41,12 +42,13 @@ typedef struct paModule paModule;
 PA_API paModule* paLoadModule(const char* path, paError* error);
 
 /* Gives the handle back; null, and what is no handle or was given back already, is ignored. No call
- * of this handle may be running, and none may follow. The next load may get the same handle. */
+ * of this handle may be running. Calls that follow are refused: no later load gets the same handle. */
 PA_API void paUnloadModule(paModule* module);
 
 /* Calls the module's plxFunction. `plhs` has at least one slot, and max(nlhs, 1) of them are set to
  * null before the module runs. Returns 0 when the module is done, 1 when it reported an error,
- * which `error` then tells; slot 0 may then hold a partly written array. Whatever stands in the
+ * which `error` then tells; slot 0 may then hold a partly written array. A handle that was given
+ * back, or never was one, is such an error: `Pelmor:host:InvalidArgument`. Whatever stands in the
  * slots belongs to the caller, who destroys it. */
 PA_API int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
                         const paArray* prhs[], paError* error);

@@ -153,7 +153,7 @@ TEST_P(Calls, RefusedArguments) {
     const paArray** prhs;
     const char* needed;
   } rows[] = {
-      {nullptr, 1, out, 1, in, "a module that is not null"},
+      {nullptr, 1, out, 1, in, "a module that was loaded"},
       {module_.get(), 1, nullptr, 1, in, "output slots that are not null"},
       {module_.get(), -1, out, 1, in, "not negative"},
       {module_.get(), 1, out, -1, in, "not negative"},

@@ -83,6 +83,40 @@ TEST_F(Loader, GivingBackTwiceIsIgnored) {
   EXPECT_TRUE(loadModule(ACTIONS_MODULE));
 }
 
+// An error and no fault, also where other modules were loaded since, and for what never was a handle.
+TEST_F(Loader, AHandleThatWasGivenBackIsRefused) {
+  constexpr int kLoads = 200;
+  Cases cases(2 * kLoads + 6);
+  std::vector<paModule*> given;
+  const auto isRefused = [&](paModule* module) {
+    const Outcome outcome = call(module, scalar(Action::countArguments));
+    EXPECT_EQ(outcome.result, 1);
+    EXPECT_EQ(outcome.identifier(), "Pelmor:host:InvalidArgument");
+    EXPECT_THAT(outcome.message(), HasSubstr("loaded and not given back"));
+    EXPECT_FALSE(outcome.output);
+    ++cases;
+  };
+  for (int i = 0; i < kLoads; ++i) {
+    paModule* const module = paLoadModule(ACTIONS_MODULE, nullptr);
+    EXPECT_THAT(given, testing::Not(testing::Contains(module))) << "a handle comes once";
+    EXPECT_EQ(call(module, scalar(Action::countArguments)).result, 0);
+    paUnloadModule(module);
+    isRefused(module);
+    given.push_back(module);
+  }
+  const ModulePtr alive = loadModule(ACTIONS_MODULE);
+  for (paModule* const module : given) {
+    isRefused(module);
+    paUnloadModule(module);
+  }
+  EXPECT_EQ(call(alive.get(), scalar(Action::countArguments)).result, 0)
+      << "not given back by them";
+  const ArrayPtr array = scalar(0.0);
+  for (const auto bits : {std::uintptr_t{0}, std::uintptr_t{1}, std::uintptr_t{3}, UINTPTR_MAX,
+                          UINTPTR_MAX - 1, reinterpret_cast<std::uintptr_t>(array.get())})
+    isRefused(reinterpret_cast<paModule*>(bits));
+}
+
 // In any order and from the middle of many, each twice; the others still work.
 TEST_F(Loader, ManyHandlesAtOnce) {
   Cases cases(300);
