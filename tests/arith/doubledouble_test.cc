@@ -12,9 +12,7 @@ namespace {
 
 // The product of two doubles is exact in 113 bits, and so is its difference from the rounded
 // product.
-quad errorOfProduct(double a, double b, double p) {
-  return static_cast<quad>(a) * b - p;
-}
+quad errorOfProduct(double a, double b, double p) { return static_cast<quad>(a) * b - p; }
 
 TEST(TwoProd, Rows) {
   const struct {
