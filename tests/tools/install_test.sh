@@ -22,7 +22,7 @@ cd /
 expect "$("$plx" set month 13 2014-05-10T08:30)" 2015-01-10T08:30:00
 expect "$("$plx" set hour 2 2014-03-09T12:50 --zone America/New_York)" 2014-03-09T03:50:00-04:00
 
-for file in man/man1/plx.1 man/man1/plx-set.1 bash-completion/completions/plx \
+for file in man/man1/plx.1 man/man1/plx-set.1 man/man3/plx.3 bash-completion/completions/plx \
   zsh/site-functions/_plx fish/vendor_completions.d/plx.fish; do
   [ -s "$folder/second place/share/$file" ] || { printf 'not installed: %s\n' "$file" >&2; exit 1; }
 done

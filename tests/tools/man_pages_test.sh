@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Every command has a manual page, and the readers of such pages find nothing wrong with them.
-#   man_pages_test.sh PLX FOLDER-OF-PAGES
+# Every command and the library have a manual page, and the readers of such pages find nothing wrong with them.
+#   man_pages_test.sh PLX FOLDER-OF-PAGES FOLDER-OF-HEADERS
 set -euo pipefail
 plx=$1
 folder=$2
+headers=$3
 
 failed=0
 fail() {
@@ -14,9 +15,16 @@ fail() {
 for command in $("$plx" --describe | awk -F '\t' '$1 == "command" { print $2 }'); do
   [ -s "$folder/plx-$command.1" ] || fail "no page for plx $command"
 done
+functions=0
+for function in $(sed -n 's/^ *PA_API .*\b\(pa[A-Za-z]*\)(.*/\1/p' "$headers"/{embed,pa_array}.h); do
+  grep -q "\b$function(" "$folder/plx.3" || fail "plx(3) does not tell of $function"
+  functions=$((functions + 1))
+done
+echo "functions of the library: $functions"
+[ "$functions" -ge 20 ] || fail "too few functions were found in $headers"
 
 checked=0
-for page in "$folder"/*.1; do
+for page in "$folder"/*.[13]; do
   grep -q '^\.SH NAME' "$page" || fail "$page has no name"
   if grep -n '^@\|@[A-Z]*@' "$page"; then fail "$page was not filled"; fi
   if command -v mandoc >/dev/null; then
