@@ -18,7 +18,7 @@ void moveTo(Stretches& stretches, const OffsetLine& line, double t) {
   // In a series it is the next one or the one after that.
   for (int steps = 0; steps < 2 && line.starts[i + 1] <= t && i + 1 < line.stretches; ++steps) ++i;
   if (!(line.starts[i] <= t && t < line.starts[i + 1])) {
-    if (t >= line.cycleEnd) {
+    if (!(t < line.cycleEnd)) {
       stretches = {};
       return;
     }

@@ -38,7 +38,8 @@ struct Stretches {
   bool hold(double t) const { return edges[0] <= t && t < edges[3]; }
 };
 
-// Moves to the stretch that holds t and the two behind it.
+// Moves to the stretch that holds t and the two behind it; to none where the table recurs, and for a
+// NaN.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
 // Whether to try a way that does not always lead somewhere: not for some times after it did not

@@ -4,8 +4,6 @@
 #include "unzoned/vector_walk.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -16,6 +14,7 @@
 #include "support/aligned_doubles.h"
 #include "support/bits.h"
 #include "support/cases.h"
+#include "support/guarded_array.h"
 #include "support/random.h"
 #include "unzoned/lane_constants.h"
 #include "unzoned/leap_seconds.h"
@@ -495,30 +494,6 @@ TEST(VectorWalk, MoreThanCachesHold) {
   }
 }
 
-// An array whose last element ends where readable memory does.
-class GuardedArray {
- public:
-  explicit GuardedArray(std::size_t n) : bytes_(n * sizeof(double)) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    usable_ = (bytes_ + page - 1) / page * page;
-    mapped_ = usable_ + 2 * page;
-    base_ =
-        static_cast<char*>(mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    if (base_ == MAP_FAILED) std::abort();
-    if (usable_ > 0 && mprotect(base_ + page, usable_, PROT_READ | PROT_WRITE) != 0) std::abort();
-    data_ = reinterpret_cast<double*>(base_ + page + usable_ - bytes_);
-  }
-  ~GuardedArray() { munmap(base_, mapped_); }
-  GuardedArray(const GuardedArray&) = delete;
-  GuardedArray& operator=(const GuardedArray&) = delete;
-  double* data() { return data_; }
-
- private:
-  std::size_t bytes_, usable_, mapped_;
-  char* base_;
-  double* data_;
-};
-
 // Every length up to three of the longest vectors and some, at every alignment, with nothing
 // readable after the end, and nothing written before the start.
 TEST(VectorWalk, LengthsAndMemory) {
@@ -528,8 +503,8 @@ TEST(VectorWalk, LengthsAndMemory) {
   for (const InstructionSet& set : instructionSets()) {
     for (std::size_t n = 0; n <= kMost; ++n) {
       for (std::size_t before = 0; before < 8; ++before) {
-        GuardedArray high(n + before), low(n + before), values(n + before);
-        GuardedArray resultHigh(n + before), resultLow(n + before);
+        GuardedArray<double> high(n + before), low(n + before), values(n + before);
+        GuardedArray<double> resultHigh(n + before), resultLow(n + before);
         Inputs in;
         for (std::size_t i = 0; i < n + before; ++i) {
           high.data()[i] = static_cast<double>(random.whole(0, 2000000000000));

@@ -37,7 +37,7 @@ TEST(Stretches, MoveToATime) {
       const auto check = [&](double t) {
         moveTo(stretches, line, t);
         ++cases;
-        if (t >= line.cycleEnd) {
+        if (!(t < line.cycleEnd)) {
           for (const double edge : stretches.edges) ASSERT_EQ(edge, HUGE_VAL) << id << " at " << t;
           return;
         }
@@ -56,6 +56,7 @@ TEST(Stretches, MoveToATime) {
         ASSERT_NO_FATAL_FAILURE(check(line.starts[i] - 1.0));
         ASSERT_NO_FATAL_FAILURE(check(line.starts[i]));
       }
+      ASSERT_NO_FATAL_FAILURE(check(NAN));
       if (!std::isfinite(line.cycleEnd)) continue;
       for (const double after : {-1.0, 0.0, 1.0, 1e13}) {
         ASSERT_NO_FATAL_FAILURE(check(line.cycleEnd + after));

@@ -1,0 +1,92 @@
+// The walks in every rounding mode, with subnormals and without: no result is promised there but to
+// nearest, yet nothing is read or written beside the arrays. The module's entry has calls run to
+// nearest anyway.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/bits.h"
+#include "support/cases.h"
+#include "support/float_environment.h"
+#include "support/guarded_array.h"
+#include "support/random.h"
+#include "unzoned/leap_seconds.h"
+#include "unzoned/vector_walk.h"
+
+namespace {
+
+constexpr int kComponents = static_cast<int>(Component::none) + 1;
+
+// What vectors claim and what they do not, and the edges in between.
+double anyTime(Random& random) {
+  switch (random.whole(0, 7)) {
+    case 0:
+      return random.anyBits();
+    case 1:
+      return kAwkwardDoubles[static_cast<std::size_t>(
+          random.whole(0, std::int64_t{kAwkwardDoubles.size()} - 1))];
+    case 2:
+      return leapInstantsUTC[static_cast<std::size_t>(random.whole(0, kLeapSeconds - 1))] +
+             static_cast<double>(random.whole(-30000, 30000)) / 2.0;
+    case 3:
+      return random.ofExponent(40, 54);
+    case 4:
+      return random.real(-0x1p50, 0x1p50);
+    default:
+      return static_cast<double>(random.whole(-0x1p41, 0x1p43));
+  }
+}
+
+double anyValue(Random& random) {
+  return random.oneIn(9) ? std::floor(anyTime(random)) : static_cast<double>(random.whole(-3, 70));
+}
+
+// All of a kind that vectors claim as a whole, or all kinds.
+struct Inputs {
+  Inputs(Random& random, std::size_t n, bool isUsual, Guard guard)
+      : high(n, guard), low(n, guard), values(n, guard) {
+    for (std::size_t i = 0; i < n; ++i) {
+      high[i] = isUsual ? static_cast<double>(random.whole(-0x1p40, 0x1p41)) : anyTime(random);
+      low[i] = isUsual || random.oneIn(2) ? 0.0 : random.ofExponent(-1074, 2);
+      values[i] = isUsual ? static_cast<double>(random.whole(1, 12)) : anyValue(random);
+    }
+  }
+  GuardedArray<double> high, low, values;
+};
+
+TEST(RoundingModes, LeaveNoArray) {
+  auto sets = instructionSets();
+  sets.push_back({"plain", plainWalk});
+  const auto environments = roundings();
+  Cases cases(static_cast<std::int64_t>(sets.size() * environments.size()) * 2 * kComponents * 4 *
+              700);
+  Random random(41);
+  for (const std::size_t n : {std::size_t{3}, std::size_t{697}}) {  // blocks of 256, and a rest
+    for (const bool isUsual : {true, false}) {
+      for (const Guard guard : {Guard::end, Guard::start}) {
+        Inputs in(random, n, isUsual, guard);
+        GuardedArray<double> high(n, guard), low(n, guard);
+        for (int component = 0; component < kComponents; ++component) {
+          for (const bool leapSeconds : {false, true}) {
+            for (const auto& set : sets) {
+              for (const FloatEnvironment& environment : environments) {
+                std::size_t done = 0;
+                const FloatEnvironment after = runIn(environment, [&] {
+                  done = set.walk(static_cast<Component>(component), leapSeconds,
+                                  {in.high.data(), in.low.data(), in.values.data(), 1, high.data(),
+                                   low.data(), n});
+                });
+                EXPECT_EQ(after, environment) << set.name;
+                EXPECT_LE(done, n) << set.name << ", " << environment;
+                cases += static_cast<std::int64_t>(n);
+              }
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
