@@ -60,10 +60,10 @@ MarchDate marchDate(int n) {
   const std::div_t by4 = std::div(byCentury.rem, kDaysPer4Years);
   std::div_t byYear = std::div(by4.rem, kDaysPerYear);
   if (byYear.quot > 3) byYear = {3, by4.rem - 3 * kDaysPerYear};
-  const int month = (5 * byYear.rem + 308) / 153;  // [2, 13]
+  const int month = (5 * byYear.rem + 308) / 153;              // [2, 13]
+  const int day = byYear.rem + 123 - (month * 153 + 306) / 5;  // [1, 31]
   return {static_cast<double>(by400.quot * 400 + byCentury.quot * 100 + by4.quot * 4 + byYear.quot),
-          static_cast<double>(month - 2),
-          static_cast<double>(byYear.rem + 123 - (month * 153 + 306) / 5)};
+          static_cast<double>(month - 2), static_cast<double>(day)};
 }
 
 }  // namespace

@@ -195,6 +195,7 @@ struct LeapBuckets {
 static_assert(kLeapSeconds <= LeapBuckets::kScale);
 
 constexpr int leapBucketOf(double instant) {
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): not negative, and std::lround is not constexpr
   return static_cast<int>(instant * LeapBuckets::kPerMilli + 0.5);
 }
 

@@ -66,7 +66,7 @@ std::vector<std::string> monthCalendar(double dayBefore, double dayAfter, const 
   if (areInOneMonth(dayBefore, dayAfter)) return lines;
   const std::vector<std::string> right = oneMonth(dayAfter, marks, zone, paint);
   for (std::size_t i = 0; i < right.size(); ++i) {
-    if (i == lines.size()) lines.push_back(std::string(kWidth + 1, ' '));
+    if (i == lines.size()) lines.emplace_back(kWidth + 1, ' ');
     lines[i] += "    " + right[i];
   }
   return lines;

@@ -36,8 +36,7 @@ std::string abbreviationIn(const char* locale, const icu::TimeZone& zone, double
 std::string abbreviation(const Zone& zone, int128 second) {
   if (zone.rules() == nullptr) return {};
   for (const char* locale : kLocales) {
-    const std::string name =
-        abbreviationIn(locale, *zone.rules(), static_cast<double>(second) * 1000.0);
+    std::string name = abbreviationIn(locale, *zone.rules(), static_cast<double>(second) * 1000.0);
     if (!name.empty() && !isOffset(name)) return name;
   }
   return {};

@@ -106,6 +106,7 @@ Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_vie
 std::vector<Column> chooseColumns(const Header& header, const std::vector<std::string>& asked,
                                   std::string_view source) {
   std::vector<Column> columns;
+  columns.reserve(asked.size());
   for (const std::string& name : asked) columns.push_back({indexOf(header, name, source), name});
   return ascending(std::move(columns));
 }
