@@ -32,6 +32,20 @@ HostArray columnOf(std::span<const double> hi, std::span<const double> lo) {
   return array;
 }
 
+// What a module gave back for these datetimes; null where it is what a datetime module gives.
+const char* findFault(const paArray* result, const paArray* datetimes) {
+  if (!result) return "nothing";
+  if (paIsSparse(result)) return "a sparse array";
+  if (paGetClassID(result) != paDOUBLE_CLASS) return "an array that is not of class double";
+  if (!paIsComplex(result)) return "an array without imaginary part";
+  const auto dimensionsOf = [](const paArray* array) {
+    return std::span(paGetDimensions(array), paGetNumberOfDimensions(array));
+  };
+  if (!std::ranges::equal(dimensionsOf(result), dimensionsOf(datetimes)))
+    return "an array of other dimensions";
+  return nullptr;
+}
+
 }  // namespace
 
 HostArray hostColumn(std::size_t count, paComplexity complexity) {
@@ -76,6 +90,10 @@ std::optional<paError> Module::set(const paArray* datetimes, const paArray* valu
   const int failed = paCallModule(module_.get(), 1, out, 4, in, &error);
   result.reset(out[0]);
   if (failed != 0) return error;
+  if (const char* fault = findFault(result.get(), datetimes))
+    throw Failure{Status::inputOutput,
+                  escapeText(path_) + ": the module gave back " + fault +
+                      "; accepted: a complex double array of the datetimes' dimensions"};
   return std::nullopt;
 }
 

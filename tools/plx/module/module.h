@@ -52,7 +52,8 @@ class Module {
 
   // Sets the component of that selector in datetimes of `hi` and `lo`, in place; one value each, in a
   // zone whose text the module reads. The module's error where it reports one; the datetimes are
-  // then as they were. Throws a Failure where memory runs out.
+  // then as they were. Throws a Failure where memory runs out, or the module gives back what no
+  // datetime module does.
   std::optional<paError> set(std::span<double> hi, std::span<double> lo,
                              std::span<const double> values, int selector, std::string_view zone);
 

@@ -1,0 +1,14 @@
+/* What the module of odd results gives back. */
+#pragma once
+
+enum {
+  RESULT_AS_IT_SHOULD_BE,
+  RESULT_MISSING,
+  RESULT_SHORTER,
+  RESULT_LONGER,
+  RESULT_IN_A_ROW,
+  RESULT_OF_THREE_DIMENSIONS,
+  RESULT_REAL,
+  RESULT_TEXT,
+  RESULT_SPARSE
+};
