@@ -102,6 +102,66 @@ bool isPair(const std::vector<const icu::AnnualTimeZoneRule*>& rules) {
          b.getEndYear() == icu::AnnualTimeZoneRule::MAX_YEAR;
 }
 
+// Days of the months, the shortest February.
+constexpr int kDaysOfMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+// Whether the date lies in its month in years of every kind. Days of the week counted from the end
+// of the month are the last ones.
+bool staysInMonth(const icu::DateTimeRule& date) {
+  const int day = date.getRuleDayOfMonth(), week = date.getRuleWeekInMonth();
+  const int days = kDaysOfMonth[date.getRuleMonth()];
+  switch (date.getDateRuleType()) {
+    case icu::DateTimeRule::DOM:
+      return day <= days;
+    case icu::DateTimeRule::DOW:
+      return week == -1 || (1 <= week && week <= 4);
+    case icu::DateTimeRule::DOW_GEQ_DOM:
+      return day + 6 <= days;
+    case icu::DateTimeRule::DOW_LEQ_DOM:
+      return 7 <= day && day <= days;
+  }
+  return false;
+}
+
+// Whether ICU's offsets change at the instants that ICU gives for a yearly rule, in every kind of
+// year: the instants come from the date, and the offsets are found month by month.
+//
+// An instant is held against a rule in the fields of standard time, which are then moved to the
+// clock that the rule is read off, `ahead` milliseconds further. A month other than the rule's is
+// before it or after it. In the month of the rule, its day is worked out, and for the last weekday
+// of a month with the length of the month in standard time. So the date has to stay in its month.
+// And where the rule's clock is behind, and still in the last day of the month while standard time
+// is in the next one, that may be no longer, and the change has to be over.
+bool isAlikeByMonths(const icu::DateTimeRule& date, double ahead) {
+  if (!staysInMonth(date)) return false;
+  const bool isLastWeekday =
+      date.getDateRuleType() == icu::DateTimeRule::DOW && date.getRuleWeekInMonth() == -1;
+  if (!isLastWeekday || ahead >= 0.0) return true;
+  const int month = date.getRuleMonth();
+  return kDaysOfMonth[(month + 1) % 12] <= kDaysOfMonth[month] &&
+         date.getRuleMillisInDay() - ahead <= kMillisPerDay;
+}
+
+// How far the clock that a rule is read off is ahead of standard time. Saving begins while the wall
+// clock shows standard time.
+double aheadOfStandard(const icu::AnnualTimeZoneRule& rule, double savingBefore) {
+  switch (rule.getRule()->getTimeRuleType()) {
+    case icu::DateTimeRule::WALL_TIME:
+      return savingBefore;
+    case icu::DateTimeRule::UTC_TIME:
+      return -rule.getRawOffset();
+    default:
+      return 0.0;
+  }
+}
+
+// Each is to have a month of its own: ICU tells the order of both by the months.
+bool areAlikeByMonths(const icu::AnnualTimeZoneRule& a, const icu::AnnualTimeZoneRule& b) {
+  return a.getRule()->getRuleMonth() != b.getRule()->getRuleMonth() &&
+         isAlikeByMonths(*a.getRule(), aheadOfStandard(a, b.getDSTSavings())) &&
+         isAlikeByMonths(*b.getRule(), aheadOfStandard(b, a.getDSTSavings()));
+}
+
 }  // namespace
 
 struct OffsetTable::Rules {
@@ -188,6 +248,7 @@ bool OffsetTable::addPast(const Rules& rules) {
 bool OffsetTable::addYearly(const Rules& rules) {
   if (rules.yearly.empty()) return rules.hasOffset(kMaxCalendarMillis, offsets_.back());
   if (!isPair(rules.yearly)) return false;
+  if (!areAlikeByMonths(*rules.yearly[0], *rules.yearly[1])) return false;
 
   const int start = rules.yearly[0]->getStartYear();
   double newYear = firstOfJanuary(start);

@@ -82,8 +82,8 @@ TEST(OffsetTable, AgreesWithICUInEveryZone) {
 }
 
 // The turn of each month, in years of every kind. In the hours in which UTC and the clock are in different
-// months, ICU's offsets need not be what a yearly rule in UTC says. The table relies on that no zone has
-// a rule where it matters.
+// months, ICU's offsets need not be what a yearly rule in UTC says: rules for which that matters are refused
+// (tests/rules/made_rules_test.cc), and no zone has one.
 TEST(OffsetTable, AgreesWithICUAtTheTurnOfEveryMonth) {
   Cases cases(2000000);
   for (const std::string& id : allZones()) {

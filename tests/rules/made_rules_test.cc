@@ -1,0 +1,248 @@
+// Tables of offsets of zones with rules that nobody has: each is refused, or gives ICU's offsets at
+// every instant and wall time.
+//
+// ICU reads its rules once in a process, so they are written before the tests run.
+
+#include <gtest/gtest.h>
+#include <unicode/basictz.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "arith/civil.h"
+#include "support/cases.h"
+#include "support/datetime_arrays.h"
+#include "support/every_zone.h"
+#include "support/random.h"
+#include "zoned/calendar.h"
+#include "zoned/offset_table.h"
+#include "zoned/set_field.h"
+
+namespace {
+
+// By ICU's numbers. A day of the week below zero means the first one on or after the day, or, with a
+// day below zero too, the last one on or before that; above zero, the day is its number in the
+// month, or from the month's end; zero is none.
+enum Month { kJan, kFeb, kMar, kApr, kMay, kJun, kJul, kAug, kSep, kOct, kNov, kDec };
+enum Mode { kWall, kStandard, kUtc };
+struct Date {
+  int month, day, dayOfWeek, second, mode;
+};
+constexpr int kSunday = 1, kSaturday = 7, kHours = 3600;
+
+// A zone that goes over to saving and back each year from 2000 on.
+struct Made {
+  int raw;
+  Date begin, end;
+  bool isTold;  // by a table
+  const char* why;
+};
+
+const Date kEuropeBegin{kMar, -1, kSunday, 1 * kHours, kUtc};
+const Date kEuropeEnd{kOct, -1, kSunday, 1 * kHours, kUtc};
+const Date kOctober15{kOct, 15, 0, 2 * kHours, kWall};
+
+const Made kMade[] = {
+    {kHours, kEuropeBegin, kEuropeEnd, true, "Europe"},
+    {-5 * kHours,
+     {kMar, 8, -kSunday, 2 * kHours, kWall},
+     {kNov, 1, -kSunday, 2 * kHours, kWall},
+     true,
+     "America"},
+    {10 * kHours,
+     {kOct, 1, -kSunday, 2 * kHours, kStandard},
+     {kApr, 1, -kSunday, 2 * kHours, kStandard},
+     true,
+     "Australia"},
+    {2 * kHours, {kMar, -30, -kSaturday, kHours, kUtc}, kOctober15, true, "Saturday, 24 to 30"},
+    {2 * kHours, {kFeb, -1, kSunday, 2 * kHours, kWall}, kOctober15, true, "last of February"},
+    {2 * kHours, {kFeb, 22, -kSunday, 2 * kHours, kWall}, kOctober15, true, "22 to 28 February"},
+    {-8 * kHours, {kApr, -1, kSunday, 2 * kHours, kUtc}, kOctober15, true, "UTC ahead of April"},
+    {9 * kHours, {kMar, -1, kSunday, 15 * kHours, kUtc}, kOctober15, true, "up to 24:00"},
+
+    {kHours, {kMar, 29, -kSunday, 2 * kHours, kWall}, kOctober15, false, "29 March to 4 April"},
+    {kHours, {kMar, -3, -kSunday, 2 * kHours, kWall}, kOctober15, false, "26 February to 3 March"},
+    {kHours, {kFeb, 23, -kSunday, 2 * kHours, kWall}, kOctober15, false, "23 to 29 February"},
+    {kHours, {kFeb, 29, 0, 2 * kHours, kWall}, kOctober15, false, "29 February"},
+    {kHours, {kMar, 5, kSunday, 2 * kHours, kWall}, kOctober15, false, "the fifth Sunday"},
+    {5 * kHours, {kFeb, -1, kSunday, kHours, kUtc}, kOctober15, false, "on 1 March in February"},
+    {9 * kHours, {kApr, -1, kSunday, kHours, kUtc}, kOctober15, false, "on 1 May in April"},
+    {9 * kHours, {kMar, -1, kSunday, 20 * kHours, kUtc}, kOctober15, false, "on 1 April"},
+    {kHours, {kOct, 20, 0, 2 * kHours, kWall}, kOctober15, false, "back before it begins"},
+};
+
+Date anyDate(Random& random) {
+  const auto pick = [&](int low, int high) { return static_cast<int>(random.whole(low, high)); };
+  const int month = pick(kJan, kDec), weekday = pick(1, 7);
+  Date date{month, pick(1, 28), 0, pick(0, 48) * 1800, pick(kWall, kUtc)};
+  switch (pick(0, 3)) {
+    case 0:
+      break;
+    case 1:
+      date.day = random.oneIn(2) ? -1 : pick(1, 4);
+      date.dayOfWeek = weekday;
+      break;
+    case 2:
+      date.dayOfWeek = -weekday;
+      break;
+    default:
+      date.day = -date.day;
+      date.dayOfWeek = -weekday;
+  }
+  return date;
+}
+
+constexpr std::size_t kAny = 200;
+
+const std::vector<Made>& zones() {
+  static const std::vector<Made> all = [] {
+    std::vector<Made> made(std::begin(kMade), std::end(kMade));
+    Random random(53);
+    while (made.size() < std::size(kMade) + kAny) {
+      made.push_back({static_cast<int>(random.whole(-24, 28)) * 1800, anyDate(random),
+                      anyDate(random), false, "any"});
+    }
+    return made;
+  }();
+  return all;
+}
+
+std::string nameOf(std::size_t i) { return "Made/Zone" + std::to_string(1000 + i); }
+
+// In the form that ICU's genrb takes.
+void writeRules(const std::filesystem::path& folder) {
+  std::string names, tables, rules;
+  const auto dateText = [](const Date& date) {
+    std::string text;
+    for (const int x : {date.month, date.day, date.dayOfWeek, date.second, date.mode}) {
+      text += std::to_string(x) + ", ";
+    }
+    return text;
+  };
+  for (std::size_t i = 0; i < zones().size(); ++i) {
+    const Made& made = zones()[i];
+    const std::string raw = std::to_string(made.raw), rule = "R" + std::to_string(1000 + i);
+    names += ", \"" + nameOf(i) + "\"";
+    // Saving already where the year begins with it.
+    const std::string begins = made.begin.month > made.end.month ? "3600" : "0";
+    tables += ":table { typeOffsets:intvector { " + raw + ", " + begins + " } finalRaw:int { " +
+              raw + " } finalRule:string { \"" + rule + "\" } finalYear:int { 2000 } }\n";
+    rules += rule + ":intvector { " + dateText(made.begin) + dateText(made.end) + "3600 }\n";
+  }
+  std::string regions = "\"001\"";
+  for (std::size_t i = 0; i < zones().size(); ++i) regions += ", \"001\"";
+  std::ofstream(folder / "zoneinfo64.txt")
+      << "zoneinfo64:table(nofallback) {\nTZVersion { \"2099y\" }\nZones:array {\n"
+      << ":table { typeOffsets:intvector { 0, 0 } }\n"
+      << tables << "}\nNames { \"Etc/UTC\"" << names << " }\nRules {\n"
+      << rules << "}\nRegions { " << regions << " }\n}\n";
+}
+
+double offsetAt(const icu::BasicTimeZone& zone, double t, bool isWall) {
+  int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  if (isWall) {
+    zone.getOffsetFromLocal(t, UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_LATTER, raw, saving, status);
+  } else {
+    zone.getOffset(t, false, raw, saving, status);
+  }
+  EXPECT_TRUE(U_SUCCESS(status));
+  return static_cast<double>(raw) + saving;
+}
+
+// Every half an hour around the turn of each month in years of every kind, as far as standard time is
+// from UTC, and beside every change.
+std::vector<double> timesOf(const icu::BasicTimeZone& zone) {
+  std::vector<double> all;
+  for (int year = 1999; year < 2000 + 28; ++year) {
+    for (int month = 1; month <= 12; ++month) {
+      const double turn = 86400000.0 * ymd2days(year, month, 1.0);
+      for (int half = -28; half <= 28; ++half) all.push_back(turn + half * 1800000.0);
+    }
+  }
+  for (const Change& change : changesOf(zone)) {
+    for (const double t :
+         {change.instant, change.instant + change.before, change.instant + change.after}) {
+      for (const double around : {-1.0, 0.0}) all.push_back(t + around);
+    }
+  }
+  return all;
+}
+
+TEST(MadeRules, AreToldRightOrRefused) {
+  Cases cases(1000000);
+  std::size_t told = 0;
+  for (std::size_t i = 0; i < zones().size(); ++i) {
+    const Made& made = zones()[i];
+    const auto zone = zoneOf(nameOf(i));
+    ASSERT_TRUE(zone->useDaylightTime()) << made.why << ": ICU has not taken the rules";
+    const auto table = OffsetTable::of(*zone);
+    if (i < std::size(kMade)) {
+      EXPECT_EQ(table.has_value(), made.isTold) << made.why;
+    }
+    if (!table) continue;
+    ++told;
+    const auto line = [](const Date& d) {
+      return " " + std::to_string(d.month) + ' ' + std::to_string(d.day) + ' ' +
+             std::to_string(d.dayOfWeek) + ' ' + std::to_string(d.second) + ' ' +
+             std::to_string(d.mode);
+    };
+    for (const double t : timesOf(*zone)) {
+      ASSERT_EQ(::offsetAt(table->instants(), t), offsetAt(*zone, t, false))
+          << made.why << line(made.begin) << line(made.end) << ", raw " << made.raw << ", at " << t;
+      ASSERT_EQ(::offsetAt(table->walls(), t), offsetAt(*zone, t, true))
+          << made.why << line(made.begin) << line(made.end) << ", raw " << made.raw
+          << ", on the clock " << t;
+      cases += 2;
+    }
+  }
+  EXPECT_GT(told, zones().size() / 4);
+  EXPECT_LT(told, zones().size());
+}
+
+// A call of 79 elements, by the calendar, and one of 80, by tables.
+TEST(MadeRules, GiveTheSameInShortCallsAndInLongOnes) {
+  Cases cases(std::size(kMade) * 19000);
+  for (std::size_t i = 0; i < std::size(kMade); ++i) {
+    const auto set = [&](const std::vector<double>& t) {
+      const std::vector<double> zeros(t.size());
+      const Array in = doubles(t), values = scalar(30.0), result = doubles(zeros, &zeros);
+      setField(in.get(), values.get(), UCAL_MINUTE, result.get(),
+               createCalendar(boost::unique_ptr<icu::TimeZone>(zoneOf(nameOf(i)).release())));
+      const double* const high = paGetRealData(result.get());
+      return std::vector<double>(high, high + t.size());
+    };
+    const std::vector<double> all = timesOf(*zoneOf(nameOf(i)));
+    for (std::size_t from = 0; from + 80 <= all.size(); from += 79) {
+      const auto begin = all.begin() + static_cast<std::ptrdiff_t>(from);
+      const std::vector<double> few = set({begin, begin + 79}), more = set({begin, begin + 80});
+      for (std::size_t k = 0; k < few.size(); ++k) {
+        ASSERT_EQ(few[k], more[k]) << kMade[i].why << ", " << begin[static_cast<std::ptrdiff_t>(k)];
+        ++cases;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  char folder[] = "made_rules_XXXXXX";
+  if (mkdtemp(folder) == nullptr) return 1;
+  const std::filesystem::path rules = std::filesystem::absolute(folder);
+  writeRules(rules);
+  const std::string genrb = "'" PLX_GENRB "' --quiet --encoding UTF-8 --destdir '" +
+                            rules.string() + "' '" + (rules / "zoneinfo64.txt").string() + "'";
+  if (std::system(genrb.c_str()) != 0) return 1;
+  setenv("ICU_TIMEZONE_FILES_DIR", rules.c_str(), 1);
+  const int failed = RUN_ALL_TESTS();
+  std::filesystem::remove_all(rules);
+  return failed;
+}
