@@ -23,6 +23,7 @@ using i18n::ustring;
 
 // An argument of a message, in the order of the message's placeholders.
 using MessageArgument = boost::variant<long long, std::string, ustring>;
+// All of them.
 using MessageArguments = std::vector<MessageArgument>;
 // What a key's constructor takes for a text: UTF-8, or UTF-16 code units.
 using TextArgument = boost::variant<std::string, ustring>;
@@ -34,11 +35,12 @@ class PA_API BaseMsgID {
   BaseMsgID(const BaseMsgID&) = default;
   BaseMsgID& operator=(const BaseMsgID&) = default;
 
-  const MessageArguments& arguments() const { return messageArgs; }
-  const std::string& catalog() const { return catalog_; }  // "Pelmor:datetime"
-  const std::string& name() const { return name_; }        // "UnknownTimeZone"
+  const MessageArguments& arguments() const { return messageArgs; }  // for the placeholders
+  const std::string& catalog() const { return catalog_; }            // "Pelmor:datetime"
+  const std::string& name() const { return name_; }                  // "UnknownTimeZone"
 
  protected:
+  // For the keys: where the message stands, and what is put into it.
   BaseMsgID(std::string catalog, std::string name, MessageArguments arguments = {});
 
  private:
@@ -70,8 +72,9 @@ class PA_API IException : public boost::exception_detail::clone_base, public boo
 class PA_API IUserException : public IException {
  public:
   ~IUserException() noexcept override;
-  // UTF-16 to UTF-8 and back, as messages need it; a lone surrogate becomes U+FFFD.
+  // UTF-16 to UTF-8, as messages need it; a lone surrogate becomes U+FFFD.
   virtual std::string convert_str(const ustring& text) const;
+  // And back.
   virtual ustring convert_str(const std::string& text) const;
   // The message.
   virtual ustring ToUstringImpl() const = 0;
@@ -90,6 +93,7 @@ class PA_API IMsgIDException : public IUserException {
   virtual std::string GetID() const = 0;
   // The catalog's text with the key's arguments put in.
   virtual ustring GetUnicodeMessageTxt() const;
+  // The key.
   virtual const BaseMsgID& GetBaseMsgIDObj() const = 0;
 
   // The identifier of a key's message.
@@ -103,18 +107,21 @@ class PA_API IMsgIDException : public IUserException {
 template <class Key, class Base, class Tag>
 class Exception;
 
+// A key as an exception: what modules give to do_legacy_pa_error.
 template <class Key>
 class Exception<Key, std::exception, void> : public IMsgIDException, public std::exception {
  public:
+  // Holds a copy of the key, and the identifier of its message.
   explicit Exception(const Key& key) : key_(key), identifier_(get_error_id(key)) {}
   Exception(const Exception&) = default;  // shares the error information, copies the rest
 
   // A heap copy, which the caller deletes.
   const boost::exception_detail::clone_base* clone() const override { return new Exception(*this); }
+  // Throws a copy.
   [[noreturn]] void rethrow() const override { throw Exception(*this); }
   const char* what() const noexcept override { return IException::what(); }
   std::string GetID() const override { return identifier_; }
-  const BaseMsgID& GetBaseMsgIDObj() const override { return key_; }
+  const BaseMsgID& GetBaseMsgIDObj() const override { return key_; }  // the key as it was given
 
  private:
   Key key_;

@@ -13,9 +13,12 @@ namespace brel::i18n {
 // paired.
 using ustring = std::basic_string<unsigned short>;
 
+// The type of case_insensitive.
 struct case_insensitive_t {};
+// What `compare` is asked for: texts that differ only in the case of letters are equal.
 inline constexpr case_insensitive_t case_insensitive{};
 
+// Comparison of texts.
 class PA_API lcctype {
  public:
   // Negative, zero or positive as the first text sorts before, with or after the second by code
@@ -28,6 +31,7 @@ class PA_API lcctype {
 // How a locale's name is to be written. Modules ask for 2, an identifier as ICU takes it ("en_US").
 enum class LocaleNameFormat : int { icu = 2 };
 
+// The locale that modules ask for.
 class PA_API RwLocale {
  public:
   // The locale of the process; see paSetLocale. Safe from any thread.
@@ -42,6 +46,7 @@ class PA_API RwLocale {
 // Converts ASCII text: one code unit per byte, of the same value. A byte above 127 becomes U+FFFD.
 class PA_API codecvt_ascii_to_ustring {
  public:
+  // The code units of `length` bytes.
   ustring operator()(const char* text, std::size_t length) const;
 };
 

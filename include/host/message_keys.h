@@ -53,9 +53,10 @@ class PA_API RangeError : public brel::except::BaseMsgID {
   RangeError();
 };
 
-// A failure of the calendar library: what was done, and the library's name for the failure.
+// A failure of the calendar library.
 class PA_API ICUError : public brel::except::BaseMsgID {
  public:
+  // What was done, and the library's name for the failure.
   ICUError(const brel::except::TextArgument& operation,
            const brel::except::TextArgument& errorName);
 };
@@ -70,9 +71,10 @@ class PA_API key_InputSizeMismatch : public brel::except::BaseMsgID {
   key_InputSizeMismatch();
 };
 
-// A text that names no time zone; carries the text as it was given.
+// A text that names no time zone.
 class PA_API key_UnknownTimeZone : public brel::except::BaseMsgID {
  public:
+  // The text as it was given.
   explicit key_UnknownTimeZone(const brel::except::TextArgument& timeZone);
 };
 

@@ -17,6 +17,7 @@
 
 #include "host/pa_array.h"
 
+/* Does what the module does. */
 #ifdef __cplusplus
 extern "C"
 #endif

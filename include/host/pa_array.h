@@ -42,15 +42,21 @@ extern "C" {
 extern PA_API const int PA_INTERFACE_SYMBOL;
 static const int* const paInterfaceReference PA_KEPT = &PA_INTERFACE_SYMBOL;
 
+/* An array; only the host knows what it consists of. */
 typedef struct paArray paArray;
 
+/* What an array holds: UTF-16 code units, or doubles. */
 typedef PA_ENUM(paClassID){paCHAR_CLASS = 4, paDOUBLE_CLASS = 6} paClassID;
+/* Whether an array of numbers has an imaginary part. */
 typedef PA_ENUM(paComplexity){paREAL = 0, paCOMPLEX = 1} paComplexity;
 
 /* ---- Reading arrays ---- */
 
+/* What the array holds. */
 PA_API paClassID paGetClassID(const paArray* array);
+/* Made by paCreateSparseArray. */
 PA_API bool paIsSparse(const paArray* array);
+/* With an imaginary part. */
 PA_API bool paIsComplex(const paArray* array);
 /* Exactly one element. */
 PA_API bool paIsScalar(const paArray* array);
@@ -58,14 +64,16 @@ PA_API bool paIsScalar(const paArray* array);
 PA_API bool paIsEmpty(const paArray* array);
 /* The real part of the first element; 0 where there is none (empty, char and sparse arrays). */
 PA_API double paGetScalar(const paArray* array);
+/* The product of the dimensions. */
 PA_API size_t paGetNumberOfElements(const paArray* array);
 /* At least 2; dimensions are kept as given, trailing ones of 1 included. */
 PA_API size_t paGetNumberOfDimensions(const paArray* array);
 /* Owned by the array, valid as long as it lives. */
 PA_API const size_t* paGetDimensions(const paArray* array);
-/* Owned by the array, valid as long as it lives; null for char and sparse arrays, and the imaginary
- * one for real arrays. Never null otherwise, not even for an empty array. */
+/* Owned by the array, valid as long as it lives; null for char and sparse arrays. Never null
+ * otherwise, not even for an empty array. */
 PA_API double* paGetRealData(const paArray* array);
+/* The same for the imaginary parts; null for real arrays too. */
 PA_API double* paGetImagData(const paArray* array);
 
 /* ---- Making arrays ----
