@@ -28,7 +28,7 @@ struct DateText {
 // Reads a date that stands at the front. A basic date of nothing but digits is one where a time
 // follows, which no number has, or where `expected` is its form. False where there is none; the
 // complaint then stays empty where the shape is wrong and else says what is.
-bool readDate(Scanner& scan, Form expected, DateText& date, Complaint& complaint);
+bool readDate(Scanner& scan, Form expected, DateText& result, Complaint& complaint);
 
 // Whether the year, in a week date the year of the week, has four digits and no sign.
 bool hasPlainYear(Form form, std::int64_t day);

@@ -207,11 +207,9 @@ class Explanation {
   void words() {
     std::vector<std::string> sentences;
     if (wallOf(e_.before, e_.zone).insertedSecond) {
-      sentences.push_back(
+      sentences.emplace_back(
           "The datetime lies inside an inserted second: setting starts from 23:59:59 of the same "
-          "day, and "
-          "the "
-          "result is never inside one.");
+          "day, and the result is never inside one.");
     }
     if (finding_.noSuchDate) sentences.push_back(noSuchDate());
     if (finding_.carried) sentences.push_back(carried());

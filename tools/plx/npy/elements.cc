@@ -309,7 +309,8 @@ class LargeCounts : public CountElements<isSwapped> {
 
   bool read(const char* bytes, std::size_t count, double* high, double*) const override {
     const std::int64_t perCount = this->scale().millisPerCount();
-    const auto most = static_cast<double>(kPlainMillis / perCount);
+    const std::int64_t mostCounts = kPlainMillis / perCount;
+    const auto most = static_cast<double>(mostCounts);
     return convert(count, [=, millis = static_cast<double>(perCount)](std::size_t i) PLX_LOOP {
       const std::int64_t c = CountElements<isSwapped>::countAt(bytes + 8 * i);
       const auto number = static_cast<double>(c);
