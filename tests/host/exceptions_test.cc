@@ -88,7 +88,8 @@ TEST(Exceptions, ErrorInformationIsEmptyAtFirstAndSharedByCopies) {
 TEST(Exceptions, ClonesAndRethrownCopiesHaveTheSameType) {
   const ZoneError error = zoneError();
   const std::unique_ptr<const boost::exception_detail::clone_base> clone(error.clone());
-  EXPECT_EQ(typeid(*clone), typeid(ZoneError));
+  const boost::exception_detail::clone_base& cloned = *clone;
+  EXPECT_EQ(typeid(cloned), typeid(ZoneError));
   try {
     clone->rethrow();
     FAIL() << "rethrow came back";
