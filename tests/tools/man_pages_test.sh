@@ -16,7 +16,7 @@ for command in $("$plx" --describe | awk -F '\t' '$1 == "command" { print $2 }')
   [ -s "$folder/plx-$command.1" ] || fail "no page for plx $command"
 done
 functions=0
-for function in $(sed -n 's/^ *PA_API .*\b\(pa[A-Za-z]*\)(.*/\1/p' "$headers"/{embed,pa_array}.h); do
+for function in $(sed -n 's/^ *PA_API .*\b\(pa[A-Za-z0-9]*\)(.*/\1/p' "$headers"/{embed,pa_array}.h); do
   grep -q "\b$function(" "$folder/plx.3" || fail "plx(3) does not tell of $function"
   functions=$((functions + 1))
 done
