@@ -6,10 +6,12 @@
 // whatever exceptions of arithmetic (entry/default_float_environment.h has none end a host), and are
 // replaced by the caller.
 //
-// Included once for each instruction set. Everything stands in a namespace of that set and nothing
-// inline comes from outside, the standard library's templates included: the linker keeps one copy
-// of an inline function, and one compiled for a newer set would be called, and fail, on older
-// processors.
+// Included once for each instruction set. Everything stands in a namespace of that set, and no
+// template comes from outside but those that are types or constants: functions of templates are
+// compiled where they are used, here for the set, while the linker keeps one copy of an inline
+// function, and one compiled for a newer set would be called, and fail, on older processors. Inline
+// functions that are no templates are compiled where they stand, before this namespace and for every
+// processor, and may be used.
 
 #if defined(PLX_UNZONED_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PLX_UNZONED_LANES_INL_H
@@ -517,7 +519,9 @@ struct OfDate {
     const Pair msOfDay = subtractDays(t, days * all(kMillisPerDay));
     const V n = days + all(Date::template kFirst<Gregorian>);
     const V newDays = days + Date::template daysMoved<Gregorian>(n, set);
-    // Days are no milliseconds or no fewer than those of the day.
+    // The start of the day is 0 or at least a day from it, and so no smaller in magnitude than the
+    // milliseconds of the day, as quickTwoSum() asks. The product is exact, as in the plain code, and
+    // the low parts of both add up to that of the milliseconds.
     const V start = newDays * all(kMillisPerDay);
     return foldLow(quickTwoSum(start, msOfDay.hi), msOfDay.lo);
   }
@@ -607,7 +611,9 @@ HWY_INLINE Leap leapOfEntry(V entry) {
   return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
 }
 
-#if HWY_TARGET == HWY_AVX3
+// The better a set of x86, the smaller its number. All from AVX3 on have the instruction, which is of
+// AVX-512BW, but a future one may have shorter vectors.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 && HWY_MAX_BYTES == 64
 // All buckets in four registers.
 constexpr bool kHasLeapRegisters = true;
 
