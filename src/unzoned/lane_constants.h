@@ -20,6 +20,10 @@ inline constexpr std::size_t kPastCaches = 1 << 19;
 inline constexpr double kWholeBound = 0x1p49;  // 562949953421312, some 17,800 years
 inline constexpr double kPairBound = 0x1p52;   // 4503599627370496, some 142,700 years
 
+// The arithmetic of whole milliseconds holds this far beyond their bound: wall times are less than a
+// day from instants.
+inline constexpr double kWholeRoom = kMillisPerDay;
+
 // New values. A result reaches no further than 2^52 from datetimes up to 2^49, and no further than
 // 2^53 from those up to 2^52.
 inline constexpr double kYearBound = 0x1p16;
@@ -30,6 +34,21 @@ inline constexpr double kDayBound = 0x1p24;
 inline constexpr double kHourBound = 0x1p28;
 inline constexpr double kMinuteBound = 0x1p34;
 inline constexpr double kSecondsBound = 0x1p40;
+
+// Whether values up to a bound, in units of at most so many milliseconds, lead no further than 2^52
+// from whole datetimes. Years count from 719528 days before 1970, which is more than all that
+// components take away for what they replace.
+constexpr bool leadsNoFurther(double bound, double millis) {
+  return kWholeBound + kWholeRoom + bound * millis + 719528.0 * kMillisPerDay < 0x1p52;
+}
+static_assert(leadsNoFurther(kYearBound, 366.0 * kMillisPerDay));
+static_assert(leadsNoFurther(kQuarterBound, 92.0 * kMillisPerDay));
+static_assert(leadsNoFurther(kMonthBound, 31.0 * kMillisPerDay));
+static_assert(leadsNoFurther(kWeekBound, 7.0 * kMillisPerDay));
+static_assert(leadsNoFurther(kDayBound, kMillisPerDay));
+static_assert(leadsNoFurther(kHourBound, kMillisPerHour));
+static_assert(leadsNoFurther(kMinuteBound, kMillisPerMinute));
+static_assert(leadsNoFurther(kSecondsBound, kMillisPerSecond));
 
 // Where every fourth year is a leap year: datetimes at most 96 such years from 2000-01-01, which are
 // those of 1904 to 2095 and the first moment of 2096, and new values that keep the years on the way
@@ -68,7 +87,7 @@ static_assert(kMonthBound + 3.0 < 12.0 * kMoreYears && 3.0 * kQuarterBound < kMo
 
 // Milliseconds of a clock count from whole days before 2^49 milliseconds before 1970.
 inline constexpr double kClockStart = 6600000.0 * kMillisPerDay;
-static_assert(kWholeBound < kClockStart);
+static_assert(kWholeBound + kWholeRoom < kClockStart);
 
 // ---- Factors in place of divisors ----
 
@@ -107,11 +126,11 @@ constexpr bool divides(double factor, std::int64_t divisor, double largest) {
 }
 
 // The largest numbers of each kind.
-inline constexpr double kLargestMillis = kMarch * kMillisPerDay + kWholeBound + kMillisPerDay * 100;
-inline constexpr double kLargestClock = kClockStart + kWholeBound + kMillisPerDay;  // on a clock
+inline constexpr double kLargestMillis = kJanuary * kMillisPerDay + kWholeBound + kWholeRoom;
+inline constexpr double kLargestClock = kClockStart + kWholeBound + kWholeRoom;
 inline constexpr double kLargestDay = kJanuary + kPairBound / kMillisPerDay + 1.0;
 inline constexpr double kLargestYear = 600000.0;
-static_assert(kLargestMillis < 0x1p53);
+static_assert(kMarch < kJanuary && kLargestMillis < 0x1p53);
 static_assert(kLargestDay / 365.0 + kMoreYears + kMonthBound / 12.0 < kLargestYear);
 
 inline constexpr double kDaysPerMilli = reciprocalAbove(86400000);

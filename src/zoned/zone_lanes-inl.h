@@ -3,10 +3,10 @@
 // between its two look-ups of an offset.
 //
 // The domain: normalised pairs up to 2^49 milliseconds with any fraction, and values that a
-// component accepts. A time of day is off from UTC by less than a day, and the unzoned arithmetic
-// for whole milliseconds has room for 85 days beyond 2^49: every quantity is a whole number below
-// 2^53, all sums, differences and products are exact, and no result lies outside +-2^52. None is
-// -0: no offset is, and so no sum with one is.
+// component accepts. A wall time is off from its instant by less than a day, for which the unzoned
+// arithmetic of whole milliseconds has room beyond 2^49 (kWholeRoom): every quantity is a whole number
+// below 2^53, all sums, differences and products are exact, and no result lies outside +-2^52. None
+// is -0: no offset is, and so no sum with one is.
 //
 // Included once for each instruction set, like the unzoned lanes and under the same rules.
 

@@ -73,7 +73,7 @@ TEST(LaneConstants, GapsAreWideEnoughUpToABound) {
 
 // The largest numbers lie beyond those of the domains, and within what stays exact.
 TEST(LaneConstants, LargestNumbers) {
-  EXPECT_GT(kLargestMillis, kMarch * 86400000.0 + kWholeBound + 85.0 * 86400000.0);
+  EXPECT_GE(kLargestMillis, kJanuary * 86400000.0 + kWholeBound + 86399999.0) << "a wall time";
   EXPECT_LT(kLargestMillis, 0x1p53);
   EXPECT_GT(kLargestClock, kWholeBound);
   EXPECT_GT(kLargestDay, kJanuary + kPairBound / 86400000.0);
