@@ -18,6 +18,15 @@ static_assert(kGranuleMillis == static_cast<double>(kGranule) * kMillisPerSecond
 static_assert((kLatest - kEarliest) / kGranule + 4 < static_cast<std::int64_t>(kMostGranules));
 static_assert(kMargin > kGranule && kMargin < kNeighbours * kGranule);
 
+// What is told fits its bits: a change within the margin of a granule, and offsets of less than a day.
+constexpr auto kChangeBias = static_cast<std::int64_t>(kGranuleChangeBias);
+constexpr auto kOffsetBias = static_cast<std::int64_t>(kGranuleOffsetBias);
+static_assert(kMargin <= kChangeBias);
+static_assert(kGranule + kMargin + kChangeBias <= static_cast<std::int64_t>(kGranuleChangeMask));
+static_assert(86400 <= kOffsetBias && 86400 + kOffsetBias < 1 << 18);
+static_assert(kGranuleOffsetMask == (1 << 18) - 1 && kGranuleBeforeBit + 18 <= kGranuleAfterBit);
+static_assert(1ULL << (kGranuleAfterBit + 18) <= kGranuleCrowded);
+
 // Transitions and offsets are whole seconds.
 std::int64_t seconds(double ms) { return static_cast<std::int64_t>(ms / kMillisPerSecond); }
 
@@ -25,12 +34,9 @@ std::int64_t seconds(double ms) { return static_cast<std::int64_t>(ms / kMillisP
 std::int64_t granuleOf(std::int64_t t) { return t >> kGranuleBits; }
 
 std::uint64_t word(std::int64_t change, std::int64_t before, std::int64_t after) {
-  const auto biased = [](std::int64_t x, double bias) {
-    return static_cast<std::uint64_t>(x + static_cast<std::int64_t>(bias));
-  };
-  return biased(change, kGranuleChangeBias) |
-         biased(before, kGranuleOffsetBias) << kGranuleBeforeBit |
-         biased(after, kGranuleOffsetBias) << kGranuleAfterBit;
+  return static_cast<std::uint64_t>(change + kChangeBias) |
+         static_cast<std::uint64_t>(before + kOffsetBias) << kGranuleBeforeBit |
+         static_cast<std::uint64_t>(after + kOffsetBias) << kGranuleAfterBit;
 }
 
 std::uint64_t constant(std::int64_t offset) { return word(0, offset, offset); }

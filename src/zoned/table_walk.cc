@@ -14,9 +14,10 @@ constexpr double kOutside32Bits = 0x1p31;
 // Seconds of which the milliseconds are within 32 bits.
 constexpr double kSecondsWithin32Bits = 2147483.0;
 
-// All numbers are whole and below 2^53, or quotients of such: at most 2^26 with a divisor of the
-// order of 2^26, or 2^30 with one of 400. Rounding moves such a quotient by less than one part in
-// its divisor, so that its floor is exact.
+// All numbers are whole and below 2^53. Quotients are below 2^26 by a day's milliseconds, some 2^26.4,
+// and below 2^29 by smaller divisors: days and values of 32 bits by 7, milliseconds of a day by those
+// of an hour or a minute. Rounding moves a quotient below 2^n by at most 2^(n-54), which is less than one
+// part in its divisor, so that its floor is exact.
 double floorDivide(double a, double b) { return floorDouble(a / b); }
 double floorRemainder(double a, double b) { return a - floorDivide(a, b) * b; }
 
