@@ -3,6 +3,7 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace host {
@@ -65,6 +66,22 @@ void copyUtf8(char* to, std::size_t size, std::string_view utf8) noexcept {
     for (std::size_t i = 0; i < length; ++i) to[written++] = static_cast<char>(bytes[i]);
   }
   to[written] = '\0';
+}
+
+std::size_t copyUtf8(char* to, std::size_t size, const unsigned short* units,
+                     std::size_t length) noexcept {
+  std::size_t whole = 0, written = 0;
+  for (std::size_t at = 0; at < length;) {
+    UChar32 c;
+    U16_NEXT_OR_FFFD(units, at, length, c);
+    std::uint8_t bytes[U8_MAX_LENGTH];
+    const std::size_t count = encodeUtf8(c == 0 ? kReplacement : c, bytes);
+    const bool fits = whole == written && whole + count < size;  // as did all before it
+    if (fits) written = static_cast<std::size_t>(std::copy_n(bytes, count, to + written) - to);
+    whole += count;
+  }
+  if (size > 0) to[written] = '\0';
+  return whole;
 }
 
 }  // namespace host

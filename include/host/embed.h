@@ -13,15 +13,25 @@
  * call with arrays of its own. No C++ exception crosses this interface. Every `paError*` may be
  * null where the details are not wanted.
  *
- * Plain C; every name has C linkage. */
+ * Plain C, from C99 or C++11 on; every name has C linkage. */
 #ifndef PLX_HOST_EMBED_H
 #define PLX_HOST_EMBED_H
 
+/* A program may open the host library by dlopen and look its functions up, so this header alone makes
+ * it refer to nothing. Other headers of the host, for modules, come after this one. */
+#ifndef PLX_HOST_PA_ARRAY_H
+#define PA_NO_INTERFACE_REFERENCE
+#endif
+#include "host/components.h"
 #include "host/pa_array.h"
+#undef PA_NO_INTERFACE_REFERENCE
 
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* The version of the host library, such as "0.1.0". */
+PA_API const char* paVersion(void);
 
 /* UTF-8, always terminated; a text cut to fit ends on a whole character. Both texts are empty after
  * a success. */

@@ -7,6 +7,10 @@
 // library, never by the template, of which every module has an instance of its own.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "this header needs C++17 or later (-std=c++17)"
+#endif
+
 #include <atomic>
 #include <boost/exception/exception.hpp>
 #include <boost/variant.hpp>

@@ -2,10 +2,14 @@
 // ASCII converter.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "this header needs C++17 or later (-std=c++17)"
+#endif
+
 #include <cstddef>
 #include <string>
 
-#include "host/pa_array.h"
+#include "host/interface.h"
 
 namespace brel::i18n {
 

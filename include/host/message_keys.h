@@ -3,6 +3,10 @@
 // holds.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "this header needs C++17 or later (-std=c++17)"
+#endif
+
 #include "host/exception.h"
 
 namespace Pelmor::legacy_two_part {

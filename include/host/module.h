@@ -11,11 +11,11 @@
  *
  * What a module runs while it is being loaded must not throw: an exception there ends the process.
  *
- * Plain C. */
+ * Plain C, from C99 or C++11 on. */
 #ifndef PLX_HOST_MODULE_H
 #define PLX_HOST_MODULE_H
 
-#include "host/pa_array.h"
+#include "host/interface.h"
 
 /* Does what the module does. */
 #ifdef __cplusplus

@@ -7,10 +7,18 @@
  * Every query accepts a null array and answers 0, false or null. Queries may run on any number of
  * threads; an array that is written to belongs to one thread at a time. No error leaves a query.
  *
- * Plain C; every name has C linkage.
+ * Plain C, from C99 or C++11 on; every name has C linkage.
  */
 #ifndef PLX_HOST_PA_ARRAY_H
 #define PLX_HOST_PA_ARRAY_H
+
+#ifdef __cplusplus
+#if __cplusplus < 201103L
+#error "this header needs C++11 or later (-std=c++11)"
+#endif
+#elif !defined(__STDC_VERSION__) || __STDC_VERSION__ < 199901L
+#error "this header needs C99 or later (-std=c99), or C++11"
+#endif
 
 #include <stdbool.h>
 #include <stddef.h>
@@ -18,13 +26,6 @@
 
 /* What the host library lends to others; everything else in it stays hidden. */
 #define PA_API __attribute__((visibility("default")))
-
-/* For what nothing refers to and no optimisation may drop, at linking neither. */
-#if defined(__has_attribute) && __has_attribute(retain)
-#define PA_KEPT __attribute__((used, retain))
-#else
-#define PA_KEPT __attribute__((used))
-#endif
 
 #ifdef __cplusplus
 #define PA_ENUM(name) enum name : int /* any code may come from outside; all are representable */
@@ -34,13 +35,12 @@ extern "C" {
 #endif
 
 /* The version of the interface that these headers describe. The host defines one symbol that bears
- * its own version, and every file that includes this header refers to the symbol of the version it
- * was compiled against: a module built against another version cannot be bound, and so is refused
- * before any of its code runs. Raise the number in both places with every incompatible change. */
+ * its own version, and modules refer to the symbol of the version they were compiled against, since
+ * every header but embed.h makes them (interface.h). Raise the number in both places with every
+ * incompatible change. */
 #define PA_INTERFACE_VERSION 1
 #define PA_INTERFACE_SYMBOL paHostInterface_1
 extern PA_API const int PA_INTERFACE_SYMBOL;
-static const int* const paInterfaceReference PA_KEPT = &PA_INTERFACE_SYMBOL;
 
 /* An array; only the host knows what it consists of. */
 typedef struct paArray paArray;
@@ -75,6 +75,14 @@ PA_API const size_t* paGetDimensions(const paArray* array);
 PA_API double* paGetRealData(const paArray* array);
 /* The same for the imaginary parts; null for real arrays too. */
 PA_API double* paGetImagData(const paArray* array);
+/* The UTF-16 code units of a char array, as many as it has elements; no terminator follows them.
+ * Owned by the array, valid as long as it lives; null for an empty array and for one of numbers. */
+PA_API const uint16_t* paGetCharData(const paArray* array);
+/* Writes the text of a char array as UTF-8, always terminated, where `size` is not 0; a text cut to
+ * fit ends on a whole character. A surrogate without its partner becomes U+FFFD, and so does U+0000,
+ * which would end the text. Returns the bytes of the whole text without the terminator: as much was
+ * written where it is less than `size`. */
+PA_API size_t paGetUTF8(const paArray* array, char* to, size_t size);
 
 /* ---- Making arrays ----
  *
@@ -99,6 +107,10 @@ PA_API void paDestroyArray(paArray* array);
 
 #ifdef __cplusplus
 }
+#endif
+
+#ifndef PA_NO_INTERFACE_REFERENCE
+#include "host/interface.h"
 #endif
 
 #endif

@@ -42,6 +42,7 @@ static void checkArrays(void) {
   const uint16_t units[] = {'U', 'T', 'C'};
   paArray* text = paCreateCharArray(2, row, units);
   CHECK(paGetClassID(text) == paCHAR_CLASS && paGetNumberOfElements(text) == 3);
+  CHECK(memcmp(paGetCharData(text), units, sizeof units) == 0);
   paDestroyArray(text);
 
   paArray* sparse = paCreateSparseArray(2, 2, paDOUBLE_CLASS, paREAL);
@@ -51,6 +52,44 @@ static void checkArrays(void) {
   CHECK(paCreateNumericArray(1, dims, paDOUBLE_CLASS, paREAL) == NULL);
   CHECK(paGetNumberOfElements(NULL) == 0);
   paDestroyArray(NULL);
+}
+
+/* What paGetUTF8 writes into so many bytes, and that it writes no further. */
+static void checkUTF8(const paArray* text, size_t size, const char* expected, size_t whole) {
+  char bytes[32];
+  memset(bytes, '#', sizeof bytes);
+  CHECK(paGetUTF8(text, bytes, size) == whole);
+  if (size > 0) CHECK(strcmp(bytes, expected) == 0);
+  CHECK(bytes[size] == '#');
+}
+
+static void checkTexts(void) {
+  /* One, two, three and four bytes; then a lone surrogate and U+0000. */
+  const uint16_t units[] = {'Z', 0xFC, 0x20AC, 0xD83D, 0xDE00, 0xD800, 0};
+  const size_t row[] = {1, 7}, none[] = {0, 0}, one[] = {1, 1};
+  paArray* text = paCreateCharArray(2, row, units);
+  const char whole[] = "Z\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD\xEF\xBF\xBD";
+  const size_t ends[] = {0, 1, 3, 6, 10, 13, 16}; /* of the characters */
+  for (size_t size = 0; size < 20; ++size) {
+    size_t fits = 0;
+    for (size_t i = 0; i < 7; ++i)
+      if (ends[i] < size) fits = ends[i];
+    char expected[32] = "";
+    memcpy(expected, whole, fits);
+    checkUTF8(text, size, expected, 16);
+  }
+  CHECK(paGetUTF8(text, NULL, 0) == 16);
+  paDestroyArray(text);
+
+  paArray* empty = paCreateCharArray(2, none, NULL);
+  paArray* number = paCreateNumericArray(2, one, paDOUBLE_CLASS, paREAL);
+  const paArray* without[] = {empty, number, NULL};
+  for (int i = 0; i < 3; ++i) {
+    CHECK(paGetCharData(without[i]) == NULL);
+    checkUTF8(without[i], 4, "", 0);
+  }
+  paDestroyArray(empty);
+  paDestroyArray(number);
 }
 
 /* What a large array leaves behind is given back once. */
@@ -111,11 +150,13 @@ static void checkLocale(void) {
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
+  CHECK(strcmp(paVersion(), PLX_VERSION) == 0);
   CHECK(PA_INTERFACE_SYMBOL == PA_INTERFACE_VERSION);
   checkArrays();
   checkMemory();
+  checkTexts();
   checkModule(argv[1]);
   checkLocale();
   printf("%d checks, %d failures\n", checks, failures);
-  return failures == 0 && checks >= 30 ? 0 : 1;
+  return failures == 0 && checks >= 100 ? 0 : 1;
 }

@@ -1,14 +1,12 @@
 /* A program that does not link the host but opens it for itself alone, as a scripting language's
- * foreign-function interface does: a module still finds what it needs.
+ * foreign-function interface does: including embed.h makes it refer to nothing of the host, and a
+ * module still finds what it needs.
  * Called with the host library's path and the test module's. */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>
 
-typedef struct {
-  char identifier[128];
-  char message[1024];
-} Error;
+#include "host/embed.h"
 
 /* POSIX lets functions and data pointers be converted; ISO C knows no such conversion. */
 #define FIND(library, name, function)                    \
@@ -25,12 +23,12 @@ int main(int argc, char** argv) {
   if (!host) return fprintf(stderr, "%s\n", dlerror()), 1;
   if (dlsym(RTLD_DEFAULT, "paLoadModule")) return fputs("the host is not private\n", stderr), 1;
 
-  void* (*create)(size_t, const size_t*, int, int);
-  double* (*realData)(const void*);
-  void (*destroy)(void*);
-  void* (*load)(const char*, Error*);
-  void (*unload)(void*);
-  int (*call)(void*, int, void**, int, const void**, Error*);
+  __typeof__(&paCreateNumericArray) create;
+  __typeof__(&paGetRealData) realData;
+  __typeof__(&paDestroyArray) destroy;
+  __typeof__(&paLoadModule) load;
+  __typeof__(&paUnloadModule) unload;
+  __typeof__(&paCallModule) call;
   FIND(host, "paCreateNumericArray", create);
   FIND(host, "paGetRealData", realData);
   FIND(host, "paDestroyArray", destroy);
@@ -38,13 +36,13 @@ int main(int argc, char** argv) {
   FIND(host, "paUnloadModule", unload);
   FIND(host, "paCallModule", call);
 
-  Error error;
-  void* module = load(argv[2], &error);
+  paError error;
+  paModule* module = load(argv[2], &error);
   if (!module) return fprintf(stderr, "%s: %s\n", error.identifier, error.message), 1;
   const size_t dims[] = {1, 1};
-  void* action = create(2, dims, 6, 0);
-  const void* in[] = {action};
-  void* out[1];
+  paArray* action = create(2, dims, paDOUBLE_CLASS, paREAL);
+  const paArray* in[] = {action};
+  paArray* out[1];
   if (call(module, 1, out, 1, in, &error) != 0) return fprintf(stderr, "%s\n", error.message), 1;
   const double inputs = realData(out[0])[1];
   destroy(out[0]);
