@@ -195,11 +195,21 @@ void writePlot(std::ostream& out, const Collector& collector) {
   out << "</svg>\n";
 }
 
+// The library's version 1.8 renamed what tells it.
+template <class Run>
+bool hasFailed(const Run& run) {
+  if constexpr (requires { run.error_occurred; }) {
+    return run.error_occurred;
+  } else {
+    return run.skipped != 0;
+  }
+}
+
 }  // namespace
 
 void Collector::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
-    if (run.error_occurred) {
+    if (hasFailed(run)) {
       hasErrors_ = true;
     } else if (run.run_type == Run::RT_Iteration) {
       std::string name = run.run_name.function_name;
