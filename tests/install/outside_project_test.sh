@@ -5,10 +5,11 @@
 set -euo pipefail
 cmake=$1 build=$2 libdir=$3
 project=$(cd "$(dirname "$0")" && pwd)/project
+. "$(dirname "$0")/install_into.sh"
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-"$cmake" --install "$build" --prefix "$folder/first" >/dev/null
+install_into "$cmake" "$build" "$folder/first"
 mv "$folder/first" "$folder/second place"
 installed="$folder/second place"
 cd "$folder"

@@ -1,5 +1,6 @@
 #include "module/module.h"
 
+#include <dlfcn.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
@@ -44,6 +45,14 @@ const char* findFault(const paArray* result, const paArray* datetimes) {
   if (!std::ranges::equal(dimensionsOf(result), dimensionsOf(datetimes)))
     return "an array of other dimensions";
   return nullptr;
+}
+
+// Where the host library stands. An installation has a folder of its own for modules there, wherever
+// the programs are.
+std::filesystem::path hostFolder() {
+  Dl_info host;
+  if (::dladdr(reinterpret_cast<const void*>(&paLoadModule), &host) == 0) return {};
+  return std::filesystem::absolute(host.dli_fname).lexically_normal().parent_path();
 }
 
 }  // namespace
@@ -105,7 +114,7 @@ std::string locateModule(const std::optional<std::string>& asked) {
   const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
   const fs::path beside = folder / PLX_MODULE_FILE;
   if (fs::exists(beside, error)) return beside.string();
-  const fs::path installed = (folder / PLX_MODULE_FOLDER / PLX_MODULE_FILE).lexically_normal();
+  const fs::path installed = hostFolder() / "plx" / PLX_MODULE_FILE;
   if (fs::exists(installed, error)) return installed.string();
   throw Failure{Status::inputOutput, "cannot find the module " + beside.string() + " nor " +
                                          installed.string() + "; accepted: --module PATH"};
