@@ -32,8 +32,10 @@ function(plx_install name)
   install(TARGETS ${program} EXPORT ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     COMPONENT ${TO_TOOL} ${other})
 
+  # A folder of their own keeps a name as common as `host` out of the system's include folder; targets and
+  # pkg-config lead there, so that sources say <host/embed.h> in any case.
   install(TARGETS plx_headers EXPORT ${name})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plx
     COMPONENT ${TO_DEVELOPMENT} ${other})
 
   set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/plx)

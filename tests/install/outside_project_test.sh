@@ -20,6 +20,9 @@ if grep -rIl -e "$folder/first" -e "$build" "$installed"; then
   exit 1
 fi
 
+# The folder for headers, which a system shares, has one entry more.
+[ "$(ls "$installed/include")" = plx ] || { ls "$installed/include" >&2; exit 1; }
+
 "$cmake" -S "$project" -B by-cmake -DCMAKE_PREFIX_PATH="$installed" >log || { cat log; exit 1; }
 "$cmake" --build by-cmake >log || { cat log; exit 1; }
 (cd by-cmake && ctest --output-on-failure --no-tests=error)
