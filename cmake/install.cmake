@@ -71,14 +71,28 @@ function(plx_install name)
   install(FILES ${completions}/plx.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
     COMPONENT ${TO_TOOL} ${other})
 
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT ${TO_TOOL} ${other})
+  # Documents stand to each other as in the source, so that their links lead somewhere.
+  set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/plx)
+  foreach(document README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md docs samples examples)
+    set(kind FILES)
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${document})
+      set(kind DIRECTORY)
+    endif()
+    install(${kind} ${PROJECT_SOURCE_DIR}/${document} DESTINATION ${documents}
+      COMPONENT ${TO_TOOL} ${other})
+  endforeach()
 endfunction()
 
 # The way to the libraries begins at the program, so that the whole tree can be moved.
 file(RELATIVE_PATH way_to_libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 plx_install(plxTargets LIBRARY library DEVELOPMENT development TOOL tool
   ZSH_FOLDER zsh/site-functions RUNPATH "$ORIGIN/${way_to_libraries}")
+
+# Removes what `cmake --install` has noted as installed, and nothing else.
+add_custom_target(uninstall
+  COMMAND ${CMAKE_COMMAND} -DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt
+    -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake
+  VERBATIM)
 
 # A Debian package: cpack in the build folder. Its dependencies are those of the files in it.
 set(CPACK_GENERATOR DEB)
