@@ -73,7 +73,7 @@ function(plx_install name)
 
   # Documents stand to each other as in the source, so that their links lead somewhere.
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/plx)
-  foreach(document README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md docs samples examples)
+  foreach(document README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md COPYRIGHT docs samples examples)
     set(kind FILES)
     if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${document})
       set(kind DIRECTORY)
