@@ -1,5 +1,6 @@
-# What an installation has, and where. Nothing of it names the place where it was installed, so that the tree can be
-# moved.
+# What an installation has, and where. It is laid out twice: as GNUInstallDirs has it, for `cmake --install`, and as
+# Debian has it, for the packages (package.cmake), whose components a plain installation leaves out. Nothing of it
+# names the place where it was installed, so that the tree can be moved.
 include(CMakePackageConfigHelpers)
 
 # Until version 1, what was built against 0.1 is not promised to work with 0.2.
@@ -93,19 +94,3 @@ add_custom_target(uninstall
   COMMAND ${CMAKE_COMMAND} -DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt
     -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake
   VERBATIM)
-
-# A Debian package: cpack in the build folder. Its dependencies are those of the files in it.
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME plx)
-set(CPACK_PACKAGE_CONTACT "plx maintainers <maintainers@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "sets one component of every datetime: command line, module, host")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION science)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The command line needs the host library, which is in the package itself.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost-dev")
-include(CPack)
