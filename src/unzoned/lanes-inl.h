@@ -6,22 +6,18 @@
 // whatever exceptions of arithmetic (entry/default_float_environment.h has none end a host), and are
 // replaced by the caller.
 //
-// Included once for each instruction set. Everything stands in a namespace of that set, and no
+// Compiled once for each instruction set. Everything stands in a namespace of that set, and no
 // template comes from outside but those that are types or constants: functions of templates are
 // compiled where they are used, here for the set, while the linker keeps one copy of an inline
 // function, and one compiled for a newer set would be called, and fail, on older processors. Inline
 // functions that are no templates are compiled where they stand, before this namespace and for every
 // processor, and may be used.
 
-#if defined(PLX_UNZONED_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PLX_UNZONED_LANES_INL_H
-#undef PLX_UNZONED_LANES_INL_H
-#else
-#define PLX_UNZONED_LANES_INL_H
-#endif
+#pragma once
+
+#include "unzoned/instruction_set-inl.h"
 
 #include <hwy/cache_control.h>
-#include <hwy/highway.h>
 
 #include "unzoned/lane_constants.h"
 
@@ -688,5 +684,3 @@ struct CountingLeapSeconds : Component {
 
 }  // namespace lanes::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-
-#endif

@@ -1,33 +1,12 @@
-// This file is compiled once for each instruction set: Highway includes it again and again, each
-// time with another target and namespace, and last for the part below that chooses among them.
+// Compiled once for each instruction set, PLX_INSTRUCTION_SET, into an object of its own.
 
 #include "unzoned/vector_walk.h"
 
-#include <bit>
 #include <type_traits>
 
-#define HWY_DISABLED_TARGETS HWY_SSSE3  // of no use without a rounding instruction
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "unzoned/vector_walk.cc"
-#include <hwy/foreach_target.h>
-#include <hwy/highway.h>
-
+#include "unzoned/instruction_set-inl.h"
 #include "unzoned/lanes-inl.h"
-
-#ifndef PLX_UNZONED_BLOCK
-#define PLX_UNZONED_BLOCK
-namespace lanes {
-
-// How many elements on the line that counts leap seconds are set together: a multiple of every
-// vector, and few enough for all of their numbers to stay in the first cache.
-constexpr std::size_t kBlock = 256;
-
-// The entries of a block, by numbers as leapNumber() gives them. Compiled once, for every processor:
-// for newer ones the compiler would make gathers of these loads, which take longer.
-void lookUp(const double* numbers, double* entries);
-
-}  // namespace lanes
-#endif
+#include "unzoned/leap_block.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
@@ -326,32 +305,8 @@ size_t walk(Component component, bool leapSeconds, const Elements& e) {
 }  // namespace lanes::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace lanes {
-
-void lookUp(const double* numbers, double* entries) {
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const auto bits = std::bit_cast<std::uint64_t>(numbers[i]);
-    entries[i] = kLeapBuckets.entries[bits % LeapBuckets::kCount];
-  }
+template <>
+std::size_t walkBy<instruction_sets::PLX_INSTRUCTION_SET>(Component component, bool leapSeconds,
+                                                          const Elements& elements) {
+  return lanes::HWY_NAMESPACE::walk(component, leapSeconds, elements);
 }
-
-HWY_EXPORT(walk);
-
-// The walk compiled for one instruction set, of those that the processor has.
-Walk* walkFor(std::int64_t target) {
-  hwy::ChosenTarget chosen;
-  chosen.Update(target);
-  return HWY_DISPATCH_TABLE(walk)[chosen.GetIndex()];
-}
-
-}  // namespace lanes
-
-std::vector<InstructionSet> instructionSets() {
-  std::vector<InstructionSet> sets;
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    sets.push_back({hwy::TargetName(target), lanes::walkFor(target)});
-  }
-  return sets;
-}
-#endif

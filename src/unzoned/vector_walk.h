@@ -4,16 +4,18 @@
 
 #include <vector>
 
+#include "unzoned/instruction_sets.h"
 #include "unzoned/plain_walk.h"
 
-struct InstructionSet {
-  const char* name;  // "AVX3", "AVX2", "SSE4", ...: Highway's names
-  Walk* walk;
-};
+// The walk as it is compiled for one set of instruction_sets.h.
+template <class Set>
+std::size_t walkBy(Component component, bool leapSeconds, const Elements& elements);
+
+using InstructionSet = CompiledFor<Walk>;
 
 // The sets that this processor has and the walk is compiled for, the best one first. Tests and
 // benchmarks call each by name.
 std::vector<InstructionSet> instructionSets();
 
-// Walks with the best set of this processor, which is found out once.
+// Walks with the best set of this processor, which is found out once; plainly where it has none.
 Walk vectorWalk;

@@ -1,19 +1,12 @@
-// This file is compiled once for each instruction set: Highway includes it again and again, each
-// time with another target and namespace, and last for the part below that chooses among them.
+// Compiled once for each instruction set, PLX_INSTRUCTION_SET, into an object of its own.
 
 #include "zoned/vector_walk.h"
 
 #include <type_traits>
 
 #include "entry/field_codes.h"
+#include "unzoned/instruction_set-inl.h"
 #include "zoned/table_walk.h"
-
-#define HWY_DISABLED_TARGETS HWY_SSSE3  // of no use without a rounding instruction
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "zoned/vector_walk.cc"
-#include <hwy/foreach_target.h>
-#include <hwy/highway.h>
-
 #include "zoned/zone_lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -244,30 +237,7 @@ void walk(const ZonedCall& call) {
 }  // namespace zone_lanes::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zone_lanes {
-
-HWY_EXPORT(walk);
-
-// The walk compiled for one instruction set, of those that the processor has.
-ZonedWalk* walkFor(std::int64_t target) {
-  hwy::ChosenTarget chosen;
-  chosen.Update(target);
-  return HWY_DISPATCH_TABLE(walk)[chosen.GetIndex()];
+template <>
+void zonedWalkBy<instruction_sets::PLX_INSTRUCTION_SET>(const ZonedCall& call) {
+  zone_lanes::HWY_NAMESPACE::walk(call);
 }
-
-}  // namespace zone_lanes
-
-std::vector<ZonedInstructionSet> zonedInstructionSets() {
-  std::vector<ZonedInstructionSet> sets;
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    sets.push_back({hwy::TargetName(target), zone_lanes::walkFor(target)});
-  }
-  return sets;
-}
-
-void zonedVectorWalk(const ZonedCall& call) {
-  static ZonedWalk* const best = zonedInstructionSets().front().walk;
-  best(call);
-}
-#endif

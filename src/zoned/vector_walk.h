@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "unzoned/instruction_sets.h"
 #include "unzoned/plain_walk.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/offset_table.h"
@@ -25,14 +26,16 @@ struct ZonedCall {
 // the calendar, which may raise; then what the elements behind hold is open.
 using ZonedWalk = void(const ZonedCall& call);
 
-struct ZonedInstructionSet {
-  const char* name;  // "AVX3", "AVX2", "SSE4", ...: Highway's names
-  ZonedWalk* walk;
-};
+// The walk as it is compiled for one set of instruction_sets.h.
+template <class Set>
+void zonedWalkBy(const ZonedCall& call);
+
+using ZonedInstructionSet = CompiledFor<ZonedWalk>;
 
 // The sets that this processor has and the walk is compiled for, the best one first. Tests and
 // benchmarks call each by name.
 std::vector<ZonedInstructionSet> zonedInstructionSets();
 
-// Walks with the best set of this processor, which is found out once.
+// Walks with the best set of this processor, which is found out once; by the table alone where it has
+// none.
 ZonedWalk zonedVectorWalk;

@@ -8,16 +8,9 @@
 // below 2^53, all sums, differences and products are exact, and no result lies outside +-2^52. None
 // is -0: no offset is, and so no sum with one is.
 //
-// Included once for each instruction set, like the unzoned lanes and under the same rules.
+// Compiled once for each instruction set, like the unzoned lanes and under the same rules.
 
-#if defined(PLX_ZONE_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PLX_ZONE_LANES_INL_H
-#undef PLX_ZONE_LANES_INL_H
-#else
-#define PLX_ZONE_LANES_INL_H
-#endif
-
-#include <hwy/highway.h>
+#pragma once
 
 #include <type_traits>
 
@@ -601,5 +594,3 @@ HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretche
 
 }  // namespace zone_lanes::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-
-#endif

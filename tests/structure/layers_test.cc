@@ -46,7 +46,9 @@ const Layer kLayers[] = {
     {"src/zoned/.*",
      "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/"
      "(civil|doubledouble|rounding)\\.h|zoned/.*|"
-     "unzoned/(elements_of|plain_walk|lane_constants|lanes-inl)\\.h|hwy/.*"},
+     "unzoned/"
+     "(elements_of|plain_walk|lane_constants|lanes-inl|instruction_sets|instruction_set-inl)\\.h|"
+     "hwy/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
     // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and
     // what looks at datetimes; what sets them; the commands.

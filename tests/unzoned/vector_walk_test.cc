@@ -220,12 +220,15 @@ double usualValue(Random& random, Component component) {
   }
 }
 
-// A build may have been made for fewer sets than the processor has.
 std::int64_t setCount() { return static_cast<std::int64_t>(instructionSets().size()); }
 
 // ---- The tests ----
 
-TEST(VectorWalk, HasTheSetsOfThisProcessor) {
+// The text of a list such as AVX3,AVX2.
+#define PLX_TEXT_OF_(...) #__VA_ARGS__
+#define PLX_TEXT_OF(...) PLX_TEXT_OF_(__VA_ARGS__)
+
+TEST(VectorWalk, HasTheSetsOfThisProcessorThatTheBuildHas) {
   const auto sets = instructionSets();
   ASSERT_FALSE(sets.empty());
   for (const InstructionSet& set : sets) {
@@ -236,9 +239,14 @@ TEST(VectorWalk, HasTheSetsOfThisProcessor) {
   const auto has = [&](const std::string& name) {
     return std::any_of(sets.begin(), sets.end(), [&](const auto& s) { return s.name == name; });
   };
-  EXPECT_EQ(has("AVX2"), __builtin_cpu_supports("avx2") != 0);
-  EXPECT_EQ(has("AVX3"), __builtin_cpu_supports("avx512dq") != 0);
-  EXPECT_EQ(has("SSE4"), __builtin_cpu_supports("sse4.2") != 0);
+  const std::string built = "," PLX_TEXT_OF(PLX_INSTRUCTION_SETS) ",";
+  const auto expected = [&](const char* name, int isSupported) {
+    return built.find(',' + std::string(name) + ',') != std::string::npos && isSupported != 0;
+  };
+  EXPECT_EQ(has("AVX3"), expected("AVX3", __builtin_cpu_supports("avx512dq")));
+  EXPECT_EQ(has("AVX2"), expected("AVX2", __builtin_cpu_supports("avx2")));
+  EXPECT_EQ(has("SSE4"), expected("SSE4", __builtin_cpu_supports("sse4.2")));
+  EXPECT_EQ(has("baseline"), expected("Baseline", 1));
 #endif
 }
 

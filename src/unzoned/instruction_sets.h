@@ -1,0 +1,76 @@
+// The instruction sets that the vector code is compiled for. It is written once and compiled into one
+// object for each set (src/CMakeLists.txt), so that each is compiled on its own; which one runs is
+// decided when it runs, by what the processor has.
+//
+//   an object of a set   instruction_set-inl.h, then code in a namespace of the set; its one entry
+//                        is a specialisation such as  template <> Walk walkBy<instruction_sets::AVX2>
+//   a list of entries    supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; })
+#pragma once
+
+#include <vector>
+
+// One set, with the function that is compiled for it.
+template <class Walk>
+struct CompiledFor {
+  const char* name;  // "AVX3", "AVX2", "SSE4" or "baseline"
+  Walk* walk;
+};
+
+namespace instruction_sets {
+
+// What any processor of the machine's kind has: no choice is left.
+struct Baseline {
+  static constexpr const char* kName = "baseline";
+  static bool isSupported() { return true; }
+};
+
+#if defined(__x86_64__)
+// The vector library's names. Each set has what the sets below it have. These are the instructions
+// that its target attributes allow the compiler (instruction_set-inl.h).
+struct SSE4 {
+  static constexpr const char* kName = "SSE4";
+  static bool isSupported() { return __builtin_cpu_supports("sse4.2"); }
+};
+
+struct AVX2 {
+  static constexpr const char* kName = "AVX2";
+  static bool isSupported() {
+    return SSE4::isSupported() && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+           __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("fma");
+  }
+};
+
+struct AVX3 {
+  static constexpr const char* kName = "AVX3";
+  static bool isSupported() {
+    return AVX2::isSupported() && __builtin_cpu_supports("avx512f") &&
+           __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512vl") &&
+           __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+  }
+};
+#endif
+
+template <class... Sets>
+struct List {
+  template <class Walk, class EntryOf>
+  static std::vector<CompiledFor<Walk>> supported(EntryOf entryOf) {
+    std::vector<CompiledFor<Walk>> found;
+    const auto add = [&](auto set) {
+      if (set.isSupported()) found.push_back({set.kName, entryOf(set)});
+    };
+    (add(Sets{}), ...);
+    return found;
+  }
+};
+
+// Those of this build, the best one first.
+using Compiled = List<PLX_INSTRUCTION_SETS>;
+
+}  // namespace instruction_sets
+
+// The entries of the sets that this processor has and this build is compiled for, the best one first;
+// none where it has none of them.
+template <class Walk, class EntryOf>
+std::vector<CompiledFor<Walk>> supportedSets(EntryOf entryOf) {
+  return instruction_sets::Compiled::supported<Walk>(entryOf);
+}

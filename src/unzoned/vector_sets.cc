@@ -1,0 +1,5 @@
+#include "unzoned/vector_walk.h"
+
+std::vector<InstructionSet> instructionSets() {
+  return supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; });
+}

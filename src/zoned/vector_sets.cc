@@ -1,0 +1,22 @@
+#include "zoned/table_walk.h"
+#include "zoned/vector_walk.h"
+
+std::vector<ZonedInstructionSet> zonedInstructionSets() {
+  return supportedSets<ZonedWalk>([](auto set) { return &zonedWalkBy<decltype(set)>; });
+}
+
+namespace {
+
+void walkByTable(const ZonedCall& call) {
+  tableWalk(call.table, call.field, call.elements, call.calendar);
+}
+
+}  // namespace
+
+void zonedVectorWalk(const ZonedCall& call) {
+  static ZonedWalk* const best = [] {
+    const auto sets = zonedInstructionSets();
+    return sets.empty() ? &walkByTable : sets.front().walk;
+  }();
+  best(call);
+}
