@@ -6,8 +6,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -17,6 +19,7 @@
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/datetime_module.h"
+#include "support/length.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define PLX_OWN_MEMORY 0
@@ -34,21 +37,29 @@ constexpr std::size_t kTailElements = kTail / sizeof(double);
 constexpr std::size_t kElements = kWindows * kWindowElements + kTailElements;
 static_assert(kElements > std::size_t{1} << 31);
 
-// Null where the mappings cannot be had.
-[[maybe_unused]] void* mapHugeBlock() {
-  constexpr std::size_t kBytes = kWindows * kWindow + kTail;
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+[[maybe_unused]] void* mapBySystem(void* address, std::size_t size, int protection, int flags,
+                                   int file, off_t offset) {
+  return reinterpret_cast<void*>(syscall(SYS_mmap, address, size, protection, flags, file, offset));
+}
+
+// A block of the size, which begins at a huge page; MAP_FAILED where the mappings cannot be had.
+[[maybe_unused]] void* mapHugeBlock(std::size_t size) {
   const int file = memfd_create("window", 0);
-  if (file < 0 || ftruncate(file, kWindow) != 0) return nullptr;
+  if (file < 0 || ftruncate(file, kWindow) != 0) return MAP_FAILED;
   // First the range, with memory of its own for the tail; then the windows over it.
-  void* const block = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE,
-                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* const block = mapBySystem(nullptr, size, PROT_READ | PROT_WRITE,
+                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   bool isMapped = block != MAP_FAILED;
+  char* const data =
+      static_cast<char*>(block) + -reinterpret_cast<std::uintptr_t>(block) % kHugePage;
   for (std::size_t i = 0; isMapped && i < kWindows; ++i) {
-    isMapped = mmap(static_cast<char*>(block) + i * kWindow, kWindow, PROT_READ | PROT_WRITE,
-                    MAP_SHARED | MAP_FIXED | MAP_POPULATE, file, 0) != MAP_FAILED;
+    isMapped = mapBySystem(data + i * kWindow, kWindow, PROT_READ | PROT_WRITE,
+                           MAP_SHARED | MAP_FIXED | MAP_POPULATE, file, 0) != MAP_FAILED;
   }
   close(file);
-  return isMapped ? block : nullptr;
+  return isMapped ? block : MAP_FAILED;
 }
 
 int hugeBlocks = 0;
@@ -57,29 +68,30 @@ int hugeBlocks = 0;
 
 #if PLX_OWN_MEMORY
 extern "C" {
-void* __libc_memalign(std::size_t, std::size_t);
-void __libc_free(void*);
-
 static void* hugeBlock[4];
 
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  if (size < kWindows * kWindow) return __libc_memalign(alignment, size);
+static bool isHuge(std::size_t size) { return size >= kWindows * kWindow; }
+
+// The host maps large blocks itself, with up to one huge page more than it needs, and gives that back.
+void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) {
+  if (!isHuge(size)) return mapBySystem(address, size, protection, flags, file, offset);
   for (void*& place : hugeBlock) {
     if (place) continue;
     ++hugeBlocks;
-    return place = mapHugeBlock();
+    return place = mapHugeBlock(size);
   }
-  return nullptr;
+  errno = ENOMEM;
+  return MAP_FAILED;
 }
 
-void free(void* memory) {
-  for (void*& place : hugeBlock) {
-    if (!memory || place != memory) continue;
-    munmap(memory, kWindows * kWindow + kTail);
-    place = nullptr;
-    return;
+int munmap(void* memory, std::size_t size) {
+  if (isHuge(size)) {
+    for (void*& place : hugeBlock) {
+      const auto* const begin = static_cast<char*>(place);
+      if (begin != nullptr && begin <= memory && memory < begin + kHugePage) place = nullptr;
+    }
   }
-  __libc_free(memory);
+  return static_cast<int>(syscall(SYS_munmap, memory, size));
 }
 }
 #endif
@@ -90,6 +102,7 @@ class HugeArrays : public testing::Test {
  protected:
   void SetUp() override {
     if (!PLX_OWN_MEMORY) GTEST_SKIP() << "the sanitizers have a memory of their own";
+    if (!testsAreWhole()) GTEST_SKIP() << "ten seconds a call, in a whole run only";
   }
 };
 
