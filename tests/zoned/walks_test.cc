@@ -20,6 +20,7 @@
 #include "support/datetime_arrays.h"
 #include "support/every_zone.h"
 #include "support/integer_calendar.h"
+#include "support/length.h"
 #include "support/raised.h"
 #include "support/random.h"
 #include "unzoned/lane_constants.h"
@@ -349,8 +350,8 @@ class Walks : public testing::Test {
 // As instants: the moments around every transition, set to anything. As wall times: something else
 // set to what leads to the moments that clocks show around it.
 TEST_F(Walks, AroundEveryTransition) {
-  Cases cases(900000);
-  for (const std::string& id : everyZone()) {
+  Cases cases(ofWhole(900000));
+  for (const std::string& id : zonesOfThisRun()) {
     const Zone zone(id);
     ASSERT_TRUE(zone.table) << id;
     Inputs inputs[kFieldCount];
@@ -526,8 +527,8 @@ TEST_F(Walks, SeriesAcrossTheEndOfTheTable) {
 }
 
 TEST_F(Walks, AnyElements) {
-  Cases cases(800000);
-  for (const std::string& id : everyZone()) {
+  Cases cases(ofWhole(800000));
+  for (const std::string& id : zonesOfThisRun()) {
     const Zone zone(id);
     for (const UCalendarDateFields field : kFields) {
       Inputs in;
@@ -575,12 +576,12 @@ icu::GregorianCalendar withJulianPast(const icu::TimeZone& zone) {
 
 // One element that is no usual one at every position of a few vectors and blocks.
 TEST_F(Walks, OneOddElementAtEveryPosition) {
-  Cases cases(100000);
+  Cases cases(ofWhole(100000));
   const Zone zone("America/New_York");
   for (const UCalendarDateFields field : kFields) {
     for (const double odd :
          {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 0x1p49 + 1, -0x1p51, 0x1p52 + 2}) {
-      for (std::size_t at = 0; at < 115; at += at < 20 ? 1 : 5) {
+      for (std::size_t at = 0; at < 115; at += testsAreWhole() && at < 20 ? 1 : 7) {
         Inputs in;
         for (std::size_t i = 0; i < 115; ++i)
           in.add(usualTime(random_), usualValue(random_, field));
@@ -641,7 +642,8 @@ TEST_F(Walks, LowPartsAtTheEndsOfTheDomain) {
 // the zone, another calendar's time, a fraction, or a value that leads elsewhere.
 TEST_F(Walks, OneOddElementInSteadyTimes) {
   constexpr std::size_t kCount = 1000;
-  Cases cases(11 * 4 * 13 * 4 * std::int64_t{kCount});
+  Cases cases(ofWhole(11 * 4 * 13 * 4 * std::int64_t{kCount}));
+  int turn = 0;
   for (const char* id : {"America/New_York", "Asia/Kolkata", "GMT+05:30", "Asia/Tehran"}) {
     const Zone zone(id);
     for (const UCalendarDateFields field : kFields) {
@@ -649,6 +651,7 @@ TEST_F(Walks, OneOddElementInSteadyTimes) {
            {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 1404172800000.25, 1388534400000.0, 1414879200000.0,
             -2208988800000.0, 4102444800000.0, 0x1p49 + 1, 1e300}) {
         for (const std::size_t at : {1, 47, 400, 767, 768, 998}) {
+          if (!testsAreWhole() && ++turn % 7 != 0) continue;  // each position in its turn
           Inputs in;
           for (std::size_t i = 0; i < kCount; ++i) {  // the July of 2014
             const double t = 1404172800000.0 + std::floor(random_.real(0, 30 * 86400000.0));
