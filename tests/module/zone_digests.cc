@@ -160,6 +160,13 @@ void printOffsets(Module& module) {
   }
 }
 
+void printRules() {
+  UErrorCode status = U_ZERO_ERROR;
+  const char* version = icu::TimeZone::getTZDataVersion(status);
+  if (U_FAILURE(status)) throw std::runtime_error(u_errorName(status));
+  std::printf("rules: %s\n", version);
+}
+
 void printZones(Module& module) {
   for (const std::string& id : everyZone()) {
     Digest digest;
@@ -189,6 +196,7 @@ int main(int argc, char** argv) {
     paSetLocale("en_US", nullptr);
     printOffsets(module);
     if (argc > 1 && std::strcmp(argv[1], "--offsets") == 0) return 0;
+    printRules();
     printZones(module);
     printLanguages(module);
   } catch (const std::exception& problem) {
