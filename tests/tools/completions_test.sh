@@ -125,8 +125,12 @@ if command -v fish >/dev/null; then
 fi
 if command -v zsh >/dev/null; then
   zsh -n "$folder/_plx"
-  check inZsh
-  shells+=" zsh"
+  if zsh -f -c 'zmodload zsh/zpty && zpty shell :' 2>/dev/null; then
+    check inZsh
+    shells+=" zsh"
+  else
+    echo "zsh: not run, as there are no pseudo-terminals here (/dev/pts)"
+  fi
 fi
 echo "cases: $cases in $shells"
 exit $failed

@@ -13,6 +13,7 @@
 #include "host/embed.h"
 #include "run_plx.h"
 #include "support/cases.h"
+#include "terminal.h"
 
 namespace plx {
 namespace {
@@ -89,6 +90,7 @@ TEST(Explain, ColoursAddNothingButEscapes) {
 }
 
 TEST(TakesColour, OnATerminalUnlessRefused) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
   const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
   ASSERT_GE(terminal, 0);
   int pipe[2];

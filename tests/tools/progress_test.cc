@@ -10,11 +10,13 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "stream/signals.h"
 #include "support/cases.h"
+#include "terminal.h"
 
 namespace plx {
 namespace {
@@ -66,6 +68,7 @@ std::string onTerminal(const std::function<void()>& work, bool resultsToo, int e
   const struct winsize size = {24, 60, 0, 0};
   int terminal = -1;
   const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+  if (child < 0) throw std::runtime_error("no pseudo-terminal");
   if (child == 0) {
     if (!resultsToo) ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
     ::setenv("TERM", "xterm", 1);
@@ -95,6 +98,7 @@ void workFor(Progress& progress, std::chrono::milliseconds time) {
 constexpr std::string_view kClear = "\r\x1b[K";
 
 TEST(Progress, IsShownOnATerminalAndCleared) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
   const std::string shown = onTerminal(
       [] {
         Progress progress(ShowProgress::automatic, STDERR_FILENO, STDOUT_FILENO, 1'000'000);
@@ -115,6 +119,7 @@ TEST(Progress, IsShownOnATerminalAndCleared) {
 }
 
 TEST(Progress, IsNotShown) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
   Cases cases(3);
   const auto work = [](ShowProgress show) {
     return [show] {
@@ -152,6 +157,7 @@ TEST(Progress, IsShownAnywhereWhenForced) {
 }
 
 TEST(Progress, ASignalClearsIt) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
   const std::string shown = onTerminal(
       [] {
         handleSignals();

@@ -16,6 +16,7 @@
 #include "run_plx.h"
 #include "support/cases.h"
 #include "support/random.h"
+#include "terminal.h"
 
 namespace {
 
@@ -289,6 +290,7 @@ std::string shownOnTerminal(const std::vector<std::string>& options) {
 }
 
 TEST(TableStream, ProgressOnATerminal) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
   const std::string shown = shownOnTerminal({});
   EXPECT_NE(shown.find(" B/s  0:0"), std::string::npos) << shown;
   EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
