@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <climits>
 #include <cstring>
 
@@ -12,16 +13,20 @@ namespace {
 
 constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
-// What the handler reads. Changed while the signals are held back, in the only thread that gets them.
+// What the handler reads. The path is changed while the signals are held back, in the only thread that
+// gets them. The terminal is changed by whichever thread draws: an atomic without a lock may be read in
+// a handler meanwhile.
 std::array<char, PATH_MAX> fileToRemove;
-volatile std::sig_atomic_t terminalToClear = -1;
+std::atomic<int> terminalToClear = -1;
+static_assert(std::atomic<int>::is_always_lock_free);
 
 // Only calls that are safe in a handler. The signal had its default restored when it came, and is
 // held back until the handler returns: then it ends the program.
 void cleanUp(int signal) {
   if (fileToRemove[0] != '\0') ::unlink(fileToRemove.data());
   constexpr char kClear[] = "\r\x1b[K";
-  if (terminalToClear >= 0 && ::write(terminalToClear, kClear, sizeof kClear - 1) < 0) {
+  const int terminal = terminalToClear;
+  if (terminal >= 0 && ::write(terminal, kClear, sizeof kClear - 1) < 0) {
     // The terminal is gone, and nobody is left to be told.
   }
   ::raise(signal);
