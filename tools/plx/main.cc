@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,8 @@ int run(const std::vector<std::string>& arguments) {
     return 0;
   } catch (const plx::Failure& failure) {
     return report(failure);
+  } catch (const std::bad_alloc&) {
+    return report({plx::Status::inputOutput, "not enough memory"});
   } catch (const std::exception& error) {
     return report({plx::Status::inputOutput, error.what()});
   }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "arith/civil.h"
+#include "base/icu.h"
 #include "unzoned/leap_seconds.h"
 
 namespace plx {
@@ -44,22 +45,15 @@ std::unique_ptr<T> owned(T* object) {
   return std::unique_ptr<T>(object);
 }
 
-void check(UErrorCode status, std::string_view text) {
-  if (U_FAILURE(status)) {
-    throw Failure{Status::unknownName,
-                  describe("--zone", {u_errorName(status), kAcceptedZones}, text)};
-  }
-}
-
 // An offset in one of the spellings of UTC+05:30, +05:30, +0530 and Z; null for anything else.
-std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id, std::string_view text) {
+std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id) {
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::TimeZoneFormat> format(
       icu::TimeZoneFormat::createInstance(icu::Locale("en_US"), status));
-  check(status, text);
+  checkICU(status);
   format->setGMTPattern(icu::UnicodeString(u"UTC{0}"), status);
   format->setGMTZeroFormat(icu::UnicodeString(u"UTC"), status);
-  check(status, text);
+  checkICU(status);
   icu::ParsePosition position(0);
   std::unique_ptr<icu::TimeZone> zone(
       format->parse(UTZFMT_STYLE_LOCALIZED_GMT_SHORT, id, position, nullptr));
@@ -68,30 +62,24 @@ std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id, std::str
 }
 
 // Null for a text that names no zone.
-std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id, std::string_view text) {
+std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id) {
   if (isName(id, u"Etc/Unknown")) return nullptr;
   if (isName(id, u"local")) return owned(icu::TimeZone::createDefault());
   auto zone = owned(icu::TimeZone::createTimeZone(id));
-  if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id, text);
+  if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id);
   return zone;
 }
 
 // The calendar that the module computes with.
-std::unique_ptr<icu::GregorianCalendar> calendarIn(std::unique_ptr<icu::TimeZone> zone,
-                                                   std::string_view text) {
+std::unique_ptr<icu::GregorianCalendar> calendarIn(std::unique_ptr<icu::TimeZone> zone) {
   UErrorCode status = U_ZERO_ERROR;
   auto calendar = owned(new icu::GregorianCalendar(zone.release(), icu::Locale("en_US"), status));
-  check(status, text);
+  checkICU(status);
   calendar->setGregorianChange(-0x1p53, status);  // Gregorian rules at all times
-  check(status, text);
+  checkICU(status);
   calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
   calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_LAST);
   return calendar;
-}
-
-icu::UnicodeString unicode(std::string_view text) {
-  return icu::UnicodeString::fromUTF8(
-      icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
 }
 
 bool isIdentifier(const icu::UnicodeString& id) {
@@ -99,6 +87,7 @@ bool isIdentifier(const icu::UnicodeString& id) {
   UBool isOfData = false;
   UErrorCode status = U_ZERO_ERROR;
   icu::TimeZone::getCanonicalID(id, canonical, isOfData, status);
+  checkMemory(status);
   return U_SUCCESS(status) && isOfData && !isName(id, u"Etc/Unknown");
 }
 
@@ -147,7 +136,7 @@ bool isWithin(int128 second, int128 first, int128 last) {
 
 }  // namespace
 
-bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicode(text)); }
+bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicodeText(text)); }
 
 Complaint unknownZone() { return {"unknown time zone", kAcceptedZones}; }
 
@@ -165,17 +154,17 @@ Zone Zone::named(std::string_view text) {
 }
 
 std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
-  const icu::UnicodeString id = unicode(text);
+  const icu::UnicodeString id = unicodeText(text);
   if (id.isEmpty()) return Zone(Kind::plain, "");
   if (isName(id, u"UTC")) return Zone(Kind::utc, "UTC");
   if (isName(id, u"UTCLeapSeconds")) return Zone(Kind::leapSeconds, "UTCLeapSeconds");
-  auto rules = icuZone(id, text);
+  auto rules = icuZone(id);
   if (!rules) {
     complaint = unknownZone();
     return std::nullopt;
   }
   Zone zone(Kind::calendar, std::string(text));
-  zone.calendar_ = calendarIn(std::move(rules), text);
+  zone.calendar_ = calendarIn(std::move(rules));
   if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
   zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
   return zone;
@@ -220,7 +209,7 @@ int128 Zone::calendarSecond(std::int64_t wallSecond) const {
   calendar_->set(UCAL_SECOND, static_cast<std::int32_t>(secondOfDay % 60));
   UErrorCode status = U_ZERO_ERROR;
   const double millis = calendar_->getTime(status);
-  check(status, text_);
+  checkICU(status);
   return floorDiv(static_cast<int128>(millis), 1000).quotient;
 }
 
@@ -232,7 +221,7 @@ int Zone::calendarOffset(std::int64_t second) const {
   UErrorCode status = U_ZERO_ERROR;
   calendar_->getTimeZone().getOffset(static_cast<double>(second) * 1000.0, false, raw, saving,
                                      status);
-  check(status, text_);
+  checkICU(status);
   return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
 }
 

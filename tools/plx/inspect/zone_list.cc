@@ -10,7 +10,7 @@
 #include <iterator>
 #include <memory>
 
-#include "base/message.h"
+#include "base/icu.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
 #include "inspect/transitions.h"
@@ -19,17 +19,11 @@ namespace plx {
 
 namespace {
 
-void check(UErrorCode status) {
-  if (U_FAILURE(status)) throw Failure{Status::inputOutput, u_errorName(status)};
-}
-
-icu::UnicodeString wide(const std::string& text) { return icu::UnicodeString::fromUTF8(text); }
-
 // Empty for a name that is canonical or none of ICU's.
 std::string aliasOf(const std::string& name) {
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeString id;
-  icu::TimeZone::getCanonicalID(wide(name), id, status);
+  icu::TimeZone::getCanonicalID(unicodeText(name), id, status);
   std::string canonical;
   if (U_SUCCESS(status)) id.toUTF8String(canonical);
   return canonical == name ? std::string() : canonical;
@@ -53,11 +47,11 @@ std::vector<std::string> zoneNames() {
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::StringEnumeration> ids(
       icu::TimeZone::createTimeZoneIDEnumeration(UCAL_ZONE_TYPE_ANY, nullptr, nullptr, status));
-  check(status);
+  checkICU(status);
   while (const char* id = ids->next(nullptr, status)) {
     if (std::string_view(id) != "Etc/Unknown") names.emplace_back(id);
   }
-  check(status);
+  checkICU(status);
   std::ranges::sort(names);
   return names;
 }

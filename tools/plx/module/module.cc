@@ -1,7 +1,6 @@
 #include "module/module.h"
 
 #include <dlfcn.h>
-#include <unicode/unistr.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -9,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/icu.h"
 #include "base/message.h"
 
 namespace plx {
@@ -65,8 +65,7 @@ HostArray hostColumn(std::size_t count, paComplexity complexity) {
 HostArray hostNumber(double number) { return columnOf({&number, 1}); }
 
 HostArray hostText(std::string_view utf8) {
-  const auto text = icu::UnicodeString::fromUTF8(
-      icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
+  const icu::UnicodeString text = unicodeText(utf8);
   const std::vector<std::uint16_t> units(text.getBuffer(), text.getBuffer() + text.length());
   const std::size_t dims[] = {1, units.size()};
   return owned(paCreateCharArray(2, dims, units.data()));

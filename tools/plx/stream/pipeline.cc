@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -113,7 +114,7 @@ Pipeline::~Pipeline() = default;
 
 void Pipeline::run(ChunkReader& reader, const Write& write) {
   Run run(reader, makeWorker_, write);
-  std::vector<std::thread> others;
+  std::vector<std::jthread> others;  // joined before the run goes, whatever happens
   if (threads_.size() > 1) {
     reader.source().allowWakeUp();
     const SignalsHeld held;  // the others inherit it, so that this thread gets all signals
@@ -122,10 +123,12 @@ void Pipeline::run(ChunkReader& reader, const Write& write) {
         others.emplace_back([&run, &thread = threads_[i]] { run.work(thread); });
     } catch (const std::system_error&) {
       // The system has no more threads to give; those that there are do the work.
+    } catch (const std::bad_alloc&) {
+      // Nor memory for one.
     }
   }
   run.work(threads_[0]);
-  for (std::thread& other : others) other.join();
+  others.clear();
   run.rethrowFailure();
 }
 
