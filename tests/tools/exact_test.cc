@@ -283,6 +283,43 @@ TEST(Exact, WritingBreaksTiesOfNanoseconds) {
   }
 }
 
+// Whole seconds, less what lo takes away.
+TEST(Exact, WritingGoesBelowAWholeSecond) {
+  EXPECT_EQ(rounded({1399710615000, -0.0001}, 9).fraction, "9999999");
+  Cases cases(10'000);
+  std::mt19937_64 random(9);
+  for (int i = 0; i < 10'000; ++i, ++cases) {
+    const double hi =
+        1000 * static_cast<double>(static_cast<std::int64_t>(random() % (1ull << 42)));
+    const double half = (std::nextafter(hi, INFINITY) - hi) / 2;
+    const doubledouble pair{hi, -half * std::uniform_real_distribution<double>(0, 1)(random)};
+    const DecimalSeconds d = rounded(pair, 9);
+    ASSERT_EQ(millisOf(d.seconds, d.fraction), valueOf(pair).roundedTo(6)) << pair;
+  }
+}
+
+// Neither the order of the two matters nor whether they overlap.
+TEST(Exact, WritingTakesPairsThatAreNotNormalised) {
+  Cases cases(9 + 10'000);
+  const doubledouble rows[] = {{1000, -0.5}, {0, 0.25},      {-0.25, 1000},
+                               {0.5, -0.5},  {0.5, -1e-9},   {999, 1.000001},
+                               {0.25, 1e12}, {-0.25, -1e15}, {0x1p-60, 0x1p70}};
+  for (const doubledouble& pair : rows) {
+    const DecimalSeconds d = rounded(pair, 9);
+    EXPECT_EQ(millisOf(d.seconds, d.fraction), valueOf(pair).roundedTo(6)) << pair;
+    ++cases;
+  }
+  std::mt19937_64 random(8);
+  std::uniform_real_distribution<double> mantissa(-2, 2);
+  std::uniform_int_distribution<int> exponent(-70, 70);
+  for (int i = 0; i < 10'000; ++i, ++cases) {
+    const doubledouble pair{std::ldexp(mantissa(random), exponent(random)),
+                            std::ldexp(mantissa(random), exponent(random))};
+    const DecimalSeconds d = rounded(pair, 9);
+    ASSERT_EQ(millisOf(d.seconds, d.fraction), valueOf(pair).roundedTo(6)) << pair;
+  }
+}
+
 TEST(Exact, WritingAgreesWithRoundingOnPaper) {
   Cases cases(30'000);
   Pairs pairs(5);

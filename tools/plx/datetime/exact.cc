@@ -226,7 +226,7 @@ DecimalSeconds ofNanoseconds(std::int64_t millis, std::int64_t nanos) {
 
 // The nearest nanosecond by doubles as far as they tell it for certain; nothing where they do not.
 // Below 2^52 the part of hi behind the point is exact; adding lo and multiplying rounds to less than
-// 10^-9 nanoseconds.
+// 10^-9 nanoseconds. A whole hi has as much as a quarter of a millisecond taken away by lo.
 std::optional<DecimalSeconds> quickRounded(const doubledouble& pair) {
   if (!(std::fabs(pair.hi) < 0x1p52)) return std::nullopt;
   const double millis = floorDouble(pair.hi);
@@ -235,7 +235,9 @@ std::optional<DecimalSeconds> quickRounded(const doubledouble& pair) {
   constexpr double kUnsure = 1e-6;
   if (nanos - count < kUnsure || nanos - count > 1 - kUnsure) return std::nullopt;
   const auto whole = static_cast<std::int64_t>(millis), below = static_cast<std::int64_t>(count);
-  return below == 1'000'000 ? ofNanoseconds(whole + 1, 0) : ofNanoseconds(whole, below);
+  if (below < 0) return ofNanoseconds(whole - 1, below + 1'000'000);
+  return below >= 1'000'000 ? ofNanoseconds(whole + 1, below - 1'000'000)
+                            : ofNanoseconds(whole, below);
 }
 
 bool isWhole(const doubledouble& x) {
@@ -311,7 +313,9 @@ doubledouble pairOf(int128 seconds, std::string_view fraction) {
   return pairOfDigits<cpp_int>(millis, std::string(below.substr(0, kMostDigits)) + '1');
 }
 
-DecimalSeconds rounded(const doubledouble& pair, std::size_t digits) {
+DecimalSeconds rounded(const doubledouble& value, std::size_t digits) {
+  // The bounds below are those of parts that do not overlap.
+  const doubledouble pair = two_sum(value.hi, value.lo);
   if (isWhole(pair)) return ofWhole(pair);
   if (digits == 9) {
     if (auto decimal = quickRounded(pair)) return *std::move(decimal);
