@@ -276,6 +276,9 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
       {"set second 1e999 2014-05-10", 1, "",
        "VALUE: the number is beyond the range of a double: \"1e999\"; accepted: a decimal number "
        "such as 13, -0.5 or 1e3"},
+      {"set second -1e-400 2014-05-10", 1, "",
+       "VALUE: the number is nearer to 0 than any double: \"-1e-400\"; accepted: a decimal number "
+       "such as 13, -0.5 or 1e3"},
       {"set year 1e14 2014-05-10", 1, "",
        "argument: the result is out of range: \"2014-05-10\"; accepted: dates within 2^52 days of "
        "1970, from -12330436974479-06-28 to +12330436978418-07-07"},

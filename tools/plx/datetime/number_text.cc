@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 
 #include "datetime/datetime_text.h"
 #include "datetime/scanner.h"
@@ -70,15 +71,6 @@ Magnitude magnitudeOf(const DecimalSeconds& decimal) {
   for (char& digit : result.fraction) digit = static_cast<char>('0' + ('9' - digit));
   ++result.fraction.back();  // it was no zero
   return result;
-}
-
-// A double, the entire text, without the letters of inf and nan.
-bool readDouble(std::string_view text, double& number) {
-  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-  if (text.find_first_not_of("0123456789+-.eE") != std::string_view::npos) return false;
-  const char* end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, number);
-  return result.ec == std::errc() && result.ptr == end;
 }
 
 bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
@@ -162,13 +154,29 @@ void writeCount(std::string& out, Form form, const DecimalSeconds& decimal) {
   out += fraction;
 }
 
+DecimalText readDecimal(std::string_view text, double& number) {
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  if (text.find_first_not_of("0123456789+-.eE") != std::string_view::npos) return DecimalText::none;
+  const char* end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, number);
+  if (result.ec == std::errc::invalid_argument || result.ptr != end) return DecimalText::none;
+  if (result.ec == std::errc()) return DecimalText::number;
+  // Which of the two it is, that function does not say. This one expects the point of the C locale,
+  // which the program never leaves.
+  return std::isinf(std::strtod(std::string(text).c_str(), nullptr)) ? DecimalText::tooLarge
+                                                                     : DecimalText::tooSmall;
+}
+
 std::optional<doubledouble> readPair(std::string_view text, Complaint& complaint) {
   complaint = {"not a pair of numbers", kAcceptedPairs};
   bool found = false;
   Scanner scan(text);
   const std::string_view high = scan.until(',', found);
+  if (!found) return std::nullopt;
   double hi = 0, lo = 0;
-  if (!found || !readDouble(high, hi) || !readDouble(scan.rest(), lo)) return std::nullopt;
+  if (readDecimal(high, hi) != DecimalText::number ||
+      readDecimal(scan.rest(), lo) != DecimalText::number)
+    return std::nullopt;
   complaint = {};
   return two_sum(hi, lo);
 }
@@ -176,9 +184,9 @@ std::optional<doubledouble> readPair(std::string_view text, Complaint& complaint
 bool isMissingPair(std::string_view text) {
   bool found = false;
   Scanner scan(text);
+  if (!isMissing(scan.until(',', found)) || !found) return false;
   double low = 0;
-  return isMissing(scan.until(',', found)) && found &&
-         (isMissing(scan.rest()) || readDouble(scan.rest(), low));
+  return isMissing(scan.rest()) || readDecimal(scan.rest(), low) == DecimalText::number;
 }
 
 void writePair(std::string& out, const doubledouble& pair) {

@@ -37,6 +37,16 @@ std::optional<CountText> readCount(std::string_view text, Form form, Complaint& 
 // Appends a count without a plus and without zeros behind its last digit.
 void writeCount(std::string& out, Form form, const DecimalSeconds& decimal);
 
+// What a text is that should be a decimal number: digits with a sign, a point and an exponent, as in
+// -0.5 or 1e3, and nothing else, not the letters of inf and nan either.
+enum class DecimalText {
+  number,    // of which the nearest double is told
+  tooLarge,  // beyond all doubles
+  tooSmall,  // not 0, but with no double between that and it
+  none,
+};
+DecimalText readDecimal(std::string_view text, double& number);
+
 // Reads a pair of finite doubles, normalised. Nothing, and a complaint, for a text that is none.
 std::optional<doubledouble> readPair(std::string_view text, Complaint& complaint);
 
