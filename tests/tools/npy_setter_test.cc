@@ -21,6 +21,13 @@
 #include "support/random.h"
 #include "temporary_folder.h"
 
+// How often the system was asked about a file. The C library's function is found here first.
+static long fstatCalls = 0;
+extern "C" int fstat(int descriptor, struct stat* info) noexcept {
+  ++fstatCalls;
+  return ::fstatat(descriptor, "", info, AT_EMPTY_PATH);
+}
+
 namespace plx {
 namespace {
 
@@ -82,6 +89,17 @@ TEST_F(NpySetterTest, KnownResults) {
             (Counts{2, -10}));
   EXPECT_EQ(numbersOf<std::int64_t>(set(npyOf<std::int64_t>("<M8[Y]", {5, kNaT}), {{"year", 30}})),
             (Counts{-1940, kNaT}));
+}
+
+// Values that stand in another order are read one by one, but the file is looked at once a chunk.
+TEST_F(NpySetterTest, AsksTheSystemOnceAChunk) {
+  const std::string shape = "(100, 1000)";
+  folder_.write("values.npy", npyOf<double>("<f8", Doubles(100'000, 2), shape, true));
+  const std::string times = npyOf<double>("<f8", Doubles(100'000, 0), shape);
+  fstatCalls = 0;
+  set(times, {{"day", 0, "values.npy"}});
+  EXPECT_GE(fstatCalls, 2 * 12) << "it is counted: twelve chunks and a part of one, of two files";
+  EXPECT_LE(fstatCalls, 2 * 13 + 10);
 }
 
 TEST_F(NpySetterTest, SettingsFollowEachOther) {

@@ -51,7 +51,7 @@ class NewValues {
                       typeName(type));
     if (file_->header().count == 1) {
       array_ = hostColumn(1, paREAL);
-      readAt(0, paGetRealData(array_.get()));
+      readRun(file_->elements(0), 0, 1, paGetRealData(array_.get()));
       file_.reset();
       return;
     }
@@ -72,10 +72,11 @@ class NewValues {
     if (count != size_) array_ = hostColumn(size_ = count, paREAL);
     double* numbers = paGetRealData(array_.get());
     if (positions_) {
+      const char* const elements = file_->elements(0);  // asked for once: it looks at the file
       for (std::size_t i = 0; i < count; ++i, positions_->advance())
-        readAt(positions_->other(), numbers + i);
+        readRun(elements, positions_->other(), 1, numbers + i);
     } else {
-      readRun(start, count, numbers);
+      readRun(file_->elements(0), start, count, numbers);
       file_->release(start + count);
     }
     return array_.get();
@@ -100,11 +101,10 @@ class NewValues {
     return array_.get();
   }
 
-  void readAt(std::uint64_t index, double* number) { readRun(index, 1, number); }
-
-  void readRun(std::uint64_t start, std::size_t count, double* numbers) {
+  // Of the file's elements, `count` from `start` on.
+  void readRun(const char* elements, std::uint64_t start, std::size_t count, double* numbers) {
     const ElementType& type = file_->header().type;
-    const char* bytes = file_->elements(start);
+    const char* bytes = elements + start * type.bytes;
     const std::size_t read = readNumbers(type, bytes, count, numbers);
     for (std::size_t i = 0; i < read; ++i) {
       if (isFine(numbers[i])) continue;
