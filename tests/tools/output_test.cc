@@ -1,14 +1,20 @@
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <functional>
+#include <map>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/message.h"
 #include "stream/output.h"
@@ -113,6 +119,155 @@ TEST(OutputFile, KeepsModesAndOwners) {
     EXPECT_EQ(info.st_uid, 1234u);
     EXPECT_EQ(info.st_gid, 4321u);
     EXPECT_EQ(info.st_mode & 07777, 04750u);
+  }
+}
+
+// An access control list as the system keeps it: four bytes of version, and entries of a kind, rights
+// and the number of a user or group. The entries stand in the order of their kinds.
+struct ListEntry {
+  std::uint16_t kind, rights;
+  std::uint32_t id = 0xFFFFFFFF;
+};
+constexpr std::uint16_t kOwner = 1, kUser = 2, kOwningGroup = 4, kMask = 16, kOthers = 32;
+
+std::string listOf(const std::vector<ListEntry>& entries) {
+  const std::uint32_t version = 2;
+  std::string bytes(reinterpret_cast<const char*>(&version), sizeof version);
+  for (const ListEntry& e : entries) {
+    for (const std::uint16_t number : {e.kind, e.rights})
+      bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
+    bytes.append(reinterpret_cast<const char*>(&e.id), sizeof e.id);
+  }
+  return bytes;
+}
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr const char* kDefaultList = "system.posix_acl_default";
+
+bool give(const std::string& path, const char* name, const std::string& value) {
+  return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
+}
+
+// All that a file has, by name.
+std::map<std::string, std::string> attributesOf(const std::string& path) {
+  char names[1000], value[1000];
+  const ssize_t size = ::listxattr(path.c_str(), names, sizeof names);
+  std::map<std::string, std::string> all;
+  for (const char* name = names; name < names + size; name += std::strlen(name) + 1) {
+    const ssize_t length = ::getxattr(path.c_str(), name, value, sizeof value);
+    EXPECT_GE(length, 0) << name;
+    all[name].assign(value, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  }
+  return all;
+}
+
+// Nobody's right to read is in the list; the group's is not, though the mode seems to say so.
+const std::string kNobodyReads =
+    listOf({{kOwner, 6}, {kUser, 4, 65534}, {kOwningGroup, 0}, {kMask, 4}, {kOthers, 0}});
+
+TEST(OutputFile, KeepsAccessControlLists) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, kAccessList, kNobodyReads))
+    GTEST_SKIP() << "no lists in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_EQ(modeOf(path), 0640u) << "the mask stands in the group's place";
+  writeFile(path, "new");
+  EXPECT_EQ(folder.read("file"), "new");
+  EXPECT_EQ(attributesOf(path)[kAccessList], kNobodyReads);
+  EXPECT_EQ(modeOf(path), 0640u);
+
+  // A list that the folder gives to new files is not one of a file that has none.
+  const std::string allRead =
+      listOf({{kOwner, 7}, {kUser, 6, 65534}, {kOwningGroup, 5}, {kMask, 7}, {kOthers, 5}});
+  ASSERT_TRUE(give(folder.path(""), kDefaultList, allRead));
+  const std::string plain = folder.write("plain", "old");
+  ASSERT_EQ(::removexattr(plain.c_str(), kAccessList), 0);
+  ASSERT_EQ(::chmod(plain.c_str(), 0600), 0);
+  writeFile(plain, "new");
+  EXPECT_EQ(attributesOf(plain), (std::map<std::string, std::string>()));
+  EXPECT_EQ(modeOf(plain), 0600u);
+  writeFile(path, "newer");
+  EXPECT_EQ(attributesOf(path)[kAccessList], kNobodyReads);
+
+  // A new file has what any other program's has there.
+  const mode_t before = ::umask(0077);
+  folder.write("of another program", "");
+  writeFile(folder.path("new"), "new");
+  ::umask(before);
+  EXPECT_EQ(attributesOf(folder.path("new")), attributesOf(folder.path("of another program")));
+  EXPECT_EQ(attributesOf(folder.path("new")).count(kAccessList), 1u);
+  EXPECT_EQ(modeOf(folder.path("new")), modeOf(folder.path("of another program")));
+}
+
+// Whoever is shut out by the list stays so, and who is let in stays in.
+TEST(OutputFile, TheListStillShutsOut) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, kAccessList, kNobodyReads))
+    GTEST_SKIP() << "no lists in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_EQ(::chown(path.c_str(), 0, 4321), 0);
+  ASSERT_EQ(::chmod(folder.path("").c_str(), 0755), 0);
+  writeFile(path, "new");
+  const auto mayRead = [&](uid_t user, gid_t group) {
+    return statusOf([&] {
+             EXPECT_EQ(::setgroups(0, nullptr), 0);
+             EXPECT_EQ(::setresgid(group, group, group), 0);
+             EXPECT_EQ(::setresuid(user, user, user), 0);
+             ::_exit(::access(path.c_str(), R_OK) == 0 ? 1 : 0);
+           }) != 0;
+  };
+  EXPECT_TRUE(mayRead(65534, 65534));
+  EXPECT_FALSE(mayRead(1234, 4321)) << "the file's group";
+  EXPECT_FALSE(mayRead(1234, 1234));
+}
+
+TEST(OutputFile, KeepsExtendedAttributes) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, "user.origin", "a probe"))
+    GTEST_SKIP() << "no attributes in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_TRUE(give(path, "user.empty", ""));
+  ASSERT_TRUE(give(path, "user.long", std::string(900, '\0')));
+  const auto before = attributesOf(path);
+  ASSERT_EQ(before.size(), 3u);
+  writeFile(path, "new");
+  EXPECT_EQ(attributesOf(path), before);
+}
+
+// Nothing is replaced, and nothing is left behind; it is told before any work is done.
+TEST(OutputFile, TellsWhatItCannotKeep) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  Cases cases(3);
+  const TemporaryFolder folder;
+  ASSERT_EQ(::chmod(folder.path("").c_str(), 0777), 0);
+  const struct {
+    uid_t owner;
+    gid_t group;
+    const char *attribute, *what;
+  } rows[] = {
+      {1234, 65534, nullptr, "its owner"},
+      {65534, 4321, nullptr, "its group"},
+      {65534, 65534, "security.plx", "its extended attribute security.plx"},
+  };
+  for (const auto& r : rows) {
+    const std::string path = folder.write("file", "old");
+    ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(::chown(path.c_str(), r.owner, r.group), 0);
+    if (r.attribute != nullptr && !give(path, r.attribute, "x"))
+      GTEST_SKIP() << "no attributes in the folder of temporary files: " << std::strerror(errno);
+    const int status = statusOf([&] {
+      EXPECT_EQ(::setgroups(0, nullptr), 0);
+      EXPECT_EQ(::setresgid(65534, 65534, 65534), 0);
+      EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
+      EXPECT_EQ(failureOf([&] { OutputFile file(path); }),
+                path + ": cannot keep " + r.what +
+                    ": Operation not permitted; it is left as it was; accepted: another file");
+    });
+    EXPECT_EQ(status, 0) << r.what;
+    EXPECT_EQ(folder.read("file"), "old") << r.what;
+    EXPECT_EQ(filesIn(folder.path("")), 1u) << r.what;
+    ++cases;
   }
 }
 

@@ -11,10 +11,12 @@
 #include <cstring>
 #include <filesystem>
 #include <optional>
+#include <random>
 #include <string_view>
 #include <utility>
 
 #include "base/message.h"
+#include "stream/attributes.h"
 #include "stream/signals.h"
 
 namespace plx {
@@ -50,21 +52,19 @@ fs::path withoutLinks(fs::path path) {
   return path;
 }
 
-mode_t modeOfNewFiles() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return 0666 & ~mask;
-}
-
-// Owner first, as a change of it takes special bits away; these are for the old owner only.
-void takeAttributes(int descriptor, const struct stat& old) {
-  struct stat own;
-  const bool same =
-      ::fstat(descriptor, &own) == 0 && own.st_uid == old.st_uid && own.st_gid == old.st_gid;
-  const bool owned = same || ::fchown(descriptor, old.st_uid, old.st_gid) == 0;
-  // Where the owner cannot be kept, the group perhaps can.
-  if (!owned && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) errno = 0;
-  ::fchmod(descriptor, old.st_mode & (owned ? 07777u : 0777u));
+// A file of a new name in a folder, opened for writing; negative, and errno, where there cannot be one.
+// mkostemp knows one mode alone.
+int openNew(const fs::path& folder, mode_t mode, std::string& path) {
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+  std::random_device random;
+  for (int i = 0; i < 100; ++i) {
+    std::string name = ".plx-";
+    for (int k = 0; k < 8; ++k) name += kLetters[random() % kLetters.size()];
+    path = (folder / name).string();
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (descriptor >= 0 || errno != EEXIST) return descriptor;
+  }
+  return -1;
 }
 
 // Without this, a crash of the system may undo the renaming. Not all file systems know it.
@@ -97,29 +97,41 @@ OutputFile::OutputFile(const std::string& path) : name_(path.empty() ? "\"\"" : 
   }
   // Renaming needs no right to write to the file, but replacing what is protected is not meant.
   if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) fail("write");
-  if (exists) old_ = old;
+  replaces_ = exists;
   target_ = withoutLinks(path).string();
   openTemporary();
+  // What cannot be kept is told before the work is done.
+  keepAttributes();
 }
 
 OutputFile::~OutputFile() { discard(); }
 
 void OutputFile::openTemporary() {
-  std::string name = (folderOf(target_) / ".plx-XXXXXX").string();
+  // What a new file may be read by is for the system to say, which knows the umask and the folder's
+  // default list. Another one is its owner's alone until it has the rights of the old file.
+  const mode_t mode = replaces_ ? 0600 : 0666;
+  std::string name;
   const SignalsHeld held;
-  descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
+  descriptor_ = openNew(folderOf(target_), mode, name);
   if (descriptor_ < 0) fail("create a temporary file beside it");
   temporary_ = name;
   removeOnSignal(temporary_);
 }
 
+void OutputFile::keepAttributes() {
+  if (!replaces_ || ::access(target_.c_str(), F_OK) != 0) return;  // it may be gone by now
+  const auto loss = copyAttributes(target_, descriptor_);
+  if (!loss) return;
+  discard();
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: cannot keep {}: {}; it is left as it was; accepted: another file",
+                            name_, loss->what, std::strerror(loss->error))};
+}
+
 void OutputFile::commit() {
   if (!temporary_.empty()) {
-    if (old_) {
-      takeAttributes(descriptor_, *old_);
-    } else {
-      ::fchmod(descriptor_, modeOfNewFiles());
-    }
+    // Writing takes special bits and capabilities away, and the old file may have changed.
+    keepAttributes();
     if (::fsync(descriptor_) != 0) fail("write");
   }
   // Some file systems tell only now that the disk is full.

@@ -5,19 +5,17 @@
 // caught) leaves the old file as it was and no temporary. The input may be the same file.
 #pragma once
 
-#include <sys/stat.h>
-
-#include <optional>
 #include <string>
 
 namespace plx {
 
 class OutputFile {
  public:
-  // Symbolic links are followed; what they lead to is replaced. Permissions stay, and the owner
-  // where that is allowed; a new file gets what the umask leaves. Other hard links keep the old
-  // content. What is no regular file (a device, a pipe, /dev/stdout, "-") is written to directly.
-  // Throws a Failure of Status::inputOutput where that cannot be, or the file may not be written to.
+  // Symbolic links are followed; what they lead to is replaced. Owner, group, mode, access control
+  // lists and other extended attributes stay; a new file gets what the umask or its folder's default
+  // list leaves. Other hard links keep the old content. What is no regular file (a device, a pipe,
+  // /dev/stdout, "-") is written to directly. Throws a Failure of Status::inputOutput where that
+  // cannot be, where the file may not be written to, and where it has what cannot be kept.
   explicit OutputFile(const std::string& path);
   // Without a commit, the temporary file goes.
   ~OutputFile();
@@ -34,13 +32,14 @@ class OutputFile {
 
  private:
   void openTemporary();
+  void keepAttributes();
   void discard();
   [[noreturn]] void fail(const char* action);
 
-  std::string name_;                // for messages
-  std::optional<struct stat> old_;  // what the target was
-  std::string target_;              // the path without links
-  std::string temporary_;           // empty where written directly
+  std::string name_;       // for messages
+  bool replaces_ = false;  // there was a file
+  std::string target_;     // the path without links
+  std::string temporary_;  // empty where written directly
   int descriptor_ = -1;
 };
 
