@@ -2,8 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 #include "base/message.h"
 #include "datetime/notation.h"
@@ -69,92 +71,27 @@ std::string choicesOf(const std::string& type) {
 // "-z,--zone" is told as --zone.
 std::string longName(const std::string& names) { return names.substr(names.rfind(',') + 1); }
 
-}  // namespace
-
-Arguments::Arguments(const std::string& description, const std::string& name)
-    : app_(description, name) {}
-
-CLI::Option* Arguments::positional(const std::string& name, std::string& text,
-                                   const std::string& help) {
-  texts_.push_back(&text);
-  return app_.add_option(name, text, help)->required()->type_name("");
-}
-
-CLI::Option* Arguments::positionals(const std::string& name, std::vector<std::string>& texts,
-                                    const std::string& help) {
-  lists_.push_back(&texts);
-  return app_.add_option(name, texts, help)->type_name("");
-}
-
-CLI::Option* Arguments::option(const std::string& names, std::optional<std::string>& text,
-                               const std::string& type, const std::string& help) {
-  optionTexts_.emplace_back(longName(names), &text);
-  return app_
-      .add_option_function<std::string>(
-          names, [&](const std::string& given) { text = given; }, help)
-      ->type_name(type);
-}
-
-CLI::Option* Arguments::options(const std::string& names, std::vector<std::string>& texts,
-                                const std::string& type, const std::string& help) {
-  optionLists_.emplace_back(longName(names), &texts);
-  return app_.add_option(names, texts, help)
-      ->type_name(type)
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->take_all();
-}
-
-CLI::Option* Arguments::flag(const std::string& names, bool& given, const std::string& help) {
-  return app_.add_flag(names, given, help)->disable_flag_override();
-}
-
-CLI::Option* Arguments::module(std::optional<std::string>& path) {
-  return option("--module", path, "PATH", "The module to load, if not the one that came with plx");
-}
-
-bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
-  if (arguments == std::vector<std::string>{"--describe"}) {
-    output.text() += description();
-    return false;
+// The arguments that nothing takes.
+std::string unexpected(const CLI::App& app) {
+  std::string list;
+  for (std::string argument : app.remaining()) {
+    unmark(argument);
+    list += (list.empty() ? "" : " ") + escapeText(argument);
   }
-  refuseValuesOfFlags(app_, arguments);
-  // The parser takes the last argument first.
-  std::reverse(arguments.begin(), arguments.end());
-  std::transform(arguments.begin(), arguments.end(), arguments.begin(), marked);
-  try {
-    app_.parse(arguments);
-  } catch (const CLI::CallForHelp&) {
-    output.text() += app_.help();
-    return false;
-  } catch (const CLI::ParseError& error) {
-    const bool extras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    const std::string message = extras ? unexpected() : escapeText(error.what());
-    throw Failure{Status::usage, message + "; see " + app_.get_name() + " --help"};
-  }
-  for (std::string* text : texts_) unmark(*text);
-  for (std::vector<std::string>* texts : lists_) {
-    for (std::string& text : *texts) unmark(text);
-  }
-  for (const auto& [name, text] : optionTexts_) {
-    if (*text) unmarkValue(name, **text);
-  }
-  for (const auto& [name, texts] : optionLists_) {
-    for (std::string& text : *texts) unmarkValue(name, text);
-  }
-  return true;
+  return "not expected: " + list;
 }
 
-std::string Arguments::description() const {
+// What --describe tells.
+std::string descriptionOf(const CLI::App& app) {
   std::string text;
   const auto line = [&](std::string_view kind, const std::string& names, const std::string& type,
                         const std::string& help) {
     text +=
         fmt::format("{}\t{}\t{}\t{}\t{}\n", kind, names, type, choicesOf(type), inOneLine(help));
   };
-  for (const CLI::App* command : app_.get_subcommands({}))
+  for (const CLI::App* command : app.get_subcommands({}))
     line("command", command->get_name(), "", command->get_description());
-  for (const CLI::Option* option : app_.get_options()) {
+  for (const CLI::Option* option : app.get_options()) {
     if (option->get_group().empty()) continue;  // hidden
     const std::string kind = option->get_positional() ? "argument" : "option";
     const std::string type = option->get_expected_max() > 0 ? option->get_type_name() : "";
@@ -163,13 +100,121 @@ std::string Arguments::description() const {
   return text;
 }
 
-std::string Arguments::unexpected() const {
-  std::string list;
-  for (std::string argument : app_.remaining()) {
-    unmark(argument);
-    list += (list.empty() ? "" : " ") + escapeText(argument);
+}  // namespace
+
+struct Arguments::Parser {
+  Parser(const std::string& description, const std::string& name) : app(description, name) {}
+
+  // What is given for an argument or option of one text.
+  CLI::Option* add(const std::string& names, std::optional<std::string>& text,
+                   const std::string& help) {
+    return app.add_option_function<std::string>(
+        names, [&](const std::string& given) { text = given; }, help);
   }
-  return "not expected: " + list;
+  CLI::Option* addModule(std::optional<std::string>& path) {
+    optionTexts.emplace_back("--module", &path);
+    return add("--module", path, "The module to load, if not the one that came with plx")
+        ->type_name("PATH");
+  }
+  void unmarkAll() {
+    for (std::string* text : texts) unmark(*text);
+    for (std::optional<std::string>* text : optionalTexts) {
+      if (*text) unmark(**text);
+    }
+    for (std::vector<std::string>* list : lists) {
+      for (std::string& text : *list) unmark(text);
+    }
+    for (const auto& [name, text] : optionTexts) {
+      if (*text) unmarkValue(name, **text);
+    }
+    for (const auto& [name, list] : optionLists) {
+      for (std::string& text : *list) unmarkValue(name, text);
+    }
+  }
+
+  CLI::App app;
+  std::optional<std::string> ignored;  // a module that nothing asks for
+  std::vector<std::string*> texts;
+  std::vector<std::optional<std::string>*> optionalTexts;
+  std::vector<std::vector<std::string>*> lists;
+  std::vector<std::pair<std::string, std::optional<std::string>*>> optionTexts;
+  std::vector<std::pair<std::string, std::vector<std::string>*>> optionLists;
+};
+
+Arguments::Arguments(const std::string& description, const std::string& name)
+    : parser_(std::make_unique<Parser>(description, name)) {}
+
+Arguments::~Arguments() = default;
+
+void Arguments::positional(const std::string& name, std::string& text, const std::string& help) {
+  parser_->texts.push_back(&text);
+  parser_->app.add_option(name, text, help)->required()->type_name("");
+}
+
+void Arguments::positional(const std::string& name, std::optional<std::string>& text,
+                           const std::string& help) {
+  parser_->optionalTexts.push_back(&text);
+  parser_->add(name, text, help)->type_name("");
+}
+
+void Arguments::positionals(const std::string& name, std::vector<std::string>& texts,
+                            const std::string& help) {
+  parser_->lists.push_back(&texts);
+  parser_->app.add_option(name, texts, help)->type_name("");
+}
+
+void Arguments::option(const std::string& names, std::optional<std::string>& text,
+                       const std::string& type, const std::string& help) {
+  parser_->optionTexts.emplace_back(longName(names), &text);
+  parser_->add(names, text, help)->type_name(type);
+}
+
+void Arguments::options(const std::string& names, std::vector<std::string>& texts,
+                        const std::string& type, const std::string& help) {
+  parser_->optionLists.emplace_back(longName(names), &texts);
+  parser_->app.add_option(names, texts, help)
+      ->type_name(type)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->take_all();
+}
+
+void Arguments::flag(const std::string& names, bool& given, const std::string& help) {
+  parser_->app.add_flag(names, given, help)->disable_flag_override();
+}
+
+void Arguments::module(std::optional<std::string>& path) { parser_->addModule(path); }
+
+void Arguments::ignoredModule() { parser_->addModule(parser_->ignored)->group(""); }
+
+void Arguments::command(const std::string& name, const std::string& help) {
+  parser_->app.add_subcommand(name, help);
+}
+
+void Arguments::footer(const std::string& text) { parser_->app.footer(text); }
+
+bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
+  CLI::App& app = parser_->app;
+  if (arguments == std::vector<std::string>{"--describe"}) {
+    output.text() += descriptionOf(app);
+    return false;
+  }
+  refuseValuesOfFlags(app, arguments);
+  // The parser takes the last argument first.
+  std::reverse(arguments.begin(), arguments.end());
+  std::transform(arguments.begin(), arguments.end(), arguments.begin(), marked);
+  try {
+    app.parse(arguments);
+  } catch (const CLI::CallForHelp&) {
+    output.text() += app.help();
+    return false;
+  } catch (const CLI::ParseError& error) {
+    const bool extras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    const std::string message = extras ? unexpected(app) : escapeText(error.what());
+    throw Failure{Status::usage, message + "; see " + app.get_name() + " --help"};
+  }
+  parser_->unmarkAll();
+  return true;
 }
 
 }  // namespace plx

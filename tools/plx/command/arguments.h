@@ -1,7 +1,9 @@
 // What the commands share in reading their arguments.
+//
+// The parser behind it takes seconds to compile, so that only arguments.cc includes it.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,21 +24,32 @@ inline constexpr const char* kStatusHelp =
 // brackets for a list, and more of that kind.
 class Arguments {
  public:
+  // What is declared is written to when arguments are parsed, and has to stay until then.
   Arguments(const std::string& description, const std::string& name);
+  ~Arguments();
+  Arguments(const Arguments&) = delete;
+  Arguments& operator=(const Arguments&) = delete;
 
-  CLI::App& app() { return app_; }
-
-  CLI::Option* positional(const std::string& name, std::string& text, const std::string& help);
-  CLI::Option* positionals(const std::string& name, std::vector<std::string>& texts,
-                           const std::string& help);
+  // One that has to be there, and one that may be missing.
+  void positional(const std::string& name, std::string& text, const std::string& help);
+  void positional(const std::string& name, std::optional<std::string>& text,
+                  const std::string& help);
+  // All that are left.
+  void positionals(const std::string& name, std::vector<std::string>& texts,
+                   const std::string& help);
   // "-z,--zone" and the like; `type` names what follows in the help text.
-  CLI::Option* option(const std::string& names, std::optional<std::string>& text,
-                      const std::string& type, const std::string& help);
+  void option(const std::string& names, std::optional<std::string>& text, const std::string& type,
+              const std::string& help);
   // One that may be given several times.
-  CLI::Option* options(const std::string& names, std::vector<std::string>& texts,
-                       const std::string& type, const std::string& help);
-  CLI::Option* flag(const std::string& names, bool& given, const std::string& help);
-  CLI::Option* module(std::optional<std::string>& path);
+  void options(const std::string& names, std::vector<std::string>& texts, const std::string& type,
+               const std::string& help);
+  void flag(const std::string& names, bool& given, const std::string& help);
+  void module(std::optional<std::string>& path);
+  // Of no use to the command, but it may stand before every one.
+  void ignoredModule();
+  // For the help text: a command, and what stands at the end.
+  void command(const std::string& name, const std::string& help);
+  void footer(const std::string& text);
 
   // False where help was asked for and given. Throws a Failure of Status::usage.
   //
@@ -47,14 +60,8 @@ class Arguments {
   bool parse(std::vector<std::string> arguments, Output& output);
 
  private:
-  std::string unexpected() const;
-  std::string description() const;
-
-  CLI::App app_;
-  std::vector<std::string*> texts_;
-  std::vector<std::vector<std::string>*> lists_;
-  std::vector<std::pair<std::string, std::optional<std::string>*>> optionTexts_;
-  std::vector<std::pair<std::string, std::vector<std::string>*>> optionLists_;
+  struct Parser;
+  std::unique_ptr<Parser> parser_;
 };
 
 }  // namespace plx

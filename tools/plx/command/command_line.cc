@@ -21,9 +21,8 @@ namespace {
 using CommandArguments = std::vector<std::string>;
 
 void runComponentsCommand(const CommandArguments& given, Output& output) {
-  std::optional<std::string> module;
   Arguments arguments("Lists the components that can be set.", "plx components");
-  arguments.module(module)->group("");  // of no use here, but it may stand before every command
+  arguments.ignoredModule();
   if (arguments.parse(given, output)) output.text() += componentTable();
 }
 
@@ -59,8 +58,8 @@ void runGeneral(const CommandArguments& given, Output& output) {
                  "data, and the last leap second known");
   arguments.module(module);
   for (const Command& command : kCommands)
-    arguments.app().add_subcommand(std::string(command.name), command.help);
-  arguments.app().footer(componentExamples() + "\n" + kStatusHelp);
+    arguments.command(std::string(command.name), command.help);
+  arguments.footer(componentExamples() + "\n" + kStatusHelp);
   if (!arguments.parse(given, output)) return;
   if (!version)
     throw Failure{Status::usage,

@@ -39,8 +39,9 @@ void refuseTrouble(const Options& options, const Batch& batch) {
   if (batch.troubles.empty()) return;
   const Trouble& trouble = batch.troubles.front();
   const bool ofValue = trouble.kind == Trouble::Kind::value;
-  throw Failure{Status::badData, describe(ofValue ? "VALUE" : "argument", trouble.complaint,
-                                          ofValue ? options.value : options.datetime)};
+  throw Failure{trouble.complaint.status,
+                describe(ofValue ? "VALUE" : "argument", trouble.complaint,
+                         ofValue ? options.value : options.datetime)};
 }
 
 double valueOf(const Options& options, const Component& component) {
@@ -98,7 +99,7 @@ void runExplainCommand(const std::vector<std::string>& given, Output& output) {
   arguments.option("-z,--zone", options.zone, "ZONE",
                    "The time zone to work in; see plx set --help");
   arguments.module(options.module);
-  arguments.app().footer(
+  arguments.footer(
       "Colours are used on a terminal, unless the environment variable NO_COLOR is set.\n\n"
       "Example:\n  plx explain hour 2 2014-03-09T12:50 --zone America/New_York\n\n" +
       std::string(kStatusHelp));

@@ -15,7 +15,6 @@ namespace plx {
 void runGetCommand(const std::vector<std::string>& given, Output& output) {
   TextOptions options;
   std::string name;
-  std::optional<std::string> module;
   Arguments arguments("Reads a component of every datetime, by the rules that setting it uses.",
                       "plx get");
   arguments.positional("COMPONENT", name, "A name or selector that plx components lists");
@@ -23,8 +22,8 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
                         "A datetime, or a file of one a line or a table; - and none:\n"
                         "standard input");
   declareTextOptions(arguments, options, false);
-  arguments.module(module)->group("");  // of no use here, but it may stand before every command
-  arguments.app().footer(kStatusHelp);
+  arguments.ignoredModule();
+  arguments.footer(kStatusHelp);
   if (!arguments.parse(given, output)) return;
 
   if (namesArray(options.inputs))

@@ -133,18 +133,15 @@ void setAll(std::vector<Typed> settings, const TextOptions& options,
 
 void runSetCommand(const std::vector<std::string>& given, Output& output) {
   TextOptions options;
-  std::string component, value;
-  std::optional<std::string> check, module;
+  std::string component;
+  std::optional<std::string> value, check, module;
   Arguments arguments("Sets components of every datetime and writes them with it.", "plx set");
   arguments.positional("COMPONENT", component, "A name or selector that plx components lists");
-  CLI::Option* const second =
-      arguments
-          .positional("VALUE", value,
-                      "Its new value: a number, last, mon, jan, q1 and the like, or\n"
-                      "@NAME for one with each datetime, from a file of one a line\n"
-                      "or, of a table, from a column. COMPONENT=VALUE, once or more\n"
-                      "often, stands for the two, and is applied in the order given")
-          ->required(false);
+  arguments.positional("VALUE", value,
+                       "Its new value: a number, last, mon, jan, q1 and the like, or\n"
+                       "@NAME for one with each datetime, from a file of one a line\n"
+                       "or, of a table, from a column. COMPONENT=VALUE, once or more\n"
+                       "often, stands for the two, and is applied in the order given");
   arguments.positionals("INPUT", options.inputs,
                         "A datetime, a file of one a line, a table or an .npy array;\n"
                         "- and none: standard input");
@@ -154,11 +151,11 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
                    "into larger units, shifted by a gap of the clock, or one of two\n"
                    "equal wall times; report, blank or stop");
   arguments.module(module);
-  arguments.app().footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" +
-                         componentExamples() + "\n" + kStatusHelp);
+  arguments.footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" + componentExamples() +
+                   "\n" + kStatusHelp);
   if (!arguments.parse(given, output)) return;
   std::vector<std::string> words = {component};
-  if (second->count() > 0) words.push_back(value);
+  if (value) words.push_back(*value);
   words.insert(words.end(), options.inputs.begin(), options.inputs.end());
   std::vector<Typed> settings = takeSettings(words);
   options.inputs = std::move(words);

@@ -31,23 +31,21 @@ int128 secondAt(const std::string& text) {
 }  // namespace
 
 void runZonesCommand(const std::vector<std::string>& given, Output& output) {
-  std::string pattern;
-  std::optional<std::string> at, module;
+  std::optional<std::string> asked, at;
   Arguments arguments("Lists the time zones with their offsets and next changes.", "plx zones");
-  arguments
-      .positional("PATTERN", pattern,
-                  "A part of a name, or with *, ? or [ a pattern for all of it; in\n"
-                  "any letter case, and a space for an underscore")
-      ->required(false);
+  arguments.positional("PATTERN", asked,
+                       "A part of a name, or with *, ? or [ a pattern for all of it; in\n"
+                       "any letter case, and a space for an underscore");
   arguments.option("--at", at, "DATETIME", "When; in UTC without an offset, and now without it");
-  arguments.module(module)->group("");  // of no use here, but it may stand before every command
-  arguments.app().footer(
+  arguments.ignoredModule();
+  arguments.footer(
       "Each line has the name, the offset from UTC, the first moment with another offset (- for\n"
       "none), and for an alias the name it stands for. All names are taken by --zone.\n\n"
       "Example:\n  plx zones 'new york' --at 2014-05-10\n\n" +
       std::string(kStatusHelp));
   if (!arguments.parse(given, output)) return;
 
+  const std::string pattern = asked.value_or("");
   std::vector<std::string> names = zoneNames();
   std::erase_if(names, [&](const std::string& name) { return !matches(name, pattern); });
   if (names.empty()) {
