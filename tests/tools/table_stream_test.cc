@@ -7,7 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -319,6 +321,33 @@ TEST(TableStream, MemoryDoesNotGrowWithTheData) {
   const long small = peak(50);
   const long large = peak(500);
   EXPECT_LT(large, small + 12'000) << small << " KB for a tenth of the data";
+  ::unsetenv("ASAN_OPTIONS");
+}
+
+// Nor does another offset in every row: a zone without changes of its clock is small.
+TEST(TableStream, MemoryDoesNotGrowWithTheOffsets) {
+  ASSERT_EQ(::setenv("ASAN_OPTIONS", "quarantine_size_mb=1", 1), 0);
+  constexpr int kRows = 40'000;
+  const TemporaryFolder folder;
+  const auto peak = [&](bool distinct) {
+    std::string table = "at,tz\n";
+    for (int i = 0; i < kRows; ++i) {
+      const int offset = distinct ? i : 19'800;
+      char row[40];
+      std::snprintf(row, sizeof row, "2014-05-10,+%02d:%02d:%02d\n", offset / 3600,
+                    offset / 60 % 60, offset % 60);
+      table += row;
+    }
+    const PlxResult result = runPlx(
+        {"set", "month", "13", "-c", "at", "--zone-column", "tz", folder.write("t.csv", table)});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), kRows + 1);
+    return result.peakKilobytes;
+  };
+  const long one = peak(false);
+  const long many = peak(true);
+  std::printf("peak: %ld KB with one offset, %ld KB with %d\n", one, many, kRows);
+  EXPECT_LT(many, one + 40'000);
   ::unsetenv("ASAN_OPTIONS");
 }
 

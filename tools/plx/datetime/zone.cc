@@ -1,6 +1,7 @@
 #include "datetime/zone.h"
 
 #include <unicode/parsepos.h>
+#include <unicode/simpletz.h>
 #include <unicode/tzfmt.h>
 #include <unicode/uchar.h>
 
@@ -104,6 +105,15 @@ std::string suffixOf(const icu::TimeZone& zone) {
   return zone.useDaylightTime() ? text : offsetSuffix(zone.getRawOffset() / 1000);
 }
 
+// The offset of a zone that has no other, as +05:30 spells them; 0 for all others, and for that one, which
+// has a name. A column may have another one in every row: without calendar and table it is 100 times
+// smaller.
+int fixedOffset(const icu::TimeZone& zone) {
+  const bool isFixed =
+      dynamic_cast<const icu::SimpleTimeZone*>(&zone) != nullptr && !zone.useDaylightTime();
+  return isFixed && zone.getRawOffset() % 1000 == 0 ? zone.getRawOffset() / 1000 : 0;
+}
+
 std::int64_t leapSecond(const std::array<double, kLeapSeconds>& instants, std::size_t i) {
   return static_cast<std::int64_t>(instants[i]) / 1000;
 }
@@ -163,6 +173,7 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
     complaint = unknownZone();
     return std::nullopt;
   }
+  if (const int offset = fixedOffset(*rules)) return Zone(Kind::offset, std::string(text), offset);
   Zone zone(Kind::calendar, std::string(text));
   zone.calendar_ = calendarIn(std::move(rules));
   if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
@@ -243,8 +254,10 @@ std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& co
     // A day more than the range, and the year still fits the calendar's fields.
     const bool nearby =
         isWithin(*second, kFirstCalendarSecond - 86400, kLastCalendarSecond + 86400);
-    if (nearby && kind_ == Kind::calendar && datetime.offset == OffsetForm::none)
-      second = calendarSecond(static_cast<std::int64_t>(wall));
+    if (nearby && datetime.offset == OffsetForm::none) {
+      second = kind_ == Kind::offset ? wall - offsetSeconds_
+                                     : calendarSecond(static_cast<std::int64_t>(wall));
+    }
     if (!nearby || !isWithin(*second, kFirstCalendarSecond, kLastCalendarSecond)) {
       complaint = {"out of range", kAcceptedCalendarRange};
       second.reset();
