@@ -2,12 +2,15 @@
 // ends.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "npy_bytes.h"
 #include "run_plx.h"
 #include "support/cases.h"
+#include "zone_files.h"
 
 namespace {
 
@@ -508,6 +511,10 @@ TEST(Plx, LoadsTheModuleItIsGiven) {
 // A machine set to another language, encoding and zone gives the same results.
 TEST(Plx, DependsOnNoSettingOfTheUser) {
   ASSERT_EQ(::setenv("LC_ALL", "fi_FI.UTF-8", 1), 0);
+  const TemporaryFolder zones;
+  std::filesystem::create_directory(zones.path("Asia"));
+  zones.write("Asia/Tokyo", zoneFile(9 * 3600, {{0, 9 * 3600}}));
+  ASSERT_EQ(::setenv("TZDIR", zones.path("").c_str(), 1), 0);
   ASSERT_EQ(::setenv("TZ", "Asia/Tokyo", 1), 0);
   EXPECT_EQ(runPlx({"set", "second", "1.5", "2014-05-10", "-z", "UTC+5:30"}).out,
             "2014-05-10T00:00:01.5+05:30\n");
@@ -517,6 +524,7 @@ TEST(Plx, DependsOnNoSettingOfTheUser) {
             "2014-05-10T00:00:01+09:00\n");
   ::unsetenv("LC_ALL");
   ::unsetenv("TZ");
+  ::unsetenv("TZDIR");
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ struct Failure {
 struct Complaint {
   std::string what;
   std::string_view accepted;  // of static storage
+  Status status = Status::badData;
 };
 
 // A text in double quotes, fit for one line of a terminal: control characters and bytes that are no

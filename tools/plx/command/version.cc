@@ -1,10 +1,10 @@
 #include "command/version.h"
 
 #include <fmt/format.h>
-#include <unicode/timezone.h>
 #include <unicode/uversion.h>
 
 #include "datetime/datetime_text.h"
+#include "datetime/local_zone.h"
 #include "host/pa_array.h"
 #include "unzoned/leap_seconds.h"
 
@@ -19,12 +19,6 @@ std::string lastLeapSecond() {
   std::string text;
   writeDatetime(text, form, {dayAfter - 1, true, OffsetForm::z, 0}, "");
   return text;
-}
-
-std::string timeZoneData() {
-  UErrorCode status = U_ZERO_ERROR;
-  const char* version = icu::TimeZone::getTZDataVersion(status);
-  return U_SUCCESS(status) ? version : u_errorName(status);
 }
 
 }  // namespace

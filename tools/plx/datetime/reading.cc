@@ -85,7 +85,7 @@ bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& z
   const auto second = zone.secondOf(*datetime, complaint);
   if (!second) return false;
   reading.pair = pairOf(*second, datetime->fraction);
-  if (isInRange(zone, reading.pair, *second)) return true;
+  if (isInRange(zone, reading.pair, *second)) return zone.isRight(reading.pair, complaint);
   complaint = {"out of range", zone.acceptedRange()};
   return false;
 }
@@ -109,8 +109,9 @@ bool readNumber(std::string_view text, Form form, const Zone* zoneForAll, Zones&
     reading.text.fraction = count->fraction;
     good = isInRange(zone, count->pair, count->second);
   }
-  if (!good) complaint = {"out of range", zone.acceptedRange()};
-  return good;
+  if (good) return zone.isRight(reading.pair, complaint);
+  complaint = {"out of range", zone.acceptedRange()};
+  return false;
 }
 
 // ---- Writing ----
@@ -222,6 +223,7 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
   if (!(std::fabs(pair.hi) <= kMaxMillis)) return failRange();  // no decimal for these, nor for NaN
   if (form == Form::pair) {
     if (!isInRange(zone, pair)) return failRange();
+    if (!zone.isRight(pair, complaint)) return false;
     if (notation.digits) {
       complaint = {"a pair of doubles has no digits to cut", kAcceptedWithDigits};
       return false;
@@ -231,6 +233,7 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
   }
   DecimalSeconds decimal = decimalOf(reading.text, pair, notation.exact);
   if (!isInRange(zone, pair, decimal.seconds)) return failRange();
+  if (!zone.isRight(pair, complaint)) return false;
   if (notation.digits) cut(decimal, digitsOfUnit(form) + *notation.digits);
   if (!isCount(form)) return writeDate(reading, notation, decimal, out, complaint);
   writeCount(out, form, decimal);

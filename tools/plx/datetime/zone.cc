@@ -6,6 +6,7 @@
 #include <unicode/uchar.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -13,6 +14,7 @@
 
 #include "arith/civil.h"
 #include "base/icu.h"
+#include "datetime/local_zone.h"
 #include "unzoned/leap_seconds.h"
 
 namespace plx {
@@ -22,6 +24,8 @@ namespace {
 constexpr std::string_view kAcceptedZones =
     "UTC, UTCLeapSeconds, local, an identifier such as Europe/Paris in its own letter case, or an "
     "offset such as UTC+05:30 or -08:00";
+constexpr std::string_view kAcceptedRules =
+    "--zone with an identifier, which means the rules of that data; or newer data";
 constexpr std::string_view kAcceptedInsertedSeconds =
     "23:59:60 of the UTC days that ended with a leap second, the last on 2012-06-30, with --zone "
     "UTCLeapSeconds";
@@ -65,7 +69,6 @@ std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id) {
 // Null for a text that names no zone.
 std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id) {
   if (isName(id, u"Etc/Unknown")) return nullptr;
-  if (isName(id, u"local")) return owned(icu::TimeZone::createDefault());
   auto zone = owned(icu::TimeZone::createTimeZone(id));
   if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id);
   return zone;
@@ -148,7 +151,7 @@ bool isWithin(int128 second, int128 first, int128 last) {
 
 bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicodeText(text)); }
 
-Complaint unknownZone() { return {"unknown time zone", kAcceptedZones}; }
+Complaint unknownZone() { return {"unknown time zone", kAcceptedZones, Status::unknownName}; }
 
 Zone::Zone(Kind kind, std::string text, int offsetSeconds)
     : kind_(kind), text_(std::move(text)), offsetSeconds_(offsetSeconds) {
@@ -167,6 +170,7 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   const icu::UnicodeString id = unicodeText(text);
   if (id.isEmpty()) return Zone(Kind::plain, "");
   if (isName(id, u"UTC")) return Zone(Kind::utc, "UTC");
+  if (isName(id, u"local")) return local(complaint);
   if (isName(id, u"UTCLeapSeconds")) return Zone(Kind::leapSeconds, "UTCLeapSeconds");
   auto rules = icuZone(id);
   if (!rules) {
@@ -178,6 +182,20 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   zone.calendar_ = calendarIn(std::move(rules));
   if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
   zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
+  return zone;
+}
+
+std::optional<Zone> Zone::local(Complaint& complaint) {
+  const auto text = localZoneText(complaint);
+  auto zone = text ? find(*text, complaint) : std::nullopt;
+  if (!zone) return std::nullopt;
+  std::unique_ptr<icu::BasicTimeZone> rules;
+  if (zone->rules() != nullptr) {
+    rules = owned(zone->rules()->clone());
+  } else {
+    rules = owned(new icu::SimpleTimeZone(zone->offsetSeconds_ * 1000, icu::UnicodeString()));
+  }
+  zone->system_ = std::make_unique<SystemClock>(std::move(rules));
   return zone;
 }
 
@@ -234,6 +252,37 @@ int Zone::calendarOffset(std::int64_t second) const {
                                      status);
   checkICU(status);
   return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
+}
+
+bool Zone::isRightBySystem(const doubledouble& pair, Complaint& complaint) const {
+  const auto second = static_cast<std::int64_t>(std::floor(pair.hi / 1000));
+  if (system_->agrees(second)) return true;
+  complaint = otherClock(second);
+  return false;
+}
+
+std::optional<std::size_t> Zone::firstWrong(std::span<const double> millis,
+                                            Complaint& complaint) const {
+  if (!system_) return std::nullopt;
+  const auto wrong = system_->firstDiffering(millis);
+  if (wrong) complaint = otherClock(static_cast<std::int64_t>(std::floor(millis[*wrong] / 1000)));
+  return wrong;
+}
+
+Complaint Zone::otherClock(std::int64_t second) const {
+  const auto difference = system_->differenceAt(second);
+  DatetimeText form;
+  form.separator = 'T';
+  Complaint complaint{"", kAcceptedRules, Status::unknownName};
+  complaint.what = "local is " + text_ +
+                   ", where the system's clock and the time-zone data in use, " + timeZoneData() +
+                   ", differ from ";
+  writeDatetime(complaint.what, form, {difference.second, false, OffsetForm::z, 0}, "");
+  complaint.what += " on: ";
+  writeOffset(complaint.what, difference.system);
+  complaint.what += " and ";
+  writeOffset(complaint.what, difference.icu);
+  return complaint;
 }
 
 std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& complaint) const {

@@ -4,7 +4,8 @@
 //   (empty)       plain calendar time          no offset
 //   UTC           UTC                          Z
 //   UTCLeapSeconds  UTC that counts leap seconds  Z
-//   local, Europe/Paris, UTC+05:30, +05:30 ...  a calendar in that zone  +hh:mm or +hh:mm:ss
+//   Europe/Paris, UTC+05:30, +05:30 ...  a calendar in that zone  +hh:mm or +hh:mm:ss
+//   local         the zone that the system's clock shows, by its identifier or offset
 //
 // Seconds count from 1970-01-01T00:00:00 on the line that the module works on: with inserted
 // seconds on the leap-second line, without them on all others.
@@ -16,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -23,6 +25,7 @@
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "datetime/offsets.h"
+#include "datetime/system_clock.h"
 
 namespace plx {
 
@@ -32,7 +35,8 @@ bool isZoneIdentifier(std::string_view text);
 // For one thread at a time: a zone keeps what it has looked up.
 class Zone {
  public:
-  // The zone of a text, read as the module reads it with the locale en_US. Throws a Failure of
+  // The zone of a text, read as the module reads it with the locale en_US; but `local` is the zone of
+  // local_zone.h, whose rules the system's clock has to agree with. Throws a Failure of
   // Status::unknownName.
   static Zone named(std::string_view text);
   // The same; nothing, and a complaint, for a text that is none.
@@ -62,6 +66,16 @@ class Zone {
   // inserted.
   std::optional<int128> secondOf(const DatetimeText& datetime, Complaint& complaint) const;
 
+  // Whether a pair of milliseconds, within the range, may be worked on here: in the local zone, only
+  // where ICU's rules and the system's clock agree. Else a complaint of Status::unknownName, which
+  // tells where they differ.
+  bool isRight(const doubledouble& pair, Complaint& complaint) const {
+    return !system_ || isRightBySystem(pair, complaint);
+  }
+  // The first of which that is not so, likewise; those out of range are passed over.
+  std::optional<std::size_t> firstWrong(std::span<const double> millis, Complaint& complaint) const;
+  bool isLocal() const { return system_ != nullptr; }
+
   // What the clock shows at a second; for a calendar, within its range.
   WallTime wallTime(int128 second) const;
 
@@ -70,6 +84,9 @@ class Zone {
 
   Zone(Kind kind, std::string text, int offsetSeconds = 0);
 
+  static std::optional<Zone> local(Complaint& complaint);
+  bool isRightBySystem(const doubledouble& pair, Complaint& complaint) const;
+  Complaint otherClock(std::int64_t second) const;
   int128 calendarSecond(std::int64_t wallSecond) const;
   int calendarOffset(std::int64_t second) const;
 
@@ -78,7 +95,8 @@ class Zone {
   int offsetSeconds_;  // of Kind::offset
   // Of Kind::calendar. Its time means nothing.
   std::unique_ptr<icu::GregorianCalendar> calendar_;
-  std::unique_ptr<Offsets> offsets_;  // of the calendar's zone
+  std::unique_ptr<Offsets> offsets_;     // of the calendar's zone
+  std::unique_ptr<SystemClock> system_;  // of the local zone
 };
 
 // The range of datetimes in a calendar; elsewhere it is kAcceptedRange.

@@ -56,9 +56,13 @@ const Zone* Zones::bySuffix(std::string_view text, Complaint& complaint) {
 
 const Zone* Zones::named(std::string_view text, Complaint& complaint) {
   auto found = byText_.find(text);
-  if (found == byText_.end()) found = byText_.emplace(text, Zone::find(text, complaint)).first;
-  if (found->second) return &*found->second;
-  complaint = unknownZone();
+  if (found == byText_.end()) {
+    Named named;
+    named.zone = Zone::find(text, named.complaint);
+    found = byText_.emplace(text, std::move(named)).first;
+  }
+  if (found->second.zone) return &*found->second.zone;
+  complaint = found->second.complaint;
   return nullptr;
 }
 

@@ -41,8 +41,12 @@ class Zones {
 
   std::map<std::pair<OffsetForm, int>, Zone> byOffset_;
   std::map<std::string, Zone, std::less<>> byName_;
-  // Texts that name none are kept too: to find that out takes long.
-  std::map<std::string, std::optional<Zone>, std::less<>> byText_;
+  // Texts that name none are kept too, with what is told of them: to find that out takes long.
+  struct Named {
+    std::optional<Zone> zone;
+    Complaint complaint;
+  };
+  std::map<std::string, Named, std::less<>> byText_;
 };
 
 }  // namespace plx

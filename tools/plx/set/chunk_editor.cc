@@ -133,11 +133,9 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
   const auto at = [&](const Cell& cell) { return location(chunk, cell.begin); };
   std::string where = at(cellOfTask(trouble.task));
   std::string_view text = task.text;
-  Status status = Status::badData;
   if (trouble.kind == Trouble::Kind::zone) {
     where = at(cellOf(record, *options_.zone));
     text = task.zone;
-    status = Status::unknownName;
   } else if (trouble.kind == Trouble::Kind::value) {
     const ValueSource& source = options_.values[trouble.assignment];
     const auto before = std::span(options_.values).first(trouble.assignment);
@@ -153,9 +151,10 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
     text = source.column || source.file ? task.values[static_cast<std::size_t>(own)] : source.text;
   }
   if (trouble.kind == Trouble::Kind::finding) {
-    return {status, fmt::format("{}: {}: {}", where, quoteText(text), trouble.complaint.what)};
+    return {trouble.complaint.status,
+            fmt::format("{}: {}: {}", where, quoteText(text), trouble.complaint.what)};
   }
-  return {status, describe(where, trouble.complaint, text)};
+  return {trouble.complaint.status, describe(where, trouble.complaint, text)};
 }
 
 // What stands in a task's place in the end.

@@ -220,6 +220,7 @@ class NpySetter {
 
   HostArray apply(const paArray* datetimes) {
     HostArray result;
+    refuseOtherClock(datetimes);
     for (Setting& setting : settings_) {
       const paArray* values = setting.values.next(start_, count_, datetimes, zone_);
       HostArray next;
@@ -228,9 +229,18 @@ class NpySetter {
       if (error) throw refusal(setting, datetimes, *error);
       result = std::move(next);
       datetimes = result.get();
+      refuseOtherClock(datetimes);
     }
     if (zone_.countsLeapSeconds() && !pastTable_) pastTable_ = isAnyPastTable(result.get());
     return result;
+  }
+
+  void refuseOtherClock(const paArray* datetimes) const {
+    Complaint complaint;
+    const auto wrong = zone_.firstWrong({paGetRealData(datetimes), count_}, complaint);
+    if (!wrong) return;
+    throw Failure{complaint.status,
+                  describe(where(*wrong), complaint, elements_->text(element(*wrong)))};
   }
 
   bool isAnyPastTable(const paArray* result) const {

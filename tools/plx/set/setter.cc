@@ -95,6 +95,7 @@ Setter::Group& Setter::groupOf(const Zone& zone) {
 void Setter::set(Group& group, std::size_t assignment) {
   const Component& component = *options_.assignments[assignment].component;
   std::vector<double>& values = group.values[assignment];
+  if (assignment > 0) refuseOtherClock(group);
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (!isLast(values[i])) continue;
     const doubledouble now = group.datetimes.at(i);
@@ -103,6 +104,24 @@ void Setter::set(Group& group, std::size_t assignment) {
     values[i] = inRange ? resolve({true, 0}, component, now, group.zone) : kAnyValue;
   }
   setPart(group, assignment, 0, values.size());
+}
+
+// The result of an earlier assignment, which is written nowhere.
+void Setter::refuseOtherClock(Group& group) {
+  if (!group.zone.isLocal()) return;
+  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
+    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+    Complaint complaint;
+    const doubledouble now = group.datetimes.at(i);
+    if (!(std::fabs(now.hi) <= 0x1p52) || group.zone.isRight(now, complaint)) continue;
+    giveUp(group, i, std::move(complaint));
+  }
+}
+
+void Setter::giveUp(Group& group, std::size_t at, Complaint complaint) {
+  batch_->fail({group.tasks[at], Trouble::Kind::datetime, 0, std::move(complaint)});
+  group.datetimes.replace(at, kAnyDatetime);
+  for (auto& column : group.values) column[at] = kAnyValue;
 }
 
 // All at once; where one of them cannot be set, each half on its own, so that a few among many cost
@@ -121,9 +140,7 @@ void Setter::setPart(Group& group, std::size_t assignment, std::size_t begin, st
     setPart(group, assignment, middle, end);
     return;
   }
-  batch_->fail({group.tasks[begin], Trouble::Kind::datetime, 0, complaintOf(*error)});
-  group.datetimes.replace(begin, kAnyDatetime);
-  for (auto& column : group.values) column[begin] = kAnyValue;
+  giveUp(group, begin, complaintOf(*error));
 }
 
 void Setter::check(Group& group) {

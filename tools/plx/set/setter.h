@@ -50,6 +50,8 @@ class Setter : public CellWork {
   void read(const Task& task, std::size_t at);
   Group& groupOf(const Zone& zone);
   void set(Group& group, std::size_t assignment);
+  void refuseOtherClock(Group& group);
+  void giveUp(Group& group, std::size_t at, Complaint complaint);
   void setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end);
   void check(Group& group);
   void write(std::size_t at);
