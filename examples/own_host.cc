@@ -69,7 +69,7 @@ namespace brel::except {
 BaseMsgID::BaseMsgID(std::string catalog, std::string name, MessageArguments arguments)
     : messageArgs(std::move(arguments)), catalog_(std::move(catalog)), name_(std::move(name)) {}
 BaseMsgID::~BaseMsgID() = default;
-IException::IException(const IException& other) noexcept : clone_base(e), boost::exception(e) {}
+IException::IException(const IException& other) noexcept : clone_base(other), boost::exception(other) {}
 IException::~IException() noexcept = default;
 const char* IException::what() const noexcept { return "an error of the module"; }
 IUserException::~IUserException() noexcept = default;
@@ -117,8 +117,8 @@ RwLocale& RwLocale::global() {
   return locale;
 }
 std::string RwLocale::name(LocaleNameFormat) const { return "en_US"; }
-ustring codecvt_ascii_to_ustring::operator()(const char* t, std::size_t n) const {
-  return {t, t + n};
+ustring codecvt_ascii_to_ustring::operator()(const char* text, std::size_t length) const {
+  return {text, text + length};
 }
 void dispatch_char_exception() { throw; }
 }  // namespace brel::i18n
