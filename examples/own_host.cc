@@ -69,7 +69,8 @@ namespace brel::except {
 BaseMsgID::BaseMsgID(std::string catalog, std::string name, MessageArguments arguments)
     : messageArgs(std::move(arguments)), catalog_(std::move(catalog)), name_(std::move(name)) {}
 BaseMsgID::~BaseMsgID() = default;
-IException::IException(const IException& other) noexcept : clone_base(other), boost::exception(other) {}
+IException::IException(const IException& other) noexcept
+    : clone_base(other), boost::exception(other) {}
 IException::~IException() noexcept = default;
 const char* IException::what() const noexcept { return "an error of the module"; }
 IUserException::~IUserException() noexcept = default;

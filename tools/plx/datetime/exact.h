@@ -52,7 +52,7 @@ doubledouble pairOf(int128 seconds, std::string_view fraction);
 // The decimal of at most `digits` digits, 9 or more, that is nearest to the pair's exact value, a
 // tie going to the even one. {1500.0000001, 0} gives 1.5, and {999.9999999, 0} gives 1. The pair need
 // not be normalised: {1000, -0.5} gives 0.9995.
-DecimalSeconds rounded(const doubledouble& pair, std::size_t digits);
+DecimalSeconds rounded(const doubledouble& value, std::size_t digits);
 
 // The decimal of the fewest digits that pairOf turns into the same pair; among two such, the
 // nearer. A pair that is not normalised counts as the normalised one of equal value.
