@@ -1,30 +1,51 @@
 #!/usr/bin/env bash
-# `cmake --build BUILD --target uninstall` takes away what was installed, and leaves what was there before.
+# `cmake --build BUILD --target uninstall` takes away what was installed, and leaves what others put there.
 #   uninstall_test.sh CMAKE BUILD-FOLDER
 set -euo pipefail
 cmake=$1 build=$2
-manifest=$build/install_manifest.txt
+uninstall=$(dirname "$0")/../../cmake/uninstall.cmake
 
 folder=$(mktemp -d)
-# The list of somebody's own installation is put back.
-[ ! -e "$manifest" ] || cp -p "$manifest" "$folder/manifest"
-trap 'rm -f "$manifest"; [ ! -e "$folder/manifest" ] || cp -p "$folder/manifest" "$manifest"; rm -rf "$folder"' EXIT
-mkdir -p "$folder/prefix/bin" "$folder/prefix/share/doc/other"
-touch "$folder/prefix/bin/other" "$folder/prefix/share/doc/other/README"
-(cd "$folder/prefix" && find . -type f | sort) >"$folder/before"
+trap 'rm -rf "$folder"' EXIT
 
-"$cmake" --install "$build" --prefix "$folder/prefix" >"$folder/log" || { cat "$folder/log"; exit 1; }
-installed=$(wc -l <"$manifest")
-[ "$installed" -ge 30 ] || { echo "only $installed files were installed" >&2; exit 1; }
-"$cmake" -DMANIFEST="$manifest" -P "$(dirname "$0")/../../cmake/uninstall.cmake" 2>"$folder/log" ||
-  { cat "$folder/log"; exit 1; }
-(cd "$folder/prefix" && find . -not -type d | sort) >"$folder/after"
-diff "$folder/before" "$folder/after"
-left=$(find "$folder/prefix" -name 'plx*' -o -name host)
-[ -z "$left" ] || { echo "left: $left" >&2; exit 1; }
-echo "$installed files installed and removed"
+# Installs by a copy of the build folder's script that writes its manifest elsewhere: the build folder's own manifest
+# is of somebody's installation, and stays as it is.
+script=$(<"$build/cmake_install.cmake")
+elsewhere=${script//"$build/\${CMAKE_INSTALL_MANIFEST}"/"$folder/\${CMAKE_INSTALL_MANIFEST}"}
+[ "$elsewhere" != "$script" ] || { echo "$build/cmake_install.cmake writes no manifest" >&2; exit 1; }
+printf '%s\n' "$elsewhere" >"$folder/install.cmake"
+manifest=$folder/install_manifest.txt
 
-if "$cmake" -DMANIFEST="$folder/none" -P "$(dirname "$0")/../../cmake/uninstall.cmake" >"$folder/log" 2>&1; then
+# check PREFIX FOREIGN...: what is left of an installation is the files of others, in folders that are shared or ours.
+check() {
+  local prefix=$folder/$1 installed file
+  shift
+  for file; do
+    mkdir -p "$(dirname "$prefix/$file")"
+    touch "$prefix/$file"
+  done
+  (cd "$prefix" && find . -type f | sort) >"$folder/before"
+  [ "$(wc -l <"$folder/before")" -eq $# ]
+
+  "$cmake" "-DCMAKE_INSTALL_PREFIX=$prefix" -P "$folder/install.cmake" >"$folder/log" ||
+    { cat "$folder/log"; exit 1; }
+  installed=$(wc -l <"$manifest")
+  [ "$installed" -ge 30 ] || { echo "only $installed files were installed" >&2; exit 1; }
+  "$cmake" "-DMANIFEST=$manifest" -P "$uninstall" >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
+  (cd "$prefix" && find . -not -type d | sort) >"$folder/after"
+  diff "$folder/before" "$folder/after"
+  # Folders that only plx has are gone, but for those that hold a file of others.
+  (cd "$prefix" && find . -type d \( -name 'plx*' -o -name host \) -empty) >"$folder/left"
+  [ ! -s "$folder/left" ] || { echo "left without a file: $(cat "$folder/left")" >&2; exit 1; }
+  echo "$installed files installed below ${prefix##*/} and removed, $# of others left"
+}
+
+check prefix bin/other share/doc/other/README
+# Brackets, of which patterns of names are made.
+check 'pre[x]' bin/other share/doc/plx/mine share/doc/plx/docs/mine include/plx/.mine
+check 'one [x' share/doc/plx/mine
+
+if "$cmake" "-DMANIFEST=$folder/none" -P "$uninstall" >"$folder/log" 2>&1; then
   echo "nothing was installed, and removing it succeeded" >&2
   exit 1
 fi
