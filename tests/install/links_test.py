@@ -43,14 +43,21 @@ def check(root, documents):
     return followed, broken
 
 
+def documents_of(source, build):
+    """The documents that git knows or does not ignore; without git, as in an unpacked archive, all but those of the
+    build folder."""
+    try:
+        listed = subprocess.run(["git", "-C", source, "ls-files", "--cached", "--others", "--exclude-standard", "*.md"],
+                                capture_output=True, text=True, check=True)
+        return [pathlib.Path(source, name) for name in listed.stdout.splitlines()]
+    except (FileNotFoundError, subprocess.CalledProcessError) as error:
+        print(f"git does not list the documents, so all below {source} are read: {error}", file=sys.stderr)
+        return [path for path in pathlib.Path(source).rglob("*.md") if pathlib.Path(build) not in path.parents]
+
+
 def main():
     cmake, build, source = sys.argv[1:]
-    listed = subprocess.run(["git", "-C", source, "ls-files", "--cached", "--others", "--exclude-standard", "*.md"],
-                            capture_output=True, text=True)
-    if listed.returncode == 0:
-        documents = [pathlib.Path(source, name) for name in listed.stdout.splitlines()]
-    else:  # an unpacked archive
-        documents = [path for path in pathlib.Path(source).rglob("*.md") if build not in map(str, path.parents)]
+    documents = documents_of(source, build)
     failed = False
     with tempfile.TemporaryDirectory() as folder:
         for component in ("library", "development", "tool"):
