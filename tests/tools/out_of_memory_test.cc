@@ -56,6 +56,13 @@ void icuFreed(const void*, void* memory) { std::free(memory); }
 
 void* operator new(std::size_t size) { return allocated(size); }
 void* operator new[](std::size_t size) { return allocated(size); }
+// The sanitizers' own of these would not go through the two above.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return fails() ? nullptr : std::malloc(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return fails() ? nullptr : std::malloc(size);
+}
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
