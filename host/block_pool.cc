@@ -52,13 +52,16 @@ class Place {
     const std::size_t bytes = bytes_.load();
     return bytes == kBusy ? 0 : bytes;
   }
+  // Zero where the block is lent to the system.
+  std::size_t notLentBytes() const { return isLent_.load(std::memory_order_relaxed) ? 0 : bytes(); }
   // When the block came, by a clock that counts blocks.
   std::uint64_t arrival() const { return arrival_.load(std::memory_order_relaxed); }
 
   // False where the place is not free.
-  bool put(const RawBlock& block, std::uint64_t now) {
+  bool put(const RawBlock& block, bool isLent, std::uint64_t now) {
     if (!changeToBusy(0)) return false;
     data_ = block.data;
+    isLent_.store(isLent, std::memory_order_relaxed);
     arrival_.store(now, std::memory_order_relaxed);
     bytes_.store(block.bytes);
     return true;
@@ -77,6 +80,7 @@ class Place {
   bool changeToBusy(std::size_t from) { return bytes_.compare_exchange_strong(from, kBusy); }
 
   std::atomic<std::size_t> bytes_ = 0;  // 0: free
+  std::atomic<bool> isLent_ = false;
   std::atomic<std::uint64_t> arrival_ = 0;
   void* data_ = nullptr;
 };
@@ -118,9 +122,14 @@ class Pool {
 
   // Keeps a block, for which older ones go. The bound holds as soon as every thread that is here
   // has left: the last one to put its block sees those of all others.
+  //
+  // The block is lent before others see it, since whoever takes it writes to it at once. Only what
+  // is not lent counts: otherwise one large block would have every later one lent as well, which
+  // costs a small block several times what it saves.
   void keep(const RawBlock& block) {
-    if (bytes() + block.bytes > kNotLentBytes) lendLargeMemory(block.data, block.bytes);
-    while (!put(block)) {
+    const bool isLent = notLentBytes() + block.bytes > kNotLentBytes;
+    if (isLent) lendLargeMemory(block.data, block.bytes);
+    while (!put(block, isLent)) {
       const RawBlock oldest = takeOldest();
       if (!oldest.data) return release(block);  // other threads are at all places
       release(oldest);
@@ -134,11 +143,17 @@ class Pool {
     return sum;
   }
 
+  std::size_t notLentBytes() const {
+    std::size_t sum = 0;
+    for (const Place& place : places_) sum += place.notLentBytes();
+    return sum;
+  }
+
  private:
-  bool put(const RawBlock& block) {
+  bool put(const RawBlock& block, bool isLent) {
     const std::uint64_t now = clock_.fetch_add(1, std::memory_order_relaxed);
     return std::any_of(places_.begin(), places_.end(),
-                       [&](Place& place) { return place.put(block, now); });
+                       [&](Place& place) { return place.put(block, isLent, now); });
   }
 
   std::array<Place, 32> places_;
@@ -194,6 +209,8 @@ void giveBackBlock(RawBlock block) {
 }
 
 std::size_t keptBytes() { return pool.bytes(); }
+
+std::size_t notLentBytes() { return pool.notLentBytes(); }
 
 std::size_t releaseKeptBlocks() {
   std::size_t released = 0;

@@ -43,6 +43,10 @@ void giveBackBlock(RawBlock block);
 // How many bytes are kept at the moment.
 std::size_t keptBytes();
 
+// How many of them are not lent to the system: at most kNotLentBytes, but for blocks that several
+// threads give back at the same moment.
+std::size_t notLentBytes();
+
 // Gives all kept blocks back to the system. How many bytes they were.
 std::size_t releaseKeptBlocks();
 
