@@ -156,7 +156,9 @@ class Pool {
                        [&](Place& place) { return place.put(block, isLent, now); });
   }
 
-  std::array<Place, 32> places_;
+  // So many that programs with many arrays alive find them again; a look at all of them costs less
+  // than writing to the smallest block that is kept.
+  std::array<Place, 256> places_;
   std::atomic<std::uint64_t> clock_ = 0;
 };
 

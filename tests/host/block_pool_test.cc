@@ -102,6 +102,24 @@ TEST(BlockPool, ALentBlockKeepsWhatIsWrittenLater) {
   releaseKeptBlocks();
 }
 
+// Programs have many arrays alive, and give back all of them.
+TEST(BlockPool, ManyBlocksAreKept) {
+  if (!kKeepsBlocks) GTEST_SKIP() << "nothing is kept under the sanitizers";
+  releaseKeptBlocks();
+  std::vector<RawBlock> blocks;
+  for (int i = 0; i < 200; ++i) blocks.push_back(takeBlock(200 << 10));
+  Cases cases(200);
+  std::size_t bytes = 0;
+  for (const RawBlock& block : blocks) {
+    ASSERT_NE(block.data, nullptr);
+    giveBackBlock(block);
+    bytes += block.bytes;
+    EXPECT_EQ(keptBytes(), bytes);
+    ++cases;
+  }
+  releaseKeptBlocks();
+}
+
 // One large block that is lent leaves the blocks after it as they are.
 TEST(BlockPool, OnlyBlocksBeyondTheBoundAreLent) {
   if (!kKeepsBlocks) GTEST_SKIP() << "nothing is kept under the sanitizers";
