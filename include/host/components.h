@@ -3,6 +3,7 @@
 #ifndef PLX_HOST_COMPONENTS_H
 #define PLX_HOST_COMPONENTS_H
 
+/* A selector of the module, as its number. */
 typedef enum paComponent {
   paYEAR = 3,
   paQUARTER = 6,       /* the month of it and the day of the month are kept */
