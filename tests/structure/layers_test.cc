@@ -49,7 +49,7 @@ const Layer kLayers[] = {
      "unzoned/"
      "(elements_of|plain_walk|lane_constants|lanes-inl|instruction_sets|instruction_set-inl)\\.h|"
      "hwy/.*"},
-    {"library/zones/(yearly_rule)\\..*", "zones/(yearly_rule)\\.h"},
+    {"library/zones/(rules_file|yearly_rule)\\..*", "zones/(rules_file|yearly_rule)\\.h"},
     {"library/zones/.*", "zones/.*|unicode/.*|sys/.*"},
     {"host/.*", "host/.*|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
     // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and

@@ -1,0 +1,119 @@
+#include "zones/icu_zone.h"
+
+#include <gtest/gtest.h>
+
+#include "support/cases.h"
+#include "tools/zone_files.h"
+
+namespace {
+
+using zones::IcuZone;
+using zones::icuZoneOf;
+using zones::readZoneFile;
+
+constexpr int kHour = 3600;
+
+IcuZone converted(const std::string& file) { return icuZoneOf(readZoneFile(file)); }
+
+// The numbers are those that ICU's own data has for such rules, or mean the same.
+TEST(IcuZone, HasTheFilesRuleInIcusForm) {
+  const struct {
+    const char* rule;
+    int raw;
+    IcuZone::Rule expected;
+    const char* why;
+  } rows[] = {
+      {"CET-1CEST,M3.5.0,M10.5.0/3",
+       kHour,
+       {2, -1, 1, 7200, 0, 9, -1, 1, 10800, 0, kHour},
+       "last Sundays"},
+      {"EST5EDT,M3.2.0,M11.1.0",
+       -5 * kHour,
+       {2, 8, -1, 7200, 0, 10, 1, -1, 7200, 0, kHour},
+       "second Sunday"},
+      {"IST-1GMT0,M10.5.0,M3.5.0/1",
+       0,
+       {2, -1, 1, 3600, 0, 9, -1, 1, 7200, 0, kHour},
+       "negative saving"},
+      {"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0",
+       37800,
+       {9, 1, -1, 7200, 0, 3, 1, -1, 7200, 0, 1800},
+       "half an hour"},
+      {"<-02>2<-01>,M3.5.0/-1,M10.5.0/0",
+       -7200,
+       {2, 24, -7, 82800, 0, 9, -1, 1, 0, 0, kHour},
+       "23:00 the day before"},
+      {"EET-2EEST,M3.4.4/50,M10.4.4/50",
+       7200,
+       {2, 24, -7, 7200, 0, 9, 24, -7, 7200, 0, kHour},
+       "two days later"},
+      {"AAA0BBB,J100,J300/0", 0, {3, 10, 0, 7200, 0, 9, 27, 0, 0, 0, kHour}, "days of the month"},
+      {"AAA0BBB,40,M11.1.0", 0, {1, 10, 0, 7200, 0, 10, 1, -1, 7200, 0, kHour}, "before leap days"},
+      {"AAA0BBB,M2.5.0,M11.1.0",
+       0,
+       {1, -1, 1, 7200, 0, 10, 1, -1, 7200, 0, kHour},
+       "last of February"},
+  };
+  Cases cases(9);
+  for (const auto& row : rows) {
+    const IcuZone zone = converted(zoneFile(row.raw, {}, row.rule));
+    ASSERT_TRUE(zone.final) << row.rule;
+    EXPECT_EQ(zone.final->rule, row.expected) << row.rule << ": " << row.why;
+    EXPECT_EQ(zone.final->raw, row.raw);
+    // ICU lists no changes of a zone that has a rule alone.
+    EXPECT_EQ(zone.final->year, 1801);
+    EXPECT_EQ(zone.changes.size(), 2u);
+    ++cases;
+  }
+}
+
+TEST(IcuZone, ListsWhatIcuHasNoFormFor) {
+  const struct {
+    const char *rule, *why;
+  } rows[] = {
+      {"AAA0BBB,M2.5.0/25,M11.1.0", "the day after the last Sunday of February"},
+      {"AAA0BBB,M10.5.0/25,M3.1.0", "may be 1 November"},
+      {"AAA0BBB,M3.1.0/-1,M11.1.0", "may be the last day of February"},
+      {"AAA0BBB,100,300", "a day earlier in leap years"},
+      {"AAA0BBB,M3.1.0,M3.5.0", "twice in a month"},
+  };
+  Cases cases(5);
+  for (const auto& row : rows) {
+    const IcuZone zone = converted(zoneFile(0, {}, row.rule));
+    EXPECT_FALSE(zone.final) << row.rule << ": " << row.why;
+    EXPECT_EQ(zone.changes.size(), 2u * 701) << row.rule;
+    ++cases;
+  }
+}
+
+// From its own year on a rule holds; all before is listed.
+TEST(IcuZone, TheRuleBeginsWithAYear) {
+  // 2000-03-26 and 2000-10-29 by the rule; 1999-12-01 not.
+  const IcuZone zone =
+      converted(zoneFile(0, {{944006400, kHour}, {954032400, 2 * kHour}, {972781200, kHour}},
+                         "CET-1CEST,M3.5.0,M10.5.0/3"));
+  ASSERT_TRUE(zone.final);
+  EXPECT_EQ(zone.final->year, 2000);
+  ASSERT_EQ(zone.changes.size(), 1u);
+  EXPECT_EQ(zone.changes[0].second, 944006400);
+
+  // 1999-01-20: clocks stay an hour ahead of the rule until its step of October.
+  const IcuZone late = converted(
+      zoneFile(0, {{916790400, 2 * kHour}, {941331600, kHour}}, "CET-1CEST,M3.5.0,M10.5.0/3"));
+  ASSERT_TRUE(late.final);
+  EXPECT_EQ(late.final->year, 2000);
+  EXPECT_EQ(late.changes.size(), 2u);
+}
+
+TEST(IcuZone, SavingIsNeverNegative) {
+  // As Casablanca's file has it: standard time is an hour ahead, and a month of each year saves an hour less.
+  zones::ZoneFile file;
+  file.types = {{0, false}, {kHour, false}, {0, true}};
+  file.changes = {{100, 1}, {1000, 2}, {2000, 1}};
+  const IcuZone zone = icuZoneOf(file);
+  ASSERT_EQ(zone.changes.size(), 3u);
+  const IcuZone::Type expected[] = {{kHour, 0}, {0, 0}, {0, kHour}};
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(zone.types[zone.changes[i].type], expected[i]) << i;
+}
+
+}  // namespace
