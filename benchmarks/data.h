@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 #include "host/embed.h"
 #include "unzoned/plain_walk.h"
 

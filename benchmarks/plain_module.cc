@@ -1,7 +1,7 @@
 // What the module with the plain code has in place of the vectors and of the tables of zones: the
 // same entry, checks and results, to be measured beside the module.
 
-#include "unzoned/elements_of.h"
+#include "base/elements_of.h"
 #include "unzoned/vector_walk.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/set_field.h"

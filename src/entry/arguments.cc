@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "base/raise.h"
 #include "entry/component_table.h"
-#include "entry/raise.h"
 
 namespace {
 

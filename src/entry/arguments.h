@@ -13,7 +13,7 @@
 //   10  new values neither one nor of the datetimes' dimensions InputSizeMismatch
 #pragma once
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 #include "host/pa_array.h"
 
 struct Arguments {

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 
 inline constexpr int kSelectors = 23;
 

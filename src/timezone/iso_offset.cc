@@ -3,10 +3,10 @@
 #include <unicode/parsepos.h>
 #include <unicode/tzfmt.h>
 
-#include "timezone/icu_text.h"
-#include "zoned/icu_checks.h"
-#include "zoned/locale.h"
-#include "zoned/unique_ptr.h"
+#include "icu/checks.h"
+#include "icu/locale.h"
+#include "icu/text.h"
+#include "icu/unique_ptr.h"
 
 icu::TimeZone* parseISOTimeZone(const paArray* tz) {
   UErrorCode status = U_ZERO_ERROR;

@@ -1,11 +1,11 @@
 #include "timezone/time_zone.h"
 
-#include "entry/raise.h"
-#include "entry/text_constants.h"
-#include "timezone/icu_text.h"
+#include "base/raise.h"
+#include "icu/memory.h"
+#include "icu/text.h"
+#include "icu/unique_ptr.h"
 #include "timezone/iso_offset.h"
-#include "zoned/icu_checks.h"
-#include "zoned/unique_ptr.h"
+#include "timezone/text_constants.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "arith/doubledouble.h"
 #include "arith/rounding.h"
 #include "unzoned/components.h"
 #include "unzoned/leap_seconds.h"

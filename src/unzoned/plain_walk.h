@@ -5,33 +5,8 @@
 
 #include <cstddef>
 
-#include "arith/doubledouble.h"
-
-enum class Component {
-  year,
-  quarter,
-  month,
-  weekOfYear,
-  dayOfMonth,
-  dayOfYear,
-  dayOfWeek,
-  hour,
-  minute,
-  second,
-  timeOfDay,
-  none,  // cannot be set: the datetimes stay as they are
-};
-
-// The arrays of a call. Results may not overlap the inputs.
-struct Elements {
-  const double* high;    // datetimes, in milliseconds since 1970
-  const double* low;     // null: all zero
-  const double* values;  // the new values
-  std::size_t step;      // 0: one value for all; 1: one for each
-  double* resultHigh;
-  double* resultLow;
-  std::size_t count;
-};
+#include "base/component.h"
+#include "base/elements.h"
 
 // Writes the result of element i. False where its new value must be a whole number and is not:
 // then nothing is written.

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-#include "entry/field_codes.h"
-#include "entry/raise.h"
-#include "unzoned/elements_of.h"
+#include "base/elements_of.h"
+#include "base/field_codes.h"
+#include "base/raise.h"
 #include "unzoned/vector_walk.h"
 
 namespace {

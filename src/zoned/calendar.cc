@@ -2,8 +2,9 @@
 
 #include <typeinfo>
 
-#include "zoned/icu_checks.h"
-#include "zoned/locale.h"
+#include "icu/checks.h"
+#include "icu/locale.h"
+#include "icu/memory.h"
 
 namespace {
 

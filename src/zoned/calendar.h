@@ -3,7 +3,7 @@
 
 #include <unicode/gregocal.h>
 
-#include "zoned/unique_ptr.h"
+#include "icu/unique_ptr.h"
 
 // A calendar on the given zone, which it takes over:
 //   - proleptic Gregorian over the whole range that checkICURange lets through;

@@ -5,9 +5,9 @@
 #include <limits>
 
 #include "arith/doubledouble.h"
-#include "entry/field_codes.h"
-#include "entry/raise.h"
-#include "zoned/icu_checks.h"
+#include "base/field_codes.h"
+#include "base/raise.h"
+#include "icu/checks.h"
 
 double largestValue(UCalendarDateFields field) {
   switch (static_cast<int>(field)) {

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "unzoned/plain_walk.h"
+#include "base/elements.h"
 
 // The largest magnitude of a new value from which a time in range can come; infinity where every
 // value of 32 bits can. Beyond it ICU's 32-bit day number wraps, and a wrong but plausible time

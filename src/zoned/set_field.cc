@@ -2,11 +2,11 @@
 
 #include <cstddef>
 
-#include "unzoned/elements_of.h"
+#include "base/elements_of.h"
+#include "offsets/granules.h"
+#include "offsets/offset_table.h"
 #include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
-#include "zoned/granules.h"
-#include "zoned/offset_table.h"
 #include "zoned/vector_walk.h"
 
 namespace {

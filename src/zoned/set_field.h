@@ -5,7 +5,7 @@
 #include <unicode/ucal.h>
 
 #include "host/pa_array.h"
-#include "zoned/unique_ptr.h"
+#include "icu/unique_ptr.h"
 
 // Writes to every element of `result` (complex, at most as many elements as `datetimes`) the
 // datetime of the same index with one component set: UTC instants, in milliseconds since 1970.

@@ -5,8 +5,8 @@
 #include "arith/civil.h"
 #include "arith/doubledouble.h"
 #include "arith/rounding.h"
-#include "entry/field_codes.h"
-#include "zoned/icu_checks.h"
+#include "base/calendar_limits.h"
+#include "base/field_codes.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 
 #include <cstddef>
 
-#include "unzoned/plain_walk.h"
+#include "base/elements.h"
+#include "offsets/offset_table.h"
 #include "zoned/calendar_walk.h"
-#include "zoned/offset_table.h"
 
 // Writes the result of element i as the calendar would, or claims nothing: then it writes nothing
 // and returns false. That is so wherever the calendar raises an error, for times of day that wrap

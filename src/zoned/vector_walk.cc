@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 #include "unzoned/instruction_set-inl.h"
 #include "zoned/table_walk.h"
 #include "zoned/zone_lanes-inl.h"

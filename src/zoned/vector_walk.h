@@ -8,10 +8,10 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/elements.h"
+#include "offsets/offset_table.h"
 #include "unzoned/instruction_sets.h"
-#include "unzoned/plain_walk.h"
 #include "zoned/calendar_walk.h"
-#include "zoned/offset_table.h"
 #include "zoned/zone_lookup.h"
 
 struct ZonedCall {

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "offsets/granules.h"
+#include "offsets/offset_table.h"
 #include "unzoned/lane_constants.h"
-#include "zoned/granules.h"
-#include "zoned/offset_table.h"
 
 namespace zone_lanes {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 #include "fuzz/input.h"
 #include "host/embed.h"
 #include "host/exception.h"

@@ -4,10 +4,11 @@
 
 #include <cmath>
 
-#include "entry/raise.h"
+#include "base/raise.h"
+#include "icu/checks.h"
+#include "icu/memory.h"
 #include "support/raised.h"
 #include "support/random.h"
-#include "zoned/icu_checks.h"
 
 namespace {
 

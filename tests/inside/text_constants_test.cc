@@ -1,4 +1,4 @@
-#include "entry/text_constants.h"
+#include "timezone/text_constants.h"
 
 #include <gtest/gtest.h>
 

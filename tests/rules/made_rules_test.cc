@@ -16,12 +16,12 @@
 #include <vector>
 
 #include "arith/civil.h"
+#include "offsets/offset_table.h"
 #include "support/cases.h"
 #include "support/datetime_arrays.h"
 #include "support/every_zone.h"
 #include "support/random.h"
 #include "zoned/calendar.h"
-#include "zoned/offset_table.h"
 #include "zoned/set_field.h"
 
 namespace {

@@ -25,48 +25,49 @@ struct Layer {
 // used.
 const Layer kLayers[] = {
     {"include/host/.*", "host/.*|boost/.*"},
+    // The module, from the foundations up.
     {"src/arith/.*", "arith/.*"},
+    // What is known of components is plain numbers; ICU and the host meet it in files of their own.
+    {"src/base/field_codes\\.h", "base/.*|unicode/ucal\\.h"},
+    {"src/base/(raise|elements_of)\\.h", "base/.*|host/.*"},
+    {"src/base/.*", "base/.*"},
+    {"src/icu/.*", "base/(calendar_limits|raise)\\.h|icu/.*|host/.*|unicode/.*|boost/.*"},
+    // Programs beside the module use it too: it knows no host, and raises nothing.
+    {"src/offsets/.*", "arith/.*|base/calendar_limits\\.h|icu/memory\\.h|offsets/.*|unicode/.*"},
     {"src/unzoned/(components|leap_seconds)\\..*",
      "arith/.*|unzoned/(components|leap_seconds)\\.h"},
-    {"src/entry/raise\\.h", "host/.*"},
-    {"src/entry/text_constants\\..*", "host/.*|boost/.*|entry/text_constants\\.h"},
-    {"src/entry/field_codes\\.h", "unicode/.*"},
-    {"src/entry/component_table\\..*", "entry/(field_codes|component_table)\\.h"},
-    {"src/entry/arguments\\..*", "host/.*|entry/(arguments|component_table|field_codes|raise)\\.h"},
+    {"src/unzoned/set_field_utc\\..*", "base/.*|unzoned/.*|host/.*|unicode/ucal\\.h"},
+    {"src/unzoned/.*", "arith/.*|base/(component|elements)\\.h|unzoned/.*|hwy/.*"},
+    // Of its neighbour it has the vectors, not what is done with them.
+    {"src/zoned/.*",
+     "arith/.*|base/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|hwy/.*|"
+     "unzoned/(lane_constants|lanes-inl|instruction_sets|instruction_set-inl)\\.h"},
+    {"src/timezone/.*", "base/raise\\.h|icu/.*|timezone/.*|host/.*|unicode/.*|boost/.*"},
     {"src/entry/default_float_environment\\.h", ""},
     {"src/entry/plx_function\\.cc",
-     "host/module\\.h|entry/(arguments|default_float_environment)\\.h|"
-     "timezone/time_zone\\.h|unzoned/set_field_utc\\.h|zoned/(calendar|set_field)\\.h"},
-    {"src/timezone/.*",
-     "host/.*|unicode/.*|entry/(raise|text_constants)\\.h|timezone/.*|"
-     "zoned/(icu_checks|locale|unique_ptr)\\.h"},
-    {"src/unzoned/.*",
-     "host/.*|unicode/ucal\\.h|hwy/.*|entry/(raise|field_codes)\\.h|arith/.*|unzoned/.*"},
-    {"src/zoned/unique_ptr\\.h", "boost/.*"},
-    {"src/zoned/.*",
-     "host/.*|unicode/.*|entry/(raise|field_codes)\\.h|arith/"
-     "(civil|doubledouble|rounding)\\.h|zoned/.*|"
-     "unzoned/"
-     "(elements_of|plain_walk|lane_constants|lanes-inl|instruction_sets|instruction_set-inl)\\.h|"
-     "hwy/.*"},
+     "entry/(arguments|default_float_environment)\\.h|timezone/time_zone\\.h|"
+     "unzoned/set_field_utc\\.h|zoned/(calendar|set_field)\\.h|host/module\\.h"},
+    {"src/entry/.*", "base/.*|entry/.*|host/.*"},
     {"library/zones/(rules_file|yearly_rule)\\..*", "zones/(rules_file|yearly_rule)\\.h"},
     {"library/zones/.*", "zones/.*|unicode/.*|sys/.*"},
+    // The host.
     {"host/.*", "host/.*|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
     // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and
     // what looks at datetimes; what sets them; the commands.
-    {"tools/plx/base/.*", "base/.*|unicode/.*|fmt/.*"},
+    {"tools/plx/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
     {"tools/plx/datetime/.*",
-     "(base|datetime)/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
+     "(messages|datetime)/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
      "unzoned/leap_seconds\\.h"},
-    {"tools/plx/stream/.*", "(base|stream)/.*|fmt/.*|sys/.*"},
-    {"tools/plx/module/.*", "(base|module)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
-    {"tools/plx/(table|npy)/.*", "(base|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
+    {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
+    {"tools/plx/module/.*", "(messages|module)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
+    {"tools/plx/(table|npy)/.*", "(messages|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
     {"tools/plx/inspect/.*",
-     "(base|datetime|module|inspect)/.*|unicode/.*|fmt/.*|arith/.*|unzoned/leap_seconds\\.h"},
+     "(messages|datetime|module|inspect)/.*|unicode/.*|fmt/.*|arith/.*|unzoned/leap_seconds\\.h"},
     {"tools/plx/set/.*",
-     "(base|datetime|stream|module|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
+     "(messages|datetime|stream|module|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/"
+     ".*"},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(base|datetime|stream|module|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|"
+     "(messages|datetime|stream|module|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|"
      "fmt/.*|sys/.*|arith/.*|unzoned/leap_seconds\\.h"},
 };
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "support/cases.h"
 #include "tables.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "module/module.h"
 #include "run_plx.h"
 #include "support/cases.h"

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "support/cases.h"
 #include "temporary_folder.h"
 

@@ -1,4 +1,4 @@
-#include "base/message.h"
+#include "messages/message.h"
 
 #include <gtest/gtest.h>
 

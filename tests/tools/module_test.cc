@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "modules/odd_results.h"
 #include "support/cases.h"
 

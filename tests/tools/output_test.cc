@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "stream/output.h"
 #include "stream/output_file.h"
 #include "stream/signals.h"

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include "base/message.h"
 #include "datetime/zone.h"
+#include "messages/message.h"
 #include "module/components.h"
 #include "module/module.h"
 #include "npy/npy_file.h"

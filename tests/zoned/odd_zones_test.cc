@@ -16,14 +16,14 @@
 #include <vector>
 
 #include "arith/civil.h"
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
+#include "offsets/offset_table.h"
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/datetime_arrays.h"
 #include "support/random.h"
 #include "zoned/calendar.h"
 #include "zoned/calendar_walk.h"
-#include "zoned/offset_table.h"
 #include "zoned/set_field.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // The table of a zone's offsets against ICU's answers.
 
-#include "zoned/offset_table.h"
+#include "offsets/offset_table.h"
 
 #include <gtest/gtest.h>
 #include <unicode/rbtz.h>

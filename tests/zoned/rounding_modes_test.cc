@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
+#include "offsets/granules.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
 #include "support/float_environment.h"
@@ -16,7 +17,6 @@
 #include "support/raised.h"
 #include "support/random.h"
 #include "zoned/calendar.h"
-#include "zoned/granules.h"
 #include "zoned/table_walk.h"
 #include "zoned/vector_walk.h"
 

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "entry/field_codes.h"
+#include "base/field_codes.h"
 #include "support/aligned_doubles.h"
 #include "support/bits.h"
 #include "support/cases.h"

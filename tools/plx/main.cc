@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "base/message.h"
 #include "command/command_line.h"
 #include "host/embed.h"
+#include "messages/message.h"
 #include "stream/output.h"
 #include "stream/signals.h"
 

@@ -7,8 +7,8 @@
 #include <cctype>
 #include <utility>
 
-#include "base/message.h"
 #include "datetime/notation.h"
+#include "messages/message.h"
 
 namespace plx {
 

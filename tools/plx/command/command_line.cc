@@ -4,13 +4,13 @@
 
 #include <string_view>
 
-#include "base/message.h"
 #include "command/arguments.h"
 #include "command/explain_command.h"
 #include "command/get_command.h"
 #include "command/set_command.h"
 #include "command/version.h"
 #include "command/zones_command.h"
+#include "messages/message.h"
 #include "module/components.h"
 #include "module/module.h"
 

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "base/message.h"
 #include "command/sink.h"
 #include "datetime/zone.h"
+#include "messages/message.h"
 #include "npy/npy_file.h"
 
 namespace plx {

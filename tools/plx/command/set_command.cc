@@ -6,11 +6,11 @@
 #include <string_view>
 #include <utility>
 
-#include "base/message.h"
 #include "command/arguments.h"
 #include "command/npy_command.h"
 #include "command/text_command.h"
 #include "datetime/datetime_text.h"
+#include "messages/message.h"
 #include "module/components.h"
 #include "module/module.h"
 #include "set/setter.h"

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <string>
 
-#include "base/message.h"
 #include "inspect/leap_table.h"
+#include "messages/message.h"
 
 namespace plx {
 

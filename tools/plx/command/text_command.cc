@@ -9,10 +9,10 @@
 #include <charconv>
 #include <string_view>
 
-#include "base/message.h"
 #include "command/sink.h"
 #include "datetime/datetime_text.h"
 #include "datetime/number_text.h"
+#include "messages/message.h"
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
 #include "stream/pipeline.h"

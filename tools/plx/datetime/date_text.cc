@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "arith/civil.h"
-#include "base/calendar_names.h"
 #include "datetime/datetime_text.h"
+#include "messages/calendar_names.h"
 
 namespace plx {
 

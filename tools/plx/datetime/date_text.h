@@ -11,10 +11,10 @@
 
 #include <cstdint>
 
-#include "base/message.h"
 #include "datetime/notation.h"
 #include "datetime/scanner.h"
 #include "datetime/short_text.h"
+#include "messages/message.h"
 
 namespace plx {
 

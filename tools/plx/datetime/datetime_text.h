@@ -14,10 +14,10 @@
 #include <string>
 #include <string_view>
 
-#include "base/message.h"
 #include "datetime/exact.h"
 #include "datetime/notation.h"
 #include "datetime/suffix.h"
+#include "messages/message.h"
 
 namespace plx {
 

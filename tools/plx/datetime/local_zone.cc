@@ -12,11 +12,11 @@
 #include <memory>
 #include <string_view>
 
-#include "base/icu.h"
 #include "datetime/datetime_text.h"
 #include "datetime/scanner.h"
 #include "datetime/system_clock.h"
 #include "datetime/zone.h"
+#include "messages/icu.h"
 
 namespace plx {
 

@@ -18,7 +18,7 @@
 #include <optional>
 #include <string>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

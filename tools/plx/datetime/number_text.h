@@ -12,9 +12,9 @@
 #include <string_view>
 
 #include "arith/doubledouble.h"
-#include "base/message.h"
 #include "datetime/exact.h"
 #include "datetime/notation.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -7,11 +7,11 @@
 #include <string_view>
 
 #include "arith/doubledouble.h"
-#include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "datetime/notation.h"
 #include "datetime/zone.h"
 #include "datetime/zones.h"
+#include "messages/message.h"
 
 namespace plx {
 

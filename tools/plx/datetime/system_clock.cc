@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "arith/civil.h"
-#include "base/icu.h"
+#include "messages/icu.h"
 
 namespace plx {
 

@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "arith/civil.h"
-#include "base/icu.h"
 #include "datetime/local_zone.h"
+#include "messages/icu.h"
 #include "unzoned/leap_seconds.h"
 
 namespace plx {

@@ -21,11 +21,11 @@
 #include <string>
 #include <string_view>
 
-#include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "datetime/offsets.h"
 #include "datetime/system_clock.h"
+#include "messages/message.h"
 
 namespace plx {
 

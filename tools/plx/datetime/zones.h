@@ -9,9 +9,9 @@
 #include <string_view>
 #include <utility>
 
-#include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -5,10 +5,10 @@
 #include <cstddef>
 
 #include "arith/civil.h"
-#include "base/calendar_names.h"
 #include "datetime/datetime_text.h"
 #include "inspect/component_value.h"
 #include "inspect/part.h"
+#include "messages/calendar_names.h"
 
 namespace plx {
 

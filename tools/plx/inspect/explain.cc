@@ -7,8 +7,6 @@
 #include <vector>
 
 #include "arith/civil.h"
-#include "base/calendar_names.h"
-#include "base/message.h"
 #include "datetime/datetime_text.h"
 #include "inspect/component_value.h"
 #include "inspect/month_calendar.h"
@@ -16,6 +14,8 @@
 #include "inspect/part.h"
 #include "inspect/wall.h"
 #include "inspect/zone_names.h"
+#include "messages/calendar_names.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -5,8 +5,8 @@
 #include <cstddef>
 
 #include "arith/civil.h"
-#include "base/calendar_names.h"
 #include "inspect/wall.h"
+#include "messages/calendar_names.h"
 
 namespace plx {
 

@@ -6,9 +6,9 @@
 #include <span>
 
 #include "arith/civil.h"
-#include "base/calendar_names.h"
 #include "inspect/part.h"
 #include "inspect/wall.h"
+#include "messages/calendar_names.h"
 
 namespace plx {
 

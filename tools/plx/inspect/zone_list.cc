@@ -10,10 +10,10 @@
 #include <iterator>
 #include <memory>
 
-#include "base/icu.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
 #include "inspect/transitions.h"
+#include "messages/icu.h"
 
 namespace plx {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

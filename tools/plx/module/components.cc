@@ -5,7 +5,7 @@
 #include <charconv>
 #include <iterator>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

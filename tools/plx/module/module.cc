@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <system_error>
 
-#include "base/icu.h"
-#include "base/message.h"
+#include "messages/icu.h"
+#include "messages/message.h"
 
 namespace plx {
 

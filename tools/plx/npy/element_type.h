@@ -16,7 +16,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

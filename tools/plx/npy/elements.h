@@ -17,7 +17,7 @@
 #include <string>
 
 #include "arith/doubledouble.h"
-#include "base/message.h"
+#include "messages/message.h"
 #include "npy/element_type.h"
 
 namespace plx {

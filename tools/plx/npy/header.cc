@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

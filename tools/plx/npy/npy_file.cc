@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "set/cell_work.h"
 #include "set/value_file.h"
 #include "stream/chunk.h"

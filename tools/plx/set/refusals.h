@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "base/message.h"
 #include "host/embed.h"
+#include "messages/message.h"
 #include "module/components.h"
 
 namespace plx {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "module/components.h"
 
 namespace plx {

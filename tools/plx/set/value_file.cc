@@ -1,6 +1,6 @@
 #include "set/value_file.h"
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

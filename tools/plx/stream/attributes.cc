@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "stream/chunk.h"
 #include "stream/chunk_reader.h"
 #include "stream/source.h"

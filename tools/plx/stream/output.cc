@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

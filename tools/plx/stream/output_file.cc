@@ -15,7 +15,7 @@
 #include <string_view>
 #include <utility>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "stream/attributes.h"
 #include "stream/signals.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "stream/chunk.h"
 #include "stream/chunk_reader.h"
 

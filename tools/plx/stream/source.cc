@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -1,6 +1,6 @@
 #include "table/cell_writer.h"
 
-#include "base/message.h"
+#include "messages/message.h"
 
 namespace plx {
 

@@ -6,7 +6,7 @@
 #include <charconv>
 #include <iterator>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "table/cells.h"
 #include "table/field_reader.h"
 

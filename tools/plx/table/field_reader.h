@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/message.h"
+#include "messages/message.h"
 #include "table/table_format.h"
 
 namespace plx {

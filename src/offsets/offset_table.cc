@@ -1,4 +1,4 @@
-#include "zoned/offset_table.h"
+#include "offsets/offset_table.h"
 
 #include <unicode/basictz.h>
 #include <unicode/simpletz.h>
@@ -8,13 +8,14 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <typeinfo>
 #include <utility>
 
 #include "arith/civil.h"
 #include "arith/doubledouble.h"
-#include "zoned/icu_checks.h"
-#include "zoned/unique_ptr.h"
+#include "base/calendar_limits.h"
+#include "icu/memory.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ const std::type_info& classOf(const icu::TimeZone& zone) { return typeid(zone); 
 
 // ICU does not publish the class of the zones that it makes from its data. This one stands in any.
 const std::type_info& classOfDataZones() {
-  const boost::unique_ptr<icu::TimeZone> zone(
+  const std::unique_ptr<icu::TimeZone> zone(
       checkICUMemory(icu::TimeZone::createTimeZone("Etc/UTC")));
   return classOf(*zone);
 }

@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
+#include "base/elements.h"
 #include "host/pa_array.h"
-#include "unzoned/plain_walk.h"
 
 // Valid as long as the arrays live. The result's count of elements is the walk's.
 inline Elements elementsOf(const paArray* datetimes, const paArray* values, paArray* result) {

@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "zoned/offset_table.h"
+#include "offsets/offset_table.h"
 
 inline constexpr double kGranuleMillis = 0x1p21 * 1000.0;
 inline constexpr double kGranuleMargin = 32.0 * 86400000.0;

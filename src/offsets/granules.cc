@@ -1,4 +1,4 @@
-#include "zoned/granules.h"
+#include "offsets/granules.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,10 @@
-#include "zoned/icu_checks.h"
+#include "icu/checks.h"
 
 #include <cmath>
 #include <string>
 
-#include "entry/raise.h"
+#include "base/calendar_limits.h"
+#include "base/raise.h"
 
 void checkICUStatus(UErrorCode status, const char* context) {
   if (status <= U_ZERO_ERROR) return;

@@ -1,0 +1,6 @@
+// What a calendar in a time zone takes.
+#pragma once
+
+// The largest magnitude of a time that ICU is given or that is taken from it: 2^52 ms, some
+// 142,700 years. Within it every whole millisecond is a double.
+inline constexpr double kMaxCalendarMillis = 0x1p52;  // 4503599627370496
