@@ -21,11 +21,7 @@ using host::RawBlock;
 using host::releaseKeptBlocks;
 using host::takeBlock;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kKeepsBlocks = false;
-#else
-constexpr bool kKeepsBlocks = true;
-#endif
+constexpr bool kKeepsBlocks = !PLX_SANITIZED;
 
 constexpr std::size_t kMega = std::size_t{1} << 20;
 

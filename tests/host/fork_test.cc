@@ -14,12 +14,6 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kInstrumented = true;
-#else
-constexpr bool kInstrumented = false;
-#endif
-
 // Longer than a child takes on a machine that is busy with other things.
 constexpr unsigned kSecondsOfAChild = 60;
 
@@ -50,7 +44,7 @@ int statusOfAChild(bool (*work)()) {
 }
 
 TEST(Fork, AChildDoesWhatOtherThreadsWereDoing) {
-  if (kInstrumented)
+  if (PLX_SANITIZED)
     GTEST_SKIP() << "a sanitizer's own allocator may keep a child after fork() waiting";
   const struct {
     const char* name;

@@ -27,11 +27,7 @@
 #include "support/datetime_module.h"
 
 // The sanitizers have a memory of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define PLX_OWN_MEMORY 0
-#else
-#define PLX_OWN_MEMORY 1
-#endif
+#define PLX_OWN_MEMORY !PLX_SANITIZED
 
 namespace {
 

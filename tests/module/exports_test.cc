@@ -49,8 +49,7 @@ TEST(Exports, TheVersionOfTheHostsInterfaceIsAskedFor) {
 // is kept so that a demand that is new, or gone, is decided on; without optimisation, and under sanitizers, the
 // inline functions of the headers ask for more.
 TEST(Exports, WhatIsDemandedOfAHostIsWhatTheListSays) {
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
-    !defined(__GNUC__) || defined(__clang__)
+#if !defined(__OPTIMIZE__) || PLX_SANITIZED || !defined(__GNUC__) || defined(__clang__)
   GTEST_SKIP() << "the list is that of an optimised build by g++, without sanitizers";
 #endif
   const auto wanted = symbolsOf(PLX_MODULE_PATH, "--undefined-only");

@@ -47,7 +47,7 @@ TEST(Growth, NoneByLoadingCallingAndGivingBack) {
               before.heapBytes, after.heapBytes, before.residentPages, after.residentPages,
               before.descriptors, after.descriptors);
   EXPECT_EQ(after.descriptors, before.descriptors);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !PLX_SANITIZED
   // One block kept for each round would be 16000 bytes at least.
   EXPECT_LT(after.heapBytes, before.heapBytes + 4096);
   EXPECT_LT(after.residentPages, before.residentPages + 64);

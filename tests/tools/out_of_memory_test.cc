@@ -19,12 +19,6 @@
 #include "support/cases.h"
 #include "temporary_folder.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define PLX_SANITIZED 1
-#else
-#define PLX_SANITIZED 0
-#endif
-
 namespace {
 
 // Of this thread alone: the number of the first allocation that fails, and how many were asked for.

@@ -251,11 +251,8 @@ TEST(VectorWalk, HasTheSetsOfThisProcessorThatTheBuildHas) {
 #endif
 }
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::int64_t kStepOfAll = 11;  // the sanitizers watch the memory, not the calendar
-#else
-constexpr std::int64_t kStepOfAll = 1;
-#endif
+// The sanitizers watch the memory, not the calendar.
+constexpr std::int64_t kStepOfAll = PLX_SANITIZED ? 11 : 1;
 const std::int64_t kDayStep = testsAreWhole() ? kStepOfAll : 11 * kStepOfAll;  // no multiple of 7
 
 // Every day from 14000 years before 1970 to 14000 years after, at changing times of day, with
