@@ -11,7 +11,8 @@
 
 namespace lanes {
 
-// So many results take 8 MiB, about what a processor's caches have for one of those who use them.
+// From this many results on, stores bypass the caches: two arrays of 2^19 doubles are 8 MiB, about one
+// core's share of the last cache.
 inline constexpr std::size_t kPastCaches = 1 << 19;
 
 // ---- Domains ----
@@ -80,7 +81,7 @@ inline constexpr double kJulianMarch = 29891.0;
 inline constexpr double kJulianJanuary = kJulianMarch + 60.0;
 static_assert(kJulianMarch == 25508.0 + 3.0 * 1461.0);  // 1900-03-01 and twelve years
 
-// So many more years keep a month far in the past from leading to a negative year.
+// Years added to every month, so that a month far in the past does not lead to a negative year.
 inline constexpr double kMoreYears = 250.0 * 400.0;
 inline constexpr double kMoreDays = 250.0 * kDaysPer400Years;
 static_assert(kMonthBound + 3.0 < 12.0 * kMoreYears && 3.0 * kQuarterBound < kMonthBound);

@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "unzoned/instruction_set-inl.h"
-#include "unzoned/lanes-inl.h"
+#include "unzoned/lane_leaps-inl.h"
 #include "unzoned/leap_block.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -122,10 +122,10 @@ HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last, const 
 
 // For at least as many elements as a vector has lanes.
 template <class Lanes, bool kOneValue>
-size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
+size_t walkVectors(Component component, bool leapSeconds, const Elements& elements) {
   using Whole = WholeBy<Lanes, Gregorian>;
   using Near = WholeBy<Lanes, std::conditional_t<Lanes::kHasCalendars, Julian, Gregorian>>;
-  const size_t lanes = hn::Lanes(d);
+  const size_t width = hn::Lanes(d);
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
   const Vectors<kOneValue> e(elements, zeros);
@@ -136,11 +136,11 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
   // The quickest domain first, and again after a few vectors of another one. What is not finite
   // comes alone or in crowds.
   // The last vector ends with the last element, and may do some of the one before it again.
-  const size_t count = elements.count, last = count - lanes;
+  const size_t count = elements.count, last = count - width;
   for (size_t i = 0; i < count;) {
     const size_t from = HWY_MIN(i, last);
-    const size_t few = HWY_MIN(last, from + 3 * lanes), some = HWY_MIN(last, from + 63 * lanes);
-    const EitherPlace results{e.resultHigh, e.resultLow, pastCaches.areUsed() && from % lanes == 0};
+    const size_t few = HWY_MIN(last, from + 3 * width), some = HWY_MIN(last, from + 63 * width);
+    const EitherPlace results{e.resultHigh, e.resultLow, pastCaches.areUsed() && from % width == 0};
     // The loop for most arrays has one of its own.
     const Place place{e.resultHigh, e.resultLow};
     i = results.isPastCaches ? run<Lanes, Near>(e, from, last, results)
@@ -154,7 +154,7 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
       const size_t refused =
           setMixed<Lanes>(component, leapSeconds, elements, i, e.time(i), e.value(i));
       if (refused < count) return refused;
-      i += lanes;
+      i += width;
     }
   }
   return count;
@@ -164,7 +164,7 @@ size_t walkOf(Component component, bool leapSeconds, const Elements& elements) {
 // component accepts.
 template <class Lanes>
 size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
-  const size_t lanes = hn::Lanes(d);
+  const size_t width = hn::Lanes(d);
   HWY_ALIGN double high[hn::MaxLanes(d)], low[hn::MaxLanes(d)], values[hn::MaxLanes(d)];
   HWY_ALIGN double resultHigh[hn::MaxLanes(d)], resultLow[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, high);
@@ -175,8 +175,8 @@ size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
     if (e.low) low[i] = e.low[i];
     values[i] = e.values[i * e.step];
   }
-  const size_t set = walkOf<Lanes, false>(component, leapSeconds,
-                                          {high, low, values, 1, resultHigh, resultLow, lanes});
+  const size_t set = walkVectors<Lanes, false>(
+      component, leapSeconds, {high, low, values, 1, resultHigh, resultLow, width});
   const size_t done = set < e.count ? set : e.count;
   for (size_t i = 0; i < done; ++i) {
     e.resultHigh[i] = resultHigh[i];
@@ -186,10 +186,10 @@ size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
 }
 
 template <class Lanes>
-size_t walkOfLength(Component component, bool leapSeconds, const Elements& e) {
+size_t byLength(Component component, bool leapSeconds, const Elements& e) {
   if (e.count < hn::Lanes(d)) return walkShort<Lanes>(component, leapSeconds, e);
-  return e.step == 0 ? walkOf<Lanes, true>(component, leapSeconds, e)
-                     : walkOf<Lanes, false>(component, leapSeconds, e);
+  return e.step == 0 ? walkVectors<Lanes, true>(component, leapSeconds, e)
+                     : walkVectors<Lanes, false>(component, leapSeconds, e);
 }
 
 // On the line that counts leap seconds, where registers do not hold the buckets, whole milliseconds
@@ -210,21 +210,21 @@ Elements partOf(const Elements& e, size_t begin, size_t count) {
 // False where the block has an element of another kind; what it holds is open then.
 template <class Lanes>
 bool setWholeBlock(const Elements& e) {
-  const size_t lanes = hn::Lanes(d);
+  const size_t width = hn::Lanes(d);
   const auto valuesAt = [&](size_t i) HWY_ATTR {
     return e.step == 0 ? all(e.values[0]) : hn::LoadU(d, e.values + i);
   };
   HWY_ALIGN double numbers[kBlock];
   HWY_ALIGN double entries[kBlock];
   M isWhole = hn::Eq(hn::Zero(d), hn::Zero(d));
-  for (size_t i = 0; i < kBlock; i += lanes) {
+  for (size_t i = 0; i < kBlock; i += width) {
     const Pair t{hn::LoadU(d, e.high + i), e.low ? hn::LoadU(d, e.low + i) : hn::Zero(d)};
     isWhole = hn::And(isWhole, isWholeAndAccepted<Lanes>(t, valuesAt(i)));
     hn::Store(leapNumber(t.hi), d, numbers + i);
   }
   if (!hn::AllTrue(d, isWhole)) return false;
   lanes::lookUp(numbers, entries);
-  for (size_t i = 0; i < kBlock; i += lanes) {
+  for (size_t i = 0; i < kBlock; i += width) {
     const V t = hn::LoadU(d, e.high + i);
     const Leap leap = leapOfEntry(hn::Load(d, entries + i));
     const auto set = Lanes::template newOf<Gregorian>(valuesAt(i));
@@ -234,7 +234,7 @@ bool setWholeBlock(const Elements& e) {
     hn::Store(leapNumber(utc.hi), d, numbers + i);
   }
   lanes::lookUp(numbers, entries);
-  for (size_t i = 0; i < kBlock; i += lanes) {
+  for (size_t i = 0; i < kBlock; i += width) {
     const Pair utc{hn::LoadU(d, e.resultHigh + i), hn::LoadU(d, e.resultLow + i)};
     const Pair set = Lanes::fromUTC(utc, leapOfEntry(hn::Load(d, entries + i)));
     hn::StoreU(set.hi, d, e.resultHigh + i);
@@ -249,47 +249,47 @@ size_t walkCounting(Component component, const Elements& e) {
   for (; e.count - begin >= kBlock; begin += kBlock) {
     const Elements block = partOf(e, begin, kBlock);
     if (setWholeBlock<Lanes>(block)) continue;
-    const size_t done = walkOfLength<Lanes>(component, true, block);
+    const size_t done = byLength<Lanes>(component, true, block);
     if (done < kBlock) return begin + done;
   }
-  return begin + walkOfLength<Lanes>(component, true, partOf(e, begin, e.count - begin));
+  return begin + byLength<Lanes>(component, true, partOf(e, begin, e.count - begin));
 }
 
 template <class Lanes>
-size_t walkOnLine(Component component, bool leapSeconds, const Elements& e) {
-  if (!leapSeconds) return walkOfLength<Lanes>(component, false, e);
+size_t byTimeScale(Component component, bool leapSeconds, const Elements& e) {
+  if (!leapSeconds) return byLength<Lanes>(component, false, e);
   using Counting = CountingLeapSeconds<Lanes>;
   if constexpr (kHasLeapRegisters) {
-    return walkOfLength<Counting>(component, true, e);
+    return byLength<Counting>(component, true, e);
   } else {
     return walkCounting<Counting>(component, e);
   }
 }
 
-size_t walkComponent(Component component, bool leapSeconds, const Elements& e) {
+size_t byComponent(Component component, bool leapSeconds, const Elements& e) {
   switch (component) {
     case Component::year:
-      return walkOnLine<OfDate<SetYear>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetYear>>(component, leapSeconds, e);
     case Component::quarter:
-      return walkOnLine<OfDate<SetQuarter>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetQuarter>>(component, leapSeconds, e);
     case Component::month:
-      return walkOnLine<OfDate<SetMonth>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetMonth>>(component, leapSeconds, e);
     case Component::weekOfYear:
-      return walkOnLine<OfDate<SetWeekOfYear>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetWeekOfYear>>(component, leapSeconds, e);
     case Component::dayOfMonth:
-      return walkOnLine<OfDate<SetDayOfMonth>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetDayOfMonth>>(component, leapSeconds, e);
     case Component::dayOfYear:
-      return walkOnLine<OfDate<SetDayOfYear>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetDayOfYear>>(component, leapSeconds, e);
     case Component::dayOfWeek:
-      return walkOnLine<OfDate<SetDayOfWeek>>(component, leapSeconds, e);
+      return byTimeScale<OfDate<SetDayOfWeek>>(component, leapSeconds, e);
     case Component::hour:
-      return walkOnLine<OfClock<Hour>>(component, leapSeconds, e);
+      return byTimeScale<OfClock<Hour>>(component, leapSeconds, e);
     case Component::minute:
-      return walkOnLine<OfClock<Minute>>(component, leapSeconds, e);
+      return byTimeScale<OfClock<Minute>>(component, leapSeconds, e);
     case Component::second:
-      return walkOnLine<SecondsAfter<Minute>>(component, leapSeconds, e);
+      return byTimeScale<SecondsAfter<Minute>>(component, leapSeconds, e);
     case Component::timeOfDay:
-      return walkOnLine<SecondsAfter<Day>>(component, leapSeconds, e);
+      return byTimeScale<SecondsAfter<Day>>(component, leapSeconds, e);
     case Component::none:
       break;
   }
@@ -297,7 +297,7 @@ size_t walkComponent(Component component, bool leapSeconds, const Elements& e) {
 }
 
 size_t walk(Component component, bool leapSeconds, const Elements& e) {
-  const size_t done = walkComponent(component, leapSeconds, e);
+  const size_t done = byComponent(component, leapSeconds, e);
   leaveVectors();
   return done;
 }

@@ -38,12 +38,11 @@ struct Stretches {
   bool hold(double t) const { return edges[0] <= t && t < edges[3]; }
 };
 
-// Moves to the stretch that holds t and the two behind it; to none where the table recurs, and for a
-// NaN.
+// Moves to the stretch that holds t and the two after it; to none where the table recurs, and for NaN.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
-// Whether to try a way that does not always lead somewhere: not for some times after it did not
-// twice in a row, for more of them the more often.
+// Exponential back-off for a fast path that may fail: after two failures in a row 1 attempt is skipped,
+// then 3, 7 and 15 after each further one, until it succeeds.
 class Attempts {
  public:
   bool isDue() {
@@ -72,8 +71,9 @@ inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 // seldom further than a year.
 enum class Reach { week, month, any };
 
-// So far from the edges of a row of stretches of constant offset it then still lies within them: two
-// offsets, from there to the wall time and back, are each less than a day.
+// Distance from the first and the last edge of a row of stretches at which the result is sure to lie
+// between them too: beside the move itself, two offsets, to the wall time and back, of less than a day
+// each.
 inline constexpr double kReachMillis[] = {9.0 * kMillisPerDay, 32.0 * kMillisPerDay,
                                           400.0 * kMillisPerDay};
 static_assert(30.0 * kMillisPerDay <= kNearMillis - kMillisPerDay);

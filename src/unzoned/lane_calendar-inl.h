@@ -1,0 +1,120 @@
+// The calendar in lanes.
+//
+// Cassio Neri and Lorenz Schneider, "Euclidean affine functions and their application to calendar
+// algorithms" (2022): years, centuries and months are read off day numbers by floors of linear
+// functions. A day number here counts from a first day `kMarch` or `kJanuary` days before 1970, at
+// the beginning of a 400-year cycle so long ago that nothing is negative. (Years count from there.)
+#pragma once
+
+#include "unzoned/lane_pairs-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lanes::HWY_NAMESPACE {
+
+// floor(x/divisor + offset) for whole x, with half of the gap between quotients on either side.
+// Products are exact or far better than that (dividesByGap()), fused or not.
+HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
+  return hn::Floor(hn::MulAdd(x, all(1.0 / divisor), all(offset + halfGap(divisor))));
+}
+
+// A date in years that begin on 1 March.
+struct MarchDate {
+  V year;
+  V first;      // the day number on which the year begins
+  V dayOfYear;  // from kRest
+};
+
+// The calendar with all of its rules. Days keep 3/4 from the divisions.
+struct Gregorian {
+  static constexpr double kMarch = lanes::kMarch;
+  static constexpr double kJanuary = lanes::kJanuary;
+  static constexpr double kYearsBefore0 = lanes::kYearsBefore0;
+  static constexpr double kMoreYears = lanes::kMoreYears;
+  static constexpr double kMoreDays = lanes::kMoreDays;
+  static constexpr double kRest = 0.75;
+
+  template <class Date>
+  static HWY_INLINE V day(V t) {
+    return floorTimes(t + all(Date::template kFirst<Gregorian> * kMillisPerDay), kDaysPerMilli);
+  }
+
+  static HWY_INLINE MarchDate marchDate(V n) {
+    // (4n + 3)/146097, with n + 3/4 for 4n + 3 and four times the factor. In a calendar without the
+    // 400-year rule, in which every century has 36525 days, n would be three days larger for every
+    // four centuries.
+    const V from = n + all(0.75);
+    const V century = floorTimes(from, kCenturiesPerDay);
+    const V more = hn::Ceil(century * all(0.75));
+    const V julian = from + more;
+    const V year = floorTimes(julian, kYearsPerDay);
+    const V first = hn::Floor(year * all(365.25));
+    return {year, first - more, julian - first};
+  }
+
+  static HWY_INLINE V firstOfMarch(V year) {
+    const V century = floorTimes(year, kCenturiesPerYear);
+    return hn::Floor(year * all(365.25)) - hn::Ceil(century * all(0.75));
+  }
+
+  // The first day of the civil year of a day. Years begin in January here, and the leap day lies in
+  // the first year of four: floors become ceilings.
+  static HWY_INLINE V firstOfJanuary(V n) {
+    const V century = floorTimes(n, kCenturiesPerDay);
+    const V julian = n + hn::Ceil(century * all(0.75));
+    const V year = floorTimes(julian, kYearsPerDay);
+    const V centuriesBegun = ceilTimes(year, kCenturiesPerYearBelow);
+    return hn::Ceil(year * all(365.25)) - hn::Floor(centuriesBegun * all(0.75));
+  }
+};
+
+// The same where every fourth year is a leap year, without centuries. From 1888 on, as if 1900 had
+// been a leap year too, a day number has the year and the day of the year that it has in the
+// calendar, from March 1900 to February 2100. The numbers are so small that half of a gap between
+// quotients covers all that is rounded.
+struct Julian {
+  static constexpr double kMarch = kJulianMarch;
+  static constexpr double kJanuary = kJulianJanuary;
+  static constexpr double kYearsBefore0 = -kJulianYear0;
+  static constexpr double kMoreYears = 0.0;
+  static constexpr double kMoreDays = 0.0;
+  static constexpr double kRest = 0.0;
+
+  template <class Date>
+  static HWY_INLINE V day(V t) {
+    return floorDivided(t, kMillisPerDay, Date::template kFirst<Julian>);
+  }
+
+  static HWY_INLINE MarchDate marchDate(V n) {
+    const V year = hn::Floor(hn::MulAdd(n, all(4.0 / 1461.0), all(3.0 / 1461.0 + halfGap(1461.0))));
+    const V first = hn::Floor(year * all(365.25));
+    return {year, first, n - first};
+  }
+
+  static HWY_INLINE V firstOfMarch(V year) { return hn::Floor(year * all(365.25)); }
+
+  static HWY_INLINE V firstOfJanuary(V n) {
+    const V year = hn::Floor(hn::MulAdd(n, all(4.0 / 1461.0), all(halfGap(1461.0))));
+    return hn::Ceil(year * all(365.25));
+  }
+};
+
+// Months of the March year, from 0: floor((5 dayOfYear + 2)/153).
+template <class Calendar>
+HWY_INLINE V marchMonth(V dayOfYear) {
+  constexpr double kOffset = (2.0 - 5.0 * Calendar::kRest) / 153.0 + halfGap(153.0);
+  return hn::Floor(hn::MulAdd(dayOfYear, all(5.0 / 153.0), all(kOffset)));
+}
+
+// The days of the March year before a month: floor((153 month + 2)/5), 0, 31, 61, 92, ..., 337.
+// These are the multiples of 30.6 rounded to nearest, of which none comes closer to a half than
+// 0.1.
+HWY_INLINE V daysBeforeMarchMonth(V month) { return hn::Round(month * all(30.6)); }
+
+// January and February belong to the civil year that follows.
+HWY_INLINE M isNextYear(V dayOfYear) { return hn::Ge(dayOfYear, all(306.0)); }
+
+// Sundays since the first day of the calendar, a Saturday.
+HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
+
+}  // namespace lanes::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();

@@ -1,0 +1,198 @@
+// Setting a block of the domain wherever its datetimes lie: offsets from granules, or from remembered
+// stretches where they seem to hold the block.
+#pragma once
+
+#include <type_traits>
+
+#include "zoned/lane_series-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace zone_lanes::HWY_NAMESPACE {
+
+// A block whose wall times stay so near that the word of each instant's granule holds both offsets.
+// False where one does not, and what is written counts for nothing. Values of the Julian calendar's
+// domain never lead further.
+template <class Component, class Calendar, bool kOneValue>
+HWY_NOINLINE bool tryNear(const Lookups& lookups, const Block& block, V oneValue,
+                          const EitherPlace& at) {
+  constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
+  const Values<Component, Calendar, kOneValue> values(block, oneValue);
+  VU words = hn::Zero(du);
+  Furthest furthest;
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, block.whole + i);
+    const Told told = tell(lookups, t, i);
+    const V before = offsetBefore(told.word, Component::kStart);
+    const V after = offsetAfter(told.word, Component::kStart);
+    const V wall = values.setWall(t + hn::IfThenElse(told.isAfter, after, before), i);
+    const V offset = hn::IfThenElse(hn::Ge(wall - after, told.change), after, before);
+    words = hn::Or(words, told.word);
+    if constexpr (!kIsJulian) furthest.note((wall - all(Component::kStart)) - t);
+    store<Component>(block, i, values.at(i), wall - offset, at);
+  }
+  return haveNone(words, kGranuleUntold | kGranuleCrowded) &&
+         (kIsJulian || hn::AllTrue(d, furthest.isAtMost(kNearMillis)));
+}
+
+// Always sets the block, which is of the domain of `Calendar`: by the granules of its datetimes in
+// `lookups` or, where that is null, by the remembered stretches, which seem to hold them, and by
+// granules after all where they do not.
+template <class Component, class Calendar, bool kOneValue>
+HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretches& walls,
+                           const Lookups* lookups, const Block& block, V oneValue,
+                           const EitherPlace& at) {
+  if constexpr (!kIsFar<Component>) {
+    if (lookups && tryNear<Component, Calendar, kOneValue>(*lookups, block, oneValue, at)) {
+      return;
+    }
+  }
+  const Values<Component, Calendar, kOneValue> values(block, oneValue);
+  HWY_ALIGN double wall[kBlock];
+  const auto setWall = [&](size_t i, V t, V offset) HWY_ATTR {
+    const V moved = values.setWall(t + (offset + all(Component::kStart)), i);
+    hn::Store(moved - all(Component::kStart), d, wall + i);
+  };
+  const auto setInstant = [&](size_t i, V t, V offset) HWY_ATTR {
+    store<Component>(block, i, values.at(i), t - offset, at);
+  };
+  if (lookups || !tryStretches(instants, block.whole, block.count, setWall)) {
+    useGranules(zone.instants, lookups, block.whole, block.count, setWall);
+  }
+  // Wall times lie as close together as the datetimes do, so the first and the last stand for all;
+  // unless the component moves datetimes anywhere: then the least and the largest are sought, where the
+  // first and the last are close.
+  double from = HWY_MIN(wall[0], wall[block.count - 1]);
+  double until = HWY_MAX(wall[0], wall[block.count - 1]);
+  if (kIsFar<Component> && until - from <= kCloseMillis) {
+    V least = all(from), most = all(until);
+    for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+      const V t = hn::Load(d, wall + i);
+      least = hn::Min(least, t);
+      most = hn::Max(most, t);
+    }
+    from = hn::GetLane(hn::MinOfLanes(d, least));
+    until = hn::GetLane(hn::MaxOfLanes(d, most));
+  }
+  if (!seemsKnown(zone.walls.offsets, walls, from, until) ||
+      !tryStretches(walls, wall, block.count, setInstant)) {
+    useGranules(zone.walls, nullptr, wall, block.count, setInstant);
+  }
+}
+
+// Whether all datetimes of a block are whole milliseconds, and they and the values are of the domain
+// or, for the Julian calendar, of the part of it where every fourth year is a leap year and values are
+// near. Notes the granules of the datetimes in passing where `lookups` is given.
+template <class Component, class Calendar, bool kOneValue>
+HWY_INLINE bool isPlain(const Block& block, V oneValue, const Granular& granules,
+                        Lookups* lookups) {
+  constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
+  const auto fromMiddle = [](V v) HWY_ATTR { return kIsJulian ? Component::fromMiddle(v) : v; };
+  Furthest time, value;
+  V bits = hn::Zero(d);
+  if constexpr (kOneValue) {
+    value.note(fromMiddle(oneValue));
+    if constexpr (!Component::kTakesFractions) bits = fractionBits(oneValue);
+  }
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V t = hn::LoadU(d, block.whole + i);
+    bits = hn::Or(bits, fractionBits(t));
+    time.note(kIsJulian ? t - all(lanes::kJulianMiddle) : t);
+    if constexpr (!kOneValue) {
+      const V v = hn::LoadU(d, block.values + i);
+      if constexpr (!Component::kTakesFractions) bits = hn::Or(bits, fractionBits(v));
+      value.note(fromMiddle(v));
+    }
+    if (lookups) locate(granules, t, i, *lookups);
+  }
+  for (size_t i = 0; block.low && i < block.count; i += hn::Lanes(d)) {
+    bits = hn::Or(bits, hn::LoadU(d, block.low + i));
+  }
+  const M areWithin = hn::And(time.isAtMost(kIsJulian ? lanes::kJulianReach : lanes::kWholeBound),
+                              value.isAtMost(kIsJulian ? Component::kNearest : Component::kBound));
+  return hn::AllTrue(d, hn::And(areWithin, isZeroBits(bits)));
+}
+
+// A block that has fractions or elements outside the domain, split into what is claimed here and the
+// rest, whose places hold zeros and ones: those stay within the tables.
+struct Mixed {
+  HWY_ALIGN double whole[kBlock];
+  HWY_ALIGN double below[kBlock];
+  HWY_ALIGN double values[kBlock];
+  HWY_ALIGN double isClaimed[kBlock];
+};
+
+// Splits the pairs that are claimed into whole milliseconds and a fraction below; returns whether all
+// are claimed.
+//
+// The low part of a normalised pair cannot move a high part with a fraction below a whole number; from
+// a whole high part a negative low part takes one away, which can lead out of the domain. What the high
+// part leaves is exact except just below zero, where it is not claimed; so only the last sum of the
+// fraction rounds, as in the plain code's double-doubles.
+template <class Component>
+HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
+  const V floor = hn::Floor(t.hi);
+  const M isBelow = hn::And(hn::Eq(floor, t.hi), hn::Lt(t.lo, hn::Zero(d)));
+  const V whole = floor - hn::IfThenElseZero(isBelow, all(1.0));
+  const V rest = t.hi - whole;
+  const M isExact = hn::And(isAtMost(whole, lanes::kWholeBound), hn::Eq(whole + rest, t.hi));
+  const M isClaimed = hn::And(hn::And(isInDomain(t), isExact), isAccepted<Component>(v));
+  hn::Store(hn::IfThenElseZero(isClaimed, whole), d, mixed.whole + i);
+  hn::Store(hn::IfThenElseZero(isClaimed, rest + t.lo), d, mixed.below + i);
+  hn::Store(hn::IfThenElse(isClaimed, v, all(1.0)), d, mixed.values + i);
+  hn::Store(hn::IfThenElseZero(isClaimed, all(1.0)), d, mixed.isClaimed + i);
+  return hn::AllTrue(d, isClaimed);
+}
+
+// Sets a block whose datetimes are all whole milliseconds of the domain; false, and nothing set, where
+// one is not.
+template <class Component, bool kOneValue>
+HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block, V oneValue,
+                         const EitherPlace& at) {
+  using lanes::HWY_NAMESPACE::Julian;
+  Stretches &instants = learned.instants, &walls = learned.walls;
+  const double first = block.whole[0], last = block.whole[block.count - 1];
+  const bool isSeries = kIsFar<Component> && seemsKnown(zone.instants.offsets, instants,
+                                                        HWY_MIN(first, last), HWY_MAX(first, last));
+  const Granular granules = granularOf(zone.instants.granules);
+  Lookups own;
+  Lookups* const lookups = isSeries ? nullptr : &own;
+  const bool isJulian = isPlain<Component, Julian, kOneValue>(block, oneValue, granules, lookups);
+  if (!isJulian && !isPlain<Component, Gregorian, kOneValue>(block, oneValue, granules, lookups)) {
+    return false;
+  }
+  if (lookups) lookUp(zone.instants.granules, own.words, block.count);
+  if (isJulian) {
+    setBlock<Component, Julian, kOneValue>(zone, instants, walls, lookups, block, oneValue, at);
+  } else {
+    setBlock<Component, Gregorian, kOneValue>(zone, instants, walls, lookups, block, oneValue,
+                                              {at.high, at.low, false});
+  }
+  return true;
+}
+
+// Sets those elements of a block that are claimed, fractions included. False where there are others;
+// mixed.isClaimed then says which.
+template <class Component, bool kOneValue>
+HWY_NOINLINE bool tryMixed(const Zone& zone, Learned& learned, const Block& block, V oneValue,
+                           Mixed& mixed, const EitherPlace& at) {
+  bool areClaimed = true;
+  for (size_t i = 0; i < block.count; i += hn::Lanes(d)) {
+    const V low = block.low ? hn::LoadU(d, block.low + i) : hn::Zero(d);
+    const V v = kOneValue ? oneValue : hn::LoadU(d, block.values + i);
+    areClaimed &= claim<Component>(mixed, i, {hn::LoadU(d, block.whole + i), low}, v);
+  }
+  const Block claimed{mixed.whole, nullptr, mixed.below, mixed.values, block.count};
+  bool isSet = false;
+  if (learned.mixedSeries.isDue()) {
+    isSet = trySeries<Component, false>(zone, learned, claimed, oneValue, at) == claimed.count;
+    learned.mixedSeries.note(isSet);
+  }
+  isSet = isSet || tryWhole<Component, false>(zone, learned, claimed, oneValue, at);
+  for (size_t i = 0; i < block.count && !isSet; ++i) mixed.isClaimed[i] = 0.0;
+  if (isSet && areClaimed) return true;
+  leaveVectors();  // the caller sets the others by plain code, which may raise
+  return false;
+}
+
+}  // namespace zone_lanes::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
