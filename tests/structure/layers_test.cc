@@ -41,7 +41,8 @@ const Layer kLayers[] = {
     // Of its neighbour it has the vectors, not what is done with them.
     {"src/zoned/.*",
      "arith/.*|base/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|hwy/.*|"
-     "unzoned/(lane_constants|lane_pairs-inl|lane_components-inl|instruction_sets|instruction_set-inl)"
+     "unzoned/"
+     "(lane_constants|lane_pairs-inl|lane_components-inl|instruction_sets|instruction_set-inl)"
      "\\.h"},
     {"src/timezone/.*", "base/raise\\.h|icu/.*|timezone/.*|host/.*|unicode/.*|boost/.*"},
     {"src/entry/default_float_environment\\.h", ""},
