@@ -69,6 +69,18 @@ PA_API int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
  * or holds anything but ASCII letters, digits and "_-@=;." */
 PA_API int paSetLocale(const char* name, paError* error);
 
+/* Has ICU use the time-zone rules that `plx rules update` has put into a folder, where they are of a
+ * later release than ICU's own: for the whole process, and so before anything in it uses a time zone.
+ * With null for the path, the folders are the system's, /var/lib/plx/rules, and the user's, plx/rules
+ * in XDG_DATA_HOME or ~/.local/share; of both, the later rules. Where ICU_TIMEZONE_FILES_DIR is set,
+ * that decides, and the call does nothing. Not to be called while another thread uses ICU.
+ *
+ * Returns 0, or 1 and `Pelmor:host:BadZoneRules` (a file is damaged, made for another version of ICU,
+ * or cannot be read: other rules are in use, of which the message names the release) or
+ * `Pelmor:host:ZoneRulesTooLate` (the process had rules in use already, and keeps them). Without a
+ * path, folders that are not there are no error. */
+PA_API int paUseZoneRules(const char* path, paError* error);
+
 /* Memory of large arrays that were destroyed is kept for others of about their size; this gives it
  * back to the system and returns how many bytes it was. At most an eighth of the machine's memory is
  * kept, or 256 MiB where that is more; all but 256 MiB of it the system may take by itself. */

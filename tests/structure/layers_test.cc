@@ -53,7 +53,7 @@ const Layer kLayers[] = {
     {"library/zones/(rules_file|yearly_rule)\\..*", "zones/(rules_file|yearly_rule)\\.h"},
     {"library/zones/.*", "zones/.*|unicode/.*|sys/.*"},
     // The host.
-    {"host/.*", "host/.*|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
+    {"host/.*", "host/.*|zones/rules_file\\.h|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
     // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and
     // what looks at datetimes; what sets them; the commands.
     {"tools/plx/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
