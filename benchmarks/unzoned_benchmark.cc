@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -164,6 +165,10 @@ void addAll() {
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
+  if (instructionSets().empty()) {
+    std::puts("nothing to measure: this processor has none of the instruction sets of this build");
+    return 0;
+  }
   addAll();
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <functional>
@@ -461,6 +462,10 @@ int main(int argc, char** argv) {
   setenv("TZ", kNewYork, 1);  // for glibc alone
   tzset();
   benchmark::Initialize(&argc, argv);
+  if (zonedInstructionSets().empty()) {
+    std::puts("nothing to measure: this processor has none of the instruction sets of this build");
+    return 0;
+  }
   addAll();
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);

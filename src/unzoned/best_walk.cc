@@ -3,9 +3,6 @@
 // A file to itself: a program that measures the calls puts another walk in its place when it is
 // linked.
 std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
-  static Walk* const best = [] {
-    const auto sets = instructionSets();
-    return sets.empty() ? &plainWalk : sets.front().walk;
-  }();
+  static Walk* const best = bestWalk(instructionSets());
   return best(component, leapSeconds, elements);
 }

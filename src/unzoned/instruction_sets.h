@@ -55,7 +55,7 @@ struct List {
   template <class Walk, class EntryOf>
   static std::vector<CompiledFor<Walk>> supported(EntryOf entryOf) {
     std::vector<CompiledFor<Walk>> found;
-    const auto add = [&](auto set) {
+    [[maybe_unused]] const auto add = [&](auto set) {
       if (set.isSupported()) found.push_back({set.kName, entryOf(set)});
     };
     (add(Sets{}), ...);
@@ -73,4 +73,10 @@ using Compiled = List<PLX_INSTRUCTION_SETS>;
 template <class Walk, class EntryOf>
 std::vector<CompiledFor<Walk>> supportedSets(EntryOf entryOf) {
   return instruction_sets::Compiled::supported<Walk>(entryOf);
+}
+
+// The walk of the best of the sets; the one given where there is none.
+template <class Walk>
+Walk* bestOf(const std::vector<CompiledFor<Walk>>& sets, Walk* without) {
+  return sets.empty() ? without : sets.front().walk;
 }

@@ -3,3 +3,5 @@
 std::vector<InstructionSet> instructionSets() {
   return supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; });
 }
+
+Walk* bestWalk(const std::vector<InstructionSet>& sets) { return bestOf(sets, &plainWalk); }

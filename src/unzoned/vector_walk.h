@@ -17,5 +17,8 @@ using InstructionSet = CompiledFor<Walk>;
 // benchmarks call each by name.
 std::vector<InstructionSet> instructionSets();
 
-// Walks with the best set of this processor, which is found out once; plainly where it has none.
+// The walk of the best of the sets; the plain one where there is none.
+Walk* bestWalk(const std::vector<InstructionSet>& sets);
+
+// Walks with the best set of this processor, which is found out once.
 Walk vectorWalk;

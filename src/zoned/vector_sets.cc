@@ -13,10 +13,11 @@ void walkByTable(const ZonedCall& call) {
 
 }  // namespace
 
+ZonedWalk* bestZonedWalk(const std::vector<ZonedInstructionSet>& sets) {
+  return bestOf(sets, &walkByTable);
+}
+
 void zonedVectorWalk(const ZonedCall& call) {
-  static ZonedWalk* const best = [] {
-    const auto sets = zonedInstructionSets();
-    return sets.empty() ? &walkByTable : sets.front().walk;
-  }();
+  static ZonedWalk* const best = bestZonedWalk(zonedInstructionSets());
   best(call);
 }

@@ -36,6 +36,8 @@ using ZonedInstructionSet = CompiledFor<ZonedWalk>;
 // benchmarks call each by name.
 std::vector<ZonedInstructionSet> zonedInstructionSets();
 
-// Walks with the best set of this processor, which is found out once; by the table alone where it has
-// none.
+// The walk of the best of the sets; by the table alone where there is none.
+ZonedWalk* bestZonedWalk(const std::vector<ZonedInstructionSet>& sets);
+
+// Walks with the best set of this processor, which is found out once.
 ZonedWalk zonedVectorWalk;

@@ -229,9 +229,8 @@ std::int64_t setCount() { return static_cast<std::int64_t>(instructionSets().siz
 #define PLX_TEXT_OF_(...) #__VA_ARGS__
 #define PLX_TEXT_OF(...) PLX_TEXT_OF_(__VA_ARGS__)
 
-TEST(VectorWalk, HasTheSetsOfThisProcessorThatTheBuildHas) {
+TEST(InstructionSets, HasTheSetsOfThisProcessorThatTheBuildHas) {
   const auto sets = instructionSets();
-  ASSERT_FALSE(sets.empty());
   for (const InstructionSet& set : sets) {
     std::printf("[  SETS    ] %s\n", set.name);
     EXPECT_NE(set.walk, nullptr) << set.name;
@@ -251,13 +250,34 @@ TEST(VectorWalk, HasTheSetsOfThisProcessorThatTheBuildHas) {
 #endif
 }
 
+TEST(InstructionSets, TheFirstIsTaken) {
+  const auto refusesAll = [](Component, bool, const Elements&) { return std::size_t{0}; };
+  const auto setsAll = [](Component, bool, const Elements& e) { return e.count; };
+  EXPECT_EQ(bestWalk({{"best", setsAll}, {"other", refusesAll}}), +setsAll);
+  EXPECT_EQ(bestWalk({{"other", refusesAll}}), +refusesAll);
+}
+
+TEST(InstructionSets, AProcessorWithNoneOfThemGetsThePlainWalk) {
+  EXPECT_EQ(bestWalk({}), &plainWalk);
+}
+
+// What the tests below hold against the plain walk.
+class VectorWalk : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (instructionSets().empty())
+      GTEST_SKIP() << "this processor has none of the sets of this build: " PLX_TEXT_OF(
+          PLX_INSTRUCTION_SETS);
+  }
+};
+
 // The sanitizers watch the memory, not the calendar.
 constexpr std::int64_t kStepOfAll = PLX_SANITIZED ? 11 : 1;
 const std::int64_t kDayStep = testsAreWhole() ? kStepOfAll : 11 * kStepOfAll;  // no multiple of 7
 
 // Every day from 14000 years before 1970 to 14000 years after, at changing times of day, with
 // values in and out of the usual range.
-TEST(VectorWalk, EveryDay) {
+TEST_F(VectorWalk, EveryDay) {
   constexpr std::int64_t kDays = 14000 * 365 + 3395;
   Cases cases(2 * kDays / kDayStep * 7);
   Random random(1);
@@ -284,7 +304,7 @@ constexpr NearValues kNearValues[] = {
 
 // Every day of 1904 to 2095 at changing times of day, its first and its last millisecond included,
 // with values of that domain alone, so that whole vectors belong to it, and their outermost ones.
-TEST(VectorWalk, EveryDayWhereEveryFourthYearIsALeapYear) {
+TEST_F(VectorWalk, EveryDayWhereEveryFourthYearIsALeapYear) {
   constexpr std::int64_t kFirst = 10957 - 96 / 4 * 1461, kLast = 10957 + 96 / 4 * 1461;
   const int kRounds = testsAreWhole() ? 30 : 6;
   Cases cases((kLast - kFirst) / kDayStep * kRounds * std::int64_t{std::size(kNearValues)});
@@ -311,7 +331,7 @@ TEST(VectorWalk, EveryDayWhereEveryFourthYearIsALeapYear) {
 
 // Vectors that lie just inside, just outside, or on either side of the ends of that domain, with
 // values of which the same holds.
-TEST(VectorWalk, EndsOfTheDomainOfLeapYears) {
+TEST_F(VectorWalk, EndsOfTheDomainOfLeapYears) {
   Cases cases(std::int64_t{std::size(kNearValues)} * 2 * 3 * 3 * 64);
   Random random(10);
   const double ends[] = {946684800000.0 - 96 * 365.25 * 86400000.0,
@@ -336,7 +356,7 @@ TEST(VectorWalk, EndsOfTheDomainOfLeapYears) {
 
 // Every day of the wider domain at midnight, a hair before it, or with a fraction: the days of
 // 142,000 years on either side, or one in 97 of them.
-TEST(VectorWalk, DaysOfTheWiderDomain) {
+TEST_F(VectorWalk, DaysOfTheWiderDomain) {
   constexpr std::int64_t kDays = 52124999;
   const std::int64_t step = scale > 1 ? 1 : 97 * kDayStep;
   Cases cases(2 * kDays / step * 7);
@@ -354,7 +374,7 @@ TEST(VectorWalk, DaysOfTheWiderDomain) {
   }
 }
 
-TEST(VectorWalk, RandomElements) {
+TEST_F(VectorWalk, RandomElements) {
   Cases cases(setCount() * 12 * 2 * 50000);
   Random random(3);
   for (const Component component : kComponents) {
@@ -372,7 +392,7 @@ TEST(VectorWalk, RandomElements) {
 }
 
 // The same with all elements of a vector in one domain, as real arrays have them.
-TEST(VectorWalk, UniformBlocks) {
+TEST_F(VectorWalk, UniformBlocks) {
   Cases cases(setCount() * 12 * 2 * 50000);
   Random random(4);
   for (const Component component : kComponents) {
@@ -396,7 +416,7 @@ TEST(VectorWalk, UniformBlocks) {
 }
 
 // All leap seconds, and the milliseconds and smallest fractions beside them, on both lines.
-TEST(VectorWalk, LeapSecondEdges) {
+TEST_F(VectorWalk, LeapSecondEdges) {
   Cases cases(kLeapSeconds * 2 * 11 * 8 * 2);
   for (const bool hasFraction : {false, true}) {
     Inputs in;
@@ -421,7 +441,7 @@ TEST(VectorWalk, LeapSecondEdges) {
   }
 }
 
-TEST(VectorWalk, ScatteredNonFinite) {
+TEST_F(VectorWalk, ScatteredNonFinite) {
   Cases cases(11 * 4 * 10000);
   Random random(5);
   constexpr double kSpecial[] = {kNan, kInf, -kInf};
@@ -446,7 +466,7 @@ TEST(VectorWalk, ScatteredNonFinite) {
   }
 }
 
-TEST(VectorWalk, OneValueAndNoLowParts) {
+TEST_F(VectorWalk, OneValueAndNoLowParts) {
   Cases cases(12 * 4 * 4 * 1000);
   Random random(6);
   for (const Component component : kComponents) {
@@ -467,7 +487,7 @@ TEST(VectorWalk, OneValueAndNoLowParts) {
 
 // So many that their results are written past the caches where they begin at a line of those, with
 // crowds of all kinds of elements among them, up to one that is refused.
-TEST(VectorWalk, MoreThanCachesHold) {
+TEST_F(VectorWalk, MoreThanCachesHold) {
   constexpr std::size_t kCount = lanes::kPastCaches + 13;
   Cases cases(std::int64_t{kCount - 3} * 11 * 3 * setCount());
   Random random(15);
@@ -503,7 +523,7 @@ TEST(VectorWalk, MoreThanCachesHold) {
 
 // Every length up to three of the longest vectors and some, at every alignment, with nothing
 // readable after the end, and nothing written before the start.
-TEST(VectorWalk, LengthsAndMemory) {
+TEST_F(VectorWalk, LengthsAndMemory) {
   Cases cases(setCount() * 400);
   constexpr std::size_t kMost = 3 * 8 + 5;
   Random random(7);
@@ -547,7 +567,7 @@ TEST(VectorWalk, LengthsAndMemory) {
 
 // The first value that is not whole ends the walk, wherever it stands, whatever stands beside it;
 // the elements before it are written. Beside a datetime that is not finite no value is refused.
-TEST(VectorWalk, FirstOffendingElement) {
+TEST_F(VectorWalk, FirstOffendingElement) {
   Cases cases(11 * 37 * 3);
   Random random(8);
   for (const InstructionSet& set : instructionSets()) {
@@ -587,7 +607,7 @@ TEST(VectorWalk, FirstOffendingElement) {
 
 // Whole vectors, and on the line that counts leap seconds whole blocks, of one element each: so that
 // the ends of a domain are met by the code of that domain, and not by that for mixed vectors.
-TEST(VectorWalk, VectorsOfOneElement) {
+TEST_F(VectorWalk, VectorsOfOneElement) {
   const double times[] = {0x1p49,     -0x1p49, 0x1p49 + 1, -0x1p49 - 1,    0.0,
                           -0.0,       -1.0,    86399999.0, -86400000.0,    0x1p52,
                           0x1p52 - 1, 1e12,    1e12 + 0.5, 1341100824000.0};
@@ -620,7 +640,7 @@ TEST(VectorWalk, VectorsOfOneElement) {
 
 // In the second block of the line that counts leap seconds, in its last one, and with one value for
 // all, which only datetimes that are not finite can take.
-TEST(VectorWalk, FirstOffendingElementOfBlocks) {
+TEST_F(VectorWalk, FirstOffendingElementOfBlocks) {
   Cases cases(10 * 6);
   Random random(9);
   for (const Component component : kComponents) {
