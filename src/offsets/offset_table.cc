@@ -15,6 +15,7 @@
 #include "arith/civil.h"
 #include "arith/doubledouble.h"
 #include "base/calendar_limits.h"
+#include "base/found_once.h"
 #include "icu/memory.h"
 
 namespace {
@@ -43,7 +44,8 @@ bool isFixed(const icu::TimeZone& zone) {
 }
 
 bool isFromData(const icu::TimeZone& zone) {
-  static const std::type_info& dataZones = classOfDataZones();
+  static constinit FoundOnce<const std::type_info> known;
+  const std::type_info& dataZones = *known.get([] { return &classOfDataZones(); });
   return dataZones != typeid(icu::SimpleTimeZone) && classOf(zone) == dataZones;
 }
 

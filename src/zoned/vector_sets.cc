@@ -1,3 +1,4 @@
+#include "base/found_once.h"
 #include "zoned/table_walk.h"
 #include "zoned/vector_walk.h"
 
@@ -18,6 +19,6 @@ ZonedWalk* bestZonedWalk(const std::vector<ZonedInstructionSet>& sets) {
 }
 
 void zonedVectorWalk(const ZonedCall& call) {
-  static ZonedWalk* const best = bestZonedWalk(zonedInstructionSets());
-  best(call);
+  static constinit FoundOnce<ZonedWalk> best;
+  best.get([] { return bestZonedWalk(zonedInstructionSets()); })(call);
 }

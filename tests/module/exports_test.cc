@@ -45,6 +45,15 @@ TEST(Exports, TheVersionOfTheHostsInterfaceIsAskedFor) {
   EXPECT_EQ(references, 1);
 }
 
+// Nobody would finish what another thread has begun in a child that was forked meanwhile: the child would wait for
+// ever. What is found out in the first call is found out by whoever needs it (found_once.h).
+TEST(Exports, NoThreadWaitsForTheFirstCallOfAnother) {
+  const auto wanted = symbolsOf(PLX_MODULE_PATH, "--undefined-only");
+  EXPECT_GT(wanted.size(), 100u);
+  EXPECT_FALSE(std::binary_search(wanted.begin(), wanted.end(), "__cxa_guard_acquire"))
+      << "a static local variable is initialised by a function";
+}
+
 // What a host has to provide: of all that the module leaves undefined, what the reference host defines. The list
 // is kept so that a demand that is new, or gone, is decided on; without optimisation, and under sanitizers, the
 // inline functions of the headers ask for more.

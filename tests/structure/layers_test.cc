@@ -33,11 +33,12 @@ const Layer kLayers[] = {
     {"src/base/.*", "base/.*"},
     {"src/icu/.*", "base/(calendar_limits|raise)\\.h|icu/.*|host/.*|unicode/.*|boost/.*"},
     // Programs beside the module use it too: it knows no host, and raises nothing.
-    {"src/offsets/.*", "arith/.*|base/calendar_limits\\.h|icu/memory\\.h|offsets/.*|unicode/.*"},
+    {"src/offsets/.*",
+     "arith/.*|base/(calendar_limits|found_once)\\.h|icu/memory\\.h|offsets/.*|unicode/.*"},
     {"src/unzoned/(components|leap_seconds)\\..*",
      "arith/.*|unzoned/(components|leap_seconds)\\.h"},
     {"src/unzoned/set_field_utc\\..*", "base/.*|unzoned/.*|host/.*|unicode/ucal\\.h"},
-    {"src/unzoned/.*", "arith/.*|base/(component|elements)\\.h|unzoned/.*|hwy/.*"},
+    {"src/unzoned/.*", "arith/.*|base/(component|elements|found_once)\\.h|unzoned/.*|hwy/.*"},
     // Of its neighbour it has the vectors, not what is done with them.
     {"src/zoned/.*",
      "arith/.*|base/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|hwy/.*|"
