@@ -6,37 +6,16 @@
 
 #include <string>
 
-#include "support/bits.h"
+#include "support/any_time.h"
 #include "support/cases.h"
 #include "support/float_environment.h"
 #include "support/guarded_array.h"
 #include "support/random.h"
-#include "unzoned/leap_seconds.h"
 #include "unzoned/vector_walk.h"
 
 namespace {
 
 constexpr int kComponents = static_cast<int>(Component::none) + 1;
-
-// What vectors claim and what they do not, and the edges in between.
-double anyTime(Random& random) {
-  switch (random.whole(0, 7)) {
-    case 0:
-      return random.anyBits();
-    case 1:
-      return kAwkwardDoubles[static_cast<std::size_t>(
-          random.whole(0, std::int64_t{kAwkwardDoubles.size()} - 1))];
-    case 2:
-      return leapInstantsUTC[static_cast<std::size_t>(random.whole(0, kLeapSeconds - 1))] +
-             static_cast<double>(random.whole(-30000, 30000)) / 2.0;
-    case 3:
-      return random.ofExponent(40, 54);
-    case 4:
-      return random.real(-0x1p50, 0x1p50);
-    default:
-      return static_cast<double>(random.whole(-0x1p41, 0x1p43));
-  }
-}
 
 double anyValue(Random& random) {
   return random.oneIn(9) ? std::floor(anyTime(random)) : static_cast<double>(random.whole(-3, 70));
