@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <typeinfo>
 #include <utility>
@@ -17,6 +18,7 @@
 #include "base/calendar_limits.h"
 #include "base/found_once.h"
 #include "icu/memory.h"
+#include "offsets/listed_transitions.h"
 
 namespace {
 
@@ -172,6 +174,7 @@ struct OffsetTable::Rules {
   const icu::InitialTimeZoneRule* initial = nullptr;
   std::vector<const icu::TimeArrayTimeZoneRule*> past;
   std::vector<const icu::AnnualTimeZoneRule*> yearly;
+  std::vector<double> listed;  // past transitions in the order of the data
 
   explicit Rules(const icu::BasicTimeZone& z) : zone(z) {}
 
@@ -195,7 +198,17 @@ struct OffsetTable::Rules {
         return false;
       }
     }
-    return fits(offsetOf(*initial));
+    return fits(offsetOf(*initial)) && readList();
+  }
+
+  // False unless the transitions that ICU goes by are in order.
+  bool readList() {
+    if (past.empty() && yearly.empty()) return true;
+    auto all = listedTransitions(zone);
+    if (!all) return false;
+    listed = std::move(*all);
+    const auto notLater = std::adjacent_find(listed.begin(), listed.end(), std::greater_equal<>());
+    return notLater == listed.end();
   }
 
   bool hasOffset(double instant, double offset) const {
@@ -215,7 +228,8 @@ std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
   return table;
 }
 
-// The times of each rule stand in order; the earliest of their next ones comes next.
+// The times of each rule stand in order; the earliest of their next ones comes next. Each is one of the
+// data's list.
 bool OffsetTable::addPast(const Rules& rules) {
   struct Times {
     const icu::TimeArrayTimeZoneRule* rule;
@@ -231,17 +245,20 @@ bool OffsetTable::addPast(const Rules& rules) {
     all.push_back({rule, offsetOf(*rule), 0, 0.0});
     advance(all.back());
   }
-  constexpr std::size_t kUsualTransitions = 300 + 2 * (kYearsPerCycle + 1);
-  instants_.reserve(kUsualTransitions);
-  offsets_.reserve(kUsualTransitions);
+  constexpr std::size_t kYearly = 2 * (kYearsPerCycle + 1), kEnds = 4;
+  const std::size_t room = rules.listed.size() + (rules.yearly.empty() ? 0 : kYearly) + kEnds;
+  instants_.reserve(room);
+  offsets_.reserve(room);
   instants_.push_back(-HUGE_VAL);
   offsets_.push_back(offsetOf(*rules.initial));
+  auto listed = rules.listed.begin();
   while (!all.empty()) {
     Times& earliest = *std::min_element(
         all.begin(), all.end(), [](const Times& a, const Times& b) { return a.next < b.next; });
     if (earliest.next == HUGE_VAL) break;
-    if (!isWholeSeconds(earliest.next)) return false;
-    if (!(instants_.back() < earliest.next)) return false;
+    listed = std::find(listed, rules.listed.end(), earliest.next);
+    if (listed == rules.listed.end()) return false;
+    ++listed;
     add(earliest.next, earliest.offset);
     advance(earliest);
   }
@@ -256,7 +273,9 @@ bool OffsetTable::addYearly(const Rules& rules) {
   const int start = rules.yearly[0]->getStartYear();
   double newYear = firstOfJanuary(start);
   if (!rules.hasOffset(newYear, offsets_.back())) return false;
-  if (instants_.back() > newYear - kQuiet) return false;
+  // Also of those that the rules leave out because they come after the first year of yearly rules: on
+  // the wall clock they may come before it.
+  if (!rules.listed.empty() && rules.listed.back() > newYear - kQuiet) return false;
 
   YearlyRule first(*rules.yearly[0], *rules.yearly[1]);
   YearlyRule second(*rules.yearly[1], *rules.yearly[0]);

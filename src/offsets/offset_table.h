@@ -48,10 +48,10 @@ class OffsetTable {
   //     saving above standard time, or with a rule of another kind than ICU's data leads to;
   //   - one whose yearly rules have dates that ICU's offsets, which are found month by month, do not
   //     follow in years of every kind, such as the first Sunday from 29 March on;
-  //   - one whose rules and offsets disagree where the rules change hands.
-  //
-  // Past transitions are believed: in ICU's data they stand in order, and then its list of rules
-  // and its offsets are read off the same numbers.
+  //   - one whose rules and offsets disagree where the rules change hands;
+  //   - one whose past transitions are not in order in ICU's data, or go on beyond the first year of
+  //     yearly rules. Where they are, ICU's list of rules and its offsets say the same, since they are
+  //     read off the same numbers.
   static std::optional<OffsetTable> of(const icu::TimeZone& zone);
 
   OffsetLine instants() const { return line(instants_); }
