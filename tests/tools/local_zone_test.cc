@@ -86,6 +86,15 @@ TEST_F(LocalZone, IsTheOneThatTheSystemShows) {
   }
 }
 
+// As in a program that has asked for the time before.
+TEST_F(LocalZone, IsThatOfTheVariableAsItIsNow) {
+  for (const auto& [tz, text] : {std::pair{"<+03>-3", "+03:00"}, {"<+05>-5", "+05:00"}}) {
+    ::setenv("TZ", tz, 1);
+    Complaint complaint;
+    EXPECT_EQ(localZoneText(complaint), text) << complaint.what;
+  }
+}
+
 TEST_F(LocalZone, IsRefusedWhereICUHasNone) {
   folder_.write("own", zoneFile(kHour, {{0, 2 * kHour}}));
   const struct {

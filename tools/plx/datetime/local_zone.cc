@@ -6,6 +6,7 @@
 
 #include <cctype>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -164,6 +165,7 @@ std::optional<std::string> zoneOfRule(std::string_view rule, Complaint& complain
 }  // namespace
 
 std::optional<std::string> localZoneText(Complaint& complaint) {
+  ::tzset();  // localtime_r need not ask for TZ
   const char* const variable = std::getenv("TZ");
   if (variable == nullptr) {
     const fs::path path = "/etc/localtime";

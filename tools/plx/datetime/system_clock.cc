@@ -48,20 +48,22 @@ int SystemClock::icuOffset(std::int64_t second) const {
 
 // ICU tells its changes, and the C library is asked on both sides of each. Changes of its own show on the
 // days after them: no zone has ever had two within a day (four days in Freetown, 1939, were the fewest).
-bool SystemClock::areAlike(std::int64_t first, std::int64_t last) const {
-  for (std::int64_t second = first; second < last; second += kDay) {
-    if (!areAlikeAt(second)) return false;
-  }
-  if (!areAlikeAt(last)) return false;
+std::optional<std::int64_t> SystemClock::differenceWithin(std::int64_t first,
+                                                          std::int64_t last) const {
+  std::int64_t day = first;
+  while (day < last && areAlikeAt(day)) day += kDay;
+  day = std::min(day, last);
   icu::TimeZoneTransition next;
   double millis = static_cast<double>(first) * kMillis;
   while (rules_->getNextTransition(millis, false, next) &&
-         next.getTime() <= static_cast<double>(last) * kMillis) {
+         next.getTime() <= static_cast<double>(day) * kMillis) {
     millis = next.getTime();
     const std::int64_t second = secondOf(millis);
-    if (!areAlikeAt(second - 1) || !areAlikeAt(second)) return false;
+    for (const std::int64_t beside : {second - 1, second}) {
+      if (!areAlikeAt(beside)) return beside;
+    }
   }
-  return true;
+  return areAlikeAt(day) ? std::nullopt : std::optional(day);
 }
 
 SystemClock::Stretch SystemClock::look(std::int64_t number) const {
@@ -99,23 +101,30 @@ std::optional<std::size_t> SystemClock::firstDiffering(std::span<const double> m
   return std::nullopt;
 }
 
-SystemClock::Difference SystemClock::differenceAt(std::int64_t second) const {
-  // A moment of difference within the two days on either side ...
-  std::int64_t differs = second - kNear;
-  while (differs < second + kNear && areAlikeAt(differs)) differs += 900;
-  // ... then back by days to one of agreement, but not through centuries ...
+SystemClock::Difference SystemClock::differenceAt(std::int64_t second) {
+  const std::int64_t differs = differenceWithin(second - kNear, second + kNear).value_or(second);
+  // Back by days to agreement, but not through centuries, and through no day twice: a million datetimes
+  // may be refused for the same difference.
+  auto before = differences_.upper_bound(differs);
+  Differences* const known = before == differences_.begin() ? nullptr : &(--before)->second;
   constexpr std::int64_t kFarthest = 200 * 366 * kDay;
-  std::int64_t alike = differs;
-  while (!areAlikeAt(alike) && differs - alike < kFarthest) alike -= kDay;
-  // ... and between the two to the second.
-  if (areAlikeAt(alike)) {
-    differs = std::min(differs, alike + kDay);
-    while (alike + 1 < differs) {
-      const std::int64_t middle = alike + (differs - alike) / 2;
-      (areAlikeAt(middle) ? alike : differs) = middle;
+  std::int64_t day = differs;
+  while (differs - day < kFarthest && !areAlikeAt(day)) {
+    if (known != nullptr && day <= known->until) {
+      known->until = std::max(known->until, differs);
+      return known->first;
     }
+    day -= kDay;
   }
-  return {differs, systemOffset(differs), icuOffset(differs)};
+  // Between agreement and difference, to the second.
+  std::int64_t from = areAlikeAt(day) ? std::min(differs, day + kDay) : day;
+  for (std::int64_t alike = day; alike + 1 < from;) {
+    const std::int64_t middle = alike + (from - alike) / 2;
+    (areAlikeAt(middle) ? alike : from) = middle;
+  }
+  const Difference first{from, systemOffset(from), icuOffset(from)};
+  differences_.emplace(from, Differences{differs, first});
+  return first;
 }
 
 }  // namespace plx

@@ -3,7 +3,8 @@
 // The C library and ICU have rules of their own, of two releases of the time-zone database: where a
 // government changed its mind in between, they differ. Before a datetime is worked on in the local zone,
 // the two are compared around it, and what was found is kept for stretches of 2^21 seconds, some 24
-// days: a look at a table for most datetimes.
+// days: a look at a table for most datetimes. Nothing is compared at the start: until the datetimes are
+// known, nobody knows which years matter, and rules that differ where there is no datetime harm none.
 //
 // Seconds since 1970-01-01T00:00:00Z; offsets in seconds east of UTC.
 #pragma once
@@ -13,6 +14,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -42,8 +44,8 @@ class SystemClock {
     std::int64_t second;  // they differ from there on
     int system, icu;      // offsets
   };
-  // Around an instant at which they do not agree.
-  Difference differenceAt(std::int64_t second) const;
+  // Around an instant at which they do not agree; those before it are looked at for 200 years.
+  Difference differenceAt(std::int64_t second);
 
  private:
   static constexpr int kBits = 21;
@@ -62,12 +64,23 @@ class SystemClock {
     return stretch.isAlike;
   }
   Stretch look(std::int64_t number) const;
-  bool areAlike(std::int64_t first, std::int64_t last) const;
+  // The first second found at which they differ.
+  std::optional<std::int64_t> differenceWithin(std::int64_t first, std::int64_t last) const;
+  bool areAlike(std::int64_t first, std::int64_t last) const {
+    return !differenceWithin(first, last).has_value();
+  }
   int icuOffset(std::int64_t second) const;
   bool areAlikeAt(std::int64_t second) const { return icuOffset(second) == systemOffset(second); }
 
   std::unique_ptr<icu::BasicTimeZone> rules_;
   std::array<Stretch, kKept> stretches_;
+
+  // The clocks differ from `first` until at least `until`, found once. By where they begin to.
+  struct Differences {
+    std::int64_t until;
+    Difference first;
+  };
+  std::map<std::int64_t, Differences> differences_;
 };
 
 }  // namespace plx
