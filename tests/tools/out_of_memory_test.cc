@@ -8,13 +8,16 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "datetime/zone.h"
 #include "module/module.h"
 #include "run_plx.h"
+#include "stream/output_file.h"
 #include "stream/pipeline.h"
 #include "support/cases.h"
 #include "temporary_folder.h"
@@ -107,6 +110,40 @@ TEST(OutOfMemory, WhileThreadsStart) {
   }
   EXPECT_GT(whole, 2) << "with fewer threads than were asked for";
   EXPECT_GT(failed, 0);
+}
+
+std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename().string());
+  return names;
+}
+
+// Wherever it fails, the file is as it was, and neither a temporary one nor an open one is left.
+TEST(OutOfMemory, WhileAFileIsOpenedForWriting) {
+  Cases cases(5);
+  const TemporaryFolder folder;
+  const std::string path = folder.write("an old file with a name of some length", "old");
+  const std::size_t open = namesIn("/proc/self/fd").size();
+  int failed = 0;
+  bool wasAsked = true;
+  for (long number = 0; wasAsked; ++number, ++cases) {
+    allFrom = false;
+    asked = 0;
+    failing = number;
+    try {
+      const OutputFile file(path);
+      failing = -1;
+    } catch (const std::bad_alloc&) {
+      failing = -1;
+      ++failed;
+    }
+    wasAsked = asked > number;
+    EXPECT_EQ(namesIn(folder.path("")).size(), 1u) << number;
+    EXPECT_EQ(namesIn("/proc/self/fd").size(), open) << number;
+    EXPECT_EQ(folder.read("an old file with a name of some length"), "old") << number;
+  }
+  EXPECT_GT(failed, 3);
 }
 
 // An empty text is plain calendar time, and so must not be what is left of another.

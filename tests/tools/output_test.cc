@@ -262,7 +262,9 @@ TEST(OutputFile, TellsWhatItCannotKeep) {
       EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
       EXPECT_EQ(failureOf([&] { OutputFile file(path); }),
                 path + ": cannot keep " + r.what +
-                    ": Operation not permitted; it is left as it was; accepted: another file");
+                    ": Operation not permitted; it is left as it was; accepted: another file, or, "
+                    "unless it is the input, > " +
+                    path + " in place of -o, which writes into the file as it is");
     });
     EXPECT_EQ(status, 0) << r.what;
     EXPECT_EQ(folder.read("file"), "old") << r.what;

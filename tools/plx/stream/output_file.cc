@@ -81,7 +81,9 @@ fs::path folderOf(const fs::path& file) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path) : name_(path.empty() ? "\"\"" : escapeText(path)) {
+// By way of the other constructor, so that the destructor clears up whatever ends this one.
+OutputFile::OutputFile(const std::string& path) : OutputFile() {
+  name_ = path.empty() ? "\"\"" : escapeText(path);
   if (const auto opened = openedDescriptor(path)) {
     descriptor_ = ::fcntl(*opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (descriptor_ < 0) fail("open");
@@ -114,7 +116,7 @@ void OutputFile::openTemporary() {
   const SignalsHeld held;
   descriptor_ = openNew(folderOf(target_), mode, name);
   if (descriptor_ < 0) fail("create a temporary file beside it");
-  temporary_ = name;
+  temporary_ = std::move(name);
   removeOnSignal(temporary_);
 }
 
@@ -122,10 +124,12 @@ void OutputFile::keepAttributes() {
   if (!replaces_ || ::access(target_.c_str(), F_OK) != 0) return;  // it may be gone by now
   const auto loss = copyAttributes(target_, descriptor_);
   if (!loss) return;
-  discard();
-  throw Failure{Status::inputOutput,
-                fmt::format("{}: cannot keep {}: {}; it is left as it was; accepted: another file",
-                            name_, loss->what, std::strerror(loss->error))};
+  throw Failure{
+      Status::inputOutput,
+      fmt::format(
+          "{}: cannot keep {}: {}; it is left as it was; accepted: another file, or, unless it "
+          "is the input, > {} in place of -o, which writes into the file as it is",
+          name_, loss->what, std::strerror(loss->error), name_)};
 }
 
 void OutputFile::commit() {
@@ -157,7 +161,6 @@ void OutputFile::discard() {
 
 void OutputFile::fail(const char* action) {
   const int error = errno;
-  discard();
   throw Failure{Status::inputOutput,
                 fmt::format("{}: cannot {}: {}", name_, action, std::strerror(error))};
 }

@@ -31,6 +31,7 @@ class OutputFile {
   void commit();
 
  private:
+  OutputFile() = default;
   void openTemporary();
   void keepAttributes();
   void discard();
