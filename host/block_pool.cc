@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <type_traits>
@@ -43,10 +44,13 @@ void release(const RawBlock& block) {
     std::free(block.data);
 }
 
-// Room for one block that is kept. Whoever changes the size to kBusy has the place to itself until
-// it stores another size. A child after fork() whose parent's threads were at it finds a place that
+// Which of 64 slots have a block: a bit for each. Changed by whoever has the slot to itself.
+using Occupied = std::atomic<std::uint64_t>;
+
+// Room for one block that is kept. Whoever changes the size to kBusy has the slot to itself until
+// it stores another size. A child after fork() whose parent's threads were at it finds a slot that
 // is busy for ever, and goes on with the others.
-class Place {
+class Slot {
  public:
   std::size_t bytes() const {
     const std::size_t bytes = bytes_.load();
@@ -57,9 +61,11 @@ class Place {
   // When the block came, by a clock that counts blocks.
   std::uint64_t arrival() const { return arrival_.load(std::memory_order_relaxed); }
 
-  // False where the place is not free.
-  bool put(const RawBlock& block, bool isLent, std::uint64_t now) {
+  // False where the slot is not free.
+  bool put(const RawBlock& block, bool isLent, std::uint64_t now, Occupied& occupied,
+           std::uint64_t bit) {
     if (!changeToBusy(0)) return false;
+    occupied |= bit;
     data_ = block.data;
     isLent_.store(isLent, std::memory_order_relaxed);
     arrival_.store(now, std::memory_order_relaxed);
@@ -67,9 +73,10 @@ class Place {
     return true;
   }
 
-  // The block of that size; without data where the place no longer has one.
-  RawBlock take(std::size_t bytes) {
+  // The block of that size; without data where the slot no longer has one.
+  RawBlock take(std::size_t bytes, Occupied& occupied, std::uint64_t bit) {
     if (!changeToBusy(bytes)) return {};
+    occupied &= ~bit;
     const RawBlock block{data_, bytes};
     bytes_.store(0);
     return block;
@@ -91,32 +98,31 @@ class Pool {
   // one. Without data where there is none.
   RawBlock take(std::size_t bytes) {
     for (;;) {
-      Place* best = nullptr;
-      std::size_t least = bytes + bytes / 4 + 1;
-      for (Place& place : places_) {
-        const std::size_t kept = place.bytes();
-        if (kept < bytes || kept >= least) continue;
-        best = &place;
+      std::size_t best = kSlots, least = bytes + bytes / 4 + 1;
+      forEachKept([&](std::size_t i) {
+        const std::size_t kept = slots_[i].bytes();
+        if (kept < bytes || kept >= least) return;
+        best = i;
         least = kept;
-      }
-      if (!best) return {};
-      if (const RawBlock block = best->take(least); block.data) return block;
+      });
+      if (best == kSlots) return {};
+      if (const RawBlock block = takeFrom(best, least); block.data) return block;
     }
   }
 
   // The oldest block; without data where there is none.
   RawBlock takeOldest() {
     for (;;) {
-      Place* oldest = nullptr;
-      std::size_t bytes = 0;
-      for (Place& place : places_) {
-        const std::size_t kept = place.bytes();
-        if (kept == 0 || (oldest && oldest->arrival() <= place.arrival())) continue;
-        oldest = &place;
+      std::size_t oldest = kSlots, bytes = 0;
+      forEachKept([&](std::size_t i) {
+        const std::size_t kept = slots_[i].bytes();
+        const bool isYounger = oldest != kSlots && slots_[oldest].arrival() <= slots_[i].arrival();
+        if (kept == 0 || isYounger) return;
+        oldest = i;
         bytes = kept;
-      }
-      if (!oldest) return {};
-      if (const RawBlock block = oldest->take(bytes); block.data) return block;
+      });
+      if (oldest == kSlots) return {};
+      if (const RawBlock block = takeFrom(oldest, bytes); block.data) return block;
     }
   }
 
@@ -131,7 +137,7 @@ class Pool {
     if (isLent) lendLargeMemory(block.data, block.bytes);
     while (!put(block, isLent)) {
       const RawBlock oldest = takeOldest();
-      if (!oldest.data) return release(block);  // other threads are at all places
+      if (!oldest.data) return release(block);  // other threads are at all slots
       release(oldest);
     }
     while (bytes() > mostKeptBytes()) release(takeOldest());
@@ -139,26 +145,52 @@ class Pool {
 
   std::size_t bytes() const {
     std::size_t sum = 0;
-    for (const Place& place : places_) sum += place.bytes();
+    forEachKept([&](std::size_t i) { sum += slots_[i].bytes(); });
     return sum;
   }
 
   std::size_t notLentBytes() const {
     std::size_t sum = 0;
-    for (const Place& place : places_) sum += place.notLentBytes();
+    forEachKept([&](std::size_t i) { sum += slots_[i].notLentBytes(); });
     return sum;
   }
 
  private:
-  bool put(const RawBlock& block, bool isLent) {
-    const std::uint64_t now = clock_.fetch_add(1, std::memory_order_relaxed);
-    return std::any_of(places_.begin(), places_.end(),
-                       [&](Place& place) { return place.put(block, isLent, now); });
+  // So many that programs with many arrays alive find them again.
+  static constexpr std::size_t kSlots = 256, kBits = 64;
+
+  static constexpr std::uint64_t bitOf(std::size_t i) { return std::uint64_t{1} << i % kBits; }
+
+  static std::size_t firstOf(std::uint64_t bits, std::size_t word) {
+    return word * kBits + static_cast<std::size_t>(std::countr_zero(bits));
   }
 
-  // So many that programs with many arrays alive find them again; a look at all of them costs less
-  // than writing to the smallest block that is kept.
-  std::array<Place, 256> places_;
+  // Programs with few blocks do not pay for the slots that they do not use.
+  template <class Visit>
+  void forEachKept(const Visit& visit) const {
+    for (std::size_t word = 0; word < occupied_.size(); ++word) {
+      for (std::uint64_t kept = occupied_[word].load(); kept != 0; kept &= kept - 1)
+        visit(firstOf(kept, word));
+    }
+  }
+
+  RawBlock takeFrom(std::size_t i, std::size_t bytes) {
+    return slots_[i].take(bytes, occupied_[i / kBits], bitOf(i));
+  }
+
+  bool put(const RawBlock& block, bool isLent) {
+    const std::uint64_t now = clock_.fetch_add(1, std::memory_order_relaxed);
+    for (std::size_t word = 0; word < occupied_.size(); ++word) {
+      for (std::uint64_t free = ~occupied_[word].load(); free != 0; free &= free - 1) {
+        const std::size_t i = firstOf(free, word);
+        if (slots_[i].put(block, isLent, now, occupied_[word], bitOf(i))) return true;
+      }
+    }
+    return false;
+  }
+
+  std::array<Slot, kSlots> slots_;
+  std::array<Occupied, kSlots / kBits> occupied_{};
   std::atomic<std::uint64_t> clock_ = 0;
 };
 

@@ -3,8 +3,10 @@
 // A call makes its result anew, and pages that the system has just handed out cost some three times
 // what writing to pages in use costs. So large blocks that are given back stay here, some of them,
 // up to mostKeptBytes() in all; the rest goes back to the system, and small ones to the C library.
-// Of what is kept, all but 256 MiB is lent to the system: it takes it where memory is short. Under
-// the sanitizers nothing is kept, so that they see every misuse.
+// Of what is kept, all but 256 MiB is lent to the system: it takes it where memory is short. Threads
+// that give blocks back at the same moment do not see each other's, and may leave one block each
+// beyond that, until it is taken or released. Under the sanitizers nothing is kept, so that they see
+// every misuse.
 //
 // All functions are safe on any number of threads, and after fork() in the child, whatever other
 // threads were doing here: there are no locks. Kept blocks stay until they are taken, give way to

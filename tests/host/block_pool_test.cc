@@ -211,6 +211,13 @@ TEST(BlockPool, EightThreads) {
   for (const int count : wrong) EXPECT_EQ(count, 0);
   EXPECT_LE(keptBytes(), mostKeptBytes());
   releaseKeptBlocks();
+  EXPECT_EQ(keptBytes(), 0u);
+  // All the room is there again.
+  std::vector<RawBlock> blocks;
+  for (int i = 0; i < 256; ++i) blocks.push_back(takeBlock(host::kLeastKeptBytes));
+  for (const RawBlock& block : blocks) giveBackBlock(block);
+  EXPECT_EQ(keptBytes(), kKeepsBlocks ? 256 * host::kLeastKeptBytes : 0u);
+  releaseKeptBlocks();
 }
 
 }  // namespace
