@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # A project outside this tree builds against an installation that was moved, by CMake and by pkg-config, in C
-# and in C++, and what it built runs.
+# and in C++, and what it built runs; so does what docs/host_interface.md tells to do.
 #   outside_project_test.sh CMAKE BUILD-FOLDER LIBRARY-FOLDER
 set -euo pipefail
 cmake=$1 build=$2 libdir=$3
@@ -45,4 +45,23 @@ cc -std=c11 "$project/host.c" "${flags[@]}" -o in-c
 c++ -std=c++17 "$project/host.cc" "${flags[@]}" -o in-cxx
 ./in-c "$module"
 ./in-cxx "$module"
-echo "built and run in C and C++, found by CMake and by pkg-config"
+
+# The lines of docs/host_interface.md, as they stand there. They want a way without a blank.
+root=$(dirname "$project")/../..
+cp -r "$installed" "$folder/plain"
+export PKG_CONFIG_PATH="$folder/plain/$libdir/pkgconfig" LD_LIBRARY_PATH="$folder/plain/$libdir"
+mkdir told
+cd told
+cp "$root/examples/sample_host.c" program.c
+cp "$root/examples/own_host.cc" "$project/module.c" .
+sed -nE 's/^    ((cc|c\+\+|module=|\.\/own_host)( |\$).*)/\1/p' "$root/docs/host_interface.md" >lines
+[ "$(wc -l <lines)" = 5 ] || { echo "other lines than five:" >&2; cat lines >&2; exit 1; }
+. ./lines
+./program "$module"
+[ -e module.so ] || { echo "no module was built" >&2; exit 1; }
+{ echo 'cmake_minimum_required(VERSION 3.25)' && echo 'project(told C)' &&
+  sed -n '/^```cmake$/,/^```$/{/^```/!p}' "$root/docs/host_interface.md"; } >CMakeLists.txt
+"$cmake" -S . -B by-cmake -DCMAKE_PREFIX_PATH="$folder/plain" >log || { cat log; exit 1; }
+"$cmake" --build by-cmake >log || { cat log; exit 1; }
+by-cmake/program "$module"
+echo "built and run in C and C++, found by CMake and by pkg-config, as the documents tell"
