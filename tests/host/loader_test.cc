@@ -16,6 +16,7 @@
 #include "host/support.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
+#include "support/proc_files.h"
 
 namespace {
 
@@ -133,6 +134,7 @@ TEST_F(Loader, ManyHandlesAtOnce) {
 }
 
 TEST_F(Loader, AModuleStaysMappedWhenItIsGivenBack) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
   const auto mapped = [] {
     return bytesOf("/proc/self/maps").find("host_actions_module") != std::string::npos;
   };

@@ -25,6 +25,7 @@
 
 #include "support/cases.h"
 #include "support/datetime_module.h"
+#include "support/proc_files.h"
 
 // The sanitizers have a memory of their own.
 #define PLX_OWN_MEMORY !PLX_SANITIZED
@@ -260,6 +261,7 @@ class AllocationFailures : public testing::Test {
  protected:
   void SetUp() override {
     if (!PLX_OWN_MEMORY) GTEST_SKIP() << "the sanitizers have a memory of their own";
+    if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
     plan.failing = -1;
     paSetLocale("en_US", nullptr);
     ASSERT_NE(module(), nullptr);

@@ -10,6 +10,7 @@
 
 #include "support/cases.h"
 #include "support/datetime_module.h"
+#include "support/proc_files.h"
 
 namespace {
 
@@ -38,6 +39,7 @@ void workOnce() {
 }
 
 TEST(Growth, NoneByLoadingCallingAndGivingBack) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
   Cases cases(1000);
   for (int i = 0; i < 50; ++i) workOnce();  // what is made once, and the allocator's own
   const Process before = processNow();

@@ -20,6 +20,7 @@
 #include "stream/output_file.h"
 #include "stream/pipeline.h"
 #include "support/cases.h"
+#include "support/proc_files.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -121,6 +122,7 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder) {
 
 // Wherever it fails, the file is as it was, and neither a temporary one nor an open one is left.
 TEST(OutOfMemory, WhileAFileIsOpenedForWriting) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
   Cases cases(5);
   const TemporaryFolder folder;
   const std::string path = folder.write("an old file with a name of some length", "old");

@@ -21,6 +21,7 @@
 #include "stream/output_file.h"
 #include "stream/signals.h"
 #include "support/cases.h"
+#include "support/proc_files.h"
 #include "temporary_folder.h"
 
 namespace plx {
@@ -317,6 +318,7 @@ TEST(OutputFile, WritesDirectlyToWhatIsNoFile) {
 
 // As in `plx ... -o /dev/stdout >> file`.
 TEST(OutputFile, StandardOutputIsWrittenToWhereItStands) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
   Cases cases(4);
   const TemporaryFolder folder;
   for (const char* name : {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {

@@ -1,0 +1,11 @@
+// What the system tells of a process in files.
+#pragma once
+
+#include <unistd.h>
+
+// Whether it does: a bare root without /proc has none of it. Tests that read it begin with
+//
+//   if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
+inline bool hasProcFiles() { return ::access("/proc/self/fd", R_OK) == 0; }
+
+inline constexpr const char* kNoProcFiles = "nothing is told of processes here (/proc)";
