@@ -174,7 +174,7 @@ struct OffsetTable::Rules {
   const icu::InitialTimeZoneRule* initial = nullptr;
   std::vector<const icu::TimeArrayTimeZoneRule*> past;
   std::vector<const icu::AnnualTimeZoneRule*> yearly;
-  std::vector<double> listed;  // past transitions in the order of the data
+  std::optional<std::vector<double>> listed;  // past transitions in the order of ICU's data
 
   explicit Rules(const icu::BasicTimeZone& z) : zone(z) {}
 
@@ -201,14 +201,19 @@ struct OffsetTable::Rules {
     return fits(offsetOf(*initial)) && readList();
   }
 
-  // False unless the transitions that ICU goes by are in order.
+  // False where the transitions that ICU goes by are out of order. A zone that ICU's data do not have
+  // has no list: its transitions are held against ICU's offsets one by one.
   bool readList() {
     if (past.empty() && yearly.empty()) return true;
-    auto all = listedTransitions(zone);
-    if (!all) return false;
-    listed = std::move(*all);
-    const auto notLater = std::adjacent_find(listed.begin(), listed.end(), std::greater_equal<>());
-    return notLater == listed.end();
+    listed = listedTransitions(zone);
+    return !listed || std::adjacent_find(listed->begin(), listed->end(), std::greater_equal<>()) ==
+                          listed->end();
+  }
+
+  // Whether a transition counts: where the data list it, after those before it.
+  bool confirms(double instant, double offset) const {
+    if (listed) return std::binary_search(listed->begin(), listed->end(), instant);
+    return hasOffset(instant, offset);
   }
 
   bool hasOffset(double instant, double offset) const {
@@ -228,8 +233,7 @@ std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
   return table;
 }
 
-// The times of each rule stand in order; the earliest of their next ones comes next. Each is one of the
-// data's list.
+// The times of each rule stand in order; the earliest of their next ones comes next.
 bool OffsetTable::addPast(const Rules& rules) {
   struct Times {
     const icu::TimeArrayTimeZoneRule* rule;
@@ -246,19 +250,18 @@ bool OffsetTable::addPast(const Rules& rules) {
     advance(all.back());
   }
   constexpr std::size_t kYearly = 2 * (kYearsPerCycle + 1), kEnds = 4;
-  const std::size_t room = rules.listed.size() + (rules.yearly.empty() ? 0 : kYearly) + kEnds;
+  const std::size_t room =
+      (rules.listed ? rules.listed->size() : 0) + (rules.yearly.empty() ? 0 : kYearly) + kEnds;
   instants_.reserve(room);
   offsets_.reserve(room);
   instants_.push_back(-HUGE_VAL);
   offsets_.push_back(offsetOf(*rules.initial));
-  auto listed = rules.listed.begin();
   while (!all.empty()) {
     Times& earliest = *std::min_element(
         all.begin(), all.end(), [](const Times& a, const Times& b) { return a.next < b.next; });
     if (earliest.next == HUGE_VAL) break;
-    listed = std::find(listed, rules.listed.end(), earliest.next);
-    if (listed == rules.listed.end()) return false;
-    ++listed;
+    if (!isWholeSeconds(earliest.next) || !(instants_.back() < earliest.next)) return false;
+    if (!rules.confirms(earliest.next, earliest.offset)) return false;
     add(earliest.next, earliest.offset);
     advance(earliest);
   }
@@ -273,9 +276,11 @@ bool OffsetTable::addYearly(const Rules& rules) {
   const int start = rules.yearly[0]->getStartYear();
   double newYear = firstOfJanuary(start);
   if (!rules.hasOffset(newYear, offsets_.back())) return false;
-  // Also of those that the rules leave out because they come after the first year of yearly rules: on
-  // the wall clock they may come before it.
-  if (!rules.listed.empty() && rules.listed.back() > newYear - kQuiet) return false;
+  if (instants_.back() > newYear - kQuiet) return false;
+  // Also of transitions that the rules leave out because they come after the first year of yearly
+  // rules: on the wall clock they may come before it.
+  if (rules.listed && !rules.listed->empty() && rules.listed->back() > newYear - kQuiet)
+    return false;
 
   YearlyRule first(*rules.yearly[0], *rules.yearly[1]);
   YearlyRule second(*rules.yearly[1], *rules.yearly[0]);
