@@ -4,7 +4,8 @@
 #   hardening_test.sh HARDENED BRANCHES-PROTECTED PROGRAM HOST-LIBRARY MODULE OBJECT...
 # The first two are ON or OFF, as the build was configured.
 set -euo pipefail
-hardened=$1 branches=$2 program=$3 binaries=("${@:3:3}") objects=("${@:6}")
+hardened=$1 branches=$2 program=$3 binaries=("${@:3:3}")
+mapfile -t objects < <(printf '%s\n' "${@:6}" | grep -v '\.gch$')  # precompiled headers are no objects
 if [ "$hardened" != ON ]; then
   echo "skipped: this build is not hardened (PLX_HARDENING)"
   exit 77
