@@ -5,6 +5,7 @@
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/exact.h"
+#include "support/length.h"
 #include "support/quad.h"
 #include "support/random.h"
 
@@ -39,9 +40,9 @@ TEST(TwoProd, Rows) {
 
 TEST(TwoProd, IsExact) {
   Random random(1);
-  Cases cases(500000);
+  Cases cases(ofWhole(500000));
   const double units[] = {86400000.0, 1000.0, 1000000.0, 60000.0, 3600000.0, 3.0, 0.1, 7.0};
-  for (int i = 0; i < 500000; ++i) {
+  for (int i = 0; i < ofWhole(500000); ++i) {
     const double a = random.ofExponent(-60, 80);
     const double b = random.oneIn(2) ? units[random.whole(0, 7)] : random.ofExponent(-60, 80);
     const doubledouble p = two_prod(a, b);
@@ -54,8 +55,8 @@ TEST(TwoProd, IsExact) {
 // Above 6.7e299 an operand is halved at another scale; the halves still add up and stay short.
 TEST(Split, HalvesAreExactAndShort) {
   Random random(2);
-  Cases cases(200000);
-  for (int i = 0; i < 200000; ++i) {
+  Cases cases(ofWhole(200000));
+  for (int i = 0; i < ofWhole(200000); ++i) {
     const double x = random.oneIn(3) ? random.ofExponent(990, 1021) : random.ofExponent(-900, 995);
     const Halves h = split(x);
     ASSERT_TRUE(static_cast<quad>(h.high) + h.low == x) << x;
@@ -79,8 +80,8 @@ TEST(Split, WhatIsNotFiniteIsInTheHighHalfAlone) {
 
 TEST(Sums, AreExact) {
   Random random(3);
-  Cases cases(400000);
-  for (int i = 0; i < 400000; ++i) {
+  Cases cases(ofWhole(400000));
+  for (int i = 0; i < ofWhole(400000); ++i) {
     const int spread = i % 2 ? 3 : 50;
     const double a = random.ofExponent(-spread, spread), b = random.ofExponent(-spread, spread);
     const doubledouble s = two_sum(a, b), d = two_difference(a, b);
@@ -143,8 +144,8 @@ doubledouble randomPair(Random& random, int low, int high) {
 
 TEST(Floor, AgreesWithExactArithmetic) {
   Random random(4);
-  Cases cases(100000);
-  for (int i = 0; i < 100000; ++i) {
+  Cases cases(ofWhole(100000));
+  for (int i = 0; i < ofWhole(100000); ++i) {
     const doubledouble x = randomPair(random, -3, 90);
     const doubledouble floor = dd::Floor(x);
     ASSERT_EQ(exactly(floor), Rational(floorOf(exactly(x)))) << x;
@@ -182,9 +183,9 @@ TEST(DivMod, Rows) {
 // exactly for whole milliseconds and to 2^-100 of dividend and divisor with a fraction.
 TEST(DivMod, AgreesWithExactArithmetic) {
   Random random(5);
-  Cases cases(90000);
+  Cases cases(ofWhole(90000));
   const double divisors[] = {86400000.0, 1000.0, 60000.0, 3600000.0};
-  for (int i = 0; i < 100000; ++i) {
+  for (int i = 0; i < ofWhole(100000); ++i) {
     doubledouble a = randomPair(random, 0, 70);
     const bool isWhole = random.oneIn(2);
     if (isWhole) a = dd::Floor(a);
@@ -211,8 +212,8 @@ TEST(DivMod, AgreesWithExactArithmetic) {
 // Rounded quotients are near, and products of a pair are.
 TEST(DivideAndMultiply, AgreeWithExactArithmetic) {
   Random random(6);
-  Cases cases(50000);
-  for (int i = 0; i < 50000; ++i) {
+  Cases cases(ofWhole(50000));
+  for (int i = 0; i < ofWhole(50000); ++i) {
     const doubledouble a = randomPair(random, -20, 90);
     const double b = random.oneIn(2) ? 86400000.0 : random.ofExponent(-20, 30);
     const Rational tolerance(Integer(1), Integer(1) << 100);

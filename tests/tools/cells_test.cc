@@ -9,6 +9,7 @@
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
 #include "support/cases.h"
+#include "support/length.h"
 #include "support/random.h"
 #include "table/cell_writer.h"
 #include "tables.h"
@@ -215,9 +216,9 @@ void expectInOrder(const Chunk& chunk, const Cells& cells, std::size_t columns) 
 }
 
 TEST(Cells, AnyBytesComeOutAsTheyWentIn) {
-  Cases cases(300'000);
+  Cases cases(ofWhole(300'000));
   Random random(2);
-  for (int i = 0; i < 100'000; ++i) {
+  for (int i = 0; i < ofWhole(100'000); ++i) {
     const Chunk chunk = chunkOf(randomBytes(random, 30));
     for (const TableFormat& format : {kCsv, kTsv, kNoQuotes}) {
       Cells cells;
@@ -243,9 +244,9 @@ TEST(Cells, AnyBytesComeOutAsTheyWentIn) {
 
 // What an error is depends on nothing but what stands before it: the chunks may end anywhere.
 TEST(Cells, ChunksMakeNoDifference) {
-  Cases cases(80'000);
+  Cases cases(ofWhole(80'000));
   Random random(3);
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < ofWhole(10'000); ++i) {
     const std::string text = randomBytes(random, 16);
     const Chunk whole = chunkOf(text);
     const TableFormat format{',', true, random.oneIn(2)};

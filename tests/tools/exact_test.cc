@@ -11,6 +11,7 @@
 #include "pairs.h"
 #include "support/bits.h"
 #include "support/cases.h"
+#include "support/length.h"
 
 namespace plx {
 namespace {
@@ -118,9 +119,9 @@ TEST(Shortest, KnownValues) {
 }
 
 TEST(Exact, EveryNormalisedPairComesBackFromItsShortestText) {
-  Cases cases(100'000);
+  Cases cases(ofWhole(100'000));
   Pairs pairs(1);
-  for (int i = 0; i < 100'000; ++i, ++cases) {
+  for (int i = 0; i < ofWhole(100'000); ++i, ++cases) {
     const doubledouble pair = pairs.next();
     const DecimalSeconds text = shortest(pair);
     const doubledouble read = pairOf(text.seconds, text.fraction);
@@ -132,9 +133,9 @@ TEST(Exact, EveryNormalisedPairComesBackFromItsShortestText) {
 
 // A decimal of one digit less on either side of the value must read as another pair.
 TEST(Exact, NoShorterTextReadsBack) {
-  Cases cases(4'000);
+  Cases cases(ofWhole(4'000));
   Pairs pairs(2);
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < ofWhole(10'000); ++i) {
     const doubledouble pair = pairs.next();
     const DecimalSeconds text = shortest(pair);
     if (text.fraction.empty()) continue;
@@ -186,9 +187,9 @@ class Texts {
 };
 
 TEST(Exact, ReadingAgreesWithFromCharsAndSumsOnPaper) {
-  Cases cases(20'000);
+  Cases cases(ofWhole(20'000));
   Texts texts(3);
-  for (int i = 0; i < 20'000; ++i, ++cases) {
+  for (int i = 0; i < ofWhole(20'000); ++i, ++cases) {
     const Text text = texts.next();
     const LongDecimal millis = millisOf(text.seconds, text.fraction);
     const doubledouble pair = pairOf(text.seconds, text.fraction);
@@ -200,9 +201,9 @@ TEST(Exact, ReadingAgreesWithFromCharsAndSumsOnPaper) {
 
 // Midpoints between two doubles, and what lies a digit beyond them.
 TEST(Exact, ReadingBreaksTiesOfHiToEven) {
-  Cases cases(9'000);
+  Cases cases(ofWhole(9'000));
   std::mt19937_64 random(4);
-  for (int i = 0; i < 3'000; ++i) {
+  for (int i = 0; i < ofWhole(3'000); ++i) {
     const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random),
                                  std::uniform_int_distribution<int>(-60, 60)(random));
     const double half = (std::nextafter(hi, INFINITY) - hi) / 2;
@@ -246,9 +247,9 @@ TEST(Exact, ReadingNormalisesWhatRoundsUpToHalfAPlace) {
 // As above, with the fifteen digits at most that need no big integers: odd multiples of half the
 // last place of hi, or the nearest such decimals, and the decimals next to them.
 TEST(Exact, ReadingBreaksTiesOfFewDigits) {
-  Cases cases(30'000);
+  Cases cases(ofWhole(30'000));
   std::mt19937_64 random(6);
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < ofWhole(10'000); ++i) {
     const int exponent = std::uniform_int_distribution<int>(0, 51)(random);
     const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random), exponent);
     const LongDecimal exactTie = LongDecimal(hi) + LongDecimal(std::ldexp(0.5, exponent - 52));
@@ -269,9 +270,9 @@ TEST(Exact, ReadingBreaksTiesOfFewDigits) {
 
 // Half a nanosecond is 2^-7 milliseconds and odd multiples of it, and next to it is what lo adds.
 TEST(Exact, WritingBreaksTiesOfNanoseconds) {
-  Cases cases(70'000);
+  Cases cases(ofWhole(70'000));
   std::mt19937_64 random(7);
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < ofWhole(10'000); ++i) {
     const auto whole = static_cast<double>(static_cast<std::int64_t>(random() % (1ull << 45)));
     const double hi = (i % 2 ? whole : -whole) + static_cast<double>(random() % 256) / 256;
     for (const double lo : {0.0, kSmallest, -kSmallest, 0x1p-60, -0x1p-60, 1e-12, -1e-12}) {
@@ -286,9 +287,9 @@ TEST(Exact, WritingBreaksTiesOfNanoseconds) {
 // Whole seconds, less what lo takes away.
 TEST(Exact, WritingGoesBelowAWholeSecond) {
   EXPECT_EQ(rounded({1399710615000, -0.0001}, 9).fraction, "9999999");
-  Cases cases(10'000);
+  Cases cases(ofWhole(10'000));
   std::mt19937_64 random(9);
-  for (int i = 0; i < 10'000; ++i, ++cases) {
+  for (int i = 0; i < ofWhole(10'000); ++i, ++cases) {
     const double hi =
         1000 * static_cast<double>(static_cast<std::int64_t>(random() % (1ull << 42)));
     const double half = (std::nextafter(hi, INFINITY) - hi) / 2;
@@ -300,7 +301,7 @@ TEST(Exact, WritingGoesBelowAWholeSecond) {
 
 // Neither the order of the two matters nor whether they overlap.
 TEST(Exact, WritingTakesPairsThatAreNotNormalised) {
-  Cases cases(9 + 10'000);
+  Cases cases(9 + ofWhole(10'000));
   const doubledouble rows[] = {{1000, -0.5}, {0, 0.25},      {-0.25, 1000},
                                {0.5, -0.5},  {0.5, -1e-9},   {999, 1.000001},
                                {0.25, 1e12}, {-0.25, -1e15}, {0x1p-60, 0x1p70}};
@@ -312,7 +313,7 @@ TEST(Exact, WritingTakesPairsThatAreNotNormalised) {
   std::mt19937_64 random(8);
   std::uniform_real_distribution<double> mantissa(-2, 2);
   std::uniform_int_distribution<int> exponent(-70, 70);
-  for (int i = 0; i < 10'000; ++i, ++cases) {
+  for (int i = 0; i < ofWhole(10'000); ++i, ++cases) {
     const doubledouble pair{std::ldexp(mantissa(random), exponent(random)),
                             std::ldexp(mantissa(random), exponent(random))};
     const DecimalSeconds d = rounded(pair, 9);
@@ -321,9 +322,9 @@ TEST(Exact, WritingTakesPairsThatAreNotNormalised) {
 }
 
 TEST(Exact, WritingAgreesWithRoundingOnPaper) {
-  Cases cases(30'000);
+  Cases cases(ofWhole(30'000));
   Pairs pairs(5);
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < ofWhole(10'000); ++i) {
     const doubledouble pair = pairs.next();
     for (const std::size_t digits : {9u, 12u, 40u}) {
       const DecimalSeconds d = rounded(pair, digits);

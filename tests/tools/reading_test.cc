@@ -15,6 +15,7 @@
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
+#include "support/length.h"
 
 namespace plx {
 namespace {
@@ -266,14 +267,14 @@ TEST(Reading, DigitsAreCutTowardEarlierTime) {
 
 // A pair as a text of every form and read again.
 TEST(Reading, EveryNormalisedPairComesBackFromEveryForm) {
-  Cases cases(45'000);
+  Cases cases(ofWhole(45'000));
   Pairs pairs(1);
   Zones zones;
   const Zone plain = Zone::named(""), utc = Zone::named("UTC");
   const Zone leaps = Zone::named("UTCLeapSeconds"), newYork = Zone::named(kNewYork);
   const Zone offset = Zone::named("UTC+5:30:15");
   const Zone* const all[] = {&plain, &utc, &leaps, &newYork, &offset};
-  for (int i = 0; i < 3'000; ++i) {
+  for (int i = 0; i < ofWhole(3'000); ++i) {
     const doubledouble pair = pairs.next();
     const Zone& zone = *all[i % 5];
     Reading reading;
@@ -306,7 +307,7 @@ TEST(Reading, EveryNormalisedPairComesBackFromEveryForm) {
 }
 
 TEST(Reading, ABarrageOfBrokenTextsIsRefusedOrReadAgain) {
-  Cases cases(25'000);
+  Cases cases(ofWhole(25'000));
   std::mt19937_64 random(7);
   const std::string texts[] = {"2014-11-02T01:30:15.25-04:00[America/New_York][u-ca=gregory]",
                                "20140510T083015.25-0400",
@@ -315,7 +316,7 @@ TEST(Reading, ABarrageOfBrokenTextsIsRefusedOrReadAgain) {
                                "1399710615250,-1e-17",
                                "2014-130 24:00:00Z"};
   Zones zones;
-  for (int i = 0; i < 240'000; ++i) {
+  for (int i = 0; i < ofWhole(240'000); ++i) {
     std::string text = texts[random() % std::size(texts)];
     for (std::uint64_t changes = random() % 3; changes > 0; --changes) {
       const std::size_t at = random() % text.size();
