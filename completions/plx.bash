@@ -2,7 +2,7 @@
 
 # Columns of `plx [COMMAND] --describe`: kind, names, what follows, its choices, help.
 _plx_described() { # kind column [command]
-  command plx ${3:+"$3"} --describe 2>/dev/null | awk -F '\t' -v kind="$1" -v column="$2" '$1 == kind { print $column }'
+  command plx $3 --describe 2>/dev/null | awk -F '\t' -v kind="$1" -v column="$2" '$1 == kind { print $column }'
 }
 
 _plx_components() { command plx components 2>/dev/null | awk '$1 ~ /^[0-9]+,?$/ { print $1 ~ /,/ ? $3 : $2 }'; }
@@ -11,7 +11,7 @@ _plx_zones() { command plx zones 2>/dev/null | awk '{ print $1 }'; }
 
 # What follows an option of a command: its type and, behind a tab, its choices. Nothing for a flag.
 _plx_type_of() { # option command
-  command plx "$2" --describe 2>/dev/null |
+  command plx $2 --describe 2>/dev/null |
     awk -F '\t' -v option="$1" '$1 == "option" && index("," $2 ",", "," option ",") { print $3 "\t" $4 }'
 }
 
@@ -25,7 +25,7 @@ _plx_files() { compopt -o default 2>/dev/null; }
 _plx_value() { # type choices
   case $1 in
     ZONE) _plx_reply "$(_plx_zones)" ;;
-    FILE | PATH) _plx_files ;;
+    FILE | PATH | DIR) _plx_files ;;
     *) [ -n "$2" ] && _plx_reply "${2// /$'\n'}" ;;
   esac
 }
@@ -47,7 +47,15 @@ _plx() {
           [ -n "${type%%$'\t'*}" ] && [ "${COMP_WORDS[i + 1]}" != = ] && ((++i))
         fi
         ;;
-      *) if [ -z "$command" ]; then command=$word; else arguments+=("$word"); fi ;;
+      *)
+        if [ -z "$command" ]; then
+          command=$word
+        elif [[ $command:$word == rules:@(diff|update) ]]; then
+          command="rules $word"
+        else
+          arguments+=("$word")
+        fi
+        ;;
     esac
   done
 
@@ -76,6 +84,8 @@ _plx() {
       set:1 | explain:1)
         [[ $command == set && ${arguments[0]} == *=* ]] && _plx_files || _plx_reply last
         ;;
+      rules:0) _plx_reply "$(_plx_described command 2 rules)" ;;
+      "rules diff":*) _plx_reply "$(_plx_zones)" ;;
       zones:0) _plx_reply "$(_plx_zones)" ;;
       set:* | get:*) _plx_files ;;
     esac

@@ -2,7 +2,7 @@
 
 # Columns of `plx [COMMAND] --describe`: kind, names, what follows, its choices, help.
 function __plx_type_of --argument-names option name
-    command plx $name --describe 2>/dev/null | awk -F '\t' -v option=$option \
+    command plx (string split -n ' ' -- "$name") --describe 2>/dev/null | awk -F '\t' -v option=$option \
         '$1 == "option" && index("," $2 ",", "," option ",") { print $3 "\n" $4 }'
 end
 
@@ -16,7 +16,7 @@ end
 
 # Options or commands, each with its help behind a tab.
 function __plx_described --argument-names kind name
-    command plx $name --describe 2>/dev/null | awk -F '\t' -v kind=$kind \
+    command plx (string split -n ' ' -- "$name") --describe 2>/dev/null | awk -F '\t' -v kind=$kind \
         '$1 == kind { n = split($2, names, ","); for (i = 1; i <= n; ++i) print names[i] "\t" $5 }'
 end
 
@@ -24,7 +24,7 @@ function __plx_value --argument-names prefix type choices
     switch $type
         case ZONE
             string replace -r '^' -- "$prefix" (__plx_zones)
-        case FILE PATH
+        case FILE PATH DIR
             __fish_complete_path
         case '*'
             test -n "$choices"; and string replace -r '^' -- "$prefix" (string split ' ' -- $choices)
@@ -55,6 +55,8 @@ function __plx_complete
             case '*'
                 if test -z "$name"
                     set name $word
+                else if test "$name" = rules; and contains -- $word diff update
+                    set name "rules $word"
                 else
                     set -a arguments $word
                 end
@@ -83,7 +85,9 @@ function __plx_complete
                 else
                     echo last
                 end
-            case zones:0
+            case rules:0
+                __plx_described command rules
+            case zones:0 'rules diff:*'
                 __plx_zones
             case 'set:*' 'get:*'
                 __fish_complete_path

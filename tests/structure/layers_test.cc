@@ -59,18 +59,20 @@ const Layer kLayers[] = {
     // what looks at datetimes; what sets them; the commands.
     {"tools/plx/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
     {"tools/plx/datetime/.*",
-     "(messages|datetime)/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
+     "(messages|datetime)/.*|zones/.*|unicode/.*|fmt/.*|boost/multiprecision/.*|arith/.*|"
      "unzoned/leap_seconds\\.h"},
     {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
     {"tools/plx/module/.*", "(messages|module)/.*|host/.*|unicode/.*|fmt/.*|arith/.*"},
     {"tools/plx/(table|npy)/.*", "(messages|datetime|stream|table|npy)/.*|fmt/.*|arith/.*|sys/.*"},
     {"tools/plx/inspect/.*",
-     "(messages|datetime|module|inspect)/.*|unicode/.*|fmt/.*|arith/.*|unzoned/leap_seconds\\.h"},
+     "(messages|datetime|module|inspect)/.*|zones/.*|unicode/.*|fmt/.*|arith/.*|unzoned/"
+     "leap_seconds\\.h"},
     {"tools/plx/set/.*",
      "(messages|datetime|stream|module|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*|arith/"
      ".*"},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(messages|datetime|stream|module|table|npy|inspect|set|command)/.*|host/.*|unicode/.*|CLI/.*|"
+     "(messages|datetime|stream|module|table|npy|inspect|set|command)/.*|zones/.*|host/.*|unicode/"
+     ".*|CLI/.*|"
      "fmt/.*|sys/.*|arith/.*|unzoned/leap_seconds\\.h"},
 };
 

@@ -17,7 +17,7 @@ failed=0
 # Each line: a command line up to the cursor; what must be offered; what must not be.
 rows() {
   cat <<'ROWS'
-plx |set get explain zones components|month data.txt --zone
+plx |set get explain zones rules components|month data.txt --zone
 plx s|set|explain zones
 plx -|--version --help --module|set
 plx set |year quarter month week-of-year day day-of-year day-of-week hour minute second time-of-day|selector data.txt 12
@@ -37,6 +37,12 @@ plx explain day |last|data.txt
 plx explain --z|--zone|--exact
 plx zones Asia/Kath|Asia/Kathmandu|Asia/Tokyo
 plx zones --|--at|--zone
+plx rules |diff update|data.txt Europe/Paris
+plx rules d|diff|update
+plx rules diff Europe/Pa|Europe/Paris|Europe/Rome
+plx rules diff --|--since|--from
+plx rules update --|--from --to|--since
+plx rules update --from |data.txt|last
 plx get |month|data.txt
 plx get month |data.txt|last
 plx set day=1 |data.txt|last

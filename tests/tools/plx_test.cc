@@ -324,7 +324,7 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "accepted: @FILE, or INPUT"},
       {"set day", 2, "", "VALUE is required; see plx set --help"},
       {"set", 2, "", "COMPONENT is required; see plx set --help"},
-      {"", 2, "", "a command is missing: set, get, explain, zones or components; see plx --help"},
+      {"", 2, "", "a command is missing: set, get, explain, zones, rules or components; see plx --help"},
       {"set day 1 2014-05-10 --zoned", 2, "", "not expected: --zoned; see plx set --help"},
       {"sett day", 2, "", "not expected: sett day; see plx --help"},
       {"--module x sett day", 2, "", "not expected: sett day; see plx --help"},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/command_line.h"
+#include "command/rules_command.h"
 #include "host/embed.h"
 #include "messages/message.h"
 #include "stream/output.h"
@@ -52,5 +53,8 @@ int main(int argc, char** argv) {
   plx::handleSignals();
   // A command means the same everywhere: offsets in a zone's text are spelled as in this locale.
   paSetLocale("en_US", nullptr);
-  return run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+  plx::useSystemRules();
+  const int status = run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+  plx::tellOtherRules();
+  return status;
 }

@@ -7,6 +7,7 @@
 #include "command/arguments.h"
 #include "command/explain_command.h"
 #include "command/get_command.h"
+#include "command/rules_command.h"
 #include "command/set_command.h"
 #include "command/version.h"
 #include "command/zones_command.h"
@@ -37,10 +38,11 @@ constexpr Command kCommands[] = {
     {"get", "Read a component of datetimes; see plx get --help", runGetCommand},
     {"explain", "Tell what one setting does, and why; see plx explain --help", runExplainCommand},
     {"zones", "List the time zones with their offsets", runZonesCommand},
+    {"rules", "Tell of the time-zone rules, and renew them; see plx rules --help", runRulesCommand},
     {"components", "List the components with their selectors and examples", runComponentsCommand},
 };
 
-constexpr std::string_view kAcceptedCommands = "set, get, explain, zones or components";
+constexpr std::string_view kAcceptedCommands = "set, get, explain, zones, rules or components";
 
 const Command* findCommand(std::string_view name) {
   for (const Command& command : kCommands) {

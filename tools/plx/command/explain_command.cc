@@ -12,6 +12,7 @@
 #include "command/arguments.h"
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
+#include "datetime/rules_in_use.h"
 #include "datetime/zone.h"
 #include "inspect/explain.h"
 #include "inspect/leap_table.h"
@@ -32,6 +33,7 @@ struct Options {
   std::string datetime;
   std::optional<std::string> zone;  // none: the datetime's own
   std::optional<std::string> module;
+  bool quiet = false;
 };
 
 // Whatever `plx set` would refuse is refused in the same words.
@@ -98,12 +100,14 @@ void runExplainCommand(const std::vector<std::string>& given, Output& output) {
   arguments.positional("DATETIME", options.datetime, "The datetime");
   arguments.option("-z,--zone", options.zone, "ZONE",
                    "The time zone to work in; see plx set --help");
+  arguments.flag("--quiet", options.quiet, "Say nothing of other time-zone rules");
   arguments.module(options.module);
   arguments.footer(
       "Colours are used on a terminal, unless the environment variable NO_COLOR is set.\n\n"
       "Example:\n  plx explain hour 2 2014-03-09T12:50 --zone America/New_York\n\n" +
       std::string(kStatusHelp));
   if (!arguments.parse(given, output)) return;
+  if (!options.quiet) RulesWatch::begin();
   output.text() += explanation(options, takesColour(STDOUT_FILENO));
 }
 

@@ -7,6 +7,7 @@
 #include "command/arguments.h"
 #include "command/npy_command.h"
 #include "command/text_command.h"
+#include "datetime/rules_in_use.h"
 #include "module/components.h"
 #include "set/getter.h"
 
@@ -25,6 +26,7 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   arguments.ignoredModule();
   arguments.footer(kStatusHelp);
   if (!arguments.parse(given, output)) return;
+  if (!options.quiet) RulesWatch::begin();
 
   if (namesArray(options.inputs))
     throw Failure{Status::usage,

@@ -10,6 +10,7 @@
 #include "command/npy_command.h"
 #include "command/text_command.h"
 #include "datetime/datetime_text.h"
+#include "datetime/rules_in_use.h"
 #include "messages/message.h"
 #include "module/components.h"
 #include "module/module.h"
@@ -154,6 +155,7 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
   arguments.footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" + componentExamples() +
                    "\n" + kStatusHelp);
   if (!arguments.parse(given, output)) return;
+  if (!options.quiet) RulesWatch::begin();
   std::vector<std::string> words = {component};
   if (value) words.push_back(*value);
   words.insert(words.end(), options.inputs.begin(), options.inputs.end());

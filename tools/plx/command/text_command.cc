@@ -311,7 +311,8 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                    "pass it as it is; stop is what happens without");
   arguments.option("--jobs", options.jobs, "N", "Work with N threads");
   arguments.flag("--progress", options.progress, "Show progress even where that is no terminal");
-  arguments.flag("--quiet", options.quiet, "Show no progress");
+  arguments.flag("--quiet", options.quiet,
+                 "Show no progress, and say nothing of other time-zone rules");
 }
 
 ReadingOptions readingOptions(const TextOptions& options) {

@@ -4,7 +4,7 @@
 #include <unicode/uversion.h>
 
 #include "datetime/datetime_text.h"
-#include "datetime/local_zone.h"
+#include "datetime/rules_in_use.h"
 #include "host/pa_array.h"
 #include "unzoned/leap_seconds.h"
 
@@ -21,6 +21,11 @@ std::string lastLeapSecond() {
   return text;
 }
 
+std::string rulesText() {
+  const RulesInUse rules = rulesInUse();
+  return fmt::format("{}, {}", rules.release, rules.where);
+}
+
 }  // namespace
 
 std::string versionText(const Module& module) {
@@ -34,7 +39,7 @@ std::string versionText(const Module& module) {
       "ICU               {}\n"
       "time-zone data    {}\n"
       "last leap second  {}\n",
-      PLX_VERSION, module.path(), PA_INTERFACE_VERSION, icu, timeZoneData(), lastLeapSecond());
+      PLX_VERSION, module.path(), PA_INTERFACE_VERSION, icu, rulesText(), lastLeapSecond());
 }
 
 }  // namespace plx

@@ -1,10 +1,12 @@
 #include "command/zones_command.h"
 
 #include <chrono>
+#include <cstdio>
 #include <optional>
 
 #include "command/arguments.h"
 #include "datetime/datetime_text.h"
+#include "datetime/rules_in_use.h"
 #include "datetime/zone.h"
 #include "inspect/zone_list.h"
 
@@ -55,6 +57,10 @@ void runZonesCommand(const std::vector<std::string>& given, Output& output) {
                             "a part of a name such as paris, or a pattern such as 'europe/*'"},
                            pattern)};
   }
+  // Beside the list, which programs read.
+  const RulesInUse rules = rulesInUse();
+  std::fprintf(stderr, "plx: time-zone rules of %s, %s\n", rules.release.c_str(),
+               rules.where.c_str());
   output.text() += zoneTable(names, at ? secondAt(*at) : now());
 }
 

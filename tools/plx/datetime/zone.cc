@@ -182,6 +182,7 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   zone.calendar_ = calendarIn(std::move(rules));
   if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
   zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
+  if (RulesWatch::isOn()) zone.watch_ = std::make_unique<RulesWatch>(std::string(text));
   return zone;
 }
 
@@ -196,6 +197,7 @@ std::optional<Zone> Zone::local(Complaint& complaint) {
     rules = owned(new icu::SimpleTimeZone(zone->offsetSeconds_ * 1000, icu::UnicodeString()));
   }
   zone->system_ = std::make_unique<SystemClock>(std::move(rules));
+  zone->watch_.reset();  // the clock is compared instead
   return zone;
 }
 
@@ -263,6 +265,7 @@ bool Zone::isRightBySystem(const doubledouble& pair, Complaint& complaint) const
 
 std::optional<std::size_t> Zone::firstWrong(std::span<const double> millis,
                                             Complaint& complaint) const {
+  if (watch_) watch_->take(millis);
   if (!system_) return std::nullopt;
   const auto wrong = system_->firstDiffering(millis);
   if (wrong) complaint = otherClock(static_cast<std::int64_t>(std::floor(millis[*wrong] / 1000)));

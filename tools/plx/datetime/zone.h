@@ -24,6 +24,7 @@
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "datetime/offsets.h"
+#include "datetime/rules_in_use.h"
 #include "datetime/system_clock.h"
 #include "messages/message.h"
 
@@ -70,6 +71,7 @@ class Zone {
   // where ICU's rules and the system's clock agree. Else a complaint of Status::unknownName, which
   // tells where they differ.
   bool isRight(const doubledouble& pair, Complaint& complaint) const {
+    if (watch_) watch_->take(pair.hi);
     return !system_ || isRightBySystem(pair, complaint);
   }
   // The first of which that is not so, likewise; those out of range are passed over.
@@ -97,6 +99,7 @@ class Zone {
   std::unique_ptr<icu::GregorianCalendar> calendar_;
   std::unique_ptr<Offsets> offsets_;     // of the calendar's zone
   std::unique_ptr<SystemClock> system_;  // of the local zone
+  std::unique_ptr<RulesWatch> watch_;    // of an identifier, where the system's rules may be others
 };
 
 // The range of datetimes in a calendar; elsewhere it is kAcceptedRange.

@@ -1,0 +1,52 @@
+#include "zones/difference.h"
+
+#include <unicode/tztrans.h>
+
+#include <algorithm>
+#include <new>
+
+namespace zones {
+
+namespace {
+
+constexpr double kMillis = 1000.0;
+
+int offsetAt(const icu::BasicTimeZone& zone, std::int64_t second) {
+  std::int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  zone.getOffset(static_cast<double>(second) * kMillis, false, raw, saving, status);
+  if (U_FAILURE(status)) throw std::bad_alloc();
+  return (raw + saving) / 1000;
+}
+
+// The second of ICU's next transition, or `until`.
+std::int64_t nextOfIcu(const icu::BasicTimeZone& zone, std::int64_t second, std::int64_t until) {
+  icu::TimeZoneTransition next;
+  if (!zone.getNextTransition(static_cast<double>(second) * kMillis, false, next)) return until;
+  return std::min(until, static_cast<std::int64_t>(next.getTime() / kMillis));
+}
+
+std::optional<Offsets> firstOf(const icu::BasicTimeZone& icu, const ZoneFile& system,
+                               std::int64_t from, std::int64_t until, bool areEqual) {
+  for (std::int64_t second = from; second < until;) {
+    const Offsets offsets{second, offsetAt(icu, second), system.offsetAt(second)};
+    if (offsets.areEqual() == areEqual) return offsets;
+    const auto step = system.nextStep(second + 1, until);
+    second = nextOfIcu(icu, second, step ? step->second : until);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Offsets> firstDifferent(const icu::BasicTimeZone& icu, const ZoneFile& system,
+                                      std::int64_t from, std::int64_t until) {
+  return firstOf(icu, system, from, until, false);
+}
+
+std::optional<Offsets> firstEqual(const icu::BasicTimeZone& icu, const ZoneFile& system,
+                                  std::int64_t from, std::int64_t until) {
+  return firstOf(icu, system, from, until, true);
+}
+
+}  // namespace zones

@@ -1,0 +1,166 @@
+#include "datetime/rules_in_use.h"
+
+#include <fmt/format.h>
+#include <unicode/basictz.h>
+#include <unicode/putil.h>
+#include <unicode/ures.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "datetime/datetime_text.h"
+#include "datetime/local_zone.h"
+#include "messages/icu.h"
+#include "messages/message.h"
+#include "zones/difference.h"
+#include "zones/rules_file.h"
+#include "zones/system_zones.h"
+
+namespace plx {
+
+namespace {
+
+struct Range {
+  double least, most;  // milliseconds
+};
+
+std::atomic<bool> isWatching = false;
+std::mutex mutex;
+std::map<std::string, Range> watched;  // by zone
+
+// ICU takes its own rules without a word where it cannot read those of a folder.
+bool areReadFrom(const std::string& folder) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::LocalUResourceBundlePointer bundle(
+      ures_openDirect(folder.c_str(), "zoneinfo64", &status));
+  checkMemory(status);
+  return U_SUCCESS(status);
+}
+
+// By whoever started the program.
+bool isChosen() {
+  const char* const folder = std::getenv("ICU_TIMEZONE_FILES_DIR");
+  return folder != nullptr && *folder != '\0';
+}
+
+std::string bytesOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The first instant within a range at which a zone's rules in use are not the system's.
+std::optional<std::int64_t> firstOther(const std::string& name, const Range& range,
+                                       const zones::SystemZones& system) {
+  constexpr double kMost = 0x1p52;
+  const double least = std::max(range.least, -kMost), most = std::min(range.most, kMost);
+  if (!(least <= most)) return std::nullopt;
+  const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
+  const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+  const auto file = system.zone(name);
+  if (rules == nullptr || !file) return std::nullopt;
+  const auto found =
+      zones::firstDifferent(*rules, *file, static_cast<std::int64_t>(std::floor(least / 1000)),
+                            static_cast<std::int64_t>(std::floor(most / 1000)) + 1);
+  return found ? std::optional(found->second) : std::nullopt;
+}
+
+std::string dateOf(std::int64_t second) {
+  DatetimeText form;
+  form.separator = 'T';
+  std::string text;
+  writeDatetime(text, form, {second, false, OffsetForm::z, 0}, "");
+  return text.substr(0, text.find('T'));
+}
+
+}  // namespace
+
+RulesInUse rulesInUse() {
+  RulesInUse rules{timeZoneData(), "ICU's own", {}};
+  UErrorCode status = U_ZERO_ERROR;
+  const std::string folder = u_getTimeZoneFilesDirectory(&status);
+  if (folder.empty() || !areReadFrom(folder)) return rules;
+  rules.where = (isChosen() ? "ICU_TIMEZONE_FILES_DIR, " : "") + escapeText(folder);
+  const auto checked = zones::checkRules(bytesOf(folder + '/' + std::string(zones::kRulesFile)));
+  if (checked.problem.empty() && checked.label.release == rules.release) {
+    rules.converted = checked.label.from;
+    rules.where += ", from " + escapeText(rules.converted);
+  }
+  return rules;
+}
+
+void RulesWatch::begin() {
+  const zones::SystemZones system(zones::systemZonesFolder());
+  const auto release = system.release();
+  if (!release) return;
+  const RulesInUse rules = rulesInUse();
+  isWatching = rules.converted != system.folder() || rules.release != *release;
+}
+
+bool RulesWatch::isOn() { return isWatching.load(std::memory_order_relaxed); }
+
+void RulesWatch::take(std::span<const double> millis) {
+  // Four chains of comparisons, since one would wait for its own results.
+  std::array<double, 4> least, most;
+  least.fill(least_);
+  most.fill(most_);
+  std::size_t i = 0;
+  for (; i + 4 <= millis.size(); i += 4) {
+    for (std::size_t chain = 0; chain < 4; ++chain) {
+      const double x = millis[i + chain];
+      least[chain] = x < least[chain] ? x : least[chain];  // not NaN
+      most[chain] = x > most[chain] ? x : most[chain];
+    }
+  }
+  least_ = *std::min_element(least.begin(), least.end());
+  most_ = *std::max_element(most.begin(), most.end());
+  for (; i < millis.size(); ++i) take(millis[i]);
+}
+
+RulesWatch::~RulesWatch() {
+  if (!(least_ <= most_)) return;
+  const std::lock_guard lock(mutex);
+  const auto [found, isNew] = watched.try_emplace(zone_, Range{least_, most_});
+  found->second.least = std::min(found->second.least, least_);
+  found->second.most = std::max(found->second.most, most_);
+}
+
+std::string otherRules() {
+  const std::lock_guard lock(mutex);
+  const zones::SystemZones system(zones::systemZonesFolder());
+  std::string first;
+  std::size_t others = 0;
+  for (const auto& [name, range] : watched) {
+    try {
+      const auto second = firstOther(name, range, system);
+      if (!second) continue;
+      if (!first.empty()) {
+        ++others;
+        continue;
+      }
+      first = fmt::format("{} from {} on", name, dateOf(*second));
+    } catch (const zones::BadZones&) {
+      // A file that cannot be read is for `plx rules` to tell.
+    }
+  }
+  watched.clear();
+  if (first.empty()) return first;
+  if (others > 0) first += fmt::format(", and for {} more", others);
+  const RulesInUse rules = rulesInUse();
+  return fmt::format("the time-zone rules in use ({}, {}) and the system's ({}) differ for {}; {}",
+                     rules.release, rules.where, system.release().value_or("of no known release"),
+                     first,
+                     isChosen() ? "ICU_TIMEZONE_FILES_DIR chooses the former"
+                                : "plx rules update takes the system's");
+}
+
+}  // namespace plx
