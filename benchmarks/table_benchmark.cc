@@ -57,13 +57,13 @@ void splitAndJoin(benchmark::State& state) {
   const auto columns = static_cast<std::size_t>(state.range(0));
   const std::string text = tableText(columns, state.range(1) != 0);
   const File file(text);
-  const TableFormat format{',', true, false};
+  const TableFormat format{',', false};
   Chunk chunk;
   Cells cells;
   std::string out, all, buffer;
   for (auto _ : state) {
     Source source(file.path());
-    ChunkReader reader(source, format.quotes, kLongestRecord);
+    ChunkReader reader(source, true, kLongestRecord);
     all.clear();
     while (reader.read(chunk)) {
       splitTable(chunk, format, {{columns - 1, "datetime"}}, cells);

@@ -32,7 +32,7 @@ std::vector<Span> fieldsByParity(std::string_view text, const TableFormat& forma
   std::size_t begin = 0;
   bool inQuotes = false;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    if (format.quotes && text[at] == '"') inQuotes = !inQuotes;
+    if (text[at] == '"') inQuotes = !inQuotes;
     if (inQuotes || !isEnd(text[at], format)) continue;
     fields.push_back({begin, at, text[at] == '\n'});
     begin = at + 1;
@@ -48,7 +48,7 @@ std::vector<Span> fieldsByBeginnings(std::string_view text, const TableFormat& f
   std::vector<Span> fields;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t begin = at;
-    if (format.quotes && text[at] == '"') {
+    if (text[at] == '"') {
       for (++at; at < text.size() && (text[at] != '"' || text.substr(at, 2) == "\"\""); ++at)
         if (text[at] == '"') ++at;
       ++at;
@@ -143,7 +143,7 @@ void checkUnchanged(const Table& table, const Chunk& chunk, const Cells& cells) 
   for (const Cell& cell : cells.cells) {
     const std::string_view text = textOf(chunk, cell, buffer);
     const bool plain = cell.quoted || text.find('"') == std::string_view::npos;
-    if (plain || !table.format.quotes) writer.replace(cell, text);
+    if (plain) writer.replace(cell, text);
   }
   writer.finish(cells.end);
   require(out == chunk.bytes().substr(0, cells.end), "what is left alone comes out");
@@ -152,8 +152,7 @@ void checkUnchanged(const Table& table, const Chunk& chunk, const Cells& cells) 
 void checkChanged(const Table& table, const Chunk& chunk, const Cells& cells,
                   const std::string& replacement) {
   // At the start of the text, one that begins with a byte-order mark would be taken for one.
-  if (!table.format.quotes || replacement.empty() || replacement.starts_with(kByteOrderMark))
-    return;
+  if (replacement.empty() || replacement.starts_with(kByteOrderMark)) return;
   std::string out;
   CellWriter writer(chunk, table.format, out);
   std::size_t next = 0;
@@ -174,7 +173,7 @@ void checkChanged(const Table& table, const Chunk& chunk, const Cells& cells,
 
 // The chunks that come of pieces of `step` bytes.
 void checkChunks(const Table& table, const Chunk& whole, const Cells& expected, std::size_t step) {
-  Boundaries boundaries(table.format.quotes);
+  Boundaries boundaries(true);
   std::vector<std::string> records;
   std::size_t begin = 0, line = 1;
   std::string failed, failedAt;
@@ -213,7 +212,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Input in(data, size);
   Table table;
   const unsigned kind = in.byte();
-  table.format = {(kind & 1) != 0 ? '\t' : ',', (kind & 2) == 0, (kind & 4) != 0};
+  table.format = {(kind & 1) != 0 ? '\t' : ',', (kind & 4) != 0};
   for (std::size_t i = 0; i < 3; ++i) {
     if ((kind >> 3 & 1u << i) != 0) table.columns.push_back({i + (kind >> 7 & 1u), "column"});
   }

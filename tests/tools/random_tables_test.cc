@@ -80,7 +80,7 @@ TEST(RandomTables, AreReadAsPythonReadsThem) {
     std::getline(in, bytes, ' ');
     std::getline(in, told, ' ');
     const Chunk chunk = chunkOf(fromHexadecimal(bytes));
-    const TableFormat format{fromHexadecimal(separator)[0], true, false};
+    const TableFormat format{fromHexadecimal(separator)[0], false};
     const auto rows = rowsOf(told);
     const auto columns = anyColumns(rows, random);
     Cells cells;

@@ -147,7 +147,7 @@ class Run {
     const std::string input = options_.inputs.empty() ? "-" : options_.inputs.front();
     edit_.table = formatOf(options_, input);
     Source source(input);
-    ChunkReader reader(source, edit_.table->quotes, kLongestRecord);
+    ChunkReader reader(source, true, kLongestRecord);
     chooseAll(reader);
     sink_.emplace(options_, standard_, source.size());
     Pipeline pipeline(jobs_, [&] { return makeEditor(); });

@@ -1,21 +1,14 @@
 #include "table/cell_writer.h"
 
-#include "messages/message.h"
+#include <algorithm>
 
 namespace plx {
 
-namespace {
-
-constexpr TableFormat kNoTable{'\0', false, false};
-
-}  // namespace
-
 CellWriter::CellWriter(const Chunk& chunk, std::string& out, std::size_t from)
-    : chunk_(chunk), out_(out), at_(from), isTable_(false), format_(kNoTable) {}
+    : chunk_(chunk), out_(out), at_(from), isTable_(false), format_() {}
 
-CellWriter::CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out,
-                       std::size_t from)
-    : chunk_(chunk), out_(out), at_(from), isTable_(true), format_(format) {}
+CellWriter::CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out)
+    : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(format) {}
 
 void CellWriter::copyTo(std::size_t end) {
   if (end > at_) out_.append(chunk_.storage.data() + at_, end - at_);
@@ -24,7 +17,6 @@ void CellWriter::copyTo(std::size_t end) {
 
 void CellWriter::replace(const Cell& cell, std::string_view text) {
   const bool quotes = isTable_ && !cell.quoted && needsQuotes(text);
-  if (quotes) refuseUnquotable(cell.begin, text);
   copyTo(cell.begin);
   if (quotes) out_ += '"';
   writeText(text, quotes || cell.quoted);
@@ -34,7 +26,6 @@ void CellWriter::replace(const Cell& cell, std::string_view text) {
 
 void CellWriter::append(const Record& record, std::string_view text) {
   const bool quotes = needsQuotes(text);
-  if (quotes) refuseUnquotable(record.end, text);
   copyTo(record.end);
   out_ += format_.separator;
   if (quotes) out_ += '"';
@@ -48,11 +39,8 @@ void CellWriter::finish(std::size_t end) {
 }
 
 bool CellWriter::needsQuotes(std::string_view text) const {
-  for (const char c : text) {
-    if (c == format_.separator || c == '\n' || c == '\r' || (c == '"' && format_.quotes))
-      return true;
-  }
-  return false;
+  return std::ranges::any_of(
+      text, [&](char c) { return c == format_.separator || c == '\n' || c == '\r' || c == '"'; });
 }
 
 // The text, its quotes doubled within quotes.
@@ -68,14 +56,6 @@ void CellWriter::writeText(std::string_view text, bool quoted) {
     if (quote != std::string_view::npos) out_ += '"';
     at = end;
   }
-}
-
-void CellWriter::refuseUnquotable(std::size_t at, std::string_view text) const {
-  if (format_.quotes) return;
-  throw Failure{Status::badData, describe(location(chunk_, at),
-                                          {"the result needs quotes, which this table has not",
-                                           "texts without the separator and line ends"},
-                                          text)};
 }
 
 }  // namespace plx

@@ -17,12 +17,11 @@ class CellWriter {
   // in it. Appends to `out`, from byte `from` of the chunk on.
   CellWriter(const Chunk& chunk, std::string& out, std::size_t from = 0);
   // Of a table.
-  CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out, std::size_t from = 0);
+  CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out);
 
   // What follows is called in the order of the chunk.
 
-  // In quotes where it had them, and where the text has a separator, a quote, CR or LF. Throws a
-  // Failure of Status::badData where it would need quotes and the table knows none.
+  // In quotes where it had them, and where the text has a separator, a quote, CR or LF.
   void replace(const Cell& cell, std::string_view text);
   // A field behind the last one of a record; several times for several.
   void append(const Record& record, std::string_view text);
@@ -34,7 +33,6 @@ class CellWriter {
   void copyTo(std::size_t end);
   bool needsQuotes(std::string_view text) const;
   void writeText(std::string_view text, bool quoted);
-  void refuseUnquotable(std::size_t at, std::string_view text) const;
 
   const Chunk& chunk_;
   std::string& out_;

@@ -54,7 +54,7 @@ class TableSplitter {
 
 void TableSplitter::split() {
   at_ = byteOrderMark(chunk_);
-  quote_ = format_.quotes ? findByte(bytes_, '"', at_) : bytes_.size();
+  quote_ = findByte(bytes_, '"', at_);
   return_ = findByte(bytes_, '\r', at_);
   bool good = !chunk_.first || !format_.header || skipHeader();
   cells_.end = at_;

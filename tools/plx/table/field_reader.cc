@@ -41,7 +41,7 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
                                FieldError& error) {
   Field field{begin, begin, begin, false, false, false};
   std::size_t at = begin;
-  if (format.quotes && at < bytes.size() && bytes[at] == '"') {
+  if (at < bytes.size() && bytes[at] == '"') {
     const Quotation quotation = quotationAt(bytes, at);
     if (quotation.end == bytes.size()) {
       error = {begin, begin, {"the quote is never closed", kAcceptedQuotes}, true};
@@ -62,7 +62,7 @@ std::optional<Field> readField(std::string_view bytes, std::size_t begin, const 
     return std::nullopt;
   }
   const std::string_view plain = bytes.substr(behindQuotes, at - behindQuotes);
-  if (format.quotes && std::count(plain.begin(), plain.end(), '"') % 2 != 0) {
+  if (std::count(plain.begin(), plain.end(), '"') % 2 != 0) {
     error = {begin,
              behindQuotes + plain.find('"'),
              {field.quoted ? "there is one more quote behind the closing quote"

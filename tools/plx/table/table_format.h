@@ -18,7 +18,6 @@ namespace plx {
 
 struct TableFormat {
   char separator = ',';
-  bool quotes = true;  // false: a quote is a character like any other
   bool header = true;  // the first record holds the names of the columns
 };
 
