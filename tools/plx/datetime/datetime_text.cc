@@ -66,7 +66,6 @@ class Reader {
       if (scan_.next() == '[' && !readSuffix()) return false;
     }
     if (!scan_.atEnd()) return false;
-    result_.isRfc3339 = liberties_ == 0 && result_.offset != OffsetForm::none;
     return isOfForm();
   }
 
@@ -154,11 +153,14 @@ class Reader {
   // Who names one of the two strict forms wants no other spelling of it.
   bool isOfForm() {
     if (form_ == Form::recognised || form_ == result_.form)
-      return result_.isRfc3339 || form_ != Form::rfc9557;
-    if (result_.form != Form::calendar || !result_.isRfc3339) return false;
+      return isRfc3339() || form_ != Form::rfc9557;
+    if (result_.form != Form::calendar || !isRfc3339()) return false;
     result_.form = form_;
     return form_ == Form::rfc3339 || form_ == Form::rfc9557;
   }
+
+  // Whether nothing is there that RFC 3339 would not have.
+  bool isRfc3339() const { return liberties_ == 0 && result_.offset != OffsetForm::none; }
 
   void takeLiberty(bool taken) { liberties_ += taken; }
   bool fail(std::string what) {

@@ -29,7 +29,6 @@ struct DatetimeText {
   int secondOfDay = 0;          // 0..86399
   bool insertedSecond = false;  // written as second 60; secondOfDay then tells second 59
   bool basic = false;           // without dashes and colons
-  bool isRfc3339 = false;       // nothing is there that RFC 3339 would not have
   Form form = Form::calendar;
   std::string_view fraction;  // the digits of the second's fraction as they stand
   char separator = 0;         // what stands before the time of day; 0 where there is none
