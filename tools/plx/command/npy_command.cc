@@ -8,20 +8,13 @@
 
 #include "command/sink.h"
 #include "datetime/zone.h"
+#include "messages/letters.h"
 #include "messages/message.h"
 #include "npy/npy_file.h"
 
 namespace plx {
 
 namespace {
-
-bool hasArrayName(std::string_view path) {
-  constexpr std::string_view kEnd = ".npy";
-  if (path.size() < kEnd.size()) return false;
-  path.remove_prefix(path.size() - kEnd.size());
-  return std::equal(path.begin(), path.end(), kEnd.begin(),
-                    [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
-}
 
 void refuseTextOptions(const TextOptions& options, bool checks) {
   const struct {
@@ -51,7 +44,7 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
 
 bool namesArray(const std::vector<std::string>& inputs) {
   return std::any_of(inputs.begin(), inputs.end(), [](const std::string& input) {
-    return hasArrayName(input) || isNpyFile(input);
+    return endsInAnyCase(input, ".npy") || isNpyFile(input);
   });
 }
 

@@ -8,11 +8,18 @@
 #include <optional>
 #include <utility>
 
+#include "datetime/digits.h"
+
 namespace plx {
 
-namespace {
-
 using boost::multiprecision::cpp_int;
+
+template <>
+cpp_int powerOf10<cpp_int>(std::size_t exponent) {
+  return pow(cpp_int(10), static_cast<unsigned>(exponent));
+}
+
+namespace {
 
 // The same few lines of integer arithmetic run on 128 bits, where almost every value people have
 // fits, and on integers of any size. Each caller below says why its numbers fit.
@@ -26,17 +33,6 @@ int bitLength(int128 x) {  // of a positive number
                    : 64 - std::countl_zero(static_cast<std::uint64_t>(u));
 }
 int bitLength(const cpp_int& x) { return static_cast<int>(msb(x)) + 1; }
-
-template <class Int>
-Int powerOf10(std::size_t exponent) {
-  if constexpr (std::is_same_v<Int, cpp_int>) {
-    return pow(cpp_int(10), static_cast<unsigned>(exponent));
-  } else {
-    Int power = 1;
-    for (; exponent > 0; --exponent) power *= 10;
-    return power;
-  }
-}
 
 // The double nearest to numerator / denominator * 2^exponent, ties to even, subnormals included.
 // The denominator is positive. Shifted, the operands have at most 56 bits more than the
@@ -173,10 +169,6 @@ Dyadic<Int> dyadic(const BinaryPair& b) {
           b.shift};
 }
 
-void appendPadded(std::string& out, const std::string& digits, std::size_t width) {
-  out.append(width - digits.size(), '0');
-  out += digits;
-}
 std::string digitsOf(const cpp_int& number) { return number.str(); }
 std::string digitsOf(int128 number) { return std::to_string(static_cast<std::uint64_t>(number)); }
 

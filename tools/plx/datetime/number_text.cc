@@ -7,7 +7,9 @@
 #include <cstdlib>
 
 #include "datetime/datetime_text.h"
+#include "datetime/digits.h"
 #include "datetime/scanner.h"
+#include "messages/letters.h"
 
 namespace plx {
 
@@ -21,39 +23,32 @@ constexpr std::string_view kAcceptedPairs =
 // More digits than any count within the range has in nanoseconds, and few enough for 128 bits.
 constexpr std::size_t kMostWholeDigits = 31;
 
-constexpr std::int64_t powerOf10(std::size_t exponent) {
-  std::int64_t power = 1;
-  for (; exponent > 0; --exponent) power *= 10;
-  return power;
-}
-
 int128 numberOf(std::string_view digits) {
   int128 number = 0;
   while (!digits.empty()) {  // 64 bits hold eighteen digits, and cost less
     const std::size_t n = digits.size() < 18 ? digits.size() : 18;
     std::int64_t part = 0;
     for (const char c : digits.substr(0, n)) part = part * 10 + (c - '0');
-    number = number * powerOf10(n) + part;
+    number = number * powerOf10<std::int64_t>(n) + part;
     digits.remove_prefix(n);
   }
   return number;
 }
 
-void appendPadded(std::string& out, std::int64_t number, std::size_t width) {
+void appendPaddedNumber(std::string& out, std::int64_t number, std::size_t width) {
   std::array<char, 20> digits;
   const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-  const auto n = static_cast<std::size_t>(end - digits.data());
-  out.append(width - n, '0').append(digits.data(), n);
+  appendPadded(out, {digits.data(), static_cast<std::size_t>(end - digits.data())}, width);
 }
 
 void appendNumber(std::string& out, int128 number) {
-  constexpr std::int64_t kPart = powerOf10(18);
+  constexpr std::int64_t kPart = powerOf10<std::int64_t>(18);
   std::array<char, 20> digits;
   const bool isLarge = number >= kPart;
   const auto first = static_cast<std::int64_t>(isLarge ? number / kPart : number);
   const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), first).ptr;
   out.append(digits.data(), static_cast<std::size_t>(end - digits.data()));
-  if (isLarge) appendPadded(out, static_cast<std::int64_t>(number % kPart), 18);
+  if (isLarge) appendPaddedNumber(out, static_cast<std::int64_t>(number % kPart), 18);
 }
 
 // A number and its sign: what counts forward from the second before becomes what counts back from
@@ -71,14 +66,6 @@ Magnitude magnitudeOf(const DecimalSeconds& decimal) {
   for (char& digit : result.fraction) digit = static_cast<char>('0' + ('9' - digit));
   ++result.fraction.back();  // it was no zero
   return result;
-}
-
-bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
-  if (text.size() != lower.size()) return false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if ((text[i] | 0x20) != lower[i]) return false;
-  }
-  return true;
 }
 
 }  // namespace
@@ -119,7 +106,7 @@ std::optional<CountText> readCount(std::string_view text, Form form, Complaint& 
   }
 
   const std::size_t unit = digitsOfUnit(form);
-  const auto [second, rest] = floorDiv(numberOf(whole), powerOf10(unit));
+  const auto [second, rest] = floorDiv(numberOf(whole), powerOf10<std::int64_t>(unit));
   if (second > kMaxSeconds) {
     complaint = {"out of range", kAcceptedRange};
     return std::nullopt;
@@ -128,7 +115,7 @@ std::optional<CountText> readCount(std::string_view text, Form form, Complaint& 
   std::string_view below = fraction;
   if (unit > 0) {
     digits.reserve(unit + fraction.size());
-    appendPadded(digits, static_cast<std::int64_t>(rest), unit);
+    appendPaddedNumber(digits, static_cast<std::int64_t>(rest), unit);
     below = digits += fraction;
   }
   const doubledouble pair = pairOf(second, below);
@@ -148,7 +135,7 @@ void writeCount(std::string& out, Form form, const DecimalSeconds& decimal) {
   fraction.erase(0, unit);
 
   if (number.negative) out += '-';
-  appendNumber(out, number.seconds * powerOf10(unit) + rest);
+  appendNumber(out, number.seconds * powerOf10<std::int64_t>(unit) + rest);
   if (fraction.empty()) return;
   out += '.';
   out += fraction;
@@ -199,8 +186,8 @@ void writePair(std::string& out, const doubledouble& pair) {
 }
 
 bool isMissing(std::string_view text) {
-  return text.empty() || equalsIgnoringCase(text, "nan") || equalsIgnoringCase(text, "nat") ||
-         equalsIgnoringCase(text, "na");
+  return text.empty() || areEqualInAnyCase(text, "nan") || areEqualInAnyCase(text, "nat") ||
+         areEqualInAnyCase(text, "na");
 }
 
 }  // namespace plx
