@@ -13,9 +13,6 @@ namespace plx {
 
 namespace {
 
-// More messages about single fields than these are only counted.
-constexpr std::size_t kMostMessages = 20;
-
 ShowProgress showProgress(const TextOptions& options) {
   if (options.quiet) return ShowProgress::never;
   return options.progress ? ShowProgress::always : ShowProgress::automatic;

@@ -8,13 +8,6 @@
 
 namespace plx {
 
-namespace {
-
-// More messages about one chunk than anyone reads in all.
-constexpr std::size_t kMostMessages = 20;
-
-}  // namespace
-
 ChunkEditor::ChunkEditor(const EditOptions& options, std::unique_ptr<CellWork> work,
                          ValueFile* values)
     : options_(options),

@@ -17,13 +17,17 @@
 
 namespace plx {
 
+// So many messages about single datetimes are shown in a run; more are only counted.
+inline constexpr std::size_t kMostMessages = 20;
+
 // What becomes of a chunk.
 struct Piece {
   std::string text;
-  std::vector<std::string> messages;  // about single datetimes, in their order; the first of many
-  std::size_t errors = 0;             // datetimes that were wrong and passed over
-  std::size_t findings = 0;           // datetimes that came out otherwise than asked
-  std::size_t warnings = 0;           // datetimes behind the end of the table of leap seconds
+  std::vector<std::string>
+      messages;              // about single datetimes, in their order; at most kMostMessages
+  std::size_t errors = 0;    // datetimes that were wrong and passed over
+  std::size_t findings = 0;  // datetimes that came out otherwise than asked
+  std::size_t warnings = 0;  // datetimes behind the end of the table of leap seconds
 
   void clear() {
     text.clear();

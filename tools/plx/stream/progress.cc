@@ -23,8 +23,6 @@ constexpr auto kBetweenDraws = 100ms;
 constexpr std::size_t kUsualWidth = 80;
 constexpr std::size_t kShortestBar = 10, kLongestBar = 40;  // with its brackets
 
-constexpr std::string_view kClear = "\r\x1b[K";
-
 bool isDumb() {
   const char* terminal = std::getenv("TERM");
   return terminal == nullptr || std::string_view(terminal) == "dumb";
@@ -159,7 +157,7 @@ void Progress::draw(Clock::time_point now) {
 
 void Progress::clear() {
   if (!drawn_) return;
-  writeTo(descriptor_, kClear);
+  writeTo(descriptor_, kClearLine);
   clearOnSignal(-1);
   drawn_ = false;
 }

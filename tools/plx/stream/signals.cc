@@ -24,9 +24,8 @@ static_assert(std::atomic<int>::is_always_lock_free);
 // held back until the handler returns: then it ends the program.
 void cleanUp(int signal) {
   if (fileToRemove[0] != '\0') ::unlink(fileToRemove.data());
-  constexpr char kClear[] = "\r\x1b[K";
   const int terminal = terminalToClear;
-  if (terminal >= 0 && ::write(terminal, kClear, sizeof kClear - 1) < 0) {
+  if (terminal >= 0 && ::write(terminal, kClearLine, sizeof kClearLine - 1) < 0) {
     // The terminal is gone, and nobody is left to be told.
   }
   ::raise(signal);

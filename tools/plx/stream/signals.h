@@ -29,6 +29,9 @@ class SignalsHeld {
 bool removeOnSignal(const std::string& path);
 void keepOnSignal();
 
+// What clears the line that a terminal's cursor is in.
+inline constexpr char kClearLine[] = "\r\x1b[K";
+
 // The terminal whose line a signal clears; -1 for none.
 void clearOnSignal(int descriptor);
 
