@@ -16,7 +16,7 @@ class ModuleCall {
     const std::u16string units(zone.begin(), zone.end());
     const std::size_t one[] = {1, 1}, length[] = {zone.empty() ? 0u : 1u, zone.size()};
     selector_ = paCreateNumericArray(2, one, paDOUBLE_CLASS, paREAL);
-    paGetRealData(selector_)[0] = kSelectors[component];
+    paGetRealData(selector_)[0] = kComponentFacts[component].selector;
     zone_ = paCreateCharArray(2, length, reinterpret_cast<const std::uint16_t*>(units.data()));
     in_[0] = arrays.datetimes;
     in_[1] = arrays.values;

@@ -2,6 +2,7 @@
 // same entry, checks and results, to be measured beside the module.
 
 #include "base/elements_of.h"
+#include "base/field_codes.h"
 #include "unzoned/vector_walk.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/set_field.h"
@@ -13,5 +14,5 @@ std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& el
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar) {
   const Elements elements = elementsOf(datetimes, values, result);
-  if (elements.count > 0) CalendarWalk(*calendar, field, elements).setAll();
+  if (elements.count > 0) CalendarWalk(*calendar, componentOf(field), elements).setAll();
 }

@@ -90,7 +90,7 @@ void add(const Measured& m, const std::string& walk, bool isChecked,
 void addWalk(const Measured& m, const std::string& name, Walk* walk) {
   add(m, name, true, [=](const Arrays& arrays) {
     chosenWalk = walk;
-    setFieldUTC(arrays.datetimes, arrays.values, kFields[m.component], arrays.result,
+    setFieldUTC(arrays.datetimes, arrays.values, fieldOf(kComponents[m.component]), arrays.result,
                 m.kind.leapSeconds);
   });
 }

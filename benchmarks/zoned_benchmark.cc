@@ -104,7 +104,7 @@ bool sameBits(double a, double b) {
 }
 
 // The calendar's results on elements from here and there in the array.
-bool isRight(const Zone& zone, UCalendarDateFields field, const Elements& e) {
+bool isRight(const Zone& zone, Component component, const Elements& e) {
   const std::size_t n = std::min<std::size_t>(e.count, 500);
   for (const std::size_t first : {std::size_t{0}, (e.count - n) / 2, e.count - n}) {
     std::vector<double> high(n), low(n);
@@ -115,7 +115,7 @@ bool isRight(const Zone& zone, UCalendarDateFields field, const Elements& e) {
     part.resultHigh = high.data();
     part.resultLow = low.data();
     part.count = n;
-    CalendarWalk(*zone.calendar, field, part).setAll();
+    CalendarWalk(*zone.calendar, component, part).setAll();
     for (std::size_t i = 0; i < n; ++i) {
       if (!sameBits(high[i], e.resultHigh[first + i])) return false;
       if (!sameBits(low[i], e.resultLow[first + i])) return false;
@@ -130,7 +130,7 @@ std::string nameOf(const std::string& kind, bool oneValue, int component, const 
          std::to_string(n);
 }
 
-using Way = std::function<void(const Zone&, UCalendarDateFields, const Arrays&)>;
+using Way = std::function<void(const Zone&, Component, const Arrays&)>;
 
 void add(const Measured& m, const std::string& name, bool isChecked, const Way& way) {
   const std::string full = nameOf(m.name, m.oneValue, m.component, name, m.n);
@@ -138,10 +138,10 @@ void add(const Measured& m, const std::string& name, bool isChecked, const Way& 
     const Zone zone(m.zone);
     const auto arrays = arraysOf(m);
     for (auto _ : state) {
-      way(zone, kFields[m.component], *arrays);
+      way(zone, kComponents[m.component], *arrays);
       benchmark::ClobberMemory();
     }
-    if (isChecked && !isRight(zone, kFields[m.component], arrays->elements)) {
+    if (isChecked && !isRight(zone, kComponents[m.component], arrays->elements)) {
       state.SkipWithError("wrong results");
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(m.n));
@@ -150,35 +150,34 @@ void add(const Measured& m, const std::string& name, bool isChecked, const Way& 
 
 void addCalendar(Measured m) {
   m.n = std::min(m.n, kOfCalendar);
-  add(m, "calendar", false, [](const Zone& zone, UCalendarDateFields field, const Arrays& arrays) {
-    CalendarWalk(*zone.calendar, field, arrays.elements).setAll();
+  add(m, "calendar", false, [](const Zone& zone, Component component, const Arrays& arrays) {
+    CalendarWalk(*zone.calendar, component, arrays.elements).setAll();
   });
 }
 
 void addTable(const Measured& m) {
-  add(m, "table", true, [](const Zone& zone, UCalendarDateFields field, const Arrays& arrays) {
-    CalendarWalk rest(*zone.calendar, field, arrays.elements);
-    tableWalk(zone.table, field, arrays.elements, rest);
+  add(m, "table", true, [](const Zone& zone, Component component, const Arrays& arrays) {
+    CalendarWalk rest(*zone.calendar, component, arrays.elements);
+    tableWalk(zone.table, component, arrays.elements, rest);
   });
 }
 
 void addSet(const Measured& m, const ZonedInstructionSet& set) {
   add(m, set.name, true,
-      [walk = set.walk](const Zone& zone, UCalendarDateFields field, const Arrays& arrays) {
-        CalendarWalk rest(*zone.calendar, field, arrays.elements);
-        walk({zone.table, zone.lookups, field, arrays.elements, rest});
+      [walk = set.walk](const Zone& zone, Component component, const Arrays& arrays) {
+        CalendarWalk rest(*zone.calendar, component, arrays.elements);
+        walk({zone.table, zone.lookups, component, arrays.elements, rest});
       });
 }
 
 void addCopy(const Measured& m) {
-  add(m, "copy", false, [](const Zone&, UCalendarDateFields, const Arrays& arrays) {
-    copyElements(arrays.elements);
-  });
+  add(m, "copy", false,
+      [](const Zone&, Component, const Arrays& arrays) { copyElements(arrays.elements); });
 }
 
 void addUnzoned(const Measured& m) {
   add(m, "unzoned", false,
-      [c = kComponents[m.component]](const Zone&, UCalendarDateFields, const Arrays& arrays) {
+      [c = kComponents[m.component]](const Zone&, Component, const Arrays& arrays) {
         benchmark::DoNotOptimize(vectorWalk(c, false, arrays.elements));
       });
 }
@@ -193,7 +192,7 @@ void addCall(const Measured& m, const std::string& name, const char* module) {
     Elements e = arrays->elements;
     e.resultHigh = paGetRealData(result);
     e.resultLow = paGetImagData(result);
-    if (!isRight(Zone(m.zone), kFields[m.component], e)) state.SkipWithError("wrong results");
+    if (!isRight(Zone(m.zone), kComponents[m.component], e)) state.SkipWithError("wrong results");
     paDestroyArray(result);
     for (auto _ : state) paDestroyArray(call.make());
   })->UseRealTime();
@@ -220,7 +219,7 @@ void forEach(const Elements& e, SetOne setOne) {
 
 void addRivals(const Measured& m) {
   const bool isMonth = m.component == kMonth;
-  add(m, "cctz", false, [=](const Zone&, UCalendarDateFields, const Arrays& arrays) {
+  add(m, "cctz", false, [=](const Zone&, Component, const Arrays& arrays) {
     cctz::time_zone zone;
     cctz::load_time_zone(kNewYork, &zone);
     forEach(arrays.elements, [&](std::int64_t t, int v) {
@@ -232,7 +231,7 @@ void addRivals(const Measured& m) {
       return cctz::convert(set, zone).time_since_epoch().count();
     });
   });
-  add(m, "date", false, [=](const Zone&, UCalendarDateFields, const Arrays& arrays) {
+  add(m, "date", false, [=](const Zone&, Component, const Arrays& arrays) {
     using namespace date;
     const time_zone* const zone = locate_zone(kNewYork);
     forEach(arrays.elements, [&](std::int64_t t, int v) {
@@ -250,7 +249,7 @@ void addRivals(const Measured& m) {
       return zone->to_sys(set, choose::latest).time_since_epoch().count();
     });
   });
-  add(m, "glibc", false, [=](const Zone&, UCalendarDateFields, const Arrays& arrays) {
+  add(m, "glibc", false, [=](const Zone&, Component, const Arrays& arrays) {
     forEach(arrays.elements, [&](std::int64_t t, int v) {
       const std::time_t instant = t;
       std::tm local;

@@ -15,9 +15,25 @@
 // Writes the date of a day number. days2ymd(11016, ...) gives 2000, 2, 29.
 void days2ymd(double days, double& year, double& month, double& day);
 
+struct Date {
+  double year, month, day;
+};
+
+// The same as a value.
+inline Date dateOf(double days) {
+  Date date;
+  days2ymd(days, date.year, date.month, date.day);
+  return date;
+}
+
 // The day number of a date. Month and day may lie outside their ranges and carry:
 // (2014, 13, 1) is 2015-01-01, (2014, 3, 0) is 2014-02-28.
 double ymd2days(double year, double month, double day);
+
+// The days of a month, which may lie outside 1..12 as for ymd2days.
+inline double daysOfMonth(double year, double month) {
+  return ymd2days(year, month + 1.0, 1.0) - ymd2days(year, month, 1.0);
+}
 
 // Writes the clock fields of a count of seconds since midnight. The hour is not reduced:
 // 90000 gives 25, 0, 0. A negative count gives a negative hour: -1 gives -1, 59, 59.

@@ -1,6 +1,6 @@
 #include "entry/component_table.h"
 
-const std::array<std::uint8_t, kSelectors> componentFields = {
+constexpr std::array<std::uint8_t, kSelectors> componentFields = {
     UCAL_ERA,                   //  1
     UCAL_JULIAN_DAY,            //  2
     UCAL_EXTENDED_YEAR,         //  3  year
@@ -25,6 +25,17 @@ const std::array<std::uint8_t, kSelectors> componentFields = {
     UCAL_ZONE_OFFSET,           // 22
     UCAL_DST_OFFSET,            // 23
 };
+
+static_assert(
+    [] {
+      for (const ComponentFacts& facts : kComponentFacts) {
+        for (const int selector : {facts.selector, facts.otherSelector}) {
+          if (selector != 0 && componentFields[selector - 1] != facts.field) return false;
+        }
+      }
+      return true;
+    }(),
+    "each component stands where its selectors lead");
 
 // The codes are part of the module's interface: they must not move with ICU.
 static_assert(UCAL_ERA == 0 && UCAL_YEAR == 1 && UCAL_WEEK_OF_MONTH == 4 &&

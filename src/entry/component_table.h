@@ -12,7 +12,11 @@ inline constexpr int kSelectors = 23;
 extern const std::array<std::uint8_t, kSelectors> componentFields;
 
 // Bit c is set where the setters accept field code c.
-inline constexpr std::uint32_t settableFieldMask = 0xa838ec;
+inline constexpr std::uint32_t settableFieldMask = [] {
+  std::uint32_t mask = 0;
+  for (const ComponentFacts& facts : kComponentFacts) mask |= std::uint32_t{1} << facts.field;
+  return mask;
+}();
 
 constexpr bool isSettable(unsigned code) {
   return code <= 23 && ((settableFieldMask >> code) & 1) != 0;

@@ -329,11 +329,37 @@ void OffsetTable::addEnds() {
   for (int end = 0; end < 2; ++end) offsets_.push_back(offsets_.back());
 }
 
-// A quotient below 1024 of numbers below 2^54 is off by less than 2^-44, and two different whole
-// times are at least one part in kCycle apart in it: the floor is exact.
-double offsetAt(const OffsetLine& line, double t) {
-  static_assert(kCycle < 0x1p44 && 0x1p53 / kCycle < 1023.0);
-  if (t >= line.cycleEnd) t -= (std::floor((t - line.cycleEnd) / kCycle) + 1.0) * kCycle;
+std::size_t stretchIndex(const OffsetLine& line, double t) {
   const double* next = std::upper_bound(line.starts, line.starts + line.stretches, t);
-  return line.offsets[next - line.starts - 1];
+  return static_cast<std::size_t>(next - line.starts) - 1;
+}
+
+namespace {
+
+// How far times from the end of the table on lie behind the same times within it. A quotient below
+// 1024 of numbers below 2^54 is off by less than 2^-44, and two different whole times are at least
+// one part in kCycle apart in it: the floor is exact.
+double wholeCycles(const OffsetLine& line, double t) {
+  static_assert(kCycle < 0x1p44 && 0x1p53 / kCycle < 1023.0);
+  return t >= line.cycleEnd ? (std::floor((t - line.cycleEnd) / kCycle) + 1.0) * kCycle : 0.0;
+}
+
+}  // namespace
+
+double offsetAt(const OffsetLine& line, double t) {
+  return line.offsets[stretchIndex(line, t - wholeCycles(line, t))];
+}
+
+OffsetStretch stretchAt(const OffsetLine& line, double t) {
+  const double cycles = wholeCycles(line, t);
+  const std::size_t i = stretchIndex(line, t - cycles);
+  OffsetStretch stretch{line.starts[i] + cycles, line.starts[i + 1] + cycles,
+                        line.offsets[i == 0 ? 0 : i - 1], line.offsets[i], line.offsets[i + 1]};
+  // The last stretch goes on after the table as it does after the first year of 401.
+  if (line.starts[i + 1] == line.cycleEnd && line.cycleEnd != HUGE_VAL) {
+    const std::size_t first = stretchIndex(line, line.cycleEnd - kCycle);
+    stretch.end = line.starts[first + 1] + kCycle + cycles;
+    stretch.after = line.offsets[first + 1];
+  }
+  return stretch;
 }

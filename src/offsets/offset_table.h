@@ -39,6 +39,17 @@ struct OffsetLine {
 // The offset at t, |t| <= 2^53.
 double offsetAt(const OffsetLine& line, double t);
 
+// The stretch that t lies in, t < cycleEnd.
+std::size_t stretchIndex(const OffsetLine& line, double t);
+
+// What surrounds t: the stretch of constant offset, and the offsets beside it. Where a stretch has no
+// end on one side, the offset there is its own.
+struct OffsetStretch {
+  double start, end;
+  double before, offset, after;
+};
+OffsetStretch stretchAt(const OffsetLine& line, double t);
+
 class OffsetTable {
  public:
   // The table of a zone whose rules fit; nothing for one that stays with the calendar:

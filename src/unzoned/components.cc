@@ -9,19 +9,9 @@ using vmk_scalar::detail::CheckResetTheComputedResultToZeroForRemMod;
 using vmk_scalar::detail::vmkFdlibm_fmod;
 using vmk_scalar::detail::vmkFdlibm_mod;
 
-struct Date {
-  double year, month, day;
-};
-
 struct Clock {
   double hour, minute, second;
 };
-
-Date dateOf(const DayAndTime& t) {
-  Date date;
-  days2ymd(t.days, date.year, date.month, date.day);
-  return date;
-}
 
 DayAndTime withDate(DayAndTime t, const Date& date) {
   t.days = ymd2days(date.year, date.month, date.day);
@@ -48,7 +38,7 @@ doubledouble putTogether(const DayAndTime& t) {
 }
 
 DayAndTime setYear(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   date.year = v;
   return withDate(t, date);
 }
@@ -56,33 +46,33 @@ DayAndTime setYear(DayAndTime t, double v) {
 DayAndTime setQuarter(DayAndTime t, double v) { return setMonth(t, (v - 1.0) * 3.0 + 1.0); }
 
 DayAndTime setMonth(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   date.month = v;
   return withDate(t, date);
 }
 
 DayAndTime setWeekOfYear(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   const double week = weekOfYear(t.days, date.year, date.month, date.day);
   date.day = date.day + (v - week) * 7.0;
   return withDate(t, date);
 }
 
 DayAndTime setDayOfMonth(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   date.day = v;
   return withDate(t, date);
 }
 
 DayAndTime setDayOfYear(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   const double before = daysBeforeMonth(date.year, date.month);
   date.day = (v - (before + date.day)) + date.day;  // in this order, which decides the rounding
   return withDate(t, date);
 }
 
 DayAndTime setDayOfWeek(DayAndTime t, double v) {
-  Date date = dateOf(t);
+  Date date = dateOf(t.days);
   const double target = vmkFdlibm_fmod(v - 1.0, 7.0) + 1.0;  // keeps the sign of v - 1
   const double x = t.days + 4.0;                             // 1970-01-01 was a Thursday
   const double current =
@@ -113,4 +103,4 @@ DayAndTime setTimeOfDay(DayAndTime t, double v) {
   return t;
 }
 
-DayAndTime setNothing(DayAndTime t, double) { return withDate(t, dateOf(t)); }
+DayAndTime setNothing(DayAndTime t, double) { return withDate(t, dateOf(t.days)); }

@@ -9,54 +9,51 @@
 
 namespace {
 
-struct Setter {
-  DayAndTime (*set)(DayAndTime t, double v);
-  bool isWhole;  // the new value must be a whole number
-};
+using Setter = DayAndTime(DayAndTime t, double v);
 
-Setter setterOf(Component component) {
+Setter* setterOf(Component component) {
   switch (component) {
     case Component::year:
-      return {setYear, true};
+      return setYear;
     case Component::quarter:
-      return {setQuarter, true};
+      return setQuarter;
     case Component::month:
-      return {setMonth, true};
+      return setMonth;
     case Component::weekOfYear:
-      return {setWeekOfYear, true};
+      return setWeekOfYear;
     case Component::dayOfMonth:
-      return {setDayOfMonth, true};
+      return setDayOfMonth;
     case Component::dayOfYear:
-      return {setDayOfYear, true};
+      return setDayOfYear;
     case Component::dayOfWeek:
-      return {setDayOfWeek, true};
+      return setDayOfWeek;
     case Component::hour:
-      return {setHour, true};
+      return setHour;
     case Component::minute:
-      return {setMinute, true};
+      return setMinute;
     case Component::second:
-      return {setSecond, false};
+      return setSecond;
     case Component::timeOfDay:
-      return {setTimeOfDay, false};
+      return setTimeOfDay;
     case Component::none:
       break;
   }
-  return {setNothing, true};
+  return setNothing;
 }
 
 // One finite datetime with one component set.
-doubledouble setOne(const Setter& setter, const doubledouble& t, double v, bool leapSeconds) {
+doubledouble setOne(Setter* setter, const doubledouble& t, double v, bool leapSeconds) {
   const DayAndTime apart = takeApart(leapSeconds ? elapsedToUTC(t) : t);
-  const doubledouble set = putTogether(setter.set(apart, v));
+  const doubledouble set = putTogether(setter(apart, v));
   return leapSeconds ? utcToElapsed(set) : set;
 }
 
-bool setElement(const Setter& setter, bool leapSeconds, const Elements& e, std::size_t i) {
+bool setElement(Setter* setter, bool isWhole, bool leapSeconds, const Elements& e, std::size_t i) {
   const doubledouble t{e.high[i], e.low ? e.low[i] : 0.0};
   const double v = e.values[i * e.step];
   doubledouble set;
   if (std::isfinite(v) && std::isfinite(t.hi)) {
-    if (setter.isWhole && floorDouble(v) != v) return false;
+    if (isWhole && floorDouble(v) != v) return false;
     set = setOne(setter, t, v, leapSeconds);
   } else {
     set = dd::add(v, t);
@@ -69,13 +66,15 @@ bool setElement(const Setter& setter, bool leapSeconds, const Elements& e, std::
 }  // namespace
 
 bool setElement(Component component, bool leapSeconds, const Elements& elements, std::size_t i) {
-  return setElement(setterOf(component), leapSeconds, elements, i);
+  return setElement(setterOf(component), !factsOf(component).takesFractions, leapSeconds, elements,
+                    i);
 }
 
 std::size_t plainWalk(Component component, bool leapSeconds, const Elements& elements) {
-  const Setter setter = setterOf(component);
+  Setter* const setter = setterOf(component);
+  const bool isWhole = !factsOf(component).takesFractions;
   for (std::size_t i = 0; i < elements.count; ++i) {
-    if (!setElement(setter, leapSeconds, elements, i)) return i;
+    if (!setElement(setter, isWhole, leapSeconds, elements, i)) return i;
   }
   return elements.count;
 }

@@ -9,24 +9,6 @@
 #include "base/raise.h"
 #include "icu/checks.h"
 
-double largestValue(UCalendarDateFields field) {
-  switch (static_cast<int>(field)) {
-    case UCAL_EXTENDED_YEAR:
-      return 1e6;
-    case kQuarterField:
-      return 4e6;
-    case UCAL_MONTH:
-      return 12e6;
-    case UCAL_WEEK_OF_YEAR:
-      return 1e8;
-    case UCAL_DATE:
-    case UCAL_DAY_OF_YEAR:
-      return 5e8;
-    default:
-      return std::numeric_limits<double>::infinity();
-  }
-}
-
 namespace {
 
 constexpr std::int32_t kIndefinite = std::numeric_limits<std::int32_t>::min();
@@ -42,10 +24,12 @@ std::int32_t wrappedProduct(std::int32_t a, std::int32_t b) {
 }
 
 // v as a whole number that the calendar can be given.
-std::int32_t checkedWhole(UCalendarDateFields field, double v) {
+std::int32_t checkedWhole(Component component, double v) {
   const std::int32_t whole = truncatedToInt32(v);
   if (whole != v) raise(component_Pelmor::catalog_datetime::key_MustBeInteger());
-  if (std::fabs(v) > largestValue(field)) raise(Pelmor::datetime::plxErrors::RangeError());
+  if (std::fabs(v) > factsOf(component).largestInZone) {
+    raise(Pelmor::datetime::plxErrors::RangeError());
+  }
   return whole;
 }
 
@@ -58,46 +42,47 @@ std::int32_t weekday(std::int32_t v) {
 
 // Sets the component in a calendar that stands at the datetime. `fraction`: what of the datetime is
 // below a millisecond. Returns the milliseconds to be added to the calendar's time.
-double setComponent(icu::GregorianCalendar& calendar, UCalendarDateFields field, double v,
+double setComponent(icu::GregorianCalendar& calendar, Component component, double v,
                     double fraction) {
-  switch (static_cast<int>(field)) {
-    case UCAL_MILLISECONDS_IN_DAY: {
+  switch (component) {
+    case Component::timeOfDay: {
       const std::int32_t seconds = truncatedToInt32(v);
       calendar.set(UCAL_MILLISECONDS_IN_DAY, wrappedProduct(seconds, 1000));
       return (v - seconds) * 1000.0;
     }
-    case UCAL_SECOND: {
+    case Component::second: {
       const std::int32_t seconds = truncatedToInt32(v);
       calendar.set(UCAL_SECOND, seconds);
       calendar.set(UCAL_MILLISECOND, 0);
       return (v - seconds) * 1000.0;
     }
-    case kQuarterField:  // its first month; the day of the month is kept and carries
-      calendar.set(UCAL_MONTH, 3 * (checkedWhole(field, v) - 1));
+    case Component::quarter:  // its first month; the day of the month is kept and carries
+      calendar.set(UCAL_MONTH, 3 * (checkedWhole(component, v) - 1));
       return fraction;
-    case UCAL_MONTH:
-      calendar.set(UCAL_MONTH, checkedWhole(field, v) - 1);  // ICU counts from 0
+    case Component::month:
+      calendar.set(UCAL_MONTH, checkedWhole(component, v) - 1);  // ICU counts from 0
       return fraction;
-    case UCAL_DAY_OF_WEEK:
-      calendar.set(UCAL_DAY_OF_WEEK, weekday(checkedWhole(field, v)));
+    case Component::dayOfWeek:
+      calendar.set(UCAL_DAY_OF_WEEK, weekday(checkedWhole(component, v)));
       return fraction;
-    case UCAL_EXTENDED_YEAR:
-    case UCAL_WEEK_OF_YEAR:
-    case UCAL_DATE:
-    case UCAL_DAY_OF_YEAR:
-    case UCAL_HOUR_OF_DAY:
-    case UCAL_MINUTE:
-      calendar.set(field, checkedWhole(field, v));
+    case Component::year:
+    case Component::weekOfYear:
+    case Component::dayOfMonth:
+    case Component::dayOfYear:
+    case Component::hour:
+    case Component::minute:
+      calendar.set(fieldOf(component), checkedWhole(component, v));
       return fraction;
-    default:  // no other code comes here, and none may reach ICU
-      checkedWhole(field, v);
-      return fraction;
+    case Component::none:  // no other field may reach ICU
+      checkedWhole(component, v);
+      break;
   }
+  return fraction;
 }
 
 // One finite datetime with one component set.
-doubledouble setOne(icu::GregorianCalendar& calendar, UCalendarDateFields field,
-                    const doubledouble& t, double v, UErrorCode& status) {
+doubledouble setOne(icu::GregorianCalendar& calendar, Component component, const doubledouble& t,
+                    double v, UErrorCode& status) {
   const doubledouble floor = dd::Floor(t);
   const double fraction = dd::collapse(dd::subtract(t, floor));
   const double whole = dd::collapse(floor);
@@ -106,7 +91,7 @@ doubledouble setOne(icu::GregorianCalendar& calendar, UCalendarDateFields field,
   calendar.setTime(whole, status);
   checkICUStatus(status, "set calendar time value");
 
-  const double added = setComponent(calendar, field, v, fraction);
+  const double added = setComponent(calendar, component, v, fraction);
 
   const double millis = calendar.getTime(status);
   checkICUStatus(status, "get calendar time value");
@@ -121,7 +106,7 @@ void CalendarWalk::set(std::size_t i) {
   const doubledouble t{e.high[i], e.low ? e.low[i] : 0.0};
   const double v = e.values[i * e.step];
   const doubledouble set = std::isfinite(v) && std::isfinite(t.hi)
-                               ? setOne(calendar_, field_, t, v, status_)
+                               ? setOne(calendar_, component_, t, v, status_)
                                : dd::add(v, t);
   e.resultHigh[i] = set.hi;
   e.resultLow[i] = set.lo;

@@ -3,24 +3,18 @@
 #pragma once
 
 #include <unicode/gregocal.h>
-#include <unicode/ucal.h>
 
 #include <cstddef>
 
+#include "base/component.h"
 #include "base/elements.h"
-
-// The largest magnitude of a new value from which a time in range can come; infinity where every
-// value of 32 bits can. Beyond it ICU's 32-bit day number wraps, and a wrong but plausible time
-// would come back: year 11759222 gives year 1.
-double largestValue(UCalendarDateFields field);
 
 // Sets the elements of a call, some or all of them, in whatever calendar it is given. The errors
 // are those of setField(); what an element does is independent of the ones set before.
 class CalendarWalk {
  public:
-  CalendarWalk(icu::GregorianCalendar& calendar, UCalendarDateFields field,
-               const Elements& elements)
-      : calendar_(calendar), field_(field), elements_(elements) {}
+  CalendarWalk(icu::GregorianCalendar& calendar, Component component, const Elements& elements)
+      : calendar_(calendar), component_(component), elements_(elements) {}
 
   // Writes element i, or raises.
   void set(std::size_t i);
@@ -30,7 +24,7 @@ class CalendarWalk {
 
  private:
   icu::GregorianCalendar& calendar_;
-  const UCalendarDateFields field_;
+  const Component component_;
   const Elements elements_;
   UErrorCode status_ = U_ZERO_ERROR;  // an error raises at once, so it only ever holds a warning
 };

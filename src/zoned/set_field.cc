@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "base/elements_of.h"
+#include "base/field_codes.h"
 #include "offsets/granules.h"
 #include "offsets/offset_table.h"
 #include "zoned/calendar.h"
@@ -21,12 +22,13 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar) {
   const Elements elements = elementsOf(datetimes, values, result);
   if (elements.count == 0) return;
-  CalendarWalk calendarWalk(*calendar, field, elements);
+  const Component component = componentOf(field);
+  CalendarWalk calendarWalk(*calendar, component, elements);
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
     if (const auto table = OffsetTable::of(calendar->getTimeZone())) {
       const Granules granules(*table);
       zonedVectorWalk(
-          {*table, zone_lanes::zoneOf(*table, granules), field, elements, calendarWalk});
+          {*table, zone_lanes::zoneOf(*table, granules), component, elements, calendarWalk});
       return;
     }
   }

@@ -3,17 +3,13 @@
 //
 //     L = t + offset(t), in days D of 86400000 ms and ms after midnight; y, m, d the date of D
 //     wall = 86400000 N + ms', with the component replaced in D, which gives N, or in ms
+//            (base/wall_setting.h)
 //     result = wall - localOffset(wall)
-//
-// Week of year and day of week follow the calendar and not the unzoned setter: the last days of
-// December that share the week of the next 1 January are in week 1 of that year, and days of the
-// week below 1 stay within the week.
 #pragma once
-
-#include <unicode/ucal.h>
 
 #include <cstddef>
 
+#include "base/component.h"
 #include "base/elements.h"
 #include "offsets/offset_table.h"
 #include "zoned/calendar_walk.h"
@@ -21,13 +17,13 @@
 // Writes the result of element i as the calendar would, or claims nothing: then it writes nothing
 // and returns false. That is so wherever the calendar raises an error, for times of day that wrap
 // at 32 bits, and for fields that are no components.
-bool setByTable(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
+bool setByTable(const OffsetTable& table, Component component, const Elements& elements,
                 std::size_t i);
 
 // The same, with what is not claimed in the hands of the calendar, which may raise.
-void setElement(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
+void setElement(const OffsetTable& table, Component component, const Elements& elements,
                 std::size_t i, CalendarWalk& calendar);
 
 // Sets all elements in order.
-void tableWalk(const OffsetTable& table, UCalendarDateFields field, const Elements& elements,
+void tableWalk(const OffsetTable& table, Component component, const Elements& elements,
                CalendarWalk& calendar);

@@ -9,7 +9,7 @@ std::vector<ZonedInstructionSet> zonedInstructionSets() {
 namespace {
 
 void walkByTable(const ZonedCall& call) {
-  tableWalk(call.table, call.field, call.elements, call.calendar);
+  tableWalk(call.table, call.component, call.elements, call.calendar);
 }
 
 }  // namespace

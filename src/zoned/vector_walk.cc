@@ -15,7 +15,6 @@
 
 #include <type_traits>
 
-#include "base/field_codes.h"
 #include "unzoned/instruction_set-inl.h"
 #include "zoned/lane_blocks-inl.h"
 #include "zoned/table_walk.h"
@@ -49,7 +48,7 @@ HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& lea
         !tryMixed<Component, kOneValue>(zone, learned, block, oneValue, mixed, place)) {
       for (size_t i = 0; i < block.count; ++i) {
         if (mixed.isClaimed[i] == 0.0) {
-          setElement(call.table, call.field, e, from + i, call.calendar);
+          setElement(call.table, call.component, e, from + i, call.calendar);
         }
       }
     }
@@ -84,7 +83,7 @@ void walkVectors(const ZonedCall& call) {
 
 void walkElements(const ZonedCall& call) {
   for (size_t i = 0; i < call.elements.count; ++i) {
-    setElement(call.table, call.field, call.elements, i, call.calendar);
+    setElement(call.table, call.component, call.elements, i, call.calendar);
   }
 }
 
@@ -95,30 +94,30 @@ void byLength(const ZonedCall& call) {
 }
 
 void byComponent(const ZonedCall& call) {
-  switch (static_cast<int>(call.field)) {
-    case UCAL_EXTENDED_YEAR:
+  switch (call.component) {
+    case Component::year:
       return byLength<SetDate<SetYear>>(call);
-    case kQuarterField:
+    case Component::quarter:
       return byLength<SetDate<SetQuarter>>(call);
-    case UCAL_MONTH:
+    case Component::month:
       return byLength<SetDate<SetMonth>>(call);
-    case UCAL_WEEK_OF_YEAR:
+    case Component::weekOfYear:
       return byLength<SetDate<SetWeekOfYearOfSaturday>>(call);
-    case UCAL_DATE:
+    case Component::dayOfMonth:
       return byLength<SetDate<SetDayOfMonth, NearDay>>(call);
-    case UCAL_DAY_OF_YEAR:
+    case Component::dayOfYear:
       return byLength<SetDate<SetDayOfYear>>(call);
-    case UCAL_DAY_OF_WEEK:
+    case Component::dayOfWeek:
       return byLength<SetDate<SetDayWithinWeek, NearWeekday>>(call);
-    case UCAL_HOUR_OF_DAY:
+    case Component::hour:
       return byLength<SetClock<lanes::Hour, NearHour>>(call);
-    case UCAL_MINUTE:
+    case Component::minute:
       return byLength<SetClock<lanes::Minute, NearMinute>>(call);
-    case UCAL_SECOND:
+    case Component::second:
       return byLength<SetSeconds<Second>>(call);
-    case UCAL_MILLISECONDS_IN_DAY:
+    case Component::timeOfDay:
       return byLength<SetSeconds<TimeOfDay>>(call);
-    default:
+    case Component::none:
       return walkElements(call);
   }
 }

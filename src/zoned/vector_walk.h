@@ -3,11 +3,10 @@
 // when it runs.
 #pragma once
 
-#include <unicode/ucal.h>
-
 #include <cstddef>
 #include <vector>
 
+#include "base/component.h"
 #include "base/elements.h"
 #include "offsets/offset_table.h"
 #include "unzoned/instruction_sets.h"
@@ -17,7 +16,7 @@
 struct ZonedCall {
   const OffsetTable& table;
   const zone_lanes::Zone zone;  // made from the table
-  const UCalendarDateFields field;
+  const Component component;
   const Elements& elements;
   CalendarWalk& calendar;
 };

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/calendar_limits.h"
 #include "offsets/granules.h"
 #include "offsets/offset_table.h"
 #include "unzoned/lane_constants.h"
@@ -95,10 +96,6 @@ struct NearSecond {
   static constexpr Reach kReach = Reach::week;
   static constexpr double kMiddle = 0.0, kMost = 6.0 * 86400.0;
 };
-
-inline constexpr double kLargest32Bits = 2147483647.0;
-// Seconds of which the milliseconds are within 32 bits.
-inline constexpr double kLargestSeconds = 2147483.0;
 
 // Days of the week count from a Sunday so long ago that none is negative.
 inline constexpr double kWeekdayBound = 0x1p20;

@@ -12,16 +12,6 @@
 
 namespace {
 
-struct Date {
-  double year, month, day;
-};
-
-Date dateOf(double days) {
-  Date d{};
-  days2ymd(days, d.year, d.month, d.day);
-  return d;
-}
-
 bool operator==(const Date& a, const Date& b) {
   return sameBits(a.year, b.year) && sameBits(a.month, b.month) && sameBits(a.day, b.day);
 }

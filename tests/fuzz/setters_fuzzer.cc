@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "base/field_codes.h"
+#include "base/component.h"
 #include "fuzz/input.h"
 #include "host/embed.h"
 #include "host/exception.h"
@@ -20,11 +20,6 @@ namespace {
 
 constexpr std::size_t kMostElements = 150;
 constexpr double kUntouched = 77.0;
-
-constexpr UCalendarDateFields kFields[] = {
-    UCAL_EXTENDED_YEAR,       kQuarterField,    UCAL_MONTH,       UCAL_WEEK_OF_YEAR, UCAL_DATE,
-    UCAL_DAY_OF_YEAR,         UCAL_DAY_OF_WEEK, UCAL_HOUR_OF_DAY, UCAL_MINUTE,       UCAL_SECOND,
-    UCAL_MILLISECONDS_IN_DAY, UCAL_ZONE_OFFSET};
 
 // Of every kind: several transitions a year and none, half hours, days that were left out, rules for ever.
 constexpr const char* kZones[] = {"Europe/Berlin",      "America/New_York",  "Australia/Lord_Howe",
@@ -146,12 +141,12 @@ std::string errorOf(const Run& run) {
 }
 
 void compareZoned(Input& in) {
-  const UCalendarDateFields field = kFields[in.below(std::size(kFields))];
+  const Component component = kFactsOfAll[in.below(kFactsOfAll.size())].component;
   const Zone& zone = zoneAt(in.below(std::size(kZones)));
   const Arrays arrays = anyArrays(in);
   if (!zone.table) return;
   Results plain(arrays.count);
-  CalendarWalk byCalendar(*zone.calendar, field, elementsOf(arrays, plain));
+  CalendarWalk byCalendar(*zone.calendar, component, elementsOf(arrays, plain));
   std::size_t done = 0;
   const std::string error = errorOf([&] {
     for (; done < arrays.count; ++done) byCalendar.set(done);
@@ -159,18 +154,18 @@ void compareZoned(Input& in) {
   const auto compare = [&](const std::string& way, const auto& walk) {
     Results fast(arrays.count);
     const Elements elements = elementsOf(arrays, fast);
-    CalendarWalk rest(*zone.calendar, field, elements);
+    CalendarWalk rest(*zone.calendar, component, elements);
     require(errorOf([&] { walk(elements, rest); }) == error, "the same error by", way);
     requireSame(plain, fast, done, way);
   };
   compare("tables", [&](const Elements& elements, CalendarWalk& rest) {
-    tableWalk(*zone.table, field, elements, rest);
+    tableWalk(*zone.table, component, elements, rest);
   });
   static const std::vector<ZonedInstructionSet> sets = zonedInstructionSets();
   for (const ZonedInstructionSet& set : sets) {
     compare(set.name, [&](const Elements& elements, CalendarWalk& rest) {
-      set.walk(
-          {*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, elements, rest});
+      set.walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), component, elements,
+                rest});
     });
   }
 }

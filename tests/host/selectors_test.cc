@@ -1,12 +1,12 @@
-// The components that callers name are those that the command line offers, which another test holds
-// against the module.
+// The components that callers name in C are those of the one list, which another test holds against
+// the module.
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
 
+#include "base/component.h"
 #include "host/components.h"
-#include "module/components.h"
 #include "support/cases.h"
 
 namespace {
@@ -26,8 +26,8 @@ TEST(Selectors, NameTheComponents) {
       {"time-of-day", paTIME_OF_DAY},
   };
   Cases cases(11);
-  EXPECT_EQ(named.size(), plx::kComponents.size());
-  for (const auto& component : plx::kComponents) {
+  EXPECT_EQ(named.size(), kComponentFacts.size());
+  for (const auto& component : kComponentFacts) {
     ASSERT_TRUE(named.contains(component.name)) << component.name;
     EXPECT_EQ(named.at(component.name), component.selector) << component.name;
     ++cases;

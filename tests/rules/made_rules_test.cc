@@ -32,7 +32,7 @@ namespace {
 // month, or from the month's end; zero is none.
 enum Month { kJan, kFeb, kMar, kApr, kMay, kJun, kJul, kAug, kSep, kOct, kNov, kDec };
 enum Mode { kWall, kStandard, kUtc };
-struct Date {
+struct RuleDate {
   int month, day, dayOfWeek, second, mode;
 };
 constexpr int kSunday = 1, kSaturday = 7, kHours = 3600;
@@ -40,14 +40,14 @@ constexpr int kSunday = 1, kSaturday = 7, kHours = 3600;
 // A zone that goes over to saving and back each year from 2000 on.
 struct Made {
   int raw;
-  Date begin, end;
+  RuleDate begin, end;
   bool isTold;  // by a table
   const char* why;
 };
 
-const Date kEuropeBegin{kMar, -1, kSunday, 1 * kHours, kUtc};
-const Date kEuropeEnd{kOct, -1, kSunday, 1 * kHours, kUtc};
-const Date kOctober15{kOct, 15, 0, 2 * kHours, kWall};
+const RuleDate kEuropeBegin{kMar, -1, kSunday, 1 * kHours, kUtc};
+const RuleDate kEuropeEnd{kOct, -1, kSunday, 1 * kHours, kUtc};
+const RuleDate kOctober15{kOct, 15, 0, 2 * kHours, kWall};
 
 const Made kMade[] = {
     {kHours, kEuropeBegin, kEuropeEnd, true, "Europe"},
@@ -78,10 +78,10 @@ const Made kMade[] = {
     {kHours, {kOct, 20, 0, 2 * kHours, kWall}, kOctober15, false, "back before it begins"},
 };
 
-Date anyDate(Random& random) {
+RuleDate anyDate(Random& random) {
   const auto pick = [&](int low, int high) { return static_cast<int>(random.whole(low, high)); };
   const int month = pick(kJan, kDec), weekday = pick(1, 7);
-  Date date{month, pick(1, 28), 0, pick(0, 48) * 1800, pick(kWall, kUtc)};
+  RuleDate date{month, pick(1, 28), 0, pick(0, 48) * 1800, pick(kWall, kUtc)};
   switch (pick(0, 3)) {
     case 0:
       break;
@@ -139,7 +139,7 @@ struct Zone {
 std::string numberOf(std::size_t i) { return std::to_string(1000 + i); }
 std::string nameOf(std::size_t i) { return "Made/Zone" + numberOf(i); }
 
-std::string textOf(const Date& date) {
+std::string textOf(const RuleDate& date) {
   std::string text;
   for (const int x : {date.month, date.day, date.dayOfWeek, date.second, date.mode}) {
     text += std::to_string(x) + ", ";

@@ -10,7 +10,6 @@
 #include "datetime/datetime_text.h"
 #include "host/embed.h"
 #include "inspect/leap_table.h"
-#include "inspect/part.h"
 #include "module/module.h"
 #include "run_plx.h"
 #include "support/cases.h"
@@ -30,7 +29,7 @@ class Check : public testing::Test {
     std::vector<Setting> settings;
     for (const std::string& word : words(text)) {
       const std::size_t sign = word.find('=');
-      settings.push_back({&findComponent(word.substr(0, sign)), std::stod(word.substr(sign + 1))});
+      settings.push_back({findComponent(word.substr(0, sign)), std::stod(word.substr(sign + 1))});
     }
     return settings;
   }
@@ -41,7 +40,8 @@ class Check : public testing::Test {
     Datetimes one;
     one.push(pair);
     for (const Setting& s : settings)
-      if (module_.set(one, {s.value}, s.component->selector, zone.text())) return std::nullopt;
+      if (module_.set(one, {s.value}, factsOf(s.component).selector, zone.text()))
+        return std::nullopt;
     return one.at(0);
   }
 
@@ -118,20 +118,20 @@ TEST_F(Check, TellsWhatHappened) {
 }
 
 Setting randomSetting(Random& random) {
-  const Component& c = kComponents[static_cast<std::size_t>(random.whole(0, 10))];
+  const Component component = kComponents[static_cast<std::size_t>(random.whole(0, 10))];
   const auto value = [&]() -> double {
-    switch (partOf(c)) {
-      case Part::year:
+    switch (component) {
+      case Component::year:
         return static_cast<double>(random.whole(1880, 2037));
-      case Part::timeOfDay:
+      case Component::timeOfDay:
         return random.real(-1000, 90000);
-      case Part::second:
+      case Component::second:
         return random.real(-10, 70);
       default:
         return static_cast<double>(random.whole(-5, 62));
     }
   };
-  return {&c, value()};
+  return {component, value()};
 }
 
 // Without a calendar, what was asked for is what comes out.
@@ -153,8 +153,8 @@ TEST_F(Check, KnowsWhatArithmeticGives) {
       ASSERT_TRUE(after);
       const Finding finding = checker.check(before, *after, settings);
       ASSERT_TRUE(finding.askedWall == zone.wallTime(secondOf(*after)).seconds)
-          << text << ' ' << settings[0].component->name << ' ' << settings[0].value << " at "
-          << before.hi;
+          << text << ' ' << factsOf(settings[0].component).name << ' ' << settings[0].value
+          << " at " << before.hi;
       ASSERT_FALSE(finding.shifted || finding.overlap);
     }
   }
@@ -193,7 +193,7 @@ TEST_F(Check, KnowsGapsAndOverlaps) {
       ASSERT_TRUE(after);
       const Finding finding = checker.check(before, *after, std::span(&setting, 1));
       const auto instants = instantsOf(finding.askedWall, zone);
-      const auto told = testing::Message() << id << ' ' << setting.component->name << ' '
+      const auto told = testing::Message() << id << ' ' << factsOf(setting.component).name << ' '
                                            << setting.value << " at " << before.hi;
       ASSERT_EQ(finding.shifted, instants.empty()) << told;
       ASSERT_EQ(finding.gap.has_value(), instants.empty()) << told;

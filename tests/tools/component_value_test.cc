@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "arith/civil.h"
 #include "datetime/datetime_text.h"
 #include "host/embed.h"
-#include "inspect/part.h"
+#include "inspect/component.h"
 #include "inspect/wall.h"
+#include "module/components.h"
 #include "module/module.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
@@ -27,8 +27,43 @@
 namespace plx {
 namespace {
 
-const Component& component(Part part) {
-  return findComponent(std::to_string(static_cast<int>(part)));
+// What a calendar makes of a value in seconds: the whole ones to the clock, the rest to what is added.
+doubledouble calendarSeconds(double value, double before) {
+  const double whole = std::trunc(value);
+  return two_sum((value - whole) * kMillisPerSecond, before + whole * kMillisPerSecond);
+}
+
+bool areSameBits(const doubledouble& a, const doubledouble& b) {
+  return std::bit_cast<std::uint64_t>(a.hi) == std::bit_cast<std::uint64_t>(b.hi) &&
+         std::bit_cast<std::uint64_t>(a.lo) == std::bit_cast<std::uint64_t>(b.lo);
+}
+
+// The seconds from `before`, whole milliseconds since midnight, to the time of day. Where a double
+// sets exactly this time of day, it is that one; a quotient may round to its neighbour.
+double secondsFrom(double before, const Wall& wall, Component component, const Zone& zone) {
+  const auto set = [&](double value) -> doubledouble {
+    if (zone.isCalendar()) return calendarSeconds(value, before);
+    if (component == Component::second) return two_sum(value * kMillisPerSecond, before);
+    return {value * kMillisPerSecond, 0.0};
+  };
+  const doubledouble millis = dd::subtract(wall.msOfDay, before);
+  const double nearest = dd::collapse(dd::divide(millis, kMillisPerSecond));
+  for (const double value :
+       {nearest, std::nextafter(nearest, -1.0), std::nextafter(nearest, 1e9)}) {
+    const doubledouble there = set(value);
+    if (there.hi == wall.msOfDay.hi && there.lo == wall.msOfDay.lo) return value;
+  }
+  return nearest;
+}
+
+// The number that a component has at a datetime, as nearly as a double tells it.
+double componentValue(Component component, const doubledouble& pair, const Zone& zone) {
+  const Wall wall = wallOf(pair, zone);
+  const double shown = shownValue(component, wall.day, secondOfDay(wall), zone);
+  if (!factsOf(component).takesFractions) return shown;
+  const double before =
+      component == Component::second ? (secondOfDay(wall) - shown) * kMillisPerSecond : 0.0;
+  return secondsFrom(before, wall, component, zone) + (wall.insertedSecond ? 1.0 : 0.0);
 }
 
 doubledouble pairIn(const Zone& zone, const std::string& text) {
@@ -87,7 +122,7 @@ TEST(ComponentValue, OfDatetimesThatAnyoneCanCheck) {
 
 TEST(ComponentValue, SecondsNeverRoundUpToTheNextMinute) {
   const Zone zone = Zone::named("");
-  const Component& second = component(Part::second);
+  const Component second = Component::second;
   const struct {
     const char *fraction, *rounded, *exact;
   } rows[] = {
@@ -106,11 +141,6 @@ TEST(ComponentValue, SecondsNeverRoundUpToTheNextMinute) {
   }
 }
 
-bool areSameBits(const doubledouble& a, const doubledouble& b) {
-  return std::bit_cast<std::uint64_t>(a.hi) == std::bit_cast<std::uint64_t>(b.hi) &&
-         std::bit_cast<std::uint64_t>(a.lo) == std::bit_cast<std::uint64_t>(b.lo);
-}
-
 double difference(const doubledouble& a, const doubledouble& b) {
   return dd::collapse(dd::subtract(a, b));
 }
@@ -122,10 +152,10 @@ class SettingWhatWasRead : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(paSetLocale("en_US", nullptr), 0); }
 
-  doubledouble set(const doubledouble& pair, Part part, double value, const Zone& zone) {
+  doubledouble set(const doubledouble& pair, Component component, double value, const Zone& zone) {
     Datetimes one;
     one.push(pair);
-    const auto error = module_.set(one, {value}, static_cast<int>(part), zone.text());
+    const auto error = module_.set(one, {value}, factsOf(component).selector, zone.text());
     if (error) throw std::runtime_error(error->message);
     return one.at(0);
   }
@@ -133,37 +163,38 @@ class SettingWhatWasRead : public testing::Test {
   // Holds every pair to it, for every component; counts the exceptions, each of which must show the
   // one reason it is allowed for.
   void check(const Zone& zone, const Datetimes& pairs) {
-    for (const Part part : kParts) {
+    for (const Component component : kComponents) {
       std::vector<double> values;
       for (std::size_t i = 0; i < pairs.size(); ++i)
-        values.push_back(componentValue(component(part), pairs.at(i), zone));
+        values.push_back(componentValue(component, pairs.at(i), zone));
       Datetimes set = pairs;
-      const auto error = module_.set(set, values, static_cast<int>(part), zone.text());
-      ASSERT_FALSE(error) << zone.text() << ' ' << component(part).name << ": " << error->message;
+      const auto error = module_.set(set, values, factsOf(component).selector, zone.text());
+      ASSERT_FALSE(error) << zone.text() << ' ' << factsOf(component).name << ": "
+                          << error->message;
       for (std::size_t i = 0; i < pairs.size(); ++i, ++visited_) {
         if (areSameBits(set.at(i), pairs.at(i))) {
           ++same_;
         } else {
-          explain(zone, part, pairs.at(i), values[i], set.at(i));
+          explain(zone, component, pairs.at(i), values[i], set.at(i));
         }
         if (HasFatalFailure()) return;
       }
     }
   }
 
-  void explain(const Zone& zone, Part part, const doubledouble& was, double value,
+  void explain(const Zone& zone, Component component, const doubledouble& was, double value,
                const doubledouble& is) {
     const auto told = testing::Message()
-                      << zone.text() << ' ' << component(part).name << ' ' << value << " of {"
+                      << zone.text() << ' ' << factsOf(component).name << ' ' << value << " of {"
                       << was.hi << ", " << was.lo << "} gave {" << is.hi << ", " << is.lo << '}';
     const Wall wall = wallOf(was, zone), wallNow = wallOf(is, zone);
     if (wall.insertedSecond) {
       ++exceptions_[Why::inserted];
       return;
     }
-    if (part == Part::quarter && dateOf(wall.day).month != 3 * value - 2) {
-      ASSERT_TRUE(areSameBits(this->set(was, Part::month, 3 * value - 2, zone), is)) << told;
-      ASSERT_EQ(componentValue(component(part), is, zone), value) << told;
+    if (component == Component::quarter && dateOf(wall.day).month != 3 * value - 2) {
+      ASSERT_TRUE(areSameBits(this->set(was, Component::month, 3 * value - 2, zone), is)) << told;
+      ASSERT_EQ(componentValue(component, is, zone), value) << told;
       ++exceptions_[Why::quarter];
       return;
     }
@@ -173,7 +204,8 @@ class SettingWhatWasRead : public testing::Test {
       ++exceptions_[Why::secondOfTwo];
       return;
     }
-    const bool replacesFraction = part == Part::second || part == Part::timeOfDay;
+    const bool replacesFraction =
+        component == Component::second || component == Component::timeOfDay;
     if (replacesFraction) {
       // Half a step of the value as milliseconds, and half a step of those.
       const double step = std::nextafter(value, 1e9) - value;
@@ -181,7 +213,8 @@ class SettingWhatWasRead : public testing::Test {
       double other = value;
       for (int i = 0; i < 4; ++i) other = std::nextafter(other, -1.0);
       for (int i = 0; i < 9; ++i, other = std::nextafter(other, 1e9))
-        ASSERT_FALSE(areSameBits(this->set(was, part, other, zone), was)) << told << "; " << other;
+        ASSERT_FALSE(areSameBits(this->set(was, component, other, zone), was))
+            << told << "; " << other;
       ++exceptions_[Why::noDouble];
       return;
     }

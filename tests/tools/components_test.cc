@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,10 +14,10 @@
 namespace plx {
 namespace {
 
-const Component* bySelector(int selector) {
-  for (const Component& c : kComponents)
-    if (c.selector == selector || c.otherSelector == selector) return &c;
-  return nullptr;
+bool isSelected(int selector) {
+  return std::ranges::any_of(kComponentFacts, [&](const ComponentFacts& facts) {
+    return facts.selector == selector || facts.otherSelector == selector;
+  });
 }
 
 TEST(Components, AreThoseOfTheModule) {
@@ -25,7 +26,7 @@ TEST(Components, AreThoseOfTheModule) {
   for (int selector = 1; selector <= 23; ++selector, ++cases) {
     Datetimes datetimes;
     datetimes.push({0, 0});
-    EXPECT_EQ(module.set(datetimes, {1}, selector, "").has_value(), bySelector(selector) == nullptr)
+    EXPECT_EQ(module.set(datetimes, {1}, selector, "").has_value(), !isSelected(selector))
         << selector;
   }
 }
@@ -33,18 +34,19 @@ TEST(Components, AreThoseOfTheModule) {
 TEST(Components, TakeFractionsWhereTheModuleDoes) {
   Cases cases(22);
   Module module(PLX_MODULE);
-  for (const Component& c : kComponents) {
+  for (const ComponentFacts& c : kComponentFacts) {
     for (const char* zone : {"", "Europe/Paris"}) {
       Datetimes datetimes;
       datetimes.push({0, 0});
-      EXPECT_EQ(module.set(datetimes, {1.5}, c.selector, zone).has_value(), c.whole) << c.name;
+      EXPECT_EQ(module.set(datetimes, {1.5}, c.selector, zone).has_value(), !c.takesFractions)
+          << c.name;
       ++cases;
     }
   }
 }
 
 TEST(Components, BothSelectorsOfTheDayMeanTheSame) {
-  for (const Component& c : kComponents) {
+  for (const ComponentFacts& c : kComponentFacts) {
     if (c.otherSelector == 0) continue;
     EXPECT_EQ(c.name, "day");
     Module module(PLX_MODULE);
@@ -60,16 +62,17 @@ TEST(Components, BothSelectorsOfTheDayMeanTheSame) {
 
 TEST(Components, EveryExamplePrintsWhatItSays) {
   Cases cases(11);
-  for (const Component& c : kComponents) {
-    EXPECT_EQ(runPlx(words(c.example)), (PlxResult{0, std::string(c.result) + "\n", "", 0}));
+  for (const ComponentFacts& c : kComponentFacts) {
+    const auto [arguments, result] = exampleOf(c.component);
+    EXPECT_EQ(runPlx(words(arguments)), (PlxResult{0, std::string(result) + "\n", "", 0}));
     ++cases;
   }
 }
 
 TEST(Components, AreFoundByNameAndBySelector) {
-  EXPECT_EQ(findComponent("month").selector, 7);
-  EXPECT_EQ(findComponent("7").name, "month");
-  EXPECT_EQ(findComponent("12").name, "day");
+  EXPECT_EQ(findComponent("month"), Component::month);
+  EXPECT_EQ(findComponent("7"), Component::month);
+  EXPECT_EQ(findComponent("12"), Component::dayOfMonth);
   for (const char* text :
        {"", "months", "Month", "1", "0", "23", "-7", "7.0", "07x", "99999999999"})
     EXPECT_THROW(findComponent(text), Failure) << text;
@@ -80,8 +83,9 @@ TEST(Components, StandInTheTableAndInTheHelp) {
   EXPECT_EQ(table.status, 0);
   const PlxResult help = runPlx({"set", "--help"});
   EXPECT_EQ(help.status, 0);
-  for (const Component& c : kComponents) {
-    for (const std::string_view piece : {c.example, c.result}) {
+  for (const ComponentFacts& c : kComponentFacts) {
+    const auto [arguments, result] = exampleOf(c.component);
+    for (const std::string_view piece : {arguments, result}) {
       EXPECT_NE(table.out.find(piece), std::string::npos) << piece;
       EXPECT_NE(help.out.find(piece), std::string::npos) << piece;
     }

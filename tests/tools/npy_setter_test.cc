@@ -48,7 +48,7 @@ class NpySetterTest : public testing::Test {
     const std::string path = folder_.write("times.npy", bytes);
     std::vector<NpySetting> settings;
     for (const Arg& a : args)
-      settings.push_back({&findComponent(a.component), a.value,
+      settings.push_back({findComponent(a.component), a.value,
                           a.file.empty() ? std::string() : folder_.path(a.file)});
     NpyFile file(path);
     std::string out;
@@ -268,7 +268,7 @@ TEST_F(NpySetterTest, PairsAreTheModules) {
   Cases cases(20'000);
   Random random(2);
   const char* zones[] = {"", "UTC", "UTCLeapSeconds", "America/New_York", "+05:30"};
-  for (const Component& component : kComponents) {
+  for (const ComponentFacts& component : kComponentFacts) {
     for (const char* zone : zones) {
       Datetimes datetimes;
       Doubles numbers, values;
@@ -278,8 +278,8 @@ TEST_F(NpySetterTest, PairsAreTheModules) {
                                 random.oneIn(2) ? 0.0 : random.real(-1e3, 1e3)};
         datetimes.push(pair);
         numbers.insert(numbers.end(), {pair.hi, pair.lo});
-        values.push_back(component.whole ? static_cast<double>(random.whole(-50, 2500))
-                                         : random.real(-50, 2500));
+        values.push_back(!component.takesFractions ? static_cast<double>(random.whole(-50, 2500))
+                                                   : random.real(-50, 2500));
         ++cases;
       }
       folder_.write("v.npy", npyOf(">f8", values));
@@ -297,7 +297,7 @@ TEST_F(NpySetterTest, PairsAreTheModules) {
 TEST_F(NpySetterTest, PartsOfAMillisecondAreWhatPairsSay) {
   Cases cases(10'000);
   Random random(3);
-  for (const Component& component : kComponents) {
+  for (const ComponentFacts& component : kComponentFacts) {
     for (const char* zone : {"", "UTCLeapSeconds", "Europe/Paris"}) {
       Datetimes datetimes;
       Counts counts;
@@ -311,8 +311,9 @@ TEST_F(NpySetterTest, PartsOfAMillisecondAreWhatPairsSay) {
         const auto [second, milli] = floorDiv(millis, 1000);
         datetimes.push(
             pairOf(second, std::to_string(1000 + static_cast<int>(milli)).substr(1) + half));
-        values.push_back(component.whole ? static_cast<double>(random.whole(-9, 9))
-                                         : static_cast<double>(random.whole(-9'000, 9'000)) / 8);
+        values.push_back(!component.takesFractions
+                             ? static_cast<double>(random.whole(-9, 9))
+                             : static_cast<double>(random.whole(-9'000, 9'000)) / 8);
       }
       if (component.name == "year")
         for (double& v : values) v += 2000;
@@ -477,7 +478,7 @@ TEST_F(NpySetterTest, AFileThatBecomesShorter) {
   const std::string path = folder_.write("times.npy", npyOf("<f8", Doubles(100'000)));
   NpyFile file(path);
   try {
-    setNpy(module_, file, {{&findComponent("day"), 1}}, Zone::named(""),
+    setNpy(module_, file, {{findComponent("day"), 1}}, Zone::named(""),
            [&](std::string_view) { ASSERT_EQ(::truncate(path.c_str(), 4096), 0); });
     FAIL() << "the end was set";
   } catch (const Failure& failure) {

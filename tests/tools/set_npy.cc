@@ -40,7 +40,7 @@ void run(const std::vector<std::string>& arguments) {
   std::vector<NpySetting> settings;
   for (std::size_t i = 4; i < arguments.size(); i += 2) {
     const std::string& value = arguments[i + 1];
-    NpySetting setting{&findComponent(arguments[i])};
+    NpySetting setting{findComponent(arguments[i])};
     if (value.starts_with('@')) {
       setting.file = value.substr(1);
     } else {

@@ -317,8 +317,7 @@ TEST_F(WithModule, WallTimesAreReadAsTheModuleSetsThem) {
       const int hours = near ? 4 : 24;
       wall.secondOfDay = static_cast<int>(random() % static_cast<unsigned>(hours * 3600));
       if (near) {
-        double year = 0, month = 0, day = 0;
-        days2ymd(static_cast<double>(wall.day), year, month, day);
+        const double year = dateOf(static_cast<double>(wall.day)).year;
         const int months[] = {3, 4, 9, 10, 11};
         wall.day = static_cast<std::int64_t>(
             ymd2days(year, months[random() % 5], static_cast<double>(1 + random() % 31)));

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int kComponents = static_cast<int>(Component::none) + 1;
 
 double anyValue(Random& random) {
   return random.oneIn(9) ? std::floor(anyTime(random)) : static_cast<double>(random.whole(-3, 70));
@@ -38,21 +37,21 @@ TEST(RoundingModes, LeaveNoArray) {
   auto sets = instructionSets();
   sets.push_back({"plain", plainWalk});
   const auto environments = roundings();
-  Cases cases(static_cast<std::int64_t>(sets.size() * environments.size()) * 2 * kComponents * 4 *
-              700);
+  Cases cases(static_cast<std::int64_t>(sets.size() * environments.size()) * 2 *
+              static_cast<std::int64_t>(kFactsOfAll.size()) * 4 * 700);
   Random random(41);
   for (const std::size_t n : {std::size_t{3}, std::size_t{697}}) {  // blocks of 256, and a rest
     for (const bool isUsual : {true, false}) {
       for (const Guard guard : {Guard::end, Guard::start}) {
         Inputs in(random, n, isUsual, guard);
         GuardedArray<double> high(n, guard), low(n, guard);
-        for (int component = 0; component < kComponents; ++component) {
+        for (const ComponentFacts& facts : kFactsOfAll) {
           for (const bool leapSeconds : {false, true}) {
             for (const auto& set : sets) {
               for (const FloatEnvironment& environment : environments) {
                 std::size_t done = 0;
                 const FloatEnvironment after = runIn(environment, [&] {
-                  done = set.walk(static_cast<Component>(component), leapSeconds,
+                  done = set.walk(facts.component, leapSeconds,
                                   {in.high.data(), in.low.data(), in.values.data(), 1, high.data(),
                                    low.data(), n});
                 });

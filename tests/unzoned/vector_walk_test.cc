@@ -24,20 +24,16 @@ namespace {
 
 int scale = 1;
 
-constexpr Component kComponents[] = {
-    Component::year,       Component::quarter,   Component::month,     Component::weekOfYear,
-    Component::dayOfMonth, Component::dayOfYear, Component::dayOfWeek, Component::hour,
-    Component::minute,     Component::second,    Component::timeOfDay, Component::none};
+// Those that can be set, and `none`.
+constexpr auto kEvery = [] {
+  std::array<Component, kFactsOfAll.size()> components{};
+  for (std::size_t i = 0; i < components.size(); ++i) components[i] = kFactsOfAll[i].component;
+  return components;
+}();
 
-constexpr const char* kNames[] = {"year",       "quarter",   "month",     "weekOfYear",
-                                  "dayOfMonth", "dayOfYear", "dayOfWeek", "hour",
-                                  "minute",     "second",    "timeOfDay", "none"};
+std::string_view nameOf(Component component) { return factsOf(component).name; }
 
-const char* nameOf(Component component) { return kNames[static_cast<int>(component)]; }
-
-bool takesFractions(Component component) {
-  return component == Component::second || component == Component::timeOfDay;
-}
+bool takesFractions(Component component) { return factsOf(component).takesFractions; }
 
 struct Inputs {
   std::vector<double> high, low, values;  // no low parts: empty; values: one or as many as high
@@ -288,7 +284,7 @@ TEST_F(VectorWalk, EveryDay) {
       in.add({static_cast<double>(day * 86400000 + random.whole(0, 86399999)), 0.0},
              static_cast<double>(random.whole(-20, 40)));
     }
-    for (int c = 0; c < 7; ++c) cases += expectSame(kComponents[c], false, in);
+    for (int c = 0; c < 7; ++c) cases += expectSame(kEvery[c], false, in);
   }
 }
 
@@ -370,14 +366,14 @@ TEST_F(VectorWalk, DaysOfTheWiderDomain) {
       in.add(normalised(static_cast<double>(day * 86400000), fraction),
              static_cast<double>(random.whole(-20, 40)));
     }
-    for (int c = 0; c < 7; ++c) cases += expectSame(kComponents[c], false, in);
+    for (int c = 0; c < 7; ++c) cases += expectSame(kEvery[c], false, in);
   }
 }
 
 TEST_F(VectorWalk, RandomElements) {
   Cases cases(setCount() * 12 * 2 * 50000);
   Random random(3);
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (const bool leapSeconds : {false, true}) {
       for (int block = 0; block < 50 * scale; ++block) {
         Inputs in;
@@ -395,7 +391,7 @@ TEST_F(VectorWalk, RandomElements) {
 TEST_F(VectorWalk, UniformBlocks) {
   Cases cases(setCount() * 12 * 2 * 50000);
   Random random(4);
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (const bool leapSeconds : {false, true}) {
       for (int block = 0; block < 50 * scale; ++block) {
         Inputs in;
@@ -432,7 +428,7 @@ TEST_F(VectorWalk, LeapSecondEdges) {
         }
       }
     }
-    for (const Component component : kComponents) cases += expectSame(component, true, in);
+    for (const Component component : kEvery) cases += expectSame(component, true, in);
     // Of a time that is set to a leap second: the way back.
     for (std::size_t i = 0; i < in.size(); ++i) {
       in.values[i] = std::fmod(in.high[i], 86400000.0) / 1000.0 + (i % 3 == 0 ? 0x1p-40 : 0.0);
@@ -445,7 +441,7 @@ TEST_F(VectorWalk, ScatteredNonFinite) {
   Cases cases(11 * 4 * 10000);
   Random random(5);
   constexpr double kSpecial[] = {kNan, kInf, -kInf};
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (const bool hasFraction : {false, true}) {
       for (const int oneIn : {100, 10, 2}) {
         Inputs in;
@@ -469,7 +465,7 @@ TEST_F(VectorWalk, ScatteredNonFinite) {
 TEST_F(VectorWalk, OneValueAndNoLowParts) {
   Cases cases(12 * 4 * 4 * 1000);
   Random random(6);
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (int round = 0; round < 10; ++round) {
       Inputs all;
       for (int i = 0; i < 1000; ++i) all.add(randomTime(random), randomValue(random, component));
@@ -492,7 +488,7 @@ TEST_F(VectorWalk, MoreThanCachesHold) {
   Cases cases(std::int64_t{kCount - 3} * 11 * 3 * setCount());
   Random random(15);
   for (int c = 0; c < 11; ++c) {
-    const Component component = kComponents[c];
+    const Component component = kEvery[c];
     const bool leapSeconds = component == Component::minute;
     Inputs in;
     for (std::size_t i = 0; i < kCount; ++i) {
@@ -571,7 +567,7 @@ TEST_F(VectorWalk, FirstOffendingElement) {
   Cases cases(11 * 37 * 3);
   Random random(8);
   for (const InstructionSet& set : instructionSets()) {
-    for (const Component component : kComponents) {
+    for (const Component component : kEvery) {
       for (std::size_t n : {7u, 16u, 21u, 37u}) {
         for (std::size_t offending = 0; offending < n; ++offending) {
           for (const double bad : {1.5, 0x1p-1074, -0x1.8p51}) {
@@ -621,7 +617,7 @@ TEST_F(VectorWalk, VectorsOfOneElement) {
   }
   Cases cases(500'000);
   std::size_t turn = 0;
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (const bool leapSeconds : {false, true}) {
       for (const double t : times) {
         for (const double v : values) {
@@ -643,7 +639,7 @@ TEST_F(VectorWalk, VectorsOfOneElement) {
 TEST_F(VectorWalk, FirstOffendingElementOfBlocks) {
   Cases cases(10 * 6);
   Random random(9);
-  for (const Component component : kComponents) {
+  for (const Component component : kEvery) {
     for (const std::size_t offending : {0u, 255u, 256u, 300u, 511u, 512u, 550u, 599u}) {
       for (const bool mixed : {false, true}) {
         Inputs in;

@@ -272,30 +272,30 @@ std::vector<double> timesFor(const icu::BasicTimeZone& zone, Random& random) {
 }
 
 // Sets all by the setter, and by the calendar.
-void expectByCalendar(const char* why, const OddZone& zone, UCalendarDateFields field,
+void expectByCalendar(const char* why, const OddZone& zone, Component component,
                       const std::vector<double>& times, const std::vector<double>& values,
                       Cases& cases) {
   const std::vector<double> zeros(times.size());
   const Array result = doubles(zeros, &zeros);
   const auto calendar = createCalendar(boost::unique_ptr<icu::TimeZone>(zone.clone()));
-  setField(doubles(times).get(), doubles(values).get(), field, result.get(),
+  setField(doubles(times).get(), doubles(values).get(), fieldOf(component), result.get(),
            boost::unique_ptr<icu::GregorianCalendar>(calendar->clone()));
   const std::vector<doubledouble> set = elements(result);
   std::vector<double> high(times.size()), low(times.size());
-  CalendarWalk(*calendar, field,
+  CalendarWalk(*calendar, component,
                {times.data(), nullptr, values.data(), 1, high.data(), low.data(), times.size()})
       .setAll();
   for (std::size_t i = 0; i < times.size(); ++i) {
     ASSERT_SAME_BITS(set[i], (doubledouble{high[i], low[i]}))
-        << why << ": field " << field << " of " << times[i] << " to " << values[i];
+        << why << ": " << factsOf(component).name << " of " << times[i] << " to " << values[i];
     ++cases;
   }
 }
 
 TEST(OddZones, AreSetAsByTheCalendar) {
-  constexpr UCalendarDateFields kFields[] = {
-      UCAL_EXTENDED_YEAR, kQuarterField,    UCAL_WEEK_OF_YEAR, UCAL_DATE,
-      UCAL_DAY_OF_WEEK,   UCAL_HOUR_OF_DAY, UCAL_SECOND};
+  constexpr Component kSome[] = {Component::year,       Component::quarter,   Component::weekOfYear,
+                                 Component::dayOfMonth, Component::dayOfWeek, Component::hour,
+                                 Component::second};
   Cases cases(240000);
   Random random(7);
   const auto check = [&](const Row& row) {
@@ -303,13 +303,13 @@ TEST(OddZones, AreSetAsByTheCalendar) {
     row.addRules(zone);
     if (!zone.isComplete()) return;  // one yearly rule for ever: such a zone has no offsets
     const std::vector<double> times = timesFor(zone, random);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kSome) {
       std::vector<double> values;
       for (std::size_t i = 0; i < times.size(); ++i) {
-        values.push_back(static_cast<double>(field == UCAL_EXTENDED_YEAR ? random.whole(1450, 2450)
-                                                                         : random.whole(1, 23)));
+        values.push_back(static_cast<double>(component == Component::year ? random.whole(1450, 2450)
+                                                                          : random.whole(1, 23)));
       }
-      ASSERT_NO_FATAL_FAILURE(expectByCalendar(row.why, zone, field, times, values, cases));
+      ASSERT_NO_FATAL_FAILURE(expectByCalendar(row.why, zone, component, times, values, cases));
     }
   };
   for (const Row& row : kOfTables) ASSERT_NO_FATAL_FAILURE(check(row));
@@ -329,7 +329,7 @@ TEST(OddZones, WithTheLargestChangeAreSetNearIt) {
       for (int i = 0; i < 300; ++i) times.push_back(midnight(1989, 12, 31) + i * 600000.0);
       const std::vector<double> values(times.size(), day);
       ASSERT_NO_FATAL_FAILURE(
-          expectByCalendar("nearly two days", zone, UCAL_DATE, times, values, cases));
+          expectByCalendar("nearly two days", zone, Component::dayOfMonth, times, values, cases));
     }
   }
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "base/field_codes.h"
+#include "base/component.h"
 #include "offsets/granules.h"
 #include "support/any_time.h"
 #include "support/cases.h"
@@ -22,11 +22,6 @@
 #include "zoned/vector_walk.h"
 
 namespace {
-
-constexpr int kFields[] = {
-    UCAL_EXTENDED_YEAR,      kQuarterField,    UCAL_MONTH,       UCAL_WEEK_OF_YEAR, UCAL_DATE,
-    UCAL_DAY_OF_YEAR,        UCAL_DAY_OF_WEEK, UCAL_HOUR_OF_DAY, UCAL_MINUTE,       UCAL_SECOND,
-    UCAL_MILLISECONDS_IN_DAY};
 
 class GuardedLine {
  public:
@@ -67,7 +62,7 @@ TEST(RoundingModes, LeaveNoTableOfAZone) {
   const auto environments = roundings();
   constexpr std::size_t kCount = 203;  // blocks of 48, and a rest
   Cases cases(static_cast<std::int64_t>(std::size(kZones) * zonedInstructionSets().size() *
-                                        environments.size() * std::size(kFields)) *
+                                        environments.size() * kComponents.size()) *
               2 * 3 * 800);
   Random random(43);
   for (const char* name : kZones) {
@@ -89,7 +84,7 @@ TEST(RoundingModes, LeaveNoTableOfAZone) {
           values[i] = kind == 2 && random.oneIn(40) ? std::floor(anyTimeOfTables(random))
                                                     : static_cast<double>(random.whole(-3, 60));
         }
-        for (const int field : kFields) {
+        for (const Component component : kComponents) {
           for (const auto& set : zonedInstructionSets()) {
             for (const FloatEnvironment& environment : environments) {
               // On from behind each element that is refused.
@@ -97,13 +92,9 @@ TEST(RoundingModes, LeaveNoTableOfAZone) {
                 const Elements elements{
                     high.data() + from,       low.data() + from,       values.data() + from, 1,
                     resultHigh.data() + from, resultLow.data() + from, kCount - from};
-                CalendarWalk rest(*calendar, static_cast<UCalendarDateFields>(field), elements);
+                CalendarWalk rest(*calendar, component, elements);
                 const auto walk = [&] {
-                  set.walk({*table,
-                            {instants.line(), walls.line()},
-                            static_cast<UCalendarDateFields>(field),
-                            elements,
-                            rest});
+                  set.walk({*table, {instants.line(), walls.line()}, component, elements, rest});
                 };
                 const FloatEnvironment after =
                     runIn(environment, [&] { static_cast<void>(raisedBy(walk)); });

@@ -34,15 +34,9 @@ namespace {
 
 int scale = 1;
 
-constexpr UCalendarDateFields kFields[] = {
-    UCAL_EXTENDED_YEAR,      kQuarterField,    UCAL_MONTH,       UCAL_WEEK_OF_YEAR, UCAL_DATE,
-    UCAL_DAY_OF_YEAR,        UCAL_DAY_OF_WEEK, UCAL_HOUR_OF_DAY, UCAL_MINUTE,       UCAL_SECOND,
-    UCAL_MILLISECONDS_IN_DAY};
-constexpr std::size_t kFieldCount = std::size(kFields);
+constexpr std::size_t kComponentCount = kComponents.size();
 
-bool takesFractions(UCalendarDateFields field) {
-  return field == UCAL_SECOND || field == UCAL_MILLISECONDS_IN_DAY;
-}
+bool takesFractions(Component component) { return factsOf(component).takesFractions; }
 
 boost::unique_ptr<icu::GregorianCalendar> calendarOf(const std::string& zone) {
   return createCalendar(boost::unique_ptr<icu::TimeZone>(zoneOf(zone).release()));
@@ -85,10 +79,10 @@ class Zone {
     if (table) granules.emplace(*table);
   }
 
-  Expected byCalendar(UCalendarDateFields field, const Inputs& in) const {
+  Expected byCalendar(Component component, const Inputs& in) const {
     Expected all{std::vector<double>(in.size()), std::vector<double>(in.size()),
                  std::vector<std::string>(in.size())};
-    CalendarWalk walk(*calendar, field, in.elements(all.high, all.low));
+    CalendarWalk walk(*calendar, component, in.elements(all.high, all.low));
     paSetErrorsReturn(true);
     for (std::size_t i = 0; i < in.size(); ++i) {
       try {
@@ -101,9 +95,9 @@ class Zone {
     return all;
   }
 
-  double oneByCalendar(UCalendarDateFields field, double t, double v) const {
+  double oneByCalendar(Component component, double t, double v) const {
     double high = 0.0, low = 0.0;
-    CalendarWalk(*calendar, field, {&t, nullptr, &v, 0, &high, &low, 1}).set(0);
+    CalendarWalk(*calendar, component, {&t, nullptr, &v, 0, &high, &low, 1}).set(0);
     return high;
   }
 
@@ -116,17 +110,17 @@ class Zone {
 
 struct Way {
   std::string name;
-  std::function<void(const Zone&, UCalendarDateFields, const Elements&)> run;
+  std::function<void(const Zone&, Component, const Elements&)> run;
 };
 
 // What a processor is given that has no instruction set of the build.
-void runTableWalk(const Zone& zone, UCalendarDateFields field, const Elements& elements) {
-  CalendarWalk rest(*zone.calendar, field, elements);
+void runTableWalk(const Zone& zone, Component component, const Elements& elements) {
+  CalendarWalk rest(*zone.calendar, component, elements);
   bestZonedWalk({})(
-      {*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, elements, rest});
+      {*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), component, elements, rest});
 }
 
-void runSetField(const Zone& zone, UCalendarDateFields field, const Elements& e) {
+void runSetField(const Zone& zone, Component component, const Elements& e) {
   const auto arrayOf = [](const double* data, std::size_t n) {
     return std::vector<double>(data, data + n);
   };
@@ -140,7 +134,7 @@ void runSetField(const Zone& zone, UCalendarDateFields field, const Elements& e)
     std::copy_n(paGetImagData(result.get()), e.count, e.resultLow);
   };
   try {
-    setField(datetimes.get(), values.get(), field, result.get(),
+    setField(datetimes.get(), values.get(), fieldOf(component), result.get(),
              boost::unique_ptr<icu::GregorianCalendar>(zone.calendar->clone()));
   } catch (...) {
     store();
@@ -152,10 +146,11 @@ void runSetField(const Zone& zone, UCalendarDateFields field, const Elements& e)
 std::vector<Way> makeWays() {
   std::vector<Way> all = {{"table", runTableWalk}, {"setField", runSetField}};
   for (const ZonedInstructionSet& set : zonedInstructionSets()) {
-    const auto run = [walk = set.walk](const Zone& zone, UCalendarDateFields field,
+    const auto run = [walk = set.walk](const Zone& zone, Component component,
                                        const Elements& elements) {
-      CalendarWalk rest(*zone.calendar, field, elements);
-      walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, elements, rest});
+      CalendarWalk rest(*zone.calendar, component, elements);
+      walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), component, elements,
+            rest});
     };
     all.push_back({set.name, run});
   }
@@ -182,7 +177,7 @@ TEST(Ways, AreTheTableTheSetterAndEveryInstructionSet) {
 
 // The elements up to the first error, that one included, then those up to the next: each stretch in
 // one run of the way.
-void compare(const Way& way, const Zone& zone, UCalendarDateFields field, const Inputs& in,
+void compare(const Way& way, const Zone& zone, Component component, const Inputs& in,
              const Expected& expected) {
   std::vector<double> high(in.size(), 77.0), low(in.size(), 77.0);
   for (std::size_t from = 0; from < in.size();) {
@@ -192,15 +187,15 @@ void compare(const Way& way, const Zone& zone, UCalendarDateFields field, const 
     const auto raised = raisedBy([&] {
       // Further elements after the one that fails, which no way may reach with an error of theirs.
       const std::size_t count = fails ? std::min(in.size() - from, end - from + 3) : end - from;
-      way.run(zone, field, in.elements(high, low, from, count));
+      way.run(zone, component, in.elements(high, low, from, count));
     });
     const std::string error = fails ? expected.error[end] : "";
     ASSERT_EQ(raised ? raised->identifier : "", error)
-        << way.name << ", " << zone.id << ", field " << field << ", element " << end;
+        << way.name << ", " << zone.id << ", " << factsOf(component).name << ", element " << end;
     for (std::size_t i = from; i < end; ++i) {
       ASSERT_SAME_BITS((doubledouble{high[i], low[i]}),
                        (doubledouble{expected.high[i], expected.low[i]}))
-          << way.name << ", " << zone.id << ", field " << field << " of "
+          << way.name << ", " << zone.id << ", " << factsOf(component).name << " of "
           << doubledouble{in.high[i], in.low.empty() ? 0.0 : in.low[i]} << " to "
           << in.values[in.values.size() == 1 ? 0 : i];
     }
@@ -209,42 +204,42 @@ void compare(const Way& way, const Zone& zone, UCalendarDateFields field, const 
 }
 
 // With one value for each element, and the same with one for all and no low parts.
-void compareAll(const Zone& zone, UCalendarDateFields field, const Inputs& in, Cases& cases) {
+void compareAll(const Zone& zone, Component component, const Inputs& in, Cases& cases) {
   if (in.size() == 0) return;
-  const Expected expected = zone.byCalendar(field, in);
+  const Expected expected = zone.byCalendar(component, in);
   Inputs single{in.high, {}, {in.values[in.size() / 2]}};
-  const Expected ofSingle = zone.byCalendar(field, single);
+  const Expected ofSingle = zone.byCalendar(component, single);
   for (const Way& way : ways()) {
-    ASSERT_NO_FATAL_FAILURE(compare(way, zone, field, in, expected));
-    ASSERT_NO_FATAL_FAILURE(compare(way, zone, field, single, ofSingle));
+    ASSERT_NO_FATAL_FAILURE(compare(way, zone, component, in, expected));
+    ASSERT_NO_FATAL_FAILURE(compare(way, zone, component, single, ofSingle));
   }
   cases += static_cast<std::int64_t>(in.size() + single.size());
 }
 
-double usualValue(Random& random, UCalendarDateFields field) {
+double usualValue(Random& random, Component component) {
   const auto pick = [&](std::int64_t low, std::int64_t high) {
     return static_cast<double>(random.whole(low, high));
   };
-  switch (static_cast<int>(field)) {
-    case UCAL_EXTENDED_YEAR:
+  switch (component) {
+    case Component::year:
       return pick(1850, 2250);
-    case kQuarterField:
+    case Component::quarter:
       return pick(1, 4);
-    case UCAL_MONTH:
+    case Component::month:
       return pick(1, 12);
-    case UCAL_WEEK_OF_YEAR:
+    case Component::weekOfYear:
       return pick(1, 54);
-    case UCAL_DATE:
+    case Component::dayOfMonth:
       return pick(1, 31);
-    case UCAL_DAY_OF_YEAR:
+    case Component::dayOfYear:
       return pick(1, 366);
-    case UCAL_DAY_OF_WEEK:
+    case Component::dayOfWeek:
       return pick(1, 7);
-    case UCAL_HOUR_OF_DAY:
+    case Component::hour:
       return pick(0, 23);
-    case UCAL_MINUTE:
+    case Component::minute:
       return pick(0, 59);
-    case UCAL_SECOND:
+    case Component::second:
       return random.oneIn(2) ? pick(0, 59) : pick(0, 59999) / 1000.0;
     default:
       return random.oneIn(2) ? pick(0, 86399) : pick(0, 86399999) / 1000.0;
@@ -252,32 +247,32 @@ double usualValue(Random& random, UCalendarDateFields field) {
 }
 
 // Whole, far out of the usual range, and within 32 bits.
-double unusualValue(Random& random, UCalendarDateFields field) {
-  const double limit = std::min(largestValue(field), 0x1p31 - 1.0);
+double unusualValue(Random& random, Component component) {
+  const double limit = std::min(factsOf(component).largestInZone, 0x1p31 - 1.0);
   if (random.oneIn(3)) return static_cast<double>(random.whole(-100, 100));
   if (random.oneIn(3)) return random.oneIn(2) ? limit : -limit;
   const double magnitude = std::min(limit, std::exp2(random.real(0.0, std::log2(limit))));
   const double v = std::trunc(random.oneIn(2) ? magnitude : -magnitude);
-  return takesFractions(field) ? v + random.real(-1.0, 1.0) : v;
+  return takesFractions(component) ? v + random.real(-1.0, 1.0) : v;
 }
 
 // May be refused.
-double anyValue(Random& random, UCalendarDateFields field) {
+double anyValue(Random& random, Component component) {
   switch (random.whole(0, 9)) {
     case 0:
       return random.anyBits();
     case 1:
       return kAwkwardDoubles[static_cast<std::size_t>(random.whole(0, kAwkwardDoubles.size() - 1))];
     case 2: {
-      const double limit = std::min(largestValue(field), 0x1p31);
+      const double limit = std::min(factsOf(component).largestInZone, 0x1p31);
       return (random.oneIn(2) ? limit : -limit) + static_cast<double>(random.whole(-1, 1));
     }
     case 3:
       return random.real(-3e9, 3e9);
     case 4:
-      return usualValue(random, field) + 0.5;
+      return usualValue(random, component) + 0.5;
     default:
-      return unusualValue(random, field);
+      return unusualValue(random, component);
   }
 }
 
@@ -317,34 +312,34 @@ doubledouble anyTime(Random& random) {
 }
 
 // The value that a component has in the wall time.
-double valueOf(UCalendarDateFields field, std::int64_t wall) {
+double valueOf(Component component, std::int64_t wall) {
   using namespace integer_calendar;
   const Int day = floorDiv(wall, 86400000);
   const auto ms = static_cast<double>(wall - day * 86400000);
   const Date date = dateOf(day);
   const auto dayOfYear = static_cast<double>(day - firstOfYear(date.year) + 1);
-  switch (static_cast<int>(field)) {
-    case UCAL_EXTENDED_YEAR:
+  switch (component) {
+    case Component::year:
       return static_cast<double>(date.year);
-    case kQuarterField:
+    case Component::quarter:
       return (date.month + 2) / 3;
-    case UCAL_MONTH:
+    case Component::month:
       return date.month;
-    case UCAL_WEEK_OF_YEAR: {
+    case Component::weekOfYear: {
       const Int first = firstOfYear(dateOf(day - weekday(day) + 6).year);
       return static_cast<double>((day - (first - weekday(first))) / 7 + 1);
     }
-    case UCAL_DATE:
+    case Component::dayOfMonth:
       return date.day;
-    case UCAL_DAY_OF_YEAR:
+    case Component::dayOfYear:
       return dayOfYear;
-    case UCAL_DAY_OF_WEEK:
+    case Component::dayOfWeek:
       return weekday(day) + 1;
-    case UCAL_HOUR_OF_DAY:
+    case Component::hour:
       return std::floor(ms / 3600000.0);
-    case UCAL_MINUTE:
+    case Component::minute:
       return std::floor(std::fmod(ms, 3600000.0) / 60000.0);
-    case UCAL_SECOND:
+    case Component::second:
       return std::fmod(ms, 60000.0) / 1000.0;
     default:
       return ms / 1000.0;
@@ -363,26 +358,26 @@ TEST_F(Walks, AroundEveryTransition) {
   for (const std::string& id : zonesOfThisRun()) {
     const Zone zone(id);
     ASSERT_TRUE(zone.table) << id;
-    Inputs inputs[kFieldCount];
+    Inputs inputs[kComponentCount];
     for (const Change& change : changesOf(*zone.zone)) {
       for (const double around : {-1.0, 0.0, 1.0}) {
         for (int times = 0; times < 2 * scale; ++times) {
-          const auto which = static_cast<std::size_t>(random_.whole(0, kFieldCount - 1));
+          const auto which = static_cast<std::size_t>(random_.whole(0, kComponentCount - 1));
           inputs[which].add({change.instant + around, 0.0},
-                            random_.oneIn(4) ? unusualValue(random_, kFields[which])
-                                             : usualValue(random_, kFields[which]));
+                            random_.oneIn(4) ? unusualValue(random_, kComponents[which])
+                                             : usualValue(random_, kComponents[which]));
           const double wall =
               change.instant + around + (random_.oneIn(2) ? change.before : change.after);
-          const auto other = static_cast<std::size_t>(random_.whole(0, kFieldCount - 1));
-          const UCalendarDateFields field = kFields[other];
+          const auto other = static_cast<std::size_t>(random_.whole(0, kComponentCount - 1));
+          const Component component = kComponents[other];
           const double from =
-              zone.oneByCalendar(field, wall - change.after, usualValue(random_, field));
-          inputs[other].add({from, 0.0}, valueOf(field, static_cast<std::int64_t>(wall)));
+              zone.oneByCalendar(component, wall - change.after, usualValue(random_, component));
+          inputs[other].add({from, 0.0}, valueOf(component, static_cast<std::int64_t>(wall)));
         }
       }
     }
-    for (std::size_t i = 0; i < kFieldCount; ++i) {
-      ASSERT_NO_FATAL_FAILURE(compareAll(zone, kFields[i], inputs[i], cases));
+    for (std::size_t i = 0; i < kComponentCount; ++i) {
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, kComponents[i], inputs[i], cases));
     }
   }
 }
@@ -391,10 +386,11 @@ TEST_F(Walks, UsualElements) {
   Cases cases(800000);
   for (const std::string& id : everyZone()) {
     const Zone zone(id);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       Inputs in;
-      for (int i = 0; i < 60 * scale; ++i) in.add(usualTime(random_), usualValue(random_, field));
-      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      for (int i = 0; i < 60 * scale; ++i)
+        in.add(usualTime(random_), usualValue(random_, component));
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
     }
   }
 }
@@ -406,12 +402,12 @@ TEST_F(Walks, Series) {
     const Zone zone(id);
     const auto start = static_cast<double>(random_.whole(-2000000000000, 2500000000000));
     const double step = std::exp2(random_.real(0.0, 34.0));
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       Inputs in;
       for (int i = 0; i < 40 * scale; ++i) {
-        in.add({std::floor(start + step * i), 0.0}, usualValue(random_, field));
+        in.add({std::floor(start + step * i), 0.0}, usualValue(random_, component));
       }
-      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
     }
   }
 }
@@ -422,7 +418,7 @@ TEST_F(Walks, SeriesTooThinForTheirStretches) {
   Cases cases(3 * 11 * 2 * 12 * 200 * std::int64_t{scale});
   for (const char* id : {"America/New_York", "Africa/Casablanca", "Australia/Lord_Howe"}) {
     const Zone zone(id);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       for (int round = 0; round < 12 * scale; ++round) {
         const double step = random_.real(5.0, 16.0) * 86400000.0;
         const double start = std::floor(random_.real(0.0, 0x1p40));
@@ -431,9 +427,9 @@ TEST_F(Walks, SeriesTooThinForTheirStretches) {
         for (int i = 0; i < 200; ++i) {
           const double t = std::floor(start + step * (i + random_.real(-0.4, 0.4)));
           const auto quarters = static_cast<double>(haveQuarters ? random_.whole(0, 3) : 0);
-          in.add({t + 0.25 * quarters, 0.0}, usualValue(random_, field));
+          in.add({t + 0.25 * quarters, 0.0}, usualValue(random_, component));
         }
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
       }
     }
   }
@@ -443,16 +439,16 @@ TEST_F(Walks, SeriesTooThinForTheirStretches) {
 // the stretches that its datetimes are in.
 TEST_F(Walks, SeriesOfFarValues) {
   Cases cases(600000);
-  const auto furthestOf = [](UCalendarDateFields field) {
-    switch (static_cast<int>(field)) {
-      case UCAL_DATE:
+  const auto furthestOf = [](Component component) {
+    switch (component) {
+      case Component::dayOfMonth:
         return 31.0;
-      case UCAL_HOUR_OF_DAY:
+      case Component::hour:
         return 144.0;
-      case UCAL_MINUTE:
+      case Component::minute:
         return 8640.0;
-      case UCAL_SECOND:
-      case UCAL_MILLISECONDS_IN_DAY:
+      case Component::second:
+      case Component::timeOfDay:
         return 518400.0;
       default:
         return 24.0;
@@ -460,20 +456,20 @@ TEST_F(Walks, SeriesOfFarValues) {
   };
   for (std::size_t zone = 0; zone < everyZone().size(); zone += 3) {
     const Zone at(everyZone()[zone]);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       const auto start = static_cast<double>(random_.whole(-2100000000000, 3500000000000));
       const double step = std::exp2(random_.real(20.0, 33.0));
-      const double furthest = furthestOf(field);
+      const double furthest = furthestOf(component);
       const bool arePlain = random_.oneIn(2);
       Inputs in;
       for (int i = 0; i < 130 * scale; ++i) {
         const double around = furthest + static_cast<double>(random_.whole(arePlain ? -1 : 0, 1));
-        const double v = arePlain && random_.oneIn(4) ? usualValue(random_, field)
+        const double v = arePlain && random_.oneIn(4) ? usualValue(random_, component)
                          : random_.oneIn(2)           ? around
                                                       : -around;
         in.add({std::floor(start + step * (i + random_.real(0.0, 1.0))), 0.0}, v);
       }
-      ASSERT_NO_FATAL_FAILURE(compareAll(at, field, in, cases));
+      ASSERT_NO_FATAL_FAILURE(compareAll(at, component, in, cases));
     }
   }
 }
@@ -482,20 +478,21 @@ TEST_F(Walks, SeriesOfFarValues) {
 TEST(Ways, MoreThanCachesHold) {
   if (zonedInstructionSets().empty()) GTEST_SKIP() << kNoSet;
   constexpr std::size_t kCount = lanes::kPastCaches + 13;
-  Cases cases(std::int64_t{kCount} * std::int64_t{kFieldCount} * 2);
+  Cases cases(std::int64_t{kCount} * std::int64_t{kComponentCount} * 2);
   Random random(17);
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : kFields) {
+  for (const Component component : kComponents) {
     Inputs in;
     for (std::size_t i = 0; i < kCount; ++i) {
       // Random, but for a series, and with some crowds of odd elements.
       const bool isOdd = i % 50000 < 100;
       const double usual = i < kCount / 2 ? static_cast<double>(random.whole(0, 2208988800000))
                                           : 900000.0 * static_cast<double>(i);
-      in.add(isOdd ? normalisedTime(random) : doubledouble{usual, 0.0}, usualValue(random, field));
+      in.add(isOdd ? normalisedTime(random) : doubledouble{usual, 0.0},
+             usualValue(random, component));
     }
     std::vector<double> tableHigh(kCount), tableLow(kCount);
-    runTableWalk(zone, field, in.elements(tableHigh, tableLow));
+    runTableWalk(zone, component, in.elements(tableHigh, tableLow));
     for (const ZonedInstructionSet& set : zonedInstructionSets()) {
       for (const auto& [behind, lowBehind] : {std::pair{0, 0}, {0, 1}}) {
         AlignedDoubles high(kCount, static_cast<std::size_t>(behind), 77.0);
@@ -503,12 +500,14 @@ TEST(Ways, MoreThanCachesHold) {
         Elements e = in.elements(tableHigh, tableLow);
         e.resultHigh = high.data();
         e.resultLow = low.data();
-        CalendarWalk rest(*zone.calendar, field, e);
-        set.walk({*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), field, e, rest});
+        CalendarWalk rest(*zone.calendar, component, e);
+        set.walk(
+            {*zone.table, zone_lanes::zoneOf(*zone.table, *zone.granules), component, e, rest});
         for (std::size_t i = 0; i < kCount; ++i, ++cases) {
           const doubledouble expected{tableHigh[i], tableLow[i]}, result{high[i], low[i]};
-          ASSERT_TRUE(sameBits(result, expected)) << set.name << ", field " << field << ", " << i
-                                                  << ": " << result << ", not " << expected;
+          ASSERT_TRUE(sameBits(result, expected))
+              << set.name << ", " << factsOf(component).name << ", " << i << ": " << result
+              << ", not " << expected;
         }
       }
     }
@@ -522,15 +521,15 @@ TEST_F(Walks, SeriesAcrossTheEndOfTheTable) {
     const Zone zone(id);
     const double end = zone.table->instants().cycleEnd;
     for (const double step : {3600000.0, 86400000.0, 20.0 * 86400000.0}) {
-      for (const UCalendarDateFields field : kFields) {
+      for (const Component component : kComponents) {
         Inputs in;
         for (int i = -48; i < 72; ++i) {  // the end is where a block begins
           const double start = std::isfinite(end) ? end : 0.0;
-          in.add({start + step * i, 0.0}, usualValue(random_, field));
+          in.add({start + step * i, 0.0}, usualValue(random_, component));
         }
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
         std::reverse(in.high.begin(), in.high.end());
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
       }
     }
   }
@@ -540,14 +539,15 @@ TEST_F(Walks, AnyElements) {
   Cases cases(ofWhole(800000));
   for (const std::string& id : zonesOfThisRun()) {
     const Zone zone(id);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       Inputs in;
       for (int i = 0; i < 60 * scale; ++i) {
         const bool isUsual = random_.oneIn(2);
         in.add(isUsual ? usualTime(random_) : anyTime(random_),
-               isUsual && random_.oneIn(2) ? anyValue(random_, field) : usualValue(random_, field));
+               isUsual && random_.oneIn(2) ? anyValue(random_, component)
+                                           : usualValue(random_, component));
       }
-      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
     }
   }
 }
@@ -556,20 +556,20 @@ TEST_F(Walks, AnyElements) {
 TEST_F(Walks, ErrorsAtEveryPosition) {
   Cases cases(5000);
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : {UCAL_MONTH, UCAL_HOUR_OF_DAY, UCAL_SECOND}) {
+  for (const Component component : {Component::month, Component::hour, Component::second}) {
     for (std::size_t n = 1; n <= 70; n = n < 20 ? n + 1 : n + 25) {
       for (std::size_t at = 0; at < n; ++at) {
         Inputs in;
         for (std::size_t i = 0; i < n; ++i) {
           in.add(i < at || random_.oneIn(2) ? usualTime(random_) : doubledouble{0x1p53, 0.0},
-                 usualValue(random_, field));
+                 usualValue(random_, component));
         }
-        if (at % 2 == 0 || field == UCAL_SECOND) {
+        if (at % 2 == 0 || component == Component::second) {
           in.high[at] = 0x1p53;
         } else {
           in.values[at] = 1.5;
         }
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
       }
     }
   }
@@ -588,19 +588,19 @@ icu::GregorianCalendar withJulianPast(const icu::TimeZone& zone) {
 TEST_F(Walks, OneOddElementAtEveryPosition) {
   Cases cases(ofWhole(100000));
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : kFields) {
+  for (const Component component : kComponents) {
     for (const double odd :
          {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 0x1p49 + 1, -0x1p51, 0x1p52 + 2}) {
       for (std::size_t at = 0; at < 115; at += testsAreWhole() && at < 20 ? 1 : 7) {
         Inputs in;
         for (std::size_t i = 0; i < 115; ++i)
-          in.add(usualTime(random_), usualValue(random_, field));
+          in.add(usualTime(random_), usualValue(random_, component));
         Inputs withOddValue = in;
         in.high[at] = odd;
         in.low.clear();
         withOddValue.values[at] = odd;
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, withOddValue, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, withOddValue, cases));
       }
     }
   }
@@ -620,13 +620,13 @@ doubledouble withLow(Random& random, double high) {
 TEST_F(Walks, FractionsBesideZero) {
   Cases cases(2 * 11 * 4000 * std::int64_t{scale});
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : kFields) {
+  for (const Component component : kComponents) {
     Inputs in;
     for (int i = 0; i < 4000 * scale; ++i) {
       const double high = random_.oneIn(2) ? random_.real(-1.0, 1.0) : random_.ofExponent(-120, 0);
-      in.add(withLow(random_, high), usualValue(random_, field));
+      in.add(withLow(random_, high), usualValue(random_, component));
     }
-    ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+    ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
   }
 }
 
@@ -635,14 +635,14 @@ TEST_F(Walks, FractionsBesideZero) {
 TEST_F(Walks, LowPartsAtTheEndsOfTheDomain) {
   Cases cases(2 * 11 * 4 * 6 * 100);
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : kFields) {
+  for (const Component component : kComponents) {
     for (const double end : {-0x1p49, 0x1p49, -0x1p49 + 1.0, 0x1p49 - 1.0}) {
       for (const double low : {-0.01, 0.01, -0x1p-40, 0x1p-40, -DBL_TRUE_MIN, DBL_TRUE_MIN}) {
         Inputs in;
-        for (int i = 0; i < 100; ++i) in.add(usualTime(random_), usualValue(random_, field));
+        for (int i = 0; i < 100; ++i) in.add(usualTime(random_), usualValue(random_, component));
         in.high[50] = end;
         in.low[50] = low;
-        ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+        ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
       }
     }
   }
@@ -656,7 +656,7 @@ TEST_F(Walks, OneOddElementInSteadyTimes) {
   int turn = 0;
   for (const char* id : {"America/New_York", "Asia/Kolkata", "GMT+05:30", "Asia/Tehran"}) {
     const Zone zone(id);
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       for (const double odd :
            {kNan, -kNan, kInf, -kInf, -0.0, 0.5, 1404172800000.25, 1388534400000.0, 1414879200000.0,
             -2208988800000.0, 4102444800000.0, 0x1p49 + 1, 1e300}) {
@@ -665,14 +665,14 @@ TEST_F(Walks, OneOddElementInSteadyTimes) {
           Inputs in;
           for (std::size_t i = 0; i < kCount; ++i) {  // the July of 2014
             const double t = 1404172800000.0 + std::floor(random_.real(0, 30 * 86400000.0));
-            in.add({t, 0.0}, usualValue(random_, field));
+            in.add({t, 0.0}, usualValue(random_, component));
           }
           Inputs withOddValue = in;
           in.high[at] = odd;
           in.low.clear();
-          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
           withOddValue.values[at] = random_.oneIn(2) ? 13.0 : odd;
-          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, withOddValue, cases));
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, withOddValue, cases));
         }
       }
     }
@@ -685,18 +685,18 @@ TEST_F(Walks, OneElementFarFromItsSeries) {
   constexpr double kYear = 365.25 * 86400000.0;
   Cases cases(200000);
   const Zone zone("America/New_York");
-  for (const UCalendarDateFields field : kFields) {
+  for (const Component component : kComponents) {
     for (int year = 1920; year <= 2080; year += 10) {
       const double april = std::floor((year - 1970 + 0.3) * kYear);
       for (const double years : {-30.0, -4.0, -1.0, 1.0, 4.0, 9.0, 30.0}) {
         for (const std::size_t at : {1, 13, 46}) {
           Inputs in;
           for (int i = 0; i < 48; ++i) {
-            const double v = field == UCAL_EXTENDED_YEAR ? year : usualValue(random_, field);
+            const double v = component == Component::year ? year : usualValue(random_, component);
             in.add({april + i * 43200000.0, 0.0}, v);
           }
           in.high[at] += years * kYear;
-          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
         }
       }
     }
@@ -712,23 +712,23 @@ TEST_F(Walks, OneElementAtTheEdgesOfItsSeries) {
   const auto wallOf = [&](double t) { return t + offsetAt(zone.table->instants(), t); };
   for (std::size_t first = 1; first + 3 < changes.size(); first += 15) {
     const double begin = changes[first].instant, end = changes[first + 3].instant;
-    for (const UCalendarDateFields field : kFields) {
+    for (const Component component : kComponents) {
       Inputs series;
       for (int i = 0; i < 48; ++i) {
         const double t = std::floor(begin + (end - begin) * (i + 0.5) / 48);
-        series.add({t, 0.0}, valueOf(field, static_cast<std::int64_t>(wallOf(t))));
+        series.add({t, 0.0}, valueOf(component, static_cast<std::int64_t>(wallOf(t))));
       }
       for (const Change& edge : {changes[first], changes[first + 3]}) {
         for (const double around : {-1.0, 0.0, 1.0}) {
           Inputs in = series, setThere = series;
           in.high[20] = edge.instant + around;
           in.values[20] =
-              field == UCAL_EXTENDED_YEAR ? series.values[20] : usualValue(random_, field);
-          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+              component == Component::year ? series.values[20] : usualValue(random_, component);
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
           const double wall = edge.instant + around + std::max(edge.before, edge.after);
-          setThere.values[20] = valueOf(field, static_cast<std::int64_t>(wall));
-          setThere.high[20] = zone.oneByCalendar(field, wall - edge.after, series.values[20]);
-          ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, setThere, cases));
+          setThere.values[20] = valueOf(component, static_cast<std::int64_t>(wall));
+          setThere.high[20] = zone.oneByCalendar(component, wall - edge.after, series.values[20]);
+          ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, setThere, cases));
         }
       }
     }
@@ -741,16 +741,16 @@ TEST_F(Walks, FromOneSideOf1970ToTheOther) {
   constexpr double kDay = 86400000.0;
   Cases cases(3 * 6 * 2 * 48);
   const Zone zone("America/New_York");
-  const std::pair<UCalendarDateFields, double> unitsPerDay[] = {
-      {UCAL_HOUR_OF_DAY, 24.0}, {UCAL_MINUTE, 1440.0}, {UCAL_SECOND, 86400.0}};
-  for (const auto& [field, units] : unitsPerDay) {
+  const std::pair<Component, double> unitsPerDay[] = {
+      {Component::hour, 24.0}, {Component::minute, 1440.0}, {Component::second, 86400.0}};
+  for (const auto& [component, units] : unitsPerDay) {
     for (const double day : {-625.0, -200.0, -20.0, 20.0, 260.0, 625.0}) {
       Inputs in;
       for (int i = 0; i < 48; ++i) {
         const double t = std::floor((day + random_.real(-1.0, 1.0)) * kDay);
         in.add({t, 0.0}, -2.0 * day * units + static_cast<double>(random_.whole(-5, 5)));
       }
-      ASSERT_NO_FATAL_FAILURE(compareAll(zone, field, in, cases));
+      ASSERT_NO_FATAL_FAILURE(compareAll(zone, component, in, cases));
     }
   }
 }
@@ -760,24 +760,24 @@ TEST(SetField, AsksOtherCalendars) {
   struct Row {
     const char* why;
     void (*configure)(icu::GregorianCalendar&);
-    UCalendarDateFields field;
+    Component component;
     double t, v;
   };
   const double gap = 1394323200000.0, overlap = 1414879200000.0;  // 2014-03-09, 2014-11-01/02
   const Row rows[] = {
       {"a Julian past", [](icu::GregorianCalendar& c) { c = withJulianPast(c.getTimeZone()); },
-       UCAL_EXTENDED_YEAR, 0.0, 1400.0},
+       Component::year, 0.0, 1400.0},
       {"skipped times read with the later offset",
        [](icu::GregorianCalendar& c) { c.setSkippedWallTimeOption(UCAL_WALLTIME_FIRST); },
-       UCAL_MILLISECONDS_IN_DAY, gap + 43200000.0, 9000.0},
+       Component::timeOfDay, gap + 43200000.0, 9000.0},
       {"the first of repeated times",
        [](icu::GregorianCalendar& c) { c.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST); },
-       UCAL_MILLISECONDS_IN_DAY, overlap + 64800000.0, 5400.0},
+       Component::timeOfDay, overlap + 64800000.0, 5400.0},
       {"weeks that begin on Monday",
-       [](icu::GregorianCalendar& c) { c.setFirstDayOfWeek(UCAL_MONDAY); }, UCAL_DAY_OF_WEEK,
+       [](icu::GregorianCalendar& c) { c.setFirstDayOfWeek(UCAL_MONDAY); }, Component::dayOfWeek,
        1394496000000.0, 1.0},
       {"weeks of at least four days",
-       [](icu::GregorianCalendar& c) { c.setMinimalDaysInFirstWeek(4); }, UCAL_WEEK_OF_YEAR,
+       [](icu::GregorianCalendar& c) { c.setMinimalDaysInFirstWeek(4); }, Component::weekOfYear,
        1293926400000.0, 10.0},
   };
   Cases cases(5);
@@ -788,13 +788,13 @@ TEST(SetField, AsksOtherCalendars) {
     const Inputs in{std::vector<double>(200, row.t), {}, {row.v}};
     std::vector<double> high(200), low(200);
     double asUsual = 0.0, expected = 0.0, zero = 0.0;
-    CalendarWalk(*usual, row.field, {&row.t, nullptr, &row.v, 0, &asUsual, &zero, 1}).set(0);
-    CalendarWalk(*other, row.field, {&row.t, nullptr, &row.v, 0, &expected, &zero, 1}).set(0);
+    CalendarWalk(*usual, row.component, {&row.t, nullptr, &row.v, 0, &asUsual, &zero, 1}).set(0);
+    CalendarWalk(*other, row.component, {&row.t, nullptr, &row.v, 0, &expected, &zero, 1}).set(0);
     EXPECT_NE(asUsual, expected) << row.why << ": the row shows nothing";
     EXPECT_TRUE(isCreatedCalendar(*usual));
     EXPECT_FALSE(isCreatedCalendar(*other)) << row.why;
     const Array result = doubles(high, &low);
-    setField(doubles(in.high).get(), doubles(in.values).get(), row.field, result.get(),
+    setField(doubles(in.high).get(), doubles(in.values).get(), fieldOf(row.component), result.get(),
              boost::unique_ptr<icu::GregorianCalendar>(other->clone()));
     for (const doubledouble& x : elements(result)) {
       ASSERT_SAME_BITS(x, (doubledouble{expected, 0.0})) << row.why;

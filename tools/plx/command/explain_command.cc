@@ -46,7 +46,7 @@ void refuseTrouble(const Options& options, const Batch& batch) {
                          ofValue ? options.value : options.datetime)};
 }
 
-double valueOf(const Options& options, const Component& component) {
+double valueOf(const Options& options, Component component) {
   if (options.value.starts_with('@'))
     throw Failure{Status::usage, "explain takes one value; values of a file are for plx set"};
   Complaint complaint;
@@ -56,9 +56,9 @@ double valueOf(const Options& options, const Component& component) {
 }
 
 std::string explanation(const Options& options, bool colour) {
-  const Component& component = findComponent(options.component);
+  const Component component = findComponent(options.component);
   SetterOptions setting;
-  setting.assignments = {{&component, valueOf(options, component)}};
+  setting.assignments = {{component, valueOf(options, component)}};
   setting.reading.zone = options.zone;
   TaskReader reader(setting.reading);
   Module module(locateModule(options.module));
@@ -79,11 +79,11 @@ std::string explanation(const Options& options, bool colour) {
   if (isLast(value)) value = resolve({true, 0}, component, reading->pair, zone);
   Datetimes one;
   one.push(reading->pair);
-  if (const auto error = module.set(one, {value}, component.selector, zone.text()))
+  if (const auto error = module.set(one, {value}, factsOf(component).selector, zone.text()))
     throw Failure{Status::badData, escapeText(error->message)};
   const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
-  const Explained explained{zone,          {&component, value}, options.value,
-                            reading->pair, one.at(0),           digits};
+  const Explained explained{zone,          {component, value}, options.value,
+                            reading->pair, one.at(0),          digits};
   return explain(explained, colour);
 }
 

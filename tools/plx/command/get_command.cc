@@ -31,7 +31,7 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   if (namesArray(options.inputs))
     throw Failure{Status::usage,
                   "get reads text, and the input is an .npy array; accepted: plx set"};
-  const Component& component = findComponent(name);
+  const Component component = findComponent(name);
   const ReadingOptions reading = readingOptions(options);
   TextWork work;
   work.make = [&] { return std::make_unique<Getter>(component, reading); };

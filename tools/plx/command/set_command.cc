@@ -66,10 +66,10 @@ std::vector<Typed> takeSettings(std::vector<std::string>& words) {
 bool isEach(const Typed& setting) { return setting.value.starts_with('@'); }
 
 Assignment assignmentOf(const Typed& setting) {
-  Assignment assignment{&findComponent(setting.component), std::nullopt};
+  Assignment assignment{findComponent(setting.component), std::nullopt};
   if (isEach(setting)) return assignment;
   Complaint complaint;
-  assignment.value = readValue(setting.value, *assignment.component, complaint);
+  assignment.value = readValue(setting.value, assignment.component, complaint);
   if (!assignment.value)
     throw Failure{Status::badData, describe("VALUE", complaint, setting.value)};
   return assignment;

@@ -20,6 +20,7 @@ std::int64_t dayOf(std::int64_t year, int month, int day) {
   return static_cast<std::int64_t>(ymd2days(static_cast<double>(year), month, day));
 }
 
+// In integers: each datetime that is read asks.
 bool isLeap(std::int64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 int daysInMonth(std::int64_t year, int month) {
@@ -41,9 +42,7 @@ std::int64_t firstMonday(std::int64_t year) {  // of week 1
 }
 
 std::int64_t yearOf(std::int64_t day) {
-  double year = 0, month = 0, ofMonth = 0;
-  days2ymd(static_cast<double>(day), year, month, ofMonth);
-  return static_cast<std::int64_t>(year);
+  return static_cast<std::int64_t>(dateOf(static_cast<double>(day)).year);
 }
 
 // A week belongs to the year that has its Thursday.
@@ -190,8 +189,7 @@ void writeDate(ShortText& out, Form form, bool basic, std::int64_t day) {
     out.put(static_cast<char>('1' + weekday(day)));
     return;
   }
-  double year = 0, month = 0, ofMonth = 0;
-  days2ymd(static_cast<double>(day), year, month, ofMonth);
+  const auto [year, month, ofMonth] = dateOf(static_cast<double>(day));
   writeYear(out, static_cast<std::int64_t>(year));
   dash();
   if (form == Form::ordinal) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "base/calendar_limits.h"
 #include "datetime/date_text.h"
 #include "datetime/exact.h"
 #include "datetime/number_text.h"
@@ -11,8 +12,6 @@
 namespace plx {
 
 namespace {
-
-constexpr double kMaxCalendarMillis = 0x1p52;
 
 constexpr std::string_view kAcceptedOffsets = "an offset that its zone has at that time, or Z";
 constexpr std::string_view kAcceptedKnownOffset =

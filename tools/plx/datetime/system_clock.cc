@@ -8,13 +8,14 @@
 #include <utility>
 
 #include "arith/civil.h"
+#include "base/calendar_limits.h"
 #include "messages/icu.h"
 
 namespace plx {
 
 namespace {
 
-constexpr double kMillis = 1000.0, kMostMillis = 0x1p52;
+constexpr double kMillis = 1000.0;
 
 std::int64_t secondOf(double millis) {
   return static_cast<std::int64_t>(std::floor(millis / kMillis));
@@ -76,8 +77,8 @@ std::optional<std::size_t> SystemClock::firstDiffering(std::span<const double> m
   // Most arrays lie within a few years: then their ends say enough. Four chains of comparisons, since
   // one would wait for its own results.
   std::array<double, 4> least, most;
-  least.fill(kMostMillis);
-  most.fill(-kMostMillis);
+  least.fill(kMaxCalendarMillis);
+  most.fill(-kMaxCalendarMillis);
   const auto take = [&](std::size_t chain, double x) {
     least[chain] = x < least[chain] ? x : least[chain];  // not NaN
     most[chain] = x > most[chain] ? x : most[chain];
@@ -86,8 +87,8 @@ std::optional<std::size_t> SystemClock::firstDiffering(std::span<const double> m
   for (; i + 4 <= millis.size(); i += 4)
     for (std::size_t chain = 0; chain < 4; ++chain) take(chain, millis[i + chain]);
   for (; i < millis.size(); ++i) take(0, millis[i]);
-  const double first = std::max(*std::min_element(least.begin(), least.end()), -kMostMillis);
-  const double last = std::min(*std::max_element(most.begin(), most.end()), kMostMillis);
+  const double first = std::max(*std::min_element(least.begin(), least.end()), -kMaxCalendarMillis);
+  const double last = std::min(*std::max_element(most.begin(), most.end()), kMaxCalendarMillis);
   constexpr std::int64_t kFew = 1024;
   const std::int64_t from = secondOf(first) >> kBits, until = (secondOf(last) >> kBits) + 1;
   if (until - from <= kFew) {
@@ -96,7 +97,7 @@ std::optional<std::size_t> SystemClock::firstDiffering(std::span<const double> m
     if (number >= until) return std::nullopt;
   }
   for (std::size_t k = 0; k < millis.size(); ++k) {
-    if (std::fabs(millis[k]) <= kMostMillis && !agrees(secondOf(millis[k]))) return k;
+    if (std::fabs(millis[k]) <= kMaxCalendarMillis && !agrees(secondOf(millis[k]))) return k;
   }
   return std::nullopt;
 }

@@ -12,7 +12,7 @@
 #include <new>
 #include <utility>
 
-#include "arith/civil.h"
+#include "base/calendar_limits.h"
 #include "datetime/local_zone.h"
 #include "messages/icu.h"
 #include "unzoned/leap_seconds.h"
@@ -30,8 +30,9 @@ constexpr std::string_view kAcceptedInsertedSeconds =
     "23:59:60 of the UTC days that ended with a leap second, the last on 2012-06-30, with --zone "
     "UTCLeapSeconds";
 
-// 2^52 ms are 4503599627370.496 s: the range ends within the floored seconds of these bounds.
-constexpr int128 kLastCalendarSecond = 4503599627370, kFirstCalendarSecond = -4503599627371;
+// The range ends within the floored seconds of these bounds.
+constexpr auto kLastCalendarSecond = static_cast<std::int64_t>(kMaxCalendarMillis / 1000.0);
+constexpr std::int64_t kFirstCalendarSecond = -kLastCalendarSecond - 1;
 
 // Names of zones that are none to ICU compare without regard to letter case.
 bool isName(const icu::UnicodeString& text, std::u16string_view name) {
@@ -66,24 +67,16 @@ std::unique_ptr<icu::TimeZone> offsetZone(const icu::UnicodeString& id) {
   return zone;
 }
 
-// Null for a text that names no zone.
-std::unique_ptr<icu::TimeZone> icuZone(const icu::UnicodeString& id) {
+// Null for a text that names no zone. The module reads the text once more: the tool is a host that
+// stands outside of it. A test holds the two against each other for every name that ICU has.
+std::unique_ptr<icu::BasicTimeZone> icuZone(const icu::UnicodeString& id) {
   if (isName(id, u"Etc/Unknown")) return nullptr;
   auto zone = owned(icu::TimeZone::createTimeZone(id));
   if (*zone == icu::TimeZone::getUnknown()) zone = offsetZone(id);
-  return zone;
-}
-
-// The calendar that the module computes with.
-std::unique_ptr<icu::GregorianCalendar> calendarIn(std::unique_ptr<icu::TimeZone> zone) {
-  UErrorCode status = U_ZERO_ERROR;
-  auto calendar = owned(new icu::GregorianCalendar(zone.release(), icu::Locale("en_US"), status));
-  checkICU(status);
-  calendar->setGregorianChange(-0x1p53, status);  // Gregorian rules at all times
-  checkICU(status);
-  calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
-  calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_LAST);
-  return calendar;
+  if (!zone) return nullptr;
+  auto& rules = dynamic_cast<icu::BasicTimeZone&>(*zone);  // as all zones are that ICU makes
+  static_cast<void>(zone.release());
+  return std::unique_ptr<icu::BasicTimeZone>(&rules);
 }
 
 bool isIdentifier(const icu::UnicodeString& id) {
@@ -179,9 +172,8 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   }
   if (const int offset = fixedOffset(*rules)) return Zone(Kind::offset, std::string(text), offset);
   Zone zone(Kind::calendar, std::string(text));
-  zone.calendar_ = calendarIn(std::move(rules));
-  if (const auto* changes = zone.rules()) zone.offsets_ = std::make_unique<Offsets>(*changes);
-  zone.suffix_ = suffixOf(zone.calendar_->getTimeZone());
+  zone.suffix_ = suffixOf(*rules);
+  zone.offsets_ = std::make_unique<ZoneOffsets>(std::move(rules));
   if (RulesWatch::isOn()) zone.watch_ = std::make_unique<RulesWatch>(std::string(text));
   return zone;
 }
@@ -216,44 +208,10 @@ Zone Zone::of(const DatetimeText& datetime) {
   return Zone(Kind::offset, std::move(text), datetime.offsetSeconds);
 }
 
-const icu::BasicTimeZone* Zone::rules() const {
-  return calendar_ ? dynamic_cast<const icu::BasicTimeZone*>(&calendar_->getTimeZone()) : nullptr;
-}
+const icu::BasicTimeZone* Zone::rules() const { return offsets_ ? &offsets_->rules() : nullptr; }
 
 std::string_view Zone::acceptedRange() const {
   return isCalendar() ? kAcceptedCalendarRange : kAcceptedRange;
-}
-
-int128 Zone::calendarSecond(std::int64_t wallSecond) const {
-  if (offsets_) {
-    if (const auto offset = offsets_->ofWallTime(wallSecond)) return wallSecond - *offset;
-  }
-  const auto [days, secondOfDay] = floorDiv(wallSecond, 86400);
-  double year = 0, month = 0, day = 0;
-  days2ymd(static_cast<double>(days), year, month, day);
-  calendar_->clear();
-  calendar_->set(UCAL_EXTENDED_YEAR, static_cast<std::int32_t>(year));
-  calendar_->set(UCAL_MONTH, static_cast<std::int32_t>(month) - 1);
-  calendar_->set(UCAL_DATE, static_cast<std::int32_t>(day));
-  calendar_->set(UCAL_HOUR_OF_DAY, static_cast<std::int32_t>(secondOfDay / 3600));
-  calendar_->set(UCAL_MINUTE, static_cast<std::int32_t>(secondOfDay / 60 % 60));
-  calendar_->set(UCAL_SECOND, static_cast<std::int32_t>(secondOfDay % 60));
-  UErrorCode status = U_ZERO_ERROR;
-  const double millis = calendar_->getTime(status);
-  checkICU(status);
-  return floorDiv(static_cast<int128>(millis), 1000).quotient;
-}
-
-int Zone::calendarOffset(std::int64_t second) const {
-  if (offsets_) {
-    if (const auto offset = offsets_->at(second)) return *offset;
-  }
-  std::int32_t raw = 0, saving = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  calendar_->getTimeZone().getOffset(static_cast<double>(second) * 1000.0, false, raw, saving,
-                                     status);
-  checkICU(status);
-  return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
 }
 
 bool Zone::isRightBySystem(const doubledouble& pair, Complaint& complaint) const {
@@ -308,7 +266,7 @@ std::optional<int128> Zone::secondOf(const DatetimeText& datetime, Complaint& co
         isWithin(*second, kFirstCalendarSecond - 86400, kLastCalendarSecond + 86400);
     if (nearby && datetime.offset == OffsetForm::none) {
       second = kind_ == Kind::offset ? wall - offsetSeconds_
-                                     : calendarSecond(static_cast<std::int64_t>(wall));
+                                     : wall - offsets_->ofWallTime(static_cast<std::int64_t>(wall));
     }
     if (!nearby || !isWithin(*second, kFirstCalendarSecond, kLastCalendarSecond)) {
       complaint = {"out of range", kAcceptedCalendarRange};
@@ -331,8 +289,21 @@ WallTime Zone::wallTime(int128 second) const {
     case Kind::calendar:
       break;
   }
-  const int offset = calendarOffset(static_cast<std::int64_t>(second));
+  const int offset = offsets_->at(static_cast<std::int64_t>(second));
   return {second + offset, false, OffsetForm::numeric, offset};
+}
+
+Stretch Zone::stretchAt(int128 second) const {
+  if (!offsets_) return {{}, {}, wallTime(second).offsetSeconds};
+  const OffsetStretch found = offsets_->stretchAt(static_cast<std::int64_t>(second));
+  const auto seconds = [](double ms) { return static_cast<std::int64_t>(ms / 1000.0); };
+  const auto offset = [](double ms) { return static_cast<int>(ms / 1000.0); };
+  Stretch stretch{{}, {}, offset(found.offset)};
+  if (std::isfinite(found.start))
+    stretch.begin = {seconds(found.start), offset(found.before), stretch.offset};
+  if (std::isfinite(found.end))
+    stretch.end = {seconds(found.end), stretch.offset, offset(found.after)};
+  return stretch;
 }
 
 }  // namespace plx

@@ -12,7 +12,6 @@
 #pragma once
 
 #include <unicode/basictz.h>
-#include <unicode/gregocal.h>
 
 #include <cstdint>
 #include <memory>
@@ -23,15 +22,35 @@
 
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
-#include "datetime/offsets.h"
 #include "datetime/rules_in_use.h"
 #include "datetime/system_clock.h"
+#include "datetime/zone_offsets.h"
 #include "messages/message.h"
 
 namespace plx {
 
 // Whether a text is an identifier of the time zone data, in its own letter case.
 bool isZoneIdentifier(std::string_view text);
+
+// A change of the clock.
+//
+//   gap      the clock goes forward: wall times are skipped
+//   overlap  it goes back: wall times are shown twice
+struct Transition {
+  int128 second;      // the first one with the new offset
+  int before, after;  // offsets, in seconds east of UTC
+
+  bool isGap() const { return after > before; }
+  // What the clock would show at the change without it, and what it shows.
+  int128 wallBefore() const { return second + before; }
+  int128 wallAfter() const { return second + after; }
+};
+
+// From one change to the next.
+struct Stretch {
+  std::optional<Transition> begin, end;  // none where the stretch is endless
+  int offset;                            // in seconds east of UTC
+};
 
 // For one thread at a time: a zone keeps what it has looked up.
 class Zone {
@@ -81,6 +100,10 @@ class Zone {
   // What the clock shows at a second; for a calendar, within its range.
   WallTime wallTime(int128 second) const;
 
+  // The stretch of time around a second in which the offset stays the same. A line that has no other
+  // offset is one stretch.
+  Stretch stretchAt(int128 second) const;
+
  private:
   enum class Kind { plain, utc, leapSeconds, offset, calendar };
 
@@ -89,17 +112,13 @@ class Zone {
   static std::optional<Zone> local(Complaint& complaint);
   bool isRightBySystem(const doubledouble& pair, Complaint& complaint) const;
   Complaint otherClock(std::int64_t second) const;
-  int128 calendarSecond(std::int64_t wallSecond) const;
-  int calendarOffset(std::int64_t second) const;
 
   Kind kind_;
   std::string text_, suffix_;
-  int offsetSeconds_;  // of Kind::offset
-  // Of Kind::calendar. Its time means nothing.
-  std::unique_ptr<icu::GregorianCalendar> calendar_;
-  std::unique_ptr<Offsets> offsets_;     // of the calendar's zone
-  std::unique_ptr<SystemClock> system_;  // of the local zone
-  std::unique_ptr<RulesWatch> watch_;    // of an identifier, where the system's rules may be others
+  int offsetSeconds_;                     // of Kind::offset
+  std::unique_ptr<ZoneOffsets> offsets_;  // of Kind::calendar
+  std::unique_ptr<SystemClock> system_;   // of the local zone
+  std::unique_ptr<RulesWatch> watch_;  // of an identifier, where the system's rules may be others
 };
 
 // The range of datetimes in a calendar; elsewhere it is kAcceptedRange.

@@ -6,17 +6,16 @@
 #include <string>
 
 #include "arith/doubledouble.h"
+#include "base/component.h"
 #include "datetime/exact.h"
 #include "datetime/zone.h"
-#include "inspect/transitions.h"
 #include "inspect/wall.h"
-#include "module/components.h"
 
 namespace plx {
 
 // A component and the number it was set to, `last` and other names resolved.
 struct Setting {
-  const Component* component;
+  Component component;
   double value;
 };
 
@@ -46,12 +45,11 @@ struct Finding {
 
 class Checker {
  public:
-  // The zone must outlive this object. Not to be shared between threads.
-  explicit Checker(const Zone& zone) : zone_(zone), transitions_(zone) {}
+  // The zone must outlive this object.
+  explicit Checker(const Zone& zone) : zone_(zone) {}
 
   // The pairs before and after the settings, which were applied in their order, each through the
-  // module. Both are finite and, in a calendar, within its range. Far from changes of the clock, and
-  // after the first call in the same stretch, this asks ICU for nothing.
+  // module. Both are finite and, in a calendar, within its range.
   Finding check(const doubledouble& before, const doubledouble& after,
                 std::span<const Setting> settings);
 
@@ -60,10 +58,7 @@ class Checker {
   std::string describe(const Finding& finding, const doubledouble& after) const;
 
  private:
-  Wall wall(const doubledouble& pair);
-
   const Zone& zone_;
-  Transitions transitions_;
 };
 
 }  // namespace plx

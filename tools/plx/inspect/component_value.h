@@ -17,21 +17,19 @@
 #include <string>
 
 #include "arith/doubledouble.h"
+#include "base/component.h"
 #include "datetime/zone.h"
-#include "module/components.h"
 
 namespace plx {
 
-// The value of a component. The pair is finite and, in a calendar, within its range.
-double componentValue(const Component& component, const doubledouble& pair, const Zone& zone);
+// The value of a component on a clock that shows a day and a whole second of it.
+double shownValue(Component component, double day, double secondOfDay, const Zone& zone);
 
-// The same of what a clock shows; second and time of day are whole.
-double shownValue(const Component& component, double day, double secondOfDay, const Zone& zone);
-
-// Appends componentValue as a decimal. Second and time of day have their fraction: at most `digits`
+// Appends the value of a component as a decimal. The pair is finite and, in a calendar, within its
+// range. Second and time of day have their fraction: at most `digits`
 // digits of it, 9 or more, or with `exact` as many as it takes to read back the same pair. Where
 // rounding would reach the next second, they have more: 59.9999999999 is not 60.
-void writeComponentValue(std::string& out, const Component& component, const doubledouble& pair,
+void writeComponentValue(std::string& out, Component component, const doubledouble& pair,
                          const Zone& zone, std::size_t digits, bool exact);
 
 }  // namespace plx

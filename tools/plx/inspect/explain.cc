@@ -11,7 +11,6 @@
 #include "inspect/component_value.h"
 #include "inspect/month_calendar.h"
 #include "inspect/paint.h"
-#include "inspect/part.h"
 #include "inspect/wall.h"
 #include "inspect/zone_names.h"
 #include "messages/calendar_names.h"
@@ -40,11 +39,6 @@ std::string datetime(WallTime wall, std::string_view fraction) {
   std::string text = weekdayOfWall(wall.seconds) + ' ';
   writeDatetime(text, formOfDatetimes(), wall, fraction);
   return text;
-}
-
-std::string clock(int128 wallSecond) {
-  const auto second = static_cast<int>(floorDiv(wallSecond, 86400).remainder);
-  return fmt::format("{:02}:{:02}:{:02}", second / 3600, second / 60 % 60, second % 60);
 }
 
 std::string offset(int seconds) {
@@ -89,29 +83,30 @@ std::string monthName(const Date& date) {
 }
 
 // Values that do not carry, in words.
-std::string_view usualValues(Part part) {
-  switch (part) {
-    case Part::quarter:
+std::string_view usualValues(Component component) {
+  switch (component) {
+    case Component::quarter:
       return "1 to 4";
-    case Part::month:
+    case Component::month:
       return "1 to 12";
-    case Part::weekOfYear:
+    case Component::weekOfYear:
       return "1 to the last week of the year";
-    case Part::day:
+    case Component::dayOfMonth:
       return "1 to the last day of the month";
-    case Part::dayOfYear:
+    case Component::dayOfYear:
       return "1 to 365, in leap years 366";
-    case Part::dayOfWeek:
+    case Component::dayOfWeek:
       return "1, Sunday, to 7, Saturday";
-    case Part::hour:
+    case Component::hour:
       return "0 to 23";
-    case Part::minute:
+    case Component::minute:
       return "0 to 59";
-    case Part::second:
+    case Component::second:
       return "0 to less than 60";
-    case Part::timeOfDay:
+    case Component::timeOfDay:
       return "0 to less than 86400";
-    case Part::year:
+    case Component::year:
+    case Component::none:
       break;
   }
   return "every whole number";
@@ -144,8 +139,8 @@ class Explanation {
   }
 
  private:
-  Part part() const { return partOf(*e_.setting.component); }
-  std::string_view name() const { return e_.setting.component->name; }
+  Component component() const { return e_.setting.component; }
+  std::string_view name() const { return factsOf(component()).name; }
 
   Side sideOf(const doubledouble& pair) const {
     const DecimalSeconds decimal = rounded(pair, e_.digits);
@@ -160,7 +155,7 @@ class Explanation {
     const Date date = dateOf(side.day);
     side.week = fmt::format("{}", weekOf(side.day, e_.zone));
     side.dayOfYear = fmt::format("{}", daysBeforeMonth(date.year, date.month) + date.day);
-    writeComponentValue(side.value, *e_.setting.component, pair, e_.zone, e_.digits, false);
+    writeComponentValue(side.value, component(), pair, e_.zone, e_.digits, false);
     return side;
   }
 
@@ -198,7 +193,7 @@ class Explanation {
     }
     row("week", before_.week, after_.week);
     row("day of year", before_.dayOfYear, after_.dayOfYear);
-    if (part() != Part::weekOfYear && part() != Part::dayOfYear)
+    if (component() != Component::weekOfYear && component() != Component::dayOfYear)
       row(name(), before_.value, after_.value);
     line(fmt::format("  {:12}", "moved by") +
          duration(dd::subtract(e_.after, e_.before), e_.digits));
@@ -222,28 +217,26 @@ class Explanation {
 
   std::string noSuchDate() const {
     const Date& date = *finding_.noSuchDate;
-    const double days = ymd2days(date.year, date.month + 1, 1) - ymd2days(date.year, date.month, 1);
     return fmt::format(
         "There is no {} {}: {} has {} days, and the day of the month, which stays {}, carries over "
         "into the month after.",
-        date.day, monthName(date), monthName(date), days, date.day);
+        date.day, monthName(date), monthName(date), daysOfMonth(date.year, date.month), date.day);
   }
 
   std::string carried() const {
     const double v = e_.setting.value;
-    if (part() == Part::dayOfWeek) {
-      return fmt::format("day-of-week takes {}: {} {}.", usualValues(part()), v,
+    if (component() == Component::dayOfWeek) {
+      return fmt::format("day-of-week takes {}: {} {}.", usualValues(component()), v,
                          v > 7.0 || e_.zone.isCalendar() ? "wraps into the same week"
                                                          : "counts back into an earlier week");
     }
-    if (part() == Part::day && v > 28.0 && v <= 31.0) {
+    if (component() == Component::dayOfMonth && v > 28.0 && v <= 31.0) {
       const Date before = dateOf(before_.day);
-      return fmt::format(
-          "{} has {} days: {} carries over into the month after.", monthName(before),
-          ymd2days(before.year, before.month + 1, 1) - ymd2days(before.year, before.month, 1), v);
+      return fmt::format("{} has {} days: {} carries over into the month after.", monthName(before),
+                         daysOfMonth(before.year, before.month), v);
     }
     return fmt::format("{} takes {}: {} carries over into the larger units.", name(),
-                       usualValues(part()), v);
+                       usualValues(component()), v);
   }
 
   std::string gap() const {
@@ -254,7 +247,7 @@ class Explanation {
         weekdayOfWall(finding_.askedWall), wallText(finding_.askedWall), edgeText(change, true),
         edgeText(change, false), offset(change.before),
         duration({(change.after - change.before) * kMillisPerSecond, 0.0}, 9).substr(1),
-        clock(secondOf(e_.after) + change.after));
+        clockText(secondOf(e_.after) + change.after));
   }
 
   std::string overlap() const {
@@ -262,8 +255,8 @@ class Explanation {
     std::string text = fmt::format(
         "{} comes twice: the clock goes from {} back to {}. A time that comes twice is read as the "
         "second one, with the offset {}.",
-        clock(secondOf(e_.after) + change.after), edgeText(change, true), edgeText(change, false),
-        offset(change.after));
+        clockText(secondOf(e_.after) + change.after), edgeText(change, true),
+        edgeText(change, false), offset(change.after));
     if (finding_.moved) {
       text += fmt::format(
           " What went in was the first one, {}: the clock shows the same, and yet the instant "
@@ -286,7 +279,7 @@ class Explanation {
     const int128 wall = before ? change.wallBefore() : change.wallAfter();
     const bool isOneDate = floorDiv(change.wallBefore(), 86400).quotient ==
                            floorDiv(change.wallAfter(), 86400).quotient;
-    return isOneDate ? clock(wall) : wallText(wall);
+    return isOneDate ? clockText(wall) : wallText(wall);
   }
 
   void paragraph(const std::string& text) {
@@ -309,9 +302,10 @@ class Explanation {
     out_ += '\n';
     for (const bool before : {true, false}) {
       const int128 second = before ? change.second - 1 : change.second;
-      line(fmt::format(
-          "  {:19} {}  {:12}  {}Z", before ? "last second before" : "first second after",
-          datetime(e_.zone.wallTime(second), ""), offsetWithName(e_.zone, second), clock(second)));
+      line(fmt::format("  {:19} {}  {:12}  {}Z",
+                       before ? "last second before" : "first second after",
+                       datetime(e_.zone.wallTime(second), ""), offsetWithName(e_.zone, second),
+                       clockText(second)));
     }
   }
 

@@ -11,12 +11,11 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "arith/doubledouble.h"
+#include "base/component.h"
 #include "datetime/zone.h"
-#include "module/components.h"
 
 namespace plx {
 
@@ -26,13 +25,10 @@ struct NamedValue {
 };
 
 // Nothing for a text that is no name for a value of this component.
-std::optional<NamedValue> named(const Component& component, std::string_view text);
-
-// The names that a component takes, for messages; empty where it takes none.
-std::string_view acceptedNames(const Component& component);
+std::optional<NamedValue> named(Component component, std::string_view text);
 
 // The number to set at a datetime. The pair is finite and, in a calendar, within its range.
-double resolve(const NamedValue& value, const Component& component, const doubledouble& pair,
+double resolve(const NamedValue& value, Component component, const doubledouble& pair,
                const Zone& zone);
 
 }  // namespace plx

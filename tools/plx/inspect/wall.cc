@@ -1,6 +1,7 @@
 #include "inspect/wall.h"
 
-#include "arith/civil.h"
+#include <fmt/format.h>
+
 #include "unzoned/leap_seconds.h"
 
 namespace plx {
@@ -13,14 +14,8 @@ Wall apart(const doubledouble& t) {
   return wall;
 }
 
-}  // namespace
-
-int128 secondOf(const doubledouble& pair) {
-  const doubledouble floor = dd::Floor(pair);
-  return floorDiv(static_cast<int128>(floor.hi) + static_cast<int128>(floor.lo), 1000).quotient;
-}
-
-Wall wallOf(const doubledouble& pair, int offsetSeconds) {
+// In a calendar, whose offset there is known.
+Wall apart(const doubledouble& pair, int offsetSeconds) {
   const doubledouble floor = dd::Floor(pair);
   const double fraction = dd::collapse(dd::subtract(pair, floor));
   const double local = dd::collapse(floor) + offsetSeconds * kMillisPerSecond;
@@ -30,27 +25,28 @@ Wall wallOf(const doubledouble& pair, int offsetSeconds) {
   return wall;
 }
 
+}  // namespace
+
+std::string clockText(int128 wallSecond) {
+  const auto second = static_cast<int>(floorDiv(wallSecond, 86400).remainder);
+  return fmt::format("{:02}:{:02}:{:02}", second / 3600, second / 60 % 60, second % 60);
+}
+
+int128 secondOf(const doubledouble& pair) {
+  const doubledouble floor = dd::Floor(pair);
+  return floorDiv(static_cast<int128>(floor.hi) + static_cast<int128>(floor.lo), 1000).quotient;
+}
+
 Wall wallOf(const doubledouble& pair, const Zone& zone) {
-  if (zone.isCalendar()) return wallOf(pair, zone.wallTime(secondOf(pair)).offsetSeconds);
+  if (zone.isCalendar()) return apart(pair, zone.wallTime(secondOf(pair)).offsetSeconds);
   if (!zone.countsLeapSeconds()) return apart(pair);
   Wall wall = apart(elapsedToUTC(pair));
   wall.insertedSecond = zone.wallTime(secondOf(pair)).insertedSecond;
   return wall;
 }
 
-Date dateOf(double day) {
-  Date date;
-  days2ymd(day, date.year, date.month, date.day);
-  return date;
-}
-
 double secondOfDay(const Wall& wall) {
   return dd::collapse(dd::Floor(dd::divide(wall.msOfDay, kMillisPerSecond)));
-}
-
-double weekdayOf(double day) {
-  const double x = day + 4.0;  // 1970-01-01 was a Thursday
-  return x - floorDouble(x / 7.0) * 7.0;
 }
 
 double weekOf(double day, const Zone& zone) {
@@ -58,9 +54,7 @@ double weekOf(double day, const Zone& zone) {
     const Date date = dateOf(day);
     return weekOfYear(day, date.year, date.month, date.day);
   }
-  const double sunday = day - weekdayOf(day);
-  const double january = ymd2days(dateOf(sunday + 6.0).year, 1.0, 1.0);  // of the Saturday's year
-  return (sunday - (january - weekdayOf(january))) / 7.0 + 1.0;
+  return (day - weekdayOf(day) - sundayOfFirstWeek(day)) / 7.0 + 1.0;
 }
 
 }  // namespace plx

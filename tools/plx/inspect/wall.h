@@ -1,14 +1,14 @@
 // What the wall clock of a zone shows at a datetime, taken apart as the module takes it apart.
 #pragma once
 
+#include <string>
+
+#include "arith/civil.h"
 #include "arith/doubledouble.h"
+#include "base/wall_setting.h"
 #include "datetime/zone.h"
 
 namespace plx {
-
-struct Date {
-  double year, month, day;
-};
 
 struct Wall {
   double day;            // of the date shown: days since 1970-01-01
@@ -19,19 +19,15 @@ struct Wall {
 
 // The pair is finite and, in a calendar, within its range.
 Wall wallOf(const doubledouble& pair, const Zone& zone);
-// The same in a calendar, by a caller who knows the offset there.
-Wall wallOf(const doubledouble& pair, int offsetSeconds);
+
+// "08:30:00", the time of day of a second on the clock.
+std::string clockText(int128 wallSecond);
 
 // The whole second of a pair, on the line of its zone.
 int128 secondOf(const doubledouble& pair);
 
-Date dateOf(double day);
-
 // Whole seconds since midnight: 0..86399.
 double secondOfDay(const Wall& wall);
-
-// Sunday 0 .. Saturday 6.
-double weekdayOf(double day);
 
 // The week of the year as the module counts in a zone. Weeks begin on Sunday, and week 1 is the
 // one with 1 January. On the lines without a calendar 31 December is always in week 53 or 54; a

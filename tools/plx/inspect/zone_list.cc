@@ -12,7 +12,6 @@
 
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
-#include "inspect/transitions.h"
 #include "messages/icu.h"
 
 namespace plx {
@@ -30,8 +29,7 @@ std::string aliasOf(const std::string& name) {
 }
 
 std::string nextChange(const Zone& zone, int128 second) {
-  Transitions transitions(zone);
-  const auto& change = transitions.at(second).end;
+  const auto change = zone.stretchAt(second).end;
   if (!change) return "-";
   DatetimeText form;
   form.separator = 'T';

@@ -11,10 +11,6 @@ namespace plx {
 
 namespace {
 
-constexpr std::string_view kAcceptedComponents =
-    "year, quarter, month, week-of-year, day, day-of-year, day-of-week, hour, minute, second, "
-    "time-of-day, or a selector number; see plx components";
-
 // A whole number, the entire text; 0 for anything else.
 int selectorOf(std::string_view text) {
   int number = 0;
@@ -22,29 +18,66 @@ int selectorOf(std::string_view text) {
   return error == std::errc() && end == text.data() + text.size() ? number : 0;
 }
 
+std::string listOfNames() {
+  std::string names;
+  for (const ComponentFacts& facts : kComponentFacts) names.append(facts.name).append(", ");
+  return names;
+}
+
 }  // namespace
 
-const Component& findComponent(std::string_view text) {
+Component findComponent(std::string_view text) {
   const int selector = selectorOf(text);
-  for (const Component& component : kComponents) {
-    const bool selected =
-        selector != 0 && (selector == component.selector || selector == component.otherSelector);
-    if (component.name == text || selected) return component;
+  for (const ComponentFacts& facts : kComponentFacts) {
+    const bool isSelected =
+        selector != 0 && (selector == facts.selector || selector == facts.otherSelector);
+    if (facts.name == text || isSelected) return facts.component;
   }
-  throw Failure{Status::unknownName,
-                describe("COMPONENT", {"unknown component", kAcceptedComponents}, text)};
+  static const std::string accepted = listOfNames() + "or a selector number; see plx components";
+  throw Failure{Status::unknownName, describe("COMPONENT", {"unknown component", accepted}, text)};
+}
+
+Example exampleOf(Component component) {
+  switch (component) {
+    case Component::year:
+      return {"set year 2015 2016-02-29T08:30", "2015-03-01T08:30:00"};
+    case Component::quarter:
+      return {"set quarter 2 2014-11-20", "2014-04-20"};
+    case Component::month:
+      return {"set month 13 2014-05-10T08:30", "2015-01-10T08:30:00"};
+    case Component::weekOfYear:
+      return {"set week-of-year 1 2014-05-10", "2014-01-04"};
+    case Component::dayOfMonth:
+      return {"set day 0 2014-03-15", "2014-02-28"};
+    case Component::dayOfYear:
+      return {"set day-of-year 60 2016-12-24", "2016-02-29"};
+    case Component::dayOfWeek:
+      return {"set day-of-week 2 2014-05-10", "2014-05-05"};
+    case Component::hour:
+      return {"set hour 2 2014-03-09T12:50 --zone America/New_York", "2014-03-09T03:50:00-04:00"};
+    case Component::minute:
+      return {"set minute -15 2014-05-10T08:30", "2014-05-10T07:45:00"};
+    case Component::second:
+      return {"set second 30.1 2014-05-10T08:30:15Z", "2014-05-10T08:30:30.1Z"};
+    case Component::timeOfDay:
+      return {"set time-of-day 3600.5 2014-05-10", "2014-05-10T01:00:00.5"};
+    case Component::none:
+      break;
+  }
+  return {};
 }
 
 std::string componentTable() {
   std::string table;
   const auto out = std::back_inserter(table);
   fmt::format_to(out, "{:9} {:13} {:30} {}\n", "selector", "name", "values", "example");
-  for (const Component& c : kComponents) {
-    const std::string selectors = c.otherSelector == 0
-                                      ? fmt::format("{}", c.selector)
-                                      : fmt::format("{}, {}", c.selector, c.otherSelector);
-    fmt::format_to(out, "{:9} {:13} {:30} plx {}\n{:54} {}\n", selectors, c.name, c.unit, c.example,
-                   "", c.result);
+  for (const ComponentFacts& facts : kComponentFacts) {
+    const std::string selectors = facts.otherSelector == 0
+                                      ? fmt::format("{}", facts.selector)
+                                      : fmt::format("{}, {}", facts.selector, facts.otherSelector);
+    const auto [arguments, result] = exampleOf(facts.component);
+    fmt::format_to(out, "{:9} {:13} {:30} plx {}\n{:54} {}\n", selectors, facts.name, facts.unit,
+                   arguments, "", result);
   }
   table +=
       "\nValues outside these ranges carry into the larger units: month 13 is January of the "
@@ -54,8 +87,10 @@ std::string componentTable() {
 
 std::string componentExamples() {
   std::string text = "Examples:\n";
-  for (const Component& c : kComponents)
-    fmt::format_to(std::back_inserter(text), "  plx {:58} {}\n", c.example, c.result);
+  for (const ComponentFacts& facts : kComponentFacts) {
+    const auto [arguments, result] = exampleOf(facts.component);
+    fmt::format_to(std::back_inserter(text), "  plx {:58} {}\n", arguments, result);
+  }
   return text;
 }
 

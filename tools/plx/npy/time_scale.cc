@@ -48,8 +48,7 @@ int128 millisOfMonth(int128 month) {
 std::optional<int128> monthBeginningAt(int128 millis) {
   const auto [days, millisOfDay] = floorDiv(millis, kMillisOfDay);
   if (millisOfDay != 0) return std::nullopt;
-  double year = 0, month = 0, day = 0;
-  days2ymd(static_cast<double>(days), year, month, day);
+  const auto [year, month, day] = dateOf(static_cast<double>(days));
   if (day != 1) return std::nullopt;
   return (static_cast<int128>(year) - 1970) * 12 + static_cast<int128>(month) - 1;
 }

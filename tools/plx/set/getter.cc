@@ -7,7 +7,7 @@
 
 namespace plx {
 
-Getter::Getter(const Component& component, const ReadingOptions& options)
+Getter::Getter(Component component, const ReadingOptions& options)
     : component_(component), options_(options), reader_(options) {}
 
 void Getter::work(std::span<const Task> tasks, Batch& batch) {

@@ -1,7 +1,7 @@
 // Reads a component of datetimes in text.
 #pragma once
 
-#include "module/components.h"
+#include "base/component.h"
 #include "set/cell_work.h"
 #include "set/task_reader.h"
 
@@ -10,12 +10,12 @@ namespace plx {
 class Getter : public CellWork {
  public:
   // The options outlive the getter. Throws a Failure of Status::unknownName for the zone.
-  Getter(const Component& component, const ReadingOptions& options);
+  Getter(Component component, const ReadingOptions& options);
 
   void work(std::span<const Task> tasks, Batch& batch) override;
 
  private:
-  const Component& component_;
+  const Component component_;
   const ReadingOptions& options_;
   TaskReader reader_;
 };

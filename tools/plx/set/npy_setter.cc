@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/calendar_limits.h"
 #include "datetime/zone.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
@@ -37,7 +38,7 @@ Failure failureAt(const std::string& where, const Complaint& complaint, std::str
 class NewValues {
  public:
   NewValues(const NpySetting& setting, const NpyHeader& datetimes, bool isCalendar)
-      : component_(*setting.component), isCalendar_(isCalendar) {
+      : component_(setting.component), isCalendar_(isCalendar) {
     if (setting.file.empty()) {
       array_ = hostNumber(setting.value);
       isLast_ = isLast(setting.value);
@@ -61,8 +62,6 @@ class NewValues {
     if (!isSameOrder(file_->header(), datetimes))
       positions_.emplace(datetimes.shape, datetimes.fortranOrder);
   }
-
-  const Component& component() const { return component_; }
 
   // The values of the next `count` datetimes, in their order; one for all where they are the same.
   const paArray* next(std::uint64_t start, std::size_t count, const paArray* datetimes,
@@ -94,7 +93,8 @@ class NewValues {
     for (std::size_t i = 0; i < count; ++i) {
       const doubledouble datetime{high[i], low == nullptr ? 0.0 : low[i]};
       // What is out of range or no datetime is told, or stays, with any value.
-      const bool isDatetime = std::fabs(high[i]) <= (zone.isCalendar() ? 0x1p52 : kMaxMillis);
+      const bool isDatetime =
+          std::fabs(high[i]) <= (zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis);
       paGetRealData(array_.get())[i] =
           isDatetime ? resolve({true, 0}, component_, datetime, zone) : 1.0;
     }
@@ -122,12 +122,12 @@ class NewValues {
   bool isFine(double number) const {
     constexpr double kSmall = 2'000'000;
     return std::fabs(number) <= kSmall &&
-           (!component_.whole || static_cast<double>(static_cast<std::int32_t>(number)) == number);
+           (takesFractions() || static_cast<double>(static_cast<std::int32_t>(number)) == number);
   }
 
   void check(const std::string& where, double number, std::string_view text) const {
     if (!std::isfinite(number)) return;
-    if (component_.whole && std::floor(number) != number)
+    if (!takesFractions() && std::floor(number) != number)
       throw failureAt(where, {"not a whole number", kAcceptedWhole}, text);
     if (!isCalendar_) return;
     if (const auto wrong = refusedByCalendar(component_, number))
@@ -138,7 +138,9 @@ class NewValues {
     return elementText(file_->name(), file_->header(), position);
   }
 
-  const Component& component_;
+  bool takesFractions() const { return factsOf(component_).takesFractions; }
+
+  Component component_;
   const bool isCalendar_;
   std::unique_ptr<NpyFile> file_;                 // null for one value
   std::optional<TransposedPositions> positions_;  // where the file has another order
@@ -155,9 +157,9 @@ class NpySetter {
     bool keepsParts = true;
     for (const NpySetting& setting : settings) {
       // The components that take fractions replace what is below a second.
-      keepsParts = keepsParts && setting.component->whole;
+      keepsParts = keepsParts && !factsOf(setting.component).takesFractions;
       settings_.push_back({NewValues(setting, file.header(), zone.isCalendar()),
-                           hostNumber(setting.component->selector)});
+                           hostNumber(factsOf(setting.component).selector)});
     }
     elements_ = DatetimeElements::of(file.header().type, keepsParts);
     if (!elements_)

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "module/components.h"
+#include "base/component.h"
 #include "module/module.h"
 #include "npy/npy_file.h"
 
@@ -26,7 +26,7 @@ namespace plx {
 class Zone;
 
 struct NpySetting {
-  const Component* component;
+  Component component;
   double value = 0;       // for all datetimes, where there is no file; or kLast
   std::string file = {};  // the path of an .npy file of values
 };

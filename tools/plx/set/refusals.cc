@@ -1,8 +1,12 @@
 #include "set/refusals.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
+#include <string>
 #include <string_view>
 
+#include "base/calendar_limits.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
 
@@ -10,20 +14,21 @@ namespace plx {
 
 namespace {
 
-constexpr double kMinInt = -2147483648, kMaxInt = 2147483647;
-// The module counts a time of day in a zone in milliseconds of 32 bits, which wrap.
-constexpr double kMaxTimeOfDay = 2147483;
+std::string numbersWithin(std::string_view what, double least, double most) {
+  return fmt::format("in a time zone, {} from {:.0f} to {:.0f}", what, least, most);
+}
 
 }  // namespace
 
-std::optional<Complaint> refusedByCalendar(const Component& component, double value) {
-  if (component.name == "time-of-day" && std::fabs(value) > kMaxTimeOfDay) {
-    return Complaint{"the time of day is out of range",
-                     "in a time zone, seconds from -2147483 to 2147483"};
+std::optional<Complaint> refusedByCalendar(Component component, double value) {
+  if (component == Component::timeOfDay && std::fabs(value) > kLargestSeconds) {
+    static const std::string accepted = numbersWithin("seconds", -kLargestSeconds, kLargestSeconds);
+    return Complaint{"the time of day is out of range", accepted};
   }
-  if (component.whole && (value < kMinInt || value > kMaxInt)) {
-    return Complaint{"the value is out of range",
-                     "in a time zone, numbers from -2147483648 to 2147483647"};
+  const double least = -kLargest32Bits - 1.0;
+  if (!factsOf(component).takesFractions && (value < least || value > kLargest32Bits)) {
+    static const std::string accepted = numbersWithin("numbers", least, kLargest32Bits);
+    return Complaint{"the value is out of range", accepted};
   }
   return std::nullopt;
 }

@@ -3,14 +3,14 @@
 
 #include <optional>
 
+#include "base/component.h"
 #include "host/embed.h"
 #include "messages/message.h"
-#include "module/components.h"
 
 namespace plx {
 
 // What a calendar cannot take, though the component can.
-std::optional<Complaint> refusedByCalendar(const Component& component, double value);
+std::optional<Complaint> refusedByCalendar(Component component, double value);
 
 // What the module's error means for a datetime and a value that have been checked before.
 Complaint complaintOf(const paError& error);

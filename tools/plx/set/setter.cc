@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/calendar_limits.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
 #include "set/refusals.h"
@@ -66,9 +67,9 @@ void Setter::read(const Task& task, std::size_t at) {
     const Assignment& assignment = options_.assignments[a];
     std::optional<double> value = assignment.value;
     trouble = {at, Trouble::Kind::value, a, {}};
-    if (!value) value = readValue(task.values[given++], *assignment.component, trouble.complaint);
+    if (!value) value = readValue(task.values[given++], assignment.component, trouble.complaint);
     if (!value) return batch_->fail(std::move(trouble));
-    auto wrong = reading->zone->isCalendar() ? refusedByCalendar(*assignment.component, *value)
+    auto wrong = reading->zone->isCalendar() ? refusedByCalendar(assignment.component, *value)
                                              : std::nullopt;
     if (wrong) {
       wrong->what += " for " + quoteText(task.text);  // in another zone it may be right
@@ -93,7 +94,7 @@ Setter::Group& Setter::groupOf(const Zone& zone) {
 }
 
 void Setter::set(Group& group, std::size_t assignment) {
-  const Component& component = *options_.assignments[assignment].component;
+  const Component component = options_.assignments[assignment].component;
   std::vector<double>& values = group.values[assignment];
   if (assignment > 0) refuseOtherClock(group);
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -113,7 +114,7 @@ void Setter::refuseOtherClock(Group& group) {
     if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
     Complaint complaint;
     const doubledouble now = group.datetimes.at(i);
-    if (!(std::fabs(now.hi) <= 0x1p52) || group.zone.isRight(now, complaint)) continue;
+    if (!(std::fabs(now.hi) <= kMaxCalendarMillis) || group.zone.isRight(now, complaint)) continue;
     giveUp(group, i, std::move(complaint));
   }
 }
@@ -130,7 +131,7 @@ void Setter::setPart(Group& group, std::size_t assignment, std::size_t begin, st
   const auto part = [&](std::vector<double>& column) {
     return std::span(column).subspan(begin, end - begin);
   };
-  const int selector = options_.assignments[assignment].component->selector;
+  const int selector = factsOf(options_.assignments[assignment].component).selector;
   const auto error = module_.set(part(group.datetimes.hi), part(group.datetimes.lo),
                                  part(group.values[assignment]), selector, group.zone.text());
   if (!error) return;

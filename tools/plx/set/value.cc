@@ -13,13 +13,12 @@ constexpr std::string_view kAcceptedWholeNumbers =
 
 }  // namespace
 
-std::optional<double> readValue(std::string_view text, const Component& component,
-                                Complaint& complaint) {
+std::optional<double> readValue(std::string_view text, Component component, Complaint& complaint) {
   if (const auto name = named(component, text)) return name->isLast ? kLast : name->number;
   double number = 0;
   switch (readDecimal(text, number)) {
     case DecimalText::number:
-      if (!component.whole || std::floor(number) == number) return number;
+      if (factsOf(component).takesFractions || std::floor(number) == number) return number;
       complaint = {"not a whole number", kAcceptedWholeNumbers};
       break;
     case DecimalText::tooLarge:

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "base/component.h"
 #include "messages/message.h"
-#include "module/components.h"
 
 namespace plx {
 
@@ -18,12 +18,11 @@ inline bool isLast(double value) { return std::isnan(value); }
 
 // A number, or kLast. Nothing, and a complaint, for a text that is neither, and for a number that
 // the component does not take.
-std::optional<double> readValue(std::string_view text, const Component& component,
-                                Complaint& complaint);
+std::optional<double> readValue(std::string_view text, Component component, Complaint& complaint);
 
 // One component to set.
 struct Assignment {
-  const Component* component;
+  Component component;
   std::optional<double> value;  // of all datetimes; nothing where each has its own
 };
 

@@ -1,14 +1,16 @@
-// What a zone keeps of its offsets, against ICU's zone and calendar asked each time.
+// The offsets of zones, against ICU's zone and calendar asked each time.
 
-#include "datetime/offsets.h"
+#include "datetime/zone_offsets.h"
 
 #include <gtest/gtest.h>
 #include <unicode/gregocal.h>
+#include <unicode/simpletz.h>
 
 #include <cstdint>
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "datetime/zone.h"
@@ -97,7 +99,7 @@ std::vector<std::int64_t> around(std::int64_t second, std::int64_t jump) {
   return all;
 }
 
-TEST(Offsets, AreThoseOfTheCalendarAroundEveryTransition) {
+TEST(ZoneOffsets, AreThoseOfTheCalendarAroundEveryTransition) {
   Cases cases(3'000'000);
   for (const std::string& id : everyZone()) {
     Compare compare(id);
@@ -120,7 +122,7 @@ TEST(Offsets, AreThoseOfTheCalendarAroundEveryTransition) {
   }
 }
 
-TEST(Offsets, AreThoseOfTheCalendarAnywhere) {
+TEST(ZoneOffsets, AreThoseOfTheCalendarAnywhere) {
   Cases cases(600 * 2000);
   std::mt19937_64 random(1);
   const auto within = [&](std::int64_t first, std::int64_t last) {
@@ -130,7 +132,7 @@ TEST(Offsets, AreThoseOfTheCalendarAnywhere) {
     Compare compare(id);
     if (!compare.isNamed()) continue;
     for (int i = 0; i < 1000; ++i) {
-      // A stretch's place is that of others a hundred years away, so some are looked up again.
+      // Places are shared by times 34 years apart, so some are looked up again.
       const std::int64_t reach = i % 4 == 0 ? kLast - 200'000 : 10'000'000'000;
       const std::int64_t second = i % 4 == 1 ? within(0, 2'208'988'800) : within(-reach, reach);
       compare.instant(second);
@@ -142,7 +144,7 @@ TEST(Offsets, AreThoseOfTheCalendarAnywhere) {
 }
 
 // Where one stretch meets the next.
-TEST(Offsets, AreThoseOfTheCalendarWhereStretchesMeet) {
+TEST(ZoneOffsets, AreThoseOfTheCalendarWhereStretchesMeet) {
   Cases cases(10 * 4096 * 4);
   for (const char* id : {"America/New_York", "Africa/Casablanca", "Pacific/Apia", "Europe/Dublin",
                          "Asia/Gaza", "Antarctica/Troll", "Australia/Lord_Howe",
@@ -159,18 +161,36 @@ TEST(Offsets, AreThoseOfTheCalendarWhereStretchesMeet) {
   }
 }
 
-// Most of time has to be known, or nothing was gained.
-TEST(Offsets, AreKnownAlmostEverywhere) {
-  Cases cases(1000);
-  const auto zone = zoneOf("America/New_York");
-  Offsets offsets(*zone);
-  std::mt19937_64 random(2);
-  int known = 0;
-  for (int i = 0; i < 100'000; ++i, ++cases) {
-    const auto second = static_cast<std::int64_t>(random() % 2'208'988'800);
-    known += offsets.at(second) && offsets.ofWallTime(second);
+// Zones that the module has no table of: rules of ICU's own class, those of New York since 2007.
+TEST(ZoneOffsets, AreAskedOfICUWhereThereIsNoTable) {
+  Cases cases(20'000);
+  UErrorCode status = U_ZERO_ERROR;
+  constexpr std::int32_t kTwo = 2 * 3600 * 1000;
+  auto simple = std::make_unique<icu::SimpleTimeZone>(-5 * 3600 * 1000, "own", UCAL_MARCH, 2,
+                                                      UCAL_SUNDAY, kTwo, UCAL_NOVEMBER, 1,
+                                                      UCAL_SUNDAY, kTwo, 3600 * 1000, status);
+  ASSERT_TRUE(U_SUCCESS(status));
+  ASSERT_FALSE(OffsetTable::of(*simple));
+  ZoneOffsets asked(std::move(simple)), known(zoneOf("America/New_York"));
+  std::mt19937_64 random(3);
+  std::uniform_int_distribution<std::int64_t> since2008(1'199'163'600, 10'000'000'000);
+  const auto compare = [&](std::int64_t second) {
+    ASSERT_EQ(asked.at(second), known.at(second)) << second;
+    ASSERT_EQ(asked.ofWallTime(second), known.ofWallTime(second)) << second;
+    const OffsetStretch one = asked.stretchAt(second), other = known.stretchAt(second);
+    ASSERT_EQ(one.start, other.start) << second;
+    ASSERT_EQ(one.end, other.end) << second;
+    ASSERT_EQ(one.before, other.before) << second;
+    ASSERT_EQ(one.offset, other.offset) << second;
+    ASSERT_EQ(one.after, other.after) << second;
+    ++cases;
+  };
+  for (int i = 0; i < 5'000; ++i) {
+    const std::int64_t second = since2008(random);
+    ASSERT_NO_FATAL_FAILURE(compare(second));
+    const auto edge = static_cast<std::int64_t>(known.stretchAt(second).end / 1000.0);
+    for (const std::int64_t around : {-1, 0, 1}) ASSERT_NO_FATAL_FAILURE(compare(edge + around));
   }
-  EXPECT_GT(known, 99'800);
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+#include "datetime/zone_offsets.h"
+
+#include <unicode/tzrule.h>
+#include <unicode/tztrans.h>
+
+#include <utility>
+
+#include "messages/icu.h"
+
+namespace plx {
+
+namespace {
+
+constexpr double kMillis = 1000.0;
+
+double offsetOf(const icu::TimeZoneRule& rule) {
+  return static_cast<double>(rule.getRawOffset()) + rule.getDSTSavings();
+}
+
+// The edges of a stretch as ICU walks along them; those that leave the offset as it is are passed over.
+OffsetStretch stretchByICU(const icu::BasicTimeZone& rules, double ms, double offset) {
+  OffsetStretch stretch{-HUGE_VAL, HUGE_VAL, offset, offset, offset};
+  icu::TimeZoneTransition change;
+  UBool isInclusive = true;
+  for (double from = ms; rules.getPreviousTransition(from, isInclusive, change);) {
+    from = stretch.start = change.getTime();
+    stretch.before = offsetOf(*change.getFrom());
+    if (stretch.before != offset) break;
+    stretch.start = -HUGE_VAL;
+    isInclusive = false;
+  }
+  for (double from = ms; rules.getNextTransition(from, false, change);) {
+    from = stretch.end = change.getTime();
+    stretch.after = offsetOf(*change.getTo());
+    if (stretch.after != offset) break;
+    stretch.end = HUGE_VAL;
+  }
+  return stretch;
+}
+
+}  // namespace
+
+ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules)
+    : rules_(std::move(rules)), table_(OffsetTable::of(*rules_)) {}
+
+int ZoneOffsets::ask(std::int64_t second) const {
+  std::int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  rules_->getOffset(static_cast<double>(second) * kMillis, false, raw, saving, status);
+  checkICU(status);
+  return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
+}
+
+int ZoneOffsets::askOfWallTime(std::int64_t wallSecond) const {
+  std::int32_t raw = 0, saving = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  rules_->getOffsetFromLocal(static_cast<double>(wallSecond) * kMillis, UCAL_TZ_LOCAL_FORMER,
+                             UCAL_TZ_LOCAL_LATTER, raw, saving, status);
+  checkICU(status);
+  return (raw + saving) / 1000;
+}
+
+OffsetStretch ZoneOffsets::stretchAt(std::int64_t second) const {
+  const double ms = static_cast<double>(second) * kMillis;
+  return table_ ? ::stretchAt(table_->instants(), ms)
+                : stretchByICU(*rules_, ms, ask(second) * kMillis);
+}
+
+}  // namespace plx
