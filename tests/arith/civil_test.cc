@@ -10,15 +10,16 @@
 #include "support/integer_calendar.h"
 #include "support/random.h"
 
-namespace {
-
-bool operator==(const Date& a, const Date& b) {
+// Beside the type, where the assertions look for them.
+static bool operator==(const Date& a, const Date& b) {
   return sameBits(a.year, b.year) && sameBits(a.month, b.month) && sameBits(a.day, b.day);
 }
 
-std::ostream& operator<<(std::ostream& out, const Date& d) {
+static std::ostream& operator<<(std::ostream& out, const Date& d) {
   return out << std::setprecision(17) << d.year << '-' << d.month << '-' << d.day;
 }
+
+namespace {
 
 TEST(Civil, DayNumberOfADate) {
   const struct {

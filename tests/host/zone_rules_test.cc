@@ -16,8 +16,8 @@
 
 #include "host/embed.h"
 #include "support/cases.h"
-#include "tools/temporary_folder.h"
-#include "tools/zone_files.h"
+#include "tools/support/temporary_folder.h"
+#include "tools/support/zone_files.h"
 #include "zones/converter.h"
 #include "zones/rules_file.h"
 

@@ -15,7 +15,6 @@
 
 namespace {
 
-
 double anyValue(Random& random) {
   return random.oneIn(9) ? std::floor(anyTime(random)) : static_cast<double>(random.whole(-3, 70));
 }

@@ -23,8 +23,8 @@
 #include "support/every_zone.h"
 #include "support/length.h"
 #include "support/random.h"
-#include "tools/temporary_folder.h"
-#include "tools/zone_files.h"
+#include "tools/support/temporary_folder.h"
+#include "tools/support/zone_files.h"
 #include "zones/converter.h"
 #include "zones/rules_file.h"
 

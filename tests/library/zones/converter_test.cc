@@ -10,8 +10,8 @@
 #include <filesystem>
 
 #include "support/cases.h"
-#include "tools/temporary_folder.h"
-#include "tools/zone_files.h"
+#include "tools/support/temporary_folder.h"
+#include "tools/support/zone_files.h"
 #include "zones/rules_file.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/cases.h"
-#include "tools/zone_files.h"
+#include "tools/support/zone_files.h"
 
 namespace {
 

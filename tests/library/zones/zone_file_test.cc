@@ -5,7 +5,7 @@
 #include <string>
 
 #include "support/cases.h"
-#include "tools/zone_files.h"
+#include "tools/support/zone_files.h"
 
 namespace {
 

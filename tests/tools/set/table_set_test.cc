@@ -1,0 +1,187 @@
+// Columns of tables, set by the program as people run it.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/cases.h"
+#include "tools/support/run_plx.h"
+#include "tools/support/temporary_folder.h"
+
+namespace {
+
+const char* const kOrders =
+    "id,created_at,note\r\n"
+    "1,2014-05-10T08:30:00,\"a, b\"\r\n"
+    "2,\"2014-06-11T08:30:00\",\"two\nlines\"\r\n"
+    "3,,x\r\n"
+    "4,NaT,\"say \"\"hi\"\"\"";
+
+TEST(TableSet, Rows) {
+  const struct {
+    const char *file, *content, *command, *printed, *why;
+  } rows[] = {
+      {"a.csv", kOrders, "set month 1 -c created_at a.csv",
+       "id,created_at,note\r\n"
+       "1,2014-01-10T08:30:00,\"a, b\"\r\n"
+       "2,\"2014-01-11T08:30:00\",\"two\nlines\"\r\n"
+       "3,,x\r\n"
+       "4,NaT,\"say \"\"hi\"\"\"",
+       "everything but the datetimes stays, byte for byte"},
+      {"a.csv", kOrders, "set month 1 -c created_at --new-column january a.csv",
+       "id,created_at,note,january\r\n"
+       "1,2014-05-10T08:30:00,\"a, b\",2014-01-10T08:30:00\r\n"
+       "2,\"2014-06-11T08:30:00\",\"two\nlines\",2014-01-11T08:30:00\r\n"
+       "3,,x,\r\n"
+       "4,NaT,\"say \"\"hi\"\"\",NaT",
+       "a column more"},
+      {"a.tsv", "when\tn\n2014-05-10\t1\n", "set day last -c when a.tsv",
+       "when\tn\n2014-05-31\t1\n", "tabs by the name of the file"},
+      {"a.txt", "when\tn\n2014-05-10\t1\n", "set day last -c when --tsv a.txt",
+       "when\tn\n2014-05-31\t1\n", "or because they were told"},
+      {"a.csv", "2014-05-10,7\n2014-05-11,8\n", "set day 1 -c 1 --no-header a.csv",
+       "2014-05-01,7\n2014-05-01,8\n", "by position"},
+      {"a.csv", "start,shift\n2014-05-10T00:00:00,7\n2014-05-11T00:00:00,-1\n",
+       "set hour @shift -c start a.csv",
+       "start,shift\n2014-05-10T07:00:00,7\n2014-05-10T23:00:00,-1\n", "values of another column"},
+      {"a.csv", "a,b\n2014-05-10,2014-05-11\n", "set day 1 -c b -c a a.csv",
+       "a,b\n2014-05-01,2014-05-01\n", "two columns"},
+      {"a.csv", "a,b\n2014-05-10,2014-05-11\n",
+       "set day 1 -c a -c b --new-column x --new-column y a.csv",
+       "a,b,x,y\n2014-05-10,2014-05-11,2014-05-01,2014-05-01\n", "two columns more"},
+      {"a.csv", "a,b\n2014-05-10,2015-06-11\n",
+       "set day 1 -c b -c a --new-column of_b --new-column of_a a.csv",
+       "a,b,of_b,of_a\n2014-05-10,2015-06-11,2015-06-01,2014-05-01\n",
+       "each name goes with its own column, whichever is first in the table"},
+      {"a.csv",
+       "t,tz\n2014-07-01T12:00:00Z,Europe/Paris\n2014-07-01T12:00:00Z,Asia/Tokyo\n"
+       "2014-07-01T12:00:00,\n",
+       "set hour 0 -c t --zone-column tz a.csv",
+       "t,tz\n2014-07-01T00:00:00+02:00,Europe/Paris\n2014-07-01T00:00:00+09:00,Asia/Tokyo\n"
+       "2014-07-01T00:00:00,\n",
+       "a zone for each row"},
+      {"a.csv", "\xEF\xBB\xBFt\n2014-05-10\n", "set day 1 -c t a.csv",
+       "\xEF\xBB\xBFt\n2014-05-01\n", "a byte-order mark"},
+      {"a.csv", "t,n\n2014-05-10,1\nnonsense,2\n2014-05-12,3\n",
+       "set day 1 -c t --on-error pass a.csv", "t,n\n2014-05-01,1\nnonsense,2\n2014-05-01,3\n",
+       "passed over"},
+      {"a.csv", "t,n\n2014-05-10,1\nnonsense,2\n2014-05-12,3\n",
+       "set day 1 -c t --on-error blank a.csv", "t,n\n2014-05-01,1\n,2\n2014-05-01,3\n", "blanked"},
+      {"a.csv", "t,n\n2014-05-10,1\nnonsense,2\n2014-05-12,3\n", "set day 1 -c t a.csv",
+       "t,n\n2014-05-01,1\n", "stopped"},
+      {"a.csv", kOrders, "get month -c created_at a.csv", "5\n6\n\nNaT\n", "what is read alone"},
+      {"a.csv", "t,n\n2014-05-10,1\n", "get day-of-week -c t --new-column weekday a.csv",
+       "t,n,weekday\n2014-05-10,1,7\n", "or as a column"},
+      {"a.csv", "a,b\n2014-05-10,2013-06-11\n", "get year -c a -c b a.csv", "2014,2013\n",
+       "several beside each other"},
+      {"a.csv", "a,b\n2014-05-10,2013-06-11\n", "get year -c b -c a a.csv", "2013,2014\n",
+       "in the order that was asked for"},
+      {"a.csv", "t\n1400000000\n", "set hour=0 minute=0 second=0 -c t --from s --to iso a.csv",
+       "t\n2014-05-13T00:00:00\n", "numbers where the form is told, several settings"},
+      {"a.csv", "", "set day 1 -c 1 --no-header a.csv", "", "nothing at all"},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const TemporaryFolder folder;
+    folder.write(row.file, row.content);
+    const PlxResult result = runPlxIn(folder.path(""), words(row.command));
+    EXPECT_EQ(result.out, row.printed) << row.command << ": " << row.why << "\n" << result.err;
+  }
+}
+
+TEST(TableSet, Complaints) {
+  const struct {
+    const char *content, *command, *told;
+    int status;
+  } rows[] = {
+      {"t,n\n2014-05-10,1\nx,2\n", "set day 1 -c t a.csv",
+       "plx: a.csv:3:1: not a datetime: \"x\"; accepted: ", 1},
+      {"n,t\n1,2014-05-10\n2,\"2014-02-30\"\n", "set day 1 -c t a.csv",
+       "plx: a.csv:3:4: February 2014 has 28 days: \"2014-02-30\"; accepted: ", 1},
+      {"t,v\n2014-05-10,1\n2014-05-10,x\n", "set day @v -c t a.csv",
+       "plx: a.csv:3:12: not a number: \"x\"; accepted: a decimal number", 1},
+      {"t,z\n2014-05-10,Europe/Nowhere\n", "set day 1 -c t --zone-column z a.csv",
+       "plx: a.csv:2:12: unknown time zone: \"Europe/Nowhere\"; accepted: ", 3},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c when a.csv", "\"when\"", 3},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t -c t a.csv", "given twice", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t --jobs 0 a.csv", "plx: --jobs: ", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t --from seconds a.csv", "unknown form: \"seconds\"",
+       2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t --on-error go a.csv", "stop, blank or pass", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t --check go a.csv", "report, blank or stop", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t a.csv a.csv", "one at a time", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 --new-column x a.csv", "are for tables", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 --csv a.csv", "--column, with a name or a number", 2},
+      {"t,n\n2014-05-10,1\n", "get day --tsv a.csv", "--column, with a name or a number", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t -c n --new-column x a.csv", "one for each", 2},
+      {"t,n\n2014-05-10,1\n", "set day -c t", "required", 2},
+      {"t\n", "set hour 0 minute=0 2014-05-10", "cannot be mixed: \"minute=0\"", 2},
+      {"t\n", "set day 1 --from s 1e3", "argument: ", 1},
+      {"t\n", "set day 1 --from pair 12", "argument: ", 1},
+      {"t\n", "set month=2 month=2/x.csv", "month=2/x.csv: cannot open", 4},
+      {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv",
+       "plx: a.csv:2:1: \"2014-01-31\": there is no 31 February 2014", 1},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const TemporaryFolder folder;
+    folder.write("a.csv", row.content);
+    const PlxResult result = runPlxIn(folder.path(""), words(row.command));
+    EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << "\n" << result.err;
+    EXPECT_EQ(result.status, row.status) << row.command << "\n" << result.err;
+  }
+}
+
+TEST(TableSet, ErrorsAreCounted) {
+  Cases cases(1);
+  const TemporaryFolder folder;
+  std::string content = "t\n";
+  for (int i = 0; i < 100000; ++i) content += i % 10 == 0 ? "2014-05-10\n" : "dirt\n";
+  folder.write("a.csv", content);
+  const PlxResult result = runPlxIn(folder.path(""), words("set day 1 -c t --on-error pass a.csv"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("90000 datetimes could not be worked on"), std::string::npos)
+      << result.err.substr(0, 2000);
+  ++cases;
+  EXPECT_LT(std::count(result.err.begin(), result.err.end(), '\n'), 30);
+}
+
+TEST(TableSet, JobsGiveTheSame) {
+  Cases cases(2);
+  const TemporaryFolder folder;
+  std::string content = "n,t\n";
+  for (int i = 0; i < 50000; ++i) {
+    content +=
+        std::to_string(i) + (i % 7 == 0 ? ",\"2014-05-10T08:30:00\nx\"\n" : ",2014-05-10T08:30\n");
+  }
+  folder.write("a.csv", content);
+  const auto run = [&](const std::string& jobs) {
+    return runPlxIn(folder.path(""), words("set day 1 -c t --on-error pass a.csv --jobs " + jobs));
+  };
+  const PlxResult one = run("1");
+  EXPECT_EQ(one.status, 1);
+  for (const char* jobs : {"2", "7"}) {
+    ++cases;
+    EXPECT_EQ(run(jobs), one) << jobs;
+  }
+}
+
+TEST(TableSet, TheInputMayBeTheOutput) {
+  Cases cases(2);
+  const TemporaryFolder folder;
+  folder.write("a.csv", "t\n2014-05-10\n");
+  const PlxResult good = runPlxIn(folder.path(""), words("set day 1 -c t a.csv -o a.csv"));
+  EXPECT_EQ(good.status, 0) << good.err;
+  ++cases;
+  EXPECT_EQ(good.out, "");
+  EXPECT_EQ(folder.read("a.csv"), "t\n2014-05-01\n");
+  folder.write("a.csv", "t\n2014-05-10\nx\n");
+  const PlxResult bad = runPlxIn(folder.path(""), words("set day 1 -c t a.csv -o a.csv"));
+  ++cases;
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(folder.read("a.csv"), "t\n2014-05-10\nx\n") << "the old file stays whole";
+}
+
+}  // namespace

@@ -1,0 +1,487 @@
+#include <fcntl.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "messages/message.h"
+#include "stream/output.h"
+#include "stream/output_file.h"
+#include "stream/signals.h"
+#include "support/cases.h"
+#include "support/proc_files.h"
+#include "tools/support/temporary_folder.h"
+
+namespace plx {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Runs in a process of its own; how that ended, as waitpid tells.
+int statusOf(const std::function<void()>& work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    work();
+    ::_exit(testing::Test::HasFailure() ? 99 : 0);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+std::string failureOf(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status, Status::inputOutput);
+    return failure.message;
+  }
+  return "no failure";
+}
+
+std::size_t filesIn(const std::string& folder) {
+  return static_cast<std::size_t>(
+      std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+mode_t modeOf(const std::string& path) {
+  struct stat info = {};
+  EXPECT_EQ(::stat(path.c_str(), &info), 0) << path;
+  return info.st_mode & 07777;
+}
+
+void writeFile(const std::string& path, std::string_view bytes) {
+  OutputFile file(path);
+  Output output(file.descriptor(), file.name());
+  output.write(bytes);
+  file.commit();
+}
+
+// No file may grow beyond that, as on a full disk.
+void limitFiles(rlim_t bytes) {
+  const struct rlimit limit = {bytes, bytes};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+TEST(OutputFile, TakesTheTargetsPlaceAtTheEnd) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("out.csv", "old");
+  {
+    OutputFile file(path);
+    Output(file.descriptor()).write("new, but not done");
+    EXPECT_EQ(folder.read("out.csv"), "old");
+  }
+  EXPECT_EQ(folder.read("out.csv"), "old");
+  EXPECT_EQ(filesIn(folder.path("")), 1u);
+  writeFile(path, "new");
+  EXPECT_EQ(folder.read("out.csv"), "new");
+  writeFile(folder.path("other"), "");
+  EXPECT_EQ(folder.read("other"), "");
+  EXPECT_EQ(filesIn(folder.path("")), 2u);
+}
+
+TEST(OutputFile, KeepsModesAndOwners) {
+  Cases cases(6);
+  const TemporaryFolder folder;
+  for (const mode_t mode : {0600, 0644, 0640, 0755}) {
+    const std::string path = folder.write("file", "old");
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    writeFile(path, "new");
+    EXPECT_EQ(modeOf(path), mode);
+    ++cases;
+  }
+  for (const mode_t mask : {0022, 0077}) {
+    const mode_t before = ::umask(mask);
+    const std::string path = folder.path("new" + std::to_string(mask));
+    writeFile(path, "new");
+    EXPECT_EQ(modeOf(path), 0666 & ~mask);
+    ::umask(before);
+    ++cases;
+  }
+  if (::geteuid() == 0) {
+    const std::string path = folder.write("owned", "old");
+    ASSERT_EQ(::chown(path.c_str(), 1234, 4321), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 04750), 0);
+    writeFile(path, "new");
+    struct stat info = {};
+    ASSERT_EQ(::stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 1234u);
+    EXPECT_EQ(info.st_gid, 4321u);
+    EXPECT_EQ(info.st_mode & 07777, 04750u);
+  }
+}
+
+// An access control list as the system keeps it: four bytes of version, and entries of a kind, rights
+// and the number of a user or group. The entries stand in the order of their kinds.
+struct ListEntry {
+  std::uint16_t kind, rights;
+  std::uint32_t id = 0xFFFFFFFF;
+};
+constexpr std::uint16_t kOwner = 1, kUser = 2, kOwningGroup = 4, kMask = 16, kOthers = 32;
+
+std::string listOf(const std::vector<ListEntry>& entries) {
+  const std::uint32_t version = 2;
+  std::string bytes(reinterpret_cast<const char*>(&version), sizeof version);
+  for (const ListEntry& e : entries) {
+    for (const std::uint16_t number : {e.kind, e.rights})
+      bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
+    bytes.append(reinterpret_cast<const char*>(&e.id), sizeof e.id);
+  }
+  return bytes;
+}
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr const char* kDefaultList = "system.posix_acl_default";
+
+bool give(const std::string& path, const char* name, const std::string& value) {
+  return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
+}
+
+// All that a file has, by name.
+std::map<std::string, std::string> attributesOf(const std::string& path) {
+  char names[1000], value[1000];
+  const ssize_t size = ::listxattr(path.c_str(), names, sizeof names);
+  std::map<std::string, std::string> all;
+  for (const char* name = names; name < names + size; name += std::strlen(name) + 1) {
+    const ssize_t length = ::getxattr(path.c_str(), name, value, sizeof value);
+    EXPECT_GE(length, 0) << name;
+    all[name].assign(value, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  }
+  return all;
+}
+
+// Nobody's right to read is in the list; the group's is not, though the mode seems to say so.
+const std::string kNobodyReads =
+    listOf({{kOwner, 6}, {kUser, 4, 65534}, {kOwningGroup, 0}, {kMask, 4}, {kOthers, 0}});
+
+TEST(OutputFile, KeepsAccessControlLists) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, kAccessList, kNobodyReads))
+    GTEST_SKIP() << "no lists in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_EQ(modeOf(path), 0640u) << "the mask stands in the group's place";
+  writeFile(path, "new");
+  EXPECT_EQ(folder.read("file"), "new");
+  EXPECT_EQ(attributesOf(path)[kAccessList], kNobodyReads);
+  EXPECT_EQ(modeOf(path), 0640u);
+
+  // A list that the folder gives to new files is not one of a file that has none.
+  const std::string allRead =
+      listOf({{kOwner, 7}, {kUser, 6, 65534}, {kOwningGroup, 5}, {kMask, 7}, {kOthers, 5}});
+  ASSERT_TRUE(give(folder.path(""), kDefaultList, allRead));
+  const std::string plain = folder.write("plain", "old");
+  ASSERT_EQ(::removexattr(plain.c_str(), kAccessList), 0);
+  ASSERT_EQ(::chmod(plain.c_str(), 0600), 0);
+  writeFile(plain, "new");
+  EXPECT_EQ(attributesOf(plain), (std::map<std::string, std::string>()));
+  EXPECT_EQ(modeOf(plain), 0600u);
+  writeFile(path, "newer");
+  EXPECT_EQ(attributesOf(path)[kAccessList], kNobodyReads);
+
+  // A new file has what any other program's has there.
+  const mode_t before = ::umask(0077);
+  folder.write("of another program", "");
+  writeFile(folder.path("new"), "new");
+  ::umask(before);
+  EXPECT_EQ(attributesOf(folder.path("new")), attributesOf(folder.path("of another program")));
+  EXPECT_EQ(attributesOf(folder.path("new")).count(kAccessList), 1u);
+  EXPECT_EQ(modeOf(folder.path("new")), modeOf(folder.path("of another program")));
+}
+
+// Whoever is shut out by the list stays so, and who is let in stays in.
+TEST(OutputFile, TheListStillShutsOut) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, kAccessList, kNobodyReads))
+    GTEST_SKIP() << "no lists in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_EQ(::chown(path.c_str(), 0, 4321), 0);
+  ASSERT_EQ(::chmod(folder.path("").c_str(), 0755), 0);
+  writeFile(path, "new");
+  const auto mayRead = [&](uid_t user, gid_t group) {
+    return statusOf([&] {
+             EXPECT_EQ(::setgroups(0, nullptr), 0);
+             EXPECT_EQ(::setresgid(group, group, group), 0);
+             EXPECT_EQ(::setresuid(user, user, user), 0);
+             ::_exit(::access(path.c_str(), R_OK) == 0 ? 1 : 0);
+           }) != 0;
+  };
+  EXPECT_TRUE(mayRead(65534, 65534));
+  EXPECT_FALSE(mayRead(1234, 4321)) << "the file's group";
+  EXPECT_FALSE(mayRead(1234, 1234));
+}
+
+TEST(OutputFile, KeepsExtendedAttributes) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  if (!give(path, "user.origin", "a probe"))
+    GTEST_SKIP() << "no attributes in the folder of temporary files: " << std::strerror(errno);
+  ASSERT_TRUE(give(path, "user.empty", ""));
+  ASSERT_TRUE(give(path, "user.long", std::string(900, '\0')));
+  const auto before = attributesOf(path);
+  ASSERT_EQ(before.size(), 3u);
+  writeFile(path, "new");
+  EXPECT_EQ(attributesOf(path), before);
+}
+
+// Nothing is replaced, and nothing is left behind; it is told before any work is done.
+TEST(OutputFile, TellsWhatItCannotKeep) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  Cases cases(3);
+  const TemporaryFolder folder;
+  ASSERT_EQ(::chmod(folder.path("").c_str(), 0777), 0);
+  const struct {
+    uid_t owner;
+    gid_t group;
+    const char *attribute, *what;
+  } rows[] = {
+      {1234, 65534, nullptr, "its owner"},
+      {65534, 4321, nullptr, "its group"},
+      {65534, 65534, "security.plx", "its extended attribute security.plx"},
+  };
+  for (const auto& r : rows) {
+    const std::string path = folder.write("file", "old");
+    ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(::chown(path.c_str(), r.owner, r.group), 0);
+    if (r.attribute != nullptr && !give(path, r.attribute, "x"))
+      GTEST_SKIP() << "no attributes in the folder of temporary files: " << std::strerror(errno);
+    const int status = statusOf([&] {
+      EXPECT_EQ(::setgroups(0, nullptr), 0);
+      EXPECT_EQ(::setresgid(65534, 65534, 65534), 0);
+      EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
+      EXPECT_EQ(failureOf([&] { OutputFile file(path); }),
+                path + ": cannot keep " + r.what +
+                    ": Operation not permitted; it is left as it was; accepted: another file, or, "
+                    "unless it is the input, > " +
+                    path + " in place of -o, which writes into the file as it is");
+    });
+    EXPECT_EQ(status, 0) << r.what;
+    EXPECT_EQ(folder.read("file"), "old") << r.what;
+    EXPECT_EQ(filesIn(folder.path("")), 1u) << r.what;
+    ++cases;
+  }
+}
+
+TEST(OutputFile, FollowsLinks) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder.path("data"));
+  folder.write("data/file", "old");
+  fs::create_symlink("data/file", folder.path("link"));
+  fs::create_symlink("link", folder.path("link to link"));
+  fs::create_symlink("data/none", folder.path("dangling"));
+  writeFile(folder.path("link to link"), "new");
+  EXPECT_EQ(folder.read("data/file"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.path("link")));
+  EXPECT_TRUE(fs::is_symlink(folder.path("link to link")));
+  writeFile(folder.path("dangling"), "new");
+  EXPECT_EQ(folder.read("data/none"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.path("dangling")));
+  EXPECT_EQ(filesIn(folder.path("data")), 2u);
+
+  fs::create_symlink("loop", folder.path("loop"));
+  EXPECT_EQ(failureOf([&] { OutputFile file(folder.path("loop")); }),
+            folder.path("loop") + ": cannot open: Too many levels of symbolic links");
+}
+
+TEST(OutputFile, WritesDirectlyToWhatIsNoFile) {
+  writeFile("/dev/null", "x");
+  struct stat info = {};
+  ASSERT_EQ(::stat("/dev/null", &info), 0);
+  EXPECT_TRUE(S_ISCHR(info.st_mode));
+
+  const TemporaryFolder folder;
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::string read(3, ' ');
+  std::thread reader([&] {
+    const int descriptor = ::open(pipe.c_str(), O_RDONLY);
+    EXPECT_EQ(::read(descriptor, read.data(), read.size()), 3);
+    ::close(descriptor);
+  });
+  writeFile(pipe, "abc");
+  reader.join();
+  EXPECT_EQ(read, "abc");
+  EXPECT_EQ(filesIn(folder.path("")), 1u);
+}
+
+// As in `plx ... -o /dev/stdout >> file`.
+TEST(OutputFile, StandardOutputIsWrittenToWhereItStands) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
+  Cases cases(4);
+  const TemporaryFolder folder;
+  for (const char* name : {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
+    const std::string path = folder.write("out", "before\n");
+    EXPECT_EQ(statusOf([&] {
+                const int out = ::open(path.c_str(), O_WRONLY | O_APPEND);
+                ::dup2(out, STDOUT_FILENO);
+                writeFile(name, "after\n");
+              }),
+              0);
+    EXPECT_EQ(folder.read("out"), "before\nafter\n") << name;
+    ++cases;
+  }
+}
+
+TEST(OutputFile, TellsWhereItCannotWrite) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(failureOf([&] { OutputFile file(folder.path("none/file")); }),
+            folder.path("none/file") +
+                ": cannot create a temporary file beside it: No such file or directory");
+  EXPECT_EQ(failureOf([&] { OutputFile file(folder.path("")); }),
+            folder.path("") + ": cannot open: Is a directory");
+  EXPECT_EQ(failureOf([&] { OutputFile file(""); }),
+            "\"\": cannot open: No such file or directory");
+  // A descriptor that is not open.
+  EXPECT_EQ(failureOf([&] { OutputFile file("/dev/fd/876"); }),
+            "/dev/fd/876: cannot open: Bad file descriptor");
+}
+
+TEST(OutputFile, LeavesProtectedFilesAlone) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  ASSERT_EQ(::chmod(folder.path("").c_str(), 0777), 0);
+  const int status = statusOf([&] {
+    if (::geteuid() == 0) {  // who may write everything
+      ASSERT_EQ(::setresuid(65534, 65534, 65534), 0);
+    }
+    EXPECT_EQ(failureOf([&] { OutputFile file(path); }),
+              path + ": cannot write: Permission denied");
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(folder.read("file"), "old");
+  EXPECT_EQ(filesIn(folder.path("")), 1u);
+}
+
+TEST(OutputFile, AFullDiskLeavesTheOldFile) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  const int status = statusOf([&] {
+    handleSignals();
+    limitFiles(100);
+    EXPECT_EQ(failureOf([&] { writeFile(path, std::string(1000, 'x')); }),
+              path + ": cannot write: File too large");
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(folder.read("file"), "old");
+  EXPECT_EQ(filesIn(folder.path("")), 1u);
+
+  EXPECT_EQ(failureOf([&] { writeFile("/dev/full", "x"); }),
+            "/dev/full: cannot write: No space left on device");
+}
+
+TEST(OutputFile, SignalsLeaveTheOldFile) {
+  Cases cases(10);
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU}) {
+    for (const bool threads : {false, true}) {
+      int ready[2];
+      ASSERT_EQ(::pipe(ready), 0);
+      const pid_t child = ::fork();
+      if (child == 0) {
+        const struct rlimit noCore = {0, 0};
+        ::setrlimit(RLIMIT_CORE, &noCore);
+        handleSignals();
+        OutputFile file(path);
+        Output(file.descriptor()).write("half of it");
+        std::thread other;
+        if (threads) {
+          const SignalsHeld held;
+          other = std::thread([] {
+            for (;;) ::pause();
+          });
+        }
+        ::close(ready[1]);
+        for (;;) ::pause();
+      }
+      ::close(ready[1]);
+      char byte = 0;
+      EXPECT_EQ(::read(ready[0], &byte, 1), 0);  // until it is closed there too
+      ::close(ready[0]);
+      EXPECT_EQ(filesIn(folder.path("")), 2u) << "the temporary file is there";
+      ::kill(child, signal);
+      int status = 0;
+      ::waitpid(child, &status, 0);
+      EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+      EXPECT_EQ(folder.read("file"), "old");
+      EXPECT_EQ(filesIn(folder.path("")), 1u) << signal;
+      ++cases;
+    }
+  }
+}
+
+TEST(Signals, ThoseThatWereIgnoredStaySo) {
+  EXPECT_EQ(statusOf([] {
+              ::signal(SIGHUP, SIG_IGN);
+              handleSignals();
+              ::raise(SIGHUP);
+              ::raise(SIGPIPE);
+              ::raise(SIGXFSZ);
+            }),
+            0);
+}
+
+// What a full disk leaves on standard output.
+TEST(Output, TakesHalfRecordsBack) {
+  Cases cases(3);
+  const TemporaryFolder folder;
+  const struct {
+    int flags;
+    const char* left;
+    const char* why;
+  } rows[] = {
+      {O_TRUNC, "first\n", "what was written of the second piece is taken back"},
+      {O_APPEND, "old\nfirst\nsecon", "not where others may append"},
+      {0, "first\nsecon..............", "not where something else stands behind"},
+  };
+  for (const auto& r : rows) {
+    const bool longer = r.flags == 0;
+    const std::string path = folder.write("out", longer ? std::string(25, '.') : "old\n");
+    const int status = statusOf([&] {
+      handleSignals();
+      const int out = ::open(path.c_str(), O_WRONLY | r.flags);
+      limitFiles(r.flags == O_APPEND ? 15 : 11);
+      Output output(out);
+      output.write("first\n");
+      EXPECT_EQ(failureOf([&] { output.write("second\n"); }), "cannot write: File too large");
+    });
+    EXPECT_EQ(status, 0) << r.why;
+    EXPECT_EQ(folder.read("out"), r.left) << r.why;
+    ++cases;
+  }
+}
+
+TEST(Output, WaitsWhereAPipeIsFull) {
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
+  const std::string bytes(1 << 20, 'x');
+  std::size_t received = 0;
+  std::thread reader([&] {
+    std::string buffer(1 << 16, ' ');
+    while (received < bytes.size()) {
+      const ssize_t count = ::read(ends[0], buffer.data(), buffer.size());
+      if (count > 0) received += static_cast<std::size_t>(count);
+    }
+  });
+  Output output(ends[1]);
+  output.write(bytes);
+  reader.join();
+  EXPECT_EQ(received, bytes.size());
+  for (const int end : ends) ::close(end);
+}
+
+}  // namespace
+}  // namespace plx

@@ -1,0 +1,205 @@
+#include "stream/pipeline.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/cases.h"
+#include "support/random.h"
+#include "tools/support/packets.h"
+#include "tools/support/temporary_folder.h"
+
+namespace plx {
+namespace {
+
+// Copies records, but fails at the one that is "bad", after those before it. Takes its time.
+class Copier : public Worker {
+ public:
+  explicit Copier(std::uint64_t seed) : random_(seed) {}
+
+  std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
+    EXPECT_EQ(std::this_thread::get_id(), thread_) << "a worker belongs to one thread";
+    if (random_.oneIn(4))
+      std::this_thread::sleep_for(std::chrono::microseconds(random_.whole(0, 300)));
+    const std::size_t bad = chunk.bytes().find("bad");
+    piece.text += chunk.bytes().substr(0, bad);
+    if (bad == std::string_view::npos) return std::nullopt;
+    const Failure failure{Status::badData, "bad in " + std::to_string(chunk.record)};
+    if (random_.oneIn(2)) throw failure;
+    return failure;
+  }
+
+ private:
+  Random random_;
+  std::thread::id thread_ = std::this_thread::get_id();
+};
+
+Pipeline pipelineOf(std::size_t jobs, std::uint64_t seed) {
+  return Pipeline(jobs, [seed] { return std::make_unique<Copier>(seed); });
+}
+
+// The message of the failure that ends a run; empty where there is none.
+std::string messageOf(Pipeline& pipeline, ChunkReader& reader, const Pipeline::Write& write) {
+  try {
+    pipeline.run(reader, write);
+  } catch (const Failure& failure) {
+    return failure.message;
+  }
+  return "";
+}
+
+constexpr int kPackets = 60;
+
+std::vector<std::string> packetsWithBadOnes(Random& random, int& firstBad) {
+  std::vector<std::string> packets;
+  firstBad = 0;
+  for (int i = 1; i <= kPackets; ++i) {
+    const bool bad = random.oneIn(40);
+    if (bad && firstBad == 0) firstBad = i;
+    packets.push_back(bad ? "bad\n" : std::to_string(i) + "\n");
+  }
+  return packets;
+}
+
+TEST(Pipeline, TheOrderStaysAndTheFirstFailureCounts) {
+  Cases cases(800);
+  Random random(4);
+  for (int round = 0; round < 100; ++round) {
+    int firstBad = 0;
+    const auto packets = packetsWithBadOnes(random, firstBad);
+    std::string expected;
+    for (int i = 1; i <= kPackets && i != firstBad; ++i)
+      expected += packets.at(static_cast<std::size_t>(i - 1));
+    for (std::size_t jobs = 1; jobs <= 8; ++jobs) {
+      const Packets input({packets.begin(), packets.end()});
+      Source source("-");
+      ChunkReader reader(source, false, 1000);
+      Pipeline pipeline = pipelineOf(jobs, static_cast<std::uint64_t>(round));
+      std::string out;
+      std::atomic<int> writing = 0;
+      const std::string message =
+          messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
+            EXPECT_EQ(++writing, 1);
+            out += piece.text;
+            --writing;
+          });
+      EXPECT_EQ(out, expected);
+      EXPECT_EQ(message, firstBad == 0 ? "" : "bad in " + std::to_string(firstBad));
+      ++cases;
+    }
+  }
+}
+
+TEST(Pipeline, RunsAgainWithTheSameWorkers) {
+  Cases cases(30);
+  std::atomic<int> made = 0;
+  for (const std::size_t jobs : {1, 3}) {
+    made = 0;
+    Pipeline pipeline(jobs, [&] {
+      ++made;
+      class Plain : public Worker {
+        std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
+          piece.text += chunk.bytes();
+          return std::nullopt;
+        }
+      };
+      return std::make_unique<Plain>();
+    });
+    for (int i = 0; i < 15; ++i) {
+      const Packets input({"a\n", "b\n", "c\n", "d"});
+      Source source("-");
+      ChunkReader reader(source, false, 1000);
+      std::string out;
+      EXPECT_EQ(messageOf(pipeline, reader, [&](auto&, auto& piece) { out += piece.text; }), "");
+      EXPECT_EQ(out, "a\nb\nc\nd");
+      ++cases;
+    }
+    EXPECT_LE(made, static_cast<int>(jobs));
+  }
+}
+
+TEST(Pipeline, FailuresAroundTheWork) {
+  Cases cases(12);
+  const TemporaryFolder folder;
+  const auto ignore = [](const Chunk&, const Piece&) {};
+  for (const std::size_t jobs : {1, 2, 3, 8}) {
+    {
+      Source source(folder.path(""));  // a folder opens, and cannot be read
+      ChunkReader reader(source, false, 1000);
+      Pipeline pipeline = pipelineOf(jobs, 1);
+      EXPECT_TRUE(messageOf(pipeline, reader, ignore).ends_with("cannot read: Is a directory"));
+      ++cases;
+    }
+    const std::string file = folder.write("file", std::string(3 * kFileChunk, '\n'));
+    {
+      Source source(file);
+      ChunkReader reader(source, false, 1000);
+      Pipeline pipeline(jobs, []() -> std::unique_ptr<Worker> {
+        throw Failure{Status::unknownName, "no worker"};
+      });
+      EXPECT_EQ(messageOf(pipeline, reader, ignore), "no worker");
+      ++cases;
+    }
+    {
+      Source source(file);
+      ChunkReader reader(source, false, 1000);
+      Pipeline pipeline = pipelineOf(jobs, 1);
+      int writes = 0;
+      EXPECT_EQ(messageOf(pipeline, reader,
+                          [&](const Chunk&, const Piece&) {
+                            if (++writes == 2) throw Failure{Status::inputOutput, "full"};
+                          }),
+                "full");
+      EXPECT_EQ(writes, 2);
+      ++cases;
+    }
+  }
+}
+
+// What is in comes out, though other threads wait for more; and a failure ends their waiting.
+TEST(Pipeline, DoesNotWaitForMoreThanItNeeds) {
+  Cases cases(4 * 5);
+  for (const std::size_t jobs : {1, 2, 3, 8}) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const int writer = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    int out[2];
+    ASSERT_EQ(::pipe2(out, O_CLOEXEC), 0);
+    std::string message;
+    std::thread run([&] {
+      Source source(pipe);
+      ChunkReader reader(source, false, 1000);
+      Pipeline pipeline = pipelineOf(jobs, 1);
+      message = messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
+        EXPECT_EQ(::write(out[1], piece.text.data(), piece.text.size()),
+                  static_cast<ssize_t>(piece.text.size()));
+      });
+    });
+    for (int i = 0; i < 5; ++i) {
+      EXPECT_EQ(::write(writer, "line\nand", 8), 8);
+      char bytes[20];
+      struct pollfd polled = {out[0], POLLIN, 0};
+      ASSERT_EQ(::poll(&polled, 1, 10'000), 1);
+      const ssize_t count = ::read(out[0], bytes, sizeof bytes);
+      EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(count)),
+                i == 0 ? "line\n" : "andline\n");
+      ++cases;
+    }
+    EXPECT_EQ(::write(writer, "bad\n", 4), 4);  // and the pipe stays open
+    run.join();
+    EXPECT_EQ(message, "bad in 6");
+    for (const int end : {writer, out[0], out[1]}) ::close(end);
+  }
+}
+
+}  // namespace
+}  // namespace plx

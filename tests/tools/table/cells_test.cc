@@ -1,0 +1,278 @@
+#include "table/cells.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "stream/chunk_reader.h"
+#include "stream/line_reader.h"
+#include "support/cases.h"
+#include "support/length.h"
+#include "support/random.h"
+#include "table/cell_writer.h"
+#include "tools/support/packets.h"
+#include "tools/support/tables.h"
+
+namespace plx {
+namespace {
+
+using Rows = std::vector<std::vector<std::string>>;
+
+constexpr TableFormat kCsv{',', false};
+constexpr TableFormat kTsv{'\t', false};
+
+TEST(Cells, FieldsOfATable) {
+  const struct {
+    std::string bytes;
+    TableFormat format;
+    std::size_t columns;
+    Rows rows;
+    const char* why;
+  } rows[] = {
+      {"", kCsv, 1, {}, "nothing"},
+      {"a,b\nc,d\n", kCsv, 2, {{"a", "b"}, {"c", "d"}}, "two records"},
+      {"a,b\r\nc,d", kCsv, 2, {{"a", "b"}, {"c", "d"}}, "CRLF, and no line end at the end"},
+      {"a,b,c\nd\n", kCsv, 1, {{"a"}, {"d"}}, "records of different lengths"},
+      {"\n\r\na\n\n", kCsv, 1, {{"a"}}, "empty lines are no records"},
+      {",\n,", kCsv, 2, {{"", ""}, {"", ""}}, "empty fields"},
+      {"a,", kCsv, 2, {{"a", ""}}, "an empty field at the end of the file"},
+      {"\"\"\n\"\"", kCsv, 1, {{""}, {""}}, "an empty text in quotes is a record"},
+      {"\"a,b\",\"c\nd\"\r\n", kCsv, 2, {{"a,b", "c\nd"}}, "separators and line ends in quotes"},
+      {"\"a\"\"b\",\"\"\"\"\n", kCsv, 2, {{"a\"b", "\""}}, "doubled quotes"},
+      {"\"a\r\n\r\nb\"\n", kCsv, 1, {{"a\r\n\r\nb"}}, "line ends in quotes are as they are"},
+      {"\"a\rb\"\n", kCsv, 1, {{"a\rb"}}, "and carriage returns"},
+      {"a\"b\"c,d\n", kCsv, 2, {{"a\"b\"c", "d"}}, "an even number of quotes inside"},
+      {"\"a\"b,d\n", kCsv, 2, {{"\"a\"b", "d"}}, "text behind the closing quote"},
+      {"\"a\" ,d\n", kCsv, 2, {{"\"a\" ", "d"}}, "a space behind the closing quote"},
+      {"\"a\"b\"c\"\n", kCsv, 1, {{"\"a\"b\"c\""}}, "two quoted parts"},
+      {"\xEF\xBB\xBF\"a\",b\n", kCsv, 2, {{"a", "b"}}, "a byte-order mark"},
+      {"a\tb,c\n", kTsv, 2, {{"a", "b,c"}}, "tabs"},
+      {"\"a\tb\"\tc\n", kTsv, 2, {{"a\tb", "c"}}, "tabs in quotes"},
+      {std::string("a\0b,c\n", 6), kCsv, 2, {{std::string("a\0b", 3), "c"}}, "a NUL is a byte"},
+  };
+  Cases cases(20);
+  for (const auto& r : rows) {
+    const Chunk chunk = chunkOf(r.bytes);
+    Cells cells;
+    splitTable(chunk, r.format, firstColumns(r.columns), cells);
+    EXPECT_FALSE(cells.failure) << r.why << ": " << cells.failure->message;
+    EXPECT_EQ(textsOf(chunk, cells), r.rows) << r.why;
+    EXPECT_EQ(cells.end, chunk.size) << r.why;
+    ++cases;
+  }
+}
+
+TEST(Cells, WhatCanBeReadInTwoWaysIsRefused) {
+  const struct {
+    const char* bytes;
+    TableFormat format;
+    const char* message;
+    const char* why;
+  } rows[] = {
+      {"a,b\nx,5\" pipe\n", kCsv,
+       "table.csv:2:4: there is a quote inside a field that does not begin with one: \"5\\\" "
+       "pipe\"; accepted: quotes around the whole field, and those inside doubled",
+       "some would take the rest of the file for quoted"},
+      {"a,b\nx, \"c,d\"\n", kCsv,
+       "table.csv:2:4: there is a quote inside a field that does not begin with one: \" "
+       "\\\"c,d\\\"\"; accepted: quotes around the whole field, and those inside doubled",
+       "a space before the quote"},
+      {"\"a\"b\"c,d\"\n", kCsv,
+       "table.csv:1:5: there is one more quote behind the closing quote: "
+       "\"\\\"a\\\"b\\\"c,d\\\"\"; "
+       "accepted: quotes around the whole field, and those inside doubled",
+       "text behind the closing quote that opens another"},
+      {"a,b\n\xC3\xA4,\"c\nd,e\nf", kCsv,
+       "table.csv:2:3: the quote is never closed: \"\\\"c\"; accepted: quotes around the whole "
+       "field, and those inside doubled",
+       "columns count characters"},
+      {"a,b\rc,d\r", kCsv,
+       "table.csv:1:4: there is a carriage return without a line feed: \"b\\rc,d\\r\"; accepted: "
+       "records that end with LF or CRLF",
+       "old line ends"},
+      {"a,b\r\r\n", kCsv,
+       "table.csv:1:4: there is a carriage return without a line feed: \"b\\r\\r\"; accepted: "
+       "records that end with LF or CRLF",
+       "line ends converted twice"},
+      {"a,b\r", kCsv,
+       "table.csv:1:4: there is a carriage return without a line feed: \"b\\r\"; accepted: records "
+       "that end with LF or CRLF",
+       "at the end of the file"},
+      {"a\tb\rc\n", kTsv,
+       "table.csv:1:4: there is a carriage return without a line feed: \"b\\rc\"; accepted: "
+       "records "
+       "that end with LF or CRLF",
+       "of a table with tabs"},
+      {"a,b\n\"x\ny\"\n", kCsv,
+       "table.csv:3:3: column 2 (2) is missing, the record has 1 field: \"\\\"x\\ny\\\"\"; "
+       "accepted: "
+       "records with all the columns that were asked for",
+       "a record that is too short, behind a line end in quotes"},
+      {"a,b\nx\n", kCsv,
+       "table.csv:2:2: column 2 (2) is missing, the record has 1 field: \"x\"; accepted: records "
+       "with all the columns that were asked for",
+       "a record that is too short"},
+  };
+  Cases cases(10);
+  for (const auto& r : rows) {
+    const Chunk chunk = chunkOf(r.bytes);
+    Cells cells;
+    splitTable(chunk, r.format, firstColumns(2), cells);
+    ASSERT_TRUE(cells.failure) << r.why;
+    EXPECT_EQ(cells.failure->status, Status::badData) << r.why;
+    EXPECT_EQ(cells.failure->message, r.message) << r.why;
+    EXPECT_EQ(cells.cells.size(), 2 * cells.records.size()) << r.why;
+    EXPECT_EQ(chunk.bytes().substr(0, cells.end),
+              r.bytes[0] == 'a' && r.bytes[3] == '\n' ? "a,b\n" : "")
+        << r.why;
+    ++cases;
+  }
+}
+
+TEST(Cells, RecordsHaveALimit) {
+  const std::string field(kLongestRecord - 2, 'x');
+  const struct {
+    std::string bytes;
+    Chunk::End end;
+    bool good;
+    const char* why;
+  } rows[] = {
+      {"a,b\n" + field + ",y\n", Chunk::End::record, true, "as long as may be"},
+      {"a,b\n" + field + "x,y\n", Chunk::End::record, false, "one byte more"},
+      {"a,b\n\"" + field + "\",y\n", Chunk::End::record, false, "in quotes"},
+      {"a,b\n\"" + field, Chunk::End::limit, false, "a quote left open"},
+      {"a,b\nc,d", Chunk::End::limit, false, "a record that was not read to its end"},
+  };
+  for (const auto& r : rows) {
+    Chunk chunk = chunkOf(r.bytes);
+    chunk.end = r.end;
+    Cells cells;
+    splitTable(chunk, kCsv, firstColumns(2), cells);
+    EXPECT_EQ(!cells.failure, r.good) << r.why;
+    if (!r.good) {
+      EXPECT_NE(cells.failure->message.find("table.csv:2:1: the record is too long"),
+                std::string::npos)
+          << r.why << ": " << cells.failure->message;
+      EXPECT_EQ(cells.end, 4u) << r.why;
+    }
+  }
+  Chunk chunk = chunkOf("a,b");
+  chunk.end = Chunk::End::limit;
+  Cells cells;
+  splitTable(chunk, {',', true}, firstColumns(2), cells);
+  EXPECT_TRUE(cells.failure) << "a header that was not read to its end";
+}
+
+TEST(Cells, LinesAreCells) {
+  const Chunk chunk = chunkOf(
+      "\xEF\xBB\xBF"
+      "a,b\r\n\n\"c\nd");
+  Cells cells;
+  splitLines(chunk, cells);
+  EXPECT_EQ(textsOf(chunk, cells), (Rows{{"a,b"}, {""}, {"\"c"}, {"d"}}));
+
+  const Chunk tooLong = chunkOf("a\n" + std::string(kLongestLine + 1, 'x') + "\n");
+  splitLines(tooLong, cells);
+  ASSERT_TRUE(cells.failure);
+  EXPECT_EQ(cells.failure->message.substr(0, 35), "table.csv:2:1: the line is too long");
+  EXPECT_EQ(cells.records.size(), 1u);
+  EXPECT_EQ(cells.end, 2u);
+}
+
+// A random table of bytes that matter, well formed or not.
+std::string randomBytes(Random& random, std::size_t longest) {
+  constexpr std::string_view kBytes = "\"\"\"\",,\n\n\r\t ab\xC3\xA4";
+  std::string bytes;
+  const auto size = random.whole(0, static_cast<std::int64_t>(longest));
+  for (std::int64_t i = 0; i < size; ++i)
+    bytes += kBytes[static_cast<std::size_t>(random.whole(0, kBytes.size() - 1))];
+  return bytes;
+}
+
+// Cells do not overlap, lie in their records, and these in the chunk; nothing lies between but
+// line ends.
+void expectInOrder(const Chunk& chunk, const Cells& cells, std::size_t columns) {
+  std::size_t at = 0;
+  ASSERT_EQ(cells.cells.size(), columns * cells.records.size());
+  for (std::size_t i = 0; i < cells.records.size(); ++i) {
+    const Record& record = cells.records[i];
+    for (; at < record.begin; ++at)
+      ASSERT_TRUE(chunk.storage[at] == '\n' || chunk.storage[at] == '\r');
+    std::size_t in = record.begin;
+    for (std::size_t k = 0; k < columns; ++k) {
+      const Cell& cell = cells.cells[i * columns + k];
+      ASSERT_LE(in, cell.begin);
+      ASSERT_LE(cell.begin, cell.end);
+      in = cell.end;
+    }
+    ASSERT_LE(in, record.end);
+    at = record.end;
+  }
+  ASSERT_LE(at, cells.end);
+  ASSERT_LE(cells.end, chunk.size);
+}
+
+TEST(Cells, AnyBytesComeOutAsTheyWentIn) {
+  Cases cases(ofWhole(200'000));
+  Random random(2);
+  for (int i = 0; i < ofWhole(100'000); ++i) {
+    const Chunk chunk = chunkOf(randomBytes(random, 30));
+    for (const TableFormat& format : {kCsv, kTsv}) {
+      Cells cells;
+      splitTable(chunk, format, firstColumns(1), cells);
+      expectInOrder(chunk, cells, 1);
+      if (HasFatalFailure()) FAIL() << chunk.bytes();
+      std::string out;
+      CellWriter writer(chunk, format, out);
+      std::string buffer;
+      for (const Cell& cell : cells.cells) {
+        const std::string_view text = textOf(chunk, cell, buffer);
+        // A field with quotes here and there would be written as one that is quoted.
+        const bool plain = cell.quoted || text.find('"') == std::string_view::npos;
+        if (plain) writer.replace(cell, text);
+      }
+      writer.finish(cells.end);
+      ASSERT_EQ(out, chunk.bytes().substr(0, cells.end));
+      ASSERT_EQ(!cells.failure, cells.end == chunk.size) << chunk.bytes();
+      ++cases;
+    }
+  }
+}
+
+// What an error is depends on nothing but what stands before it: the chunks may end anywhere.
+TEST(Cells, ChunksMakeNoDifference) {
+  Cases cases(ofWhole(80'000));
+  Random random(3);
+  for (int i = 0; i < ofWhole(10'000); ++i) {
+    const std::string text = randomBytes(random, 16);
+    const Chunk whole = chunkOf(text);
+    const TableFormat format{',', random.oneIn(2)};
+    Cells expected;
+    splitTable(whole, format, firstColumns(1), expected);
+    const Rows expectedRows = textsOf(whole, expected);
+    for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+      const Packets input(
+          {std::string_view(text).substr(0, cut), std::string_view(text).substr(cut)});
+      Source source("-");
+      ChunkReader reader(source, true, 1000);
+      Chunk chunk;
+      Cells cells;
+      Rows rows;
+      std::string message;
+      while (message.empty() && reader.read(chunk)) {
+        splitTable(chunk, format, firstColumns(1), cells);
+        for (const auto& row : textsOf(chunk, cells)) rows.push_back(row);
+        if (cells.failure) message = "table.csv" + cells.failure->message.substr(1);
+      }
+      // In a text that ends within quotes it depends on the cut how much of a wrong field is shown.
+      const auto told = [](const std::string& text) { return text.substr(0, text.find(": \"")); };
+      ASSERT_EQ(rows, expectedRows) << text << " cut at " << cut;
+      ASSERT_EQ(told(message), told(expected.failure ? expected.failure->message : "")) << text;
+      ++cases;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace plx
