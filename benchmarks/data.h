@@ -1,10 +1,13 @@
 // Arrays to measure with: random with a fixed seed, in memory that stays in use.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
+#include "arith/doubledouble.h"
 #include "base/field_codes.h"
 #include "host/embed.h"
 #include "unzoned/plain_walk.h"
