@@ -81,10 +81,12 @@ constexpr Entry kEntries[] = {
     {"Pelmor:host:CharacterError",
      "Characters could not be compared or converted: {0}. Any text in UTF-16 is accepted."},
     {"Pelmor:host:BadZoneRules",
-     "The time-zone rules {0} are not used: the file {1}. Rules of {2} are in use. A folder that plx "
+     "The time-zone rules {0} are not used: the file {1}. Rules of {2} are in use. A folder that "
+     "plx "
      "rules update has written is accepted."},
     {"Pelmor:host:ZoneRulesTooLate",
-     "The time-zone rules {0} are not used: the process has rules of {1} in use already. The call is "
+     "The time-zone rules {0} are not used: the process has rules of {1} in use already. The call "
+     "is "
      "accepted before the first use of a time zone."},
     {"Pelmor:host:InvalidLocale",
      "\"{0}\" cannot name a locale. Accepted are 1 to 100 ASCII letters, digits and characters of "

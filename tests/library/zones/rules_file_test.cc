@@ -92,13 +92,13 @@ TEST(RulesFile, ReleasesHaveAnOrder) {
 }
 
 TEST(RulesFile, AUsersFolderIsThatOfTheirData) {
-  ::setenv("HOME", "/home/her", 1);
+  ::setenv("HOME", "/her", 1);
   ::setenv("XDG_DATA_HOME", "/data", 1);
   EXPECT_EQ(zones::userRulesFolder(), "/data/plx/rules");
   ::setenv("XDG_DATA_HOME", "not/absolute", 1);
-  EXPECT_EQ(zones::userRulesFolder(), "/home/her/.local/share/plx/rules");
+  EXPECT_EQ(zones::userRulesFolder(), "/her/.local/share/plx/rules");
   ::unsetenv("XDG_DATA_HOME");
-  EXPECT_EQ(zones::userRulesFolder(), "/home/her/.local/share/plx/rules");
+  EXPECT_EQ(zones::userRulesFolder(), "/her/.local/share/plx/rules");
   ::unsetenv("HOME");
   EXPECT_EQ(zones::userRulesFolder(), "");
 }

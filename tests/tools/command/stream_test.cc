@@ -9,28 +9,10 @@
 #include <thread>
 
 #include "support/cases.h"
+#include "tools/support/pipe.h"
 #include "tools/support/run_plx.h"
 
 namespace {
-
-// Both ends are closed in processes that are started.
-struct Pipe {
-  int read, write;
-  Pipe() {
-    int ends[2];
-    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    read = ends[0];
-    write = ends[1];
-  }
-};
-
-void writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::write(descriptor, bytes.data(), bytes.size());
-    if (n <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(n));
-  }
-}
 
 TEST(Stream, EachLineComesOutAsSoonAsItIsIn) {
   const Pipe in, out;

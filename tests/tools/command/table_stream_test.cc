@@ -17,30 +17,13 @@
 
 #include "support/cases.h"
 #include "support/random.h"
+#include "tools/support/pipe.h"
 #include "tools/support/run_plx.h"
 #include "tools/support/terminal.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Pipe {
-  int read, write;
-  Pipe() {
-    int ends[2];
-    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    read = ends[0];
-    write = ends[1];
-  }
-};
-
-void writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
 
 std::size_t filesIn(const TemporaryFolder& folder) {
   return static_cast<std::size_t>(
