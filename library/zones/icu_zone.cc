@@ -97,8 +97,14 @@ ZoneFile::Type typeOf(const YearlyRule& rule, int offset) {
   return {offset, rule.saving && offset == rule.saving->offset && offset != rule.standard};
 }
 
+// Of a rule that holds since long before the first year, its steps from the year before that on.
 void listSteps(const YearlyRule& rule, std::int64_t from, std::int64_t until,
                std::vector<Listed>& all) {
+  if (from < startOfYear(kFirstYear - 1)) {
+    from = startOfYear(kFirstYear - 1);
+    all.push_back({from, typeOf(rule, rule.offsetAt(from))});
+    ++from;
+  }
   while (const auto step = rule.nextStep(from)) {
     if (step->second >= until) break;
     all.push_back({step->second, typeOf(rule, step->offset)});

@@ -105,6 +105,19 @@ TEST(IcuZone, TheRuleBeginsWithAYear) {
   EXPECT_EQ(late.changes.size(), 2u);
 }
 
+// However long ago a rule began.
+TEST(IcuZone, RulesAreListedFromTheYearBefore1800On) {
+  Cases cases(2);
+  for (const char* rule : {"AAA0BBB,M3.5.0,M10.5.0", "AAA0BBB,100,300"}) {
+    const IcuZone zone = converted(zoneFile(0, {{-281474976710656, 0}}, rule));
+    ASSERT_FALSE(zone.changes.empty()) << rule;
+    EXPECT_GE(zone.changes.front().second, -5396198400) << rule;  // 1799-01-01
+    EXPECT_LE(zone.changes.front().second, -5364662400) << rule;
+    EXPECT_LE(zone.changes.size(), 2u * 702 + 1) << rule;
+    ++cases;
+  }
+}
+
 TEST(IcuZone, SavingIsNeverNegative) {
   // As Casablanca's file has it: standard time is an hour ahead, and a month of each year saves an hour less.
   zones::ZoneFile file;
