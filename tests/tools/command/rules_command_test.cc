@@ -372,6 +372,28 @@ TEST_F(RulesCommand, OtherRulesAreToldWhereTheDataReachThem) {
     EXPECT_EQ(runPlx(row.arguments, row.in).err, row.err) << row.why;
     ++cases;
   }
+  // Of an array, too, whose elements are looked at in another way.
+  const auto array = [&](std::vector<std::int64_t> seconds) {
+    std::string bytes("\x93NUMPY\x01\0", 8);
+    std::string header = "{'descr': '<M8[s]', 'fortran_order': False, 'shape': (" +
+                         std::to_string(seconds.size()) + ",), }";
+    header.resize(117, ' ');
+    header += '\n';
+    bytes += static_cast<char>(header.size());
+    bytes += '\0';
+    bytes += header;
+    for (const std::int64_t second : seconds)
+      bytes.append(reinterpret_cast<const char*>(&second), sizeof second);
+    return folder_.write("in.npy", bytes);
+  };
+  const std::string out = folder_.path("out.npy");
+  const auto errorOf = [&](std::vector<std::int64_t> seconds, const char* name) {
+    return runPlx({"set", "minute", "0", "--zone", name, "-o", out, array(seconds)}).err;
+  };
+  EXPECT_EQ(errorOf({1, 2, 3, 4, k2030 - 86400, 5}, "Africa/Abidjan"), "");
+  EXPECT_EQ(errorOf({1, 2, 3, 4, k2030 + 3599, 5}, "Africa/Abidjan"),
+            told("Africa/Abidjan from 2030-01-01 on"));
+  EXPECT_EQ(errorOf({1, 2, 3, 4, k2030, 5}, "Asia/Tokyo"), "");
   // What has been chosen is chosen, but told too.
   ::setenv("ICU_TIMEZONE_FILES_DIR", "/nowhere", 1);
   EXPECT_THAT(runPlx({"get", "hour", "--zone", "Africa/Abidjan", "2035-06-01"}).err,

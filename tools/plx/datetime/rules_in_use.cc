@@ -58,20 +58,35 @@ std::string bytesOf(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The first instant within a range at which a zone's rules in use are not the system's.
+// The first second in [from, until) at which a zone's rules in use are not the system's.
+std::optional<std::int64_t> firstOther(const std::string& name, std::int64_t from,
+                                       std::int64_t until, const zones::SystemZones& system) {
+  const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
+  const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+  const auto file = system.zone(name);
+  if (rules == nullptr || !file) return std::nullopt;
+  const auto found = zones::firstDifferent(*rules, *file, from, until);
+  return found ? std::optional(found->second) : std::nullopt;
+}
+
 std::optional<std::int64_t> firstOther(const std::string& name, const Range& range,
                                        const zones::SystemZones& system) {
   constexpr double kMost = 0x1p52;
   const double least = std::max(range.least, -kMost), most = std::min(range.most, kMost);
   if (!(least <= most)) return std::nullopt;
-  const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
-  const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
-  const auto file = system.zone(name);
-  if (rules == nullptr || !file) return std::nullopt;
-  const auto found =
-      zones::firstDifferent(*rules, *file, static_cast<std::int64_t>(std::floor(least / 1000)),
-                            static_cast<std::int64_t>(std::floor(most / 1000)) + 1);
-  return found ? std::optional(found->second) : std::nullopt;
+  return firstOther(name, static_cast<std::int64_t>(std::floor(least / 1000)),
+                    static_cast<std::int64_t>(std::floor(most / 1000)) + 1, system);
+}
+
+// Lists of changes end in 2087 at the latest. Behind it, 28 years of a yearly rule have every kind of year in them.
+bool differsAtAnyTime(const std::string& name) {
+  constexpr std::int64_t k1800 = -5364662400, k2130 = 5049129600;
+  try {
+    return firstOther(name, k1800, k2130, zones::SystemZones(zones::systemZonesFolder()))
+        .has_value();
+  } catch (const zones::BadZones&) {
+    return false;
+  }
 }
 
 std::string dateOf(std::int64_t second) {
@@ -109,6 +124,8 @@ void RulesWatch::begin() {
 bool RulesWatch::isOn() { return isWatching.load(std::memory_order_relaxed); }
 
 void RulesWatch::take(std::span<const double> millis) {
+  if (!differs_) differs_ = differsAtAnyTime(zone_);
+  if (!*differs_) return;
   // Four chains of comparisons, since one would wait for its own results.
   std::array<double, 4> least, most;
   least.fill(least_);

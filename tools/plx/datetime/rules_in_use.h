@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -37,10 +38,12 @@ class RulesWatch {
     least_ = millis < least_ ? millis : least_;
     most_ = millis > most_ ? millis : most_;
   }
+  // The same of many. Where the two never differ, which is found out once, nothing is remembered.
   void take(std::span<const double> millis);
 
  private:
   std::string zone_;
+  std::optional<bool> differs_;  // at any time
   double least_ = std::numeric_limits<double>::infinity();
   double most_ = -std::numeric_limits<double>::infinity();
 };
