@@ -53,7 +53,9 @@ class RulesCommand : public testing::Test {
   }
   void release(const std::string& name) const {
     fs::create_directories(system());
-    folder_.write("zoneinfo/tzdata.zi", "# version " + name + '\n');
+    // As a package is upgraded: whoever reads meanwhile finds the old file or the new one.
+    folder_.write("zoneinfo/new", "# version " + name + '\n');
+    fs::rename(system() + "/new", system() + "/tzdata.zi");
   }
   PlxResult update() const { return runPlx({"rules", "update", "--to", rules()}); }
   std::vector<std::string> left() const {
