@@ -82,7 +82,7 @@ class Lock {
 
 std::string usualTarget() {
   if (::geteuid() == 0) return std::string(zones::kSystemRulesFolder);
-  const std::string own = zones::userRulesFolder();
+  std::string own = zones::userRulesFolder();
   if (own.empty())
     throw Failure{Status::usage, "there is no HOME to put rules into; accepted: --to DIR"};
   return own;
