@@ -291,13 +291,6 @@ TEST_F(RulesCommand, DamagedRulesAreToldAndOthersUsed) {
                            " are not used: the file is cut short or damaged. Rules of " + own_ +
                            " are in use. A folder that plx rules update has written is accepted.\n",
                        0}));
-  // Of what somebody has chosen for ICU, ICU alone knows how to read it.
-  folder_.write("data/plx/rules/zoneinfo64.res", bytes.substr(0, 1000));
-  ::setenv("ICU_TIMEZONE_FILES_DIR", rules().c_str(), 1);
-  EXPECT_EQ(runPlx({"get", "hour", "2014-05-10T08:30Z", "--zone", "Africa/Abidjan"}).err,
-            "plx: ICU_TIMEZONE_FILES_DIR: ICU cannot read the rules in " + rules() +
-                ", and uses its own\n");
-  ::unsetenv("ICU_TIMEZONE_FILES_DIR");
   EXPECT_EQ(update().status, 0);
   EXPECT_EQ(runPlx({"get", "hour", "2030-05-10T08:30Z", "--zone", "Africa/Abidjan"}),
             (PlxResult{0, "10\n", "", 0}));

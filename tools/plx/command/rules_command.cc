@@ -226,12 +226,6 @@ void runRulesCommand(const std::vector<std::string>& given, Output& output) {
 }
 
 void useSystemRules() {
-  const std::string unreadable = unreadableChoice();
-  if (!unreadable.empty()) {
-    std::fprintf(stderr,
-                 "plx: ICU_TIMEZONE_FILES_DIR: ICU cannot read the rules in %s, and uses its own\n",
-                 escapeText(unreadable).c_str());
-  }
   paError error;
   if (paUseZoneRules(nullptr, &error) != 0)
     std::fprintf(stderr, "plx: %s\n", escapeText(error.message).c_str());

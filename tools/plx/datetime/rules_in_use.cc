@@ -4,7 +4,6 @@
 #include <unicode/basictz.h>
 #include <unicode/putil.h>
 #include <unicode/ures.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -112,13 +111,6 @@ RulesInUse rulesInUse() {
     rules.where += ", from " + escapeText(rules.converted);
   }
   return rules;
-}
-
-std::string unreadableChoice() {
-  if (!isChosen()) return {};
-  const std::string folder = std::getenv("ICU_TIMEZONE_FILES_DIR");
-  const bool isThere = ::access((folder + '/' + std::string(zones::kRulesFile)).c_str(), F_OK) == 0;
-  return isThere && !areReadFrom(folder) ? folder : std::string();
 }
 
 void RulesWatch::begin() {

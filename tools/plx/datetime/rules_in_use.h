@@ -20,10 +20,6 @@ struct RulesInUse {
 };
 RulesInUse rulesInUse();
 
-// The folder that ICU_TIMEZONE_FILES_DIR names, where ICU cannot read the rules that stand in it, and so uses its own
-// without a word; else empty.
-std::string unreadableChoice();
-
 // Remembers the instants that are worked on in one zone of the time-zone data, for otherRules(). For one thread at a
 // time; hands over what it knows when it goes.
 class RulesWatch {
