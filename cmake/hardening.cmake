@@ -12,12 +12,11 @@ option(PLX_HARDENING "Build with stack protector, fortified functions, early bin
 # caller's on the stack: its sources are compiled with these options beside those of their target.
 set(PLX_LANE_OPTIONS)
 
-add_library(plx_hardening INTERFACE)
 if(PLX_HARDENING)
   include(CheckCXXCompilerFlag)
   include(CheckPIESupported)
   check_pie_supported()
-  target_compile_options(plx_hardening INTERFACE
+  add_compile_options(
     -fstack-protector-strong
     # Level 3 knows sizes that are computed when the program runs. A distribution's compiler may define another.
     -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
@@ -25,15 +24,14 @@ if(PLX_HARDENING)
   # A large frame cannot jump over the page that guards the stack.
   check_cxx_compiler_flag(-fstack-clash-protection PLX_HAS_STACK_CLASH_PROTECTION)
   if(PLX_HAS_STACK_CLASH_PROTECTION)
-    target_compile_options(plx_hardening INTERFACE -fstack-clash-protection)
+    add_compile_options(-fstack-clash-protection)
     list(APPEND PLX_LANE_OPTIONS -fno-stack-clash-protection)
   endif()
   # Indirect calls and jumps arrive only where the compiler says so. x86 alone has it.
   check_cxx_compiler_flag(-fcf-protection PLX_HAS_CF_PROTECTION)
   if(PLX_HAS_CF_PROTECTION)
-    target_compile_options(plx_hardening INTERFACE -fcf-protection)
+    add_compile_options(-fcf-protection)
   endif()
   # What the loader writes is written before the program begins, and read-only from then on.
-  target_link_options(plx_hardening INTERFACE LINKER:-z,relro,-z,now)
+  add_link_options(LINKER:-z,relro,-z,now)
 endif()
-target_link_libraries(plx_options INTERFACE plx_hardening)

@@ -4,7 +4,7 @@
 //
 //   an object of a set   instruction_set-inl.h, then code in a namespace of the set; its one entry
 //                        is a specialisation such as  template <> Walk walkBy<instruction_sets::AVX2>
-//   a list of entries    supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; })
+//   a list of entries    compiled_sets.h: supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; })
 #pragma once
 
 #include <vector>
@@ -63,17 +63,7 @@ struct List {
   }
 };
 
-// Those of this build, the best one first.
-using Compiled = List<PLX_INSTRUCTION_SETS>;
-
 }  // namespace instruction_sets
-
-// The entries of the sets that this processor has and this build is compiled for, the best one first;
-// none where it has none of them.
-template <class Walk, class EntryOf>
-std::vector<CompiledFor<Walk>> supportedSets(EntryOf entryOf) {
-  return instruction_sets::Compiled::supported<Walk>(entryOf);
-}
 
 // The walk of the best of the sets; the one given where there is none.
 template <class Walk>

@@ -1,4 +1,5 @@
 #include "base/found_once.h"
+#include "unzoned/compiled_sets.h"
 #include "zoned/table_walk.h"
 #include "zoned/vector_walk.h"
 

@@ -11,6 +11,7 @@
 
 #include "fuzz/input.h"
 #include "host/embed.h"
+#include "support/built.h"
 #include "support/datetime_arrays.h"
 
 namespace {
@@ -40,7 +41,7 @@ paModule* module() {
   static paModule* const loaded = [] {
     paSetLocale("en_US", nullptr);
     paError error;
-    paModule* const made = paLoadModule(PLX_MODULE_PATH, &error);
+    paModule* const made = paLoadModule(built("plx_datetime.so").c_str(), &error);
     require(made != nullptr, "the module is loaded:", error.message);
     return made;
   }();

@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -17,7 +18,7 @@ class Calls : public testing::TestWithParam<bool> {
 
   bool errorsReturn() const { return GetParam(); }
 
-  ModulePtr module_ = loadModule(ACTIONS_MODULE);
+  ModulePtr module_ = loadModule(built("host_actions_module.so"));
 };
 
 INSTANTIATE_TEST_SUITE_P(Host, Calls, testing::Bool(), [](const auto& parameter) {
@@ -117,21 +118,21 @@ TEST_P(Calls, AnErrorDoesNotLastIntoTheNextCall) {
 
 TEST_P(Calls, CallsInsideCallsHaveErrorsOfTheirOwn) {
   const Outcome ignored =
-      call(module_.get(), scalar(Action::callModule), text(std::string(ACTIONS_MODULE)));
+      call(module_.get(), scalar(Action::callModule), text(built("host_actions_module.so")));
   EXPECT_EQ(ignored.result, 0) << ignored.message();
   ASSERT_TRUE(ignored.output);
   EXPECT_EQ(paGetScalar(ignored.output.get()), 1) << "the inner call reported its error";
 
-  const Outcome raised =
-      call(module_.get(), scalar(Action::callModuleThenRaise), text(std::string(ACTIONS_MODULE)));
+  const Outcome raised = call(module_.get(), scalar(Action::callModuleThenRaise),
+                              text(built("host_actions_module.so")));
   EXPECT_EQ(raised.result, 1);
   EXPECT_EQ(raised.identifier(), "Pelmor:datetime:UnknownTimeZone");
   EXPECT_THAT(raised.message(), HasSubstr("\"outer\""));
 }
 
 TEST_P(Calls, TheOuterCallGoesOnAfterAnInnerOne) {
-  const Outcome outcome =
-      call(module_.get(), scalar(Action::callModuleThenCreate), text(std::string(ACTIONS_MODULE)));
+  const Outcome outcome = call(module_.get(), scalar(Action::callModuleThenCreate),
+                               text(built("host_actions_module.so")));
   EXPECT_EQ(outcome.result, 1) << "outside a call, a refused array would only be null";
   EXPECT_EQ(outcome.identifier(), "Pelmor:host:InvalidArgument");
 }

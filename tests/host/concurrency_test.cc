@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -20,7 +21,7 @@ void work(int thread, std::barrier<>& start, std::atomic<int>& good) {
   start.arrive_and_wait();
   for (int round = 0; round < kRounds; ++round) {
     paError error;
-    const ModulePtr module(paLoadModule(ACTIONS_MODULE, &error));
+    const ModulePtr module(paLoadModule(built("host_actions_module.so").c_str(), &error));
     if (!module) continue;
     const double number = thread * 1000.0 + round;
     const Outcome copied = call(module.get(), scalar(Action::copyInput), scalar(number));
@@ -28,8 +29,9 @@ void work(int thread, std::barrier<>& start, std::atomic<int>& good) {
     const Outcome raised = call(module.get(), scalar(Action::raiseEachKey), scalar(key));
     const Outcome repeated = call(module.get(), scalar(Action::raiseEachKey), scalar(key));
     const Outcome nested =
-        call(module.get(), scalar(Action::callModule), text(std::string(ACTIONS_MODULE)));
-    const bool refused = paLoadModule(OTHER_VERSION_MODULE, &error) == nullptr;
+        call(module.get(), scalar(Action::callModule), text(built("host_actions_module.so")));
+    const bool refused =
+        paLoadModule(built("host_other_version_module.so").c_str(), &error) == nullptr;
     if (copied.result == 0 && paGetScalar(copied.output.get()) == number && raised.result == 1 &&
         raised.identifier() == repeated.identifier() && raised.message() == repeated.message() &&
         nested.result == 0 && refused &&
@@ -50,7 +52,7 @@ TEST(Concurrency, LoadCallAndGiveBack) {
 }
 
 TEST(Concurrency, OneHandleForAll) {
-  const ModulePtr module = loadModule(ACTIONS_MODULE);
+  const ModulePtr module = loadModule(built("host_actions_module.so"));
   ASSERT_TRUE(module);
   std::atomic<int> good = 0;
   std::vector<std::thread> threads;

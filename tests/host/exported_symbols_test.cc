@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
 
@@ -13,7 +14,8 @@ namespace {
 // Under the names that people know.
 std::set<std::string> exportedNames() {
   std::set<std::string> names;
-  for (const auto& line : linesOf("nm -DC --defined-only --format=just-symbols '" HOST_LIBRARY "'"))
+  for (const auto& line :
+       linesOf("nm -DC --defined-only --format=just-symbols '" + built("libplx_host.so") + "'"))
     names.insert(line);
   return names;
 }
@@ -34,7 +36,7 @@ TEST(ExportedSymbols, AreThoseOfTheList) {
 #if !defined(__x86_64__)
   GTEST_SKIP() << "the list has the names of x86-64";
 #endif
-  auto exported = linesOf("nm -D --defined-only --format=just-symbols '" HOST_LIBRARY
+  auto exported = linesOf("nm -D --defined-only --format=just-symbols '" + built("libplx_host.so") +
                           "' | sed 's/@.*//' | LC_ALL=C sort");
 #if defined(__clang__)
   // g++ makes it although nothing can call it: objects of an abstract class are parts of others.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -28,7 +29,9 @@ bool asksForTheLocale() {
 
 bool setsTheLocale() { return paSetLocale("de_DE", nullptr) == 0 && asksForTheLocale(); }
 
-bool loadsAModule() { return ModulePtr(paLoadModule(ACTIONS_MODULE, nullptr)) != nullptr; }
+bool loadsAModule() {
+  return ModulePtr(paLoadModule(built("host_actions_module.so").c_str(), nullptr)) != nullptr;
+}
 
 // How a child ends that does it once.
 int statusOfAChild(bool (*work)()) {

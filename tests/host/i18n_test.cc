@@ -9,6 +9,7 @@
 
 #include "host/exception.h"
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -147,7 +148,7 @@ TEST(Dispatcher, SaysSoWhereNothingIsBeingHandled) {
 }
 
 TEST(Dispatcher, InsideACall) {
-  const ModulePtr module = loadModule(ACTIONS_MODULE);
+  const ModulePtr module = loadModule(built("host_actions_module.so"));
   ASSERT_TRUE(module);
   for (const bool errorsReturn : {false, true}) {
     paSetErrorsReturn(errorsReturn);

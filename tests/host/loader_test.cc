@@ -14,6 +14,7 @@
 #include <random>
 
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
 #include "support/proc_files.h"
@@ -61,11 +62,11 @@ std::string bytesOf(const std::string& path) {
 
 TEST_F(Loader, LoadsAModuleAndGivesItBack) {
   paError error = {"unset", "unset"};
-  const ModulePtr module(paLoadModule(ACTIONS_MODULE, &error));
+  const ModulePtr module(paLoadModule(built("host_actions_module.so").c_str(), &error));
   ASSERT_TRUE(module);
   EXPECT_STREQ(error.identifier, "");
   EXPECT_STREQ(error.message, "");
-  const ModulePtr again(paLoadModule(ACTIONS_MODULE, nullptr));
+  const ModulePtr again(paLoadModule(built("host_actions_module.so").c_str(), nullptr));
   EXPECT_TRUE(again);
   EXPECT_NE(again, module) << "a handle for each load";
   paUnloadModule(nullptr);
@@ -73,15 +74,15 @@ TEST_F(Loader, LoadsAModuleAndGivesItBack) {
 
 // The second time it may not close what others have loaded, nor be freed again.
 TEST_F(Loader, GivingBackTwiceIsIgnored) {
-  const ModulePtr other = loadModule(ACTIONS_MODULE);
-  paModule* const module = paLoadModule(ACTIONS_MODULE, nullptr);
+  const ModulePtr other = loadModule(built("host_actions_module.so"));
+  paModule* const module = paLoadModule(built("host_actions_module.so").c_str(), nullptr);
   ASSERT_NE(module, nullptr);
   paUnloadModule(module);
   paUnloadModule(module);
   int noHandle = 0;
   paUnloadModule(reinterpret_cast<paModule*>(&noHandle));
   EXPECT_EQ(call(other.get(), scalar(Action::countArguments)).result, 0);
-  EXPECT_TRUE(loadModule(ACTIONS_MODULE));
+  EXPECT_TRUE(loadModule(built("host_actions_module.so")));
 }
 
 // An error and no fault, also where other modules were loaded since, and for what never was a handle.
@@ -98,14 +99,14 @@ TEST_F(Loader, AHandleThatWasGivenBackIsRefused) {
     ++cases;
   };
   for (int i = 0; i < kLoads; ++i) {
-    paModule* const module = paLoadModule(ACTIONS_MODULE, nullptr);
+    paModule* const module = paLoadModule(built("host_actions_module.so").c_str(), nullptr);
     EXPECT_THAT(given, testing::Not(testing::Contains(module))) << "a handle comes once";
     EXPECT_EQ(call(module, scalar(Action::countArguments)).result, 0);
     paUnloadModule(module);
     isRefused(module);
     given.push_back(module);
   }
-  const ModulePtr alive = loadModule(ACTIONS_MODULE);
+  const ModulePtr alive = loadModule(built("host_actions_module.so"));
   for (paModule* const module : given) {
     isRefused(module);
     paUnloadModule(module);
@@ -122,7 +123,8 @@ TEST_F(Loader, AHandleThatWasGivenBackIsRefused) {
 TEST_F(Loader, ManyHandlesAtOnce) {
   Cases cases(300);
   std::vector<paModule*> modules(300);
-  for (paModule*& module : modules) module = paLoadModule(ACTIONS_MODULE, nullptr);
+  for (paModule*& module : modules)
+    module = paLoadModule(built("host_actions_module.so").c_str(), nullptr);
   std::shuffle(modules.begin(), modules.end(), std::mt19937(1));
   while (!modules.empty()) {
     EXPECT_EQ(call(modules.back(), scalar(Action::countArguments)).result, 0);
@@ -138,14 +140,14 @@ TEST_F(Loader, AModuleStaysMappedWhenItIsGivenBack) {
   const auto mapped = [] {
     return bytesOf("/proc/self/maps").find("host_actions_module") != std::string::npos;
   };
-  loadModule(ACTIONS_MODULE).reset();
+  loadModule(built("host_actions_module.so")).reset();
   EXPECT_TRUE(mapped()) << "its exceptions and caches may be in use";
 }
 
 TEST_F(Loader, APathWithoutASlashIsInTheCurrentDirectory) {
   const fs::path before = fs::current_path();
-  fs::current_path(fs::path(ACTIONS_MODULE).parent_path());
-  EXPECT_TRUE(loadModule(fs::path(ACTIONS_MODULE).filename()));
+  fs::current_path(fs::path(built("host_actions_module.so")).parent_path());
+  EXPECT_TRUE(loadModule(fs::path(built("host_actions_module.so")).filename()));
   fs::current_path(folder_);
   EXPECT_EQ(refusalOf("libc.so.6").identifier, "Pelmor:host:ModuleNotFound")
       << "not looked for where libraries are";
@@ -177,7 +179,7 @@ TEST_F(Loader, FilesThatAreNoLibraries) {
       {"magic.so",
        "\x7F"
        "ELF"},
-      {"short.so", bytesOf(ACTIONS_MODULE).substr(0, 63)},
+      {"short.so", bytesOf(built("host_actions_module.so")).substr(0, 63)},
       {"zeros.so", std::string(100000, '\0')},
   };
   for (const auto& row : rows) {
@@ -189,7 +191,7 @@ TEST_F(Loader, FilesThatAreNoLibraries) {
 }
 
 TEST_F(Loader, AFileCutShortAnywhereIsRefused) {
-  const std::string whole = bytesOf(ACTIONS_MODULE);
+  const std::string whole = bytesOf(built("host_actions_module.so"));
   Cases cases(40);
   for (std::size_t part = 0; part < 40; ++part) {
     const std::string path =
@@ -202,7 +204,7 @@ TEST_F(Loader, AFileCutShortAnywhereIsRefused) {
 
 // The tables at the end of a file may be whole although a part that is to be mapped is not.
 TEST_F(Loader, ASegmentPastTheEndIsRefused) {
-  std::string bytes = bytesOf(ACTIONS_MODULE);
+  std::string bytes = bytesOf(built("host_actions_module.so"));
   ElfW(Ehdr) header;
   std::memcpy(&header, bytes.data(), sizeof header);
   Cases cases(2);
@@ -227,7 +229,7 @@ TEST_F(Loader, DamagedHeadersAreRefused) {
   constexpr unsigned kSeed = 20140510;
   SCOPED_TRACE("seed " + std::to_string(kSeed));
   std::mt19937 random(kSeed);
-  const std::string whole = bytesOf(OTHER_VERSION_MODULE);
+  const std::string whole = bytesOf(built("host_other_version_module.so"));
   Cases cases(2000);
   for (int round = 0; round < 2000; ++round) {
     std::string bytes = whole;
@@ -244,38 +246,39 @@ TEST_F(Loader, DamagedHeadersAreRefused) {
 }
 
 TEST_F(Loader, ALibraryWithoutTheEntryPointIsRefusedUnrun) {
-  const Refusal refusal = refusalOf(NO_ENTRY_MODULE);
+  const Refusal refusal = refusalOf(built("host_no_entry_module.so").c_str());
   EXPECT_EQ(refusal.identifier, "Pelmor:host:NotAModule");
   EXPECT_THAT(refusal.message, HasSubstr("does not export plxFunction"));
   EXPECT_EQ(std::getenv("PLX_TEST_NO_ENTRY_RAN"), nullptr) << "nothing of it ran";
 }
 
 TEST_F(Loader, AnotherVersionIsRefusedUnrunAndNamed) {
-  const Refusal refusal = refusalOf(OTHER_VERSION_MODULE);
+  const Refusal refusal = refusalOf(built("host_other_version_module.so").c_str());
   EXPECT_EQ(refusal.identifier, "Pelmor:host:WrongInterface");
   EXPECT_THAT(refusal.message, HasSubstr("version 2 "));
   EXPECT_THAT(refusal.message, HasSubstr("version 1."));
-  EXPECT_THAT(refusal.message, HasSubstr(OTHER_VERSION_MODULE));
+  EXPECT_THAT(refusal.message, HasSubstr(built("host_other_version_module.so")));
   EXPECT_EQ(std::getenv("PLX_TEST_OTHER_VERSION_RAN"), nullptr) << "nothing of it ran";
 }
 
 // Otherwise a module of any version would pass.
 TEST(Interface, TheReferenceToTheVersionOutlivesTheLinkersCollection) {
   int references = 0;
-  for (const auto& line : linesOf("nm -D --undefined-only '" COLLECTED_MODULE "'"))
+  for (const auto& line :
+       linesOf("nm -D --undefined-only '" + built("host_collected_module.so") + "'"))
     references += line.ends_with(" paHostInterface_1");
   EXPECT_EQ(references, 1);
 }
 
 TEST_F(Loader, AnUnmetNeedIsRefusedUnrunAndNamed) {
-  const Refusal refusal = refusalOf(UNMET_NEED_MODULE);
+  const Refusal refusal = refusalOf(built("host_unmet_need_module.so").c_str());
   EXPECT_EQ(refusal.identifier, "Pelmor:host:NotAModule");
   EXPECT_THAT(refusal.message, HasSubstr("plxNowhereFunction"));
   EXPECT_EQ(std::getenv("PLX_TEST_UNMET_NEED_RAN"), nullptr) << "bound at once or not at all";
 }
 
 TEST_F(Loader, TheHostItselfIsNoModule) {
-  const Refusal refusal = refusalOf(HOST_LIBRARY);
+  const Refusal refusal = refusalOf(built("libplx_host.so").c_str());
   EXPECT_EQ(refusal.identifier, "Pelmor:host:NotAModule");
 }
 

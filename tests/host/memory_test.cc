@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -44,7 +45,7 @@ TEST(Memory, MoreDimensionsThanMemoryHolds) {
 }
 
 TEST(Memory, InsideACallTooLargeIsTheHostsError) {
-  const ModulePtr module = loadModule(ACTIONS_MODULE);
+  const ModulePtr module = loadModule(built("host_actions_module.so"));
   ASSERT_TRUE(module);
   const struct {
     Action action;

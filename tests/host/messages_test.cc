@@ -6,6 +6,7 @@
 
 #include "host/message_keys.h"
 #include "host/support.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace {
@@ -38,7 +39,7 @@ const struct {
 };
 
 TEST(Messages, EveryKeyHasItsIdentifierAndText) {
-  const ModulePtr module = loadModule(ACTIONS_MODULE);
+  const ModulePtr module = loadModule(built("host_actions_module.so"));
   ASSERT_TRUE(module);
   std::set<std::string> messages;
   Cases cases(22);

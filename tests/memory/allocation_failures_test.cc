@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/datetime_module.h"
 #include "support/proc_files.h"
@@ -155,7 +156,7 @@ class PreparedCall {
 };
 
 paModule* module() {
-  static paModule* const loaded = paLoadModule(PLX_MODULE_PATH, nullptr);
+  static paModule* const loaded = paLoadModule(built("plx_datetime.so").c_str(), nullptr);
   return loaded;
 }
 
@@ -183,17 +184,17 @@ std::vector<Work> allWork() {
     const auto call = std::make_shared<PreparedCall>(c.count, c.value, c.selector, c.zone);
     all.push_back({c.name, [call] { return call->run(module()); }});
   }
-  const auto loading = [](const char* path) {
+  const auto loading = [](const std::string& path) {
     return [path] {
       paError error;
       plan.isArmed = plan.failing >= 0;
-      paModule* const loaded = paLoadModule(path, &error);
+      paModule* const loaded = paLoadModule(path.c_str(), &error);
       plan.isArmed = false;
       paUnloadModule(loaded);
       return Ending{loaded == nullptr, error.identifier, {}};
     };
   };
-  all.push_back({"loading a module that is loaded", loading(PLX_MODULE_PATH)});
+  all.push_back({"loading a module that is loaded", loading(built("plx_datetime.so"))});
   all.push_back({"loading what is not there", loading("/no/such/module.so")});
   all.push_back({"loading what is no module", loading("/proc/self/cmdline")});
   all.push_back({"an array outside of a call", [] {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/built.h"
 #include "support/lines_of.h"
 
 namespace {
@@ -22,14 +23,15 @@ std::vector<std::string> symbolsOf(const std::string& file, const char* which) {
 }
 
 TEST(Exports, TheEntryPointAndNothingElse) {
-  const auto lines = linesOf("nm -D --defined-only --format=posix '" PLX_MODULE_PATH "'");
+  const auto lines =
+      linesOf("nm -D --defined-only --format=posix '" + built("plx_datetime.so") + "'");
   ASSERT_EQ(lines.size(), 1u) << "one defined symbol";
   EXPECT_EQ(lines[0].rfind("plxFunction T ", 0), 0u) << lines[0];
 }
 
 TEST(Exports, TheHostIsNotLinked) {
   int needed = 0;
-  for (const auto& line : linesOf("objdump -p '" PLX_MODULE_PATH "'")) {
+  for (const auto& line : linesOf("objdump -p '" + built("plx_datetime.so") + "'")) {
     if (line.find("NEEDED") == std::string::npos) continue;
     ++needed;
     EXPECT_EQ(line.find("plx"), std::string::npos) << "module and host meet at load time: " << line;
@@ -39,7 +41,8 @@ TEST(Exports, TheHostIsNotLinked) {
 
 TEST(Exports, TheVersionOfTheHostsInterfaceIsAskedFor) {
   int references = 0;
-  for (const auto& line : linesOf("nm -D --undefined-only --format=posix '" PLX_MODULE_PATH "'")) {
+  for (const auto& line :
+       linesOf("nm -D --undefined-only --format=posix '" + built("plx_datetime.so") + "'")) {
     references += line.rfind("paHostInterface_1 ", 0) == 0;
   }
   EXPECT_EQ(references, 1);
@@ -49,7 +52,7 @@ TEST(Exports, TheVersionOfTheHostsInterfaceIsAskedFor) {
 // ever. What is found out in the first call is found out by whoever needs it (found_once.h).
 // Boost's are initialised while the module is loaded.
 TEST(Exports, NoThreadWaitsForTheFirstCallOfAnother) {
-  const auto symbols = linesOf("nm -C '" PLX_MODULE_PATH "'");
+  const auto symbols = linesOf("nm -C '" + built("plx_datetime.so") + "'");
   EXPECT_GT(symbols.size(), 100u);
   for (const std::string& line : symbols) {
     if (line.find("guard variable for boost::") != std::string::npos) continue;
@@ -65,8 +68,8 @@ TEST(Exports, WhatIsDemandedOfAHostIsWhatTheListSays) {
 #if !defined(__OPTIMIZE__) || PLX_SANITIZED || !defined(__GNUC__) || defined(__clang__)
   GTEST_SKIP() << "the list is that of an optimised build by g++, without sanitizers";
 #endif
-  const auto wanted = symbolsOf(PLX_MODULE_PATH, "--undefined-only");
-  const auto provided = symbolsOf(PLX_HOST_PATH, "--defined-only");
+  const auto wanted = symbolsOf(built("plx_datetime.so"), "--undefined-only");
+  const auto provided = symbolsOf(built("libplx_host.so"), "--defined-only");
   std::vector<std::string> demanded;
   std::set_intersection(wanted.begin(), wanted.end(), provided.begin(), provided.end(),
                         std::back_inserter(demanded));

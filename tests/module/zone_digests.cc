@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "host/embed.h"
+#include "support/built.h"
 #include "support/datetime_arrays.h"
 #include "support/every_zone.h"
 
@@ -83,7 +84,7 @@ constexpr Component kComponents[] = {{3, 1850, 2150}, {6, -1, 6},        {7, -2,
 
 class Module {
  public:
-  explicit Module(const char* path) : module_(paLoadModule(path, &error_)) {
+  explicit Module(const std::string& path) : module_(paLoadModule(path.c_str(), &error_)) {
     if (module_ == nullptr) throw std::runtime_error(error_.message);
   }
 
@@ -192,7 +193,7 @@ void printLanguages(Module& module) {
 
 int main(int argc, char** argv) {
   try {
-    Module module(PLX_MODULE_PATH);
+    Module module(built("plx_datetime.so"));
     paSetLocale("en_US", nullptr);
     printOffsets(module);
     if (argc > 1 && std::strcmp(argv[1], "--offsets") == 0) return 0;

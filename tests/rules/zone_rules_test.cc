@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/datetime_module.h"
 #include "support/lines_of.h"
@@ -87,7 +88,7 @@ TEST(ZoneRules, ResultsFollowWhatIcuHasLoaded) {
 TEST(ZoneRules, TheProgramNamesThoseInUse) {
   const auto versionWith = [](const std::string& environment) {
     std::string all;
-    for (const auto& line : linesOf(environment + " '" PLX_PROGRAM "' --version"))
+    for (const auto& line : linesOf(environment + " '" + built("plx") + "' --version"))
       all += line + "\n";
     return all;
   };

@@ -49,7 +49,7 @@ const Layer kLayers[] = {
     {"src/zoned/.*",
      "arith/.*|base/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|hwy/.*|"
      "unzoned/"
-     "(lane_constants|lane_pairs-inl|lane_components-inl|instruction_sets|instruction_set-inl)"
+     "(lane_constants|lane_pairs-inl|lane_components-inl|compiled_sets|instruction_sets|instruction_set-inl)"
      "\\.h"},
     {"src/timezone/.*", "base/raise\\.h|icu/.*|timezone/.*|host/.*|unicode/.*|boost/.*"},
     {"src/entry/default_float_environment\\.h", ""},

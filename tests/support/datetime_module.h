@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/embed.h"
+#include "support/built.h"
 #include "support/datetime_arrays.h"
 
 struct Outcome {
@@ -36,7 +37,7 @@ inline constexpr Selector kSelectorsOfAll[] = {kYear,   kQuarter,   kMonth,     
 
 class DatetimeModule {
  public:
-  DatetimeModule() : module_(paLoadModule(PLX_MODULE_PATH, &error_)) {
+  DatetimeModule() : module_(paLoadModule(built("plx_datetime.so").c_str(), &error_)) {
     EXPECT_NE(module_, nullptr) << error_.identifier << ": " << error_.message;
     paSetLocale("en_US", nullptr);  // the spelling of offsets follows it
   }

@@ -6,6 +6,7 @@
 #include <regex>
 #include <string>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
 
@@ -23,7 +24,8 @@ std::vector<std::string> linesOfFile(const std::string& name) {
 
 // The output of a command line of the pages: `plx` is the one that was built, files lie in the project.
 std::vector<std::string> outputOf(const std::string& command) {
-  return linesOf("cd '" + kRoot + "' && PATH=\"$(dirname '" PLX_PROGRAM "'):$PATH\" && " + command);
+  return linesOf("cd '" + kRoot + "' && PATH=\"$(dirname '" + built("plx") + "'):$PATH\" && " +
+                 command);
 }
 
 bool isPrompt(const std::string& line) { return line.rfind("    $ ", 0) == 0; }

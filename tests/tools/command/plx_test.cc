@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "tools/support/npy_bytes.h"
 #include "tools/support/run_plx.h"
@@ -426,9 +427,10 @@ TEST(Plx, TellsItsVersions) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_TRUE(result.out.starts_with("plx ")) << result.out;
-  for (const char* piece :
-       {"\nmodule            " PLX_MODULE " (host interface ", "\nICU               ",
-        "\ntime-zone data    20", "\nlast leap second  2012-06-30T23:59:60Z\n"})
+  for (const std::string& piece : std::vector<std::string>{
+           "\nmodule            " + built("plx_datetime.so") + " (host interface ",
+           "\nICU               ", "\ntime-zone data    20",
+           "\nlast leap second  2012-06-30T23:59:60Z\n"})
     EXPECT_NE(result.out.find(piece), std::string::npos) << piece << " in\n" << result.out;
 }
 
@@ -494,14 +496,15 @@ TEST(Plx, Helps) {
 }
 
 TEST(Plx, LoadsTheModuleItIsGiven) {
-  EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--module", PLX_MODULE}).out, "2014-05-01\n");
-  const std::string module = PLX_MODULE;
+  const std::string module = built("plx_datetime.so");
+  EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--module", module}).out, "2014-05-01\n");
   EXPECT_EQ(runPlx({"--module", module, "set", "day", "1", "2014-05-10"}).out, "2014-05-01\n");
   EXPECT_EQ(runPlx({"--module=" + module, "set", "day", "1", "2014-05-10"}).out, "2014-05-01\n");
   EXPECT_EQ(runPlx({"--module", module, "components"}), runPlx({"components"}));
   EXPECT_EQ(runPlx({"--module", module, "--version"}).status, 0);
   EXPECT_EQ(runPlx({"--module", "none.so", "set", "day", "1", "2014-05-10"}).status, 4);
-  for (const char* path : {"none.so", "/dev/null", PLX_PROGRAM}) {
+  const std::string program = built("plx");
+  for (const char* path : {"none.so", "/dev/null", program.c_str()}) {
     const PlxResult result = runPlx({"set", "day", "1", "2014-05-10", "--module", path});
     EXPECT_EQ(result.status, 4) << path;
     EXPECT_TRUE(isOneLine(result.err)) << result.err;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "datetime/local_zone.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
 #include "tools/support/run_plx.h"
@@ -221,9 +222,8 @@ TEST_F(RulesCommand, AFullDiskLeavesTheOldRulesInPlace) {
   ASSERT_EQ(update().status, 0);
   const std::string before = folder_.read("data/plx/rules/zoneinfo64.res");
   release("2099za");
-  const auto told =
-      linesOf("(trap '' XFSZ; ulimit -f 40; exec '" PLX_PROGRAM "' rules update --to '" + rules() +
-              "') 2>&1; echo $?");
+  const auto told = linesOf("(trap '' XFSZ; ulimit -f 40; exec '" + built("plx") +
+                            "' rules update --to '" + rules() + "') 2>&1; echo $?");
   EXPECT_EQ(told,
             (std::vector<std::string>{"plx: " + file() + ": cannot write: File too large", "4"}));
   EXPECT_EQ(folder_.read("data/plx/rules/zoneinfo64.res"), before);

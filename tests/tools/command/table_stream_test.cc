@@ -15,6 +15,7 @@
 #include <string_view>
 #include <thread>
 
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/random.h"
 #include "tools/support/pipe.h"
@@ -118,7 +119,7 @@ TEST(TableStream, SignalsLeaveTheOldOutput) {
         const struct rlimit noCore = {0, 0};
         ::setrlimit(RLIMIT_CORE, &noCore);
         ::dup2(in.read, STDIN_FILENO);
-        ::execl(PLX_PROGRAM, "plx", "set", "day", "1", "-c", "created_at", "--csv", "-o",
+        ::execl(built("plx").c_str(), "plx", "set", "day", "1", "-c", "created_at", "--csv", "-o",
                 out.c_str(), "--jobs", jobs, nullptr);
         ::_exit(127);
       }

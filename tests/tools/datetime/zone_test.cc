@@ -13,6 +13,7 @@
 #include "arith/civil.h"
 #include "host/embed.h"
 #include "module/module.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "unzoned/leap_seconds.h"
 
@@ -159,7 +160,7 @@ class WithModule : public testing::Test {
     return rounded(datetimes.at(0), 9).seconds;
   }
 
-  Module module_{PLX_MODULE};
+  Module module_{built("plx_datetime.so")};
 };
 
 std::optional<Zone> named(const std::string& text) {

@@ -12,6 +12,7 @@
 #include "inspect/leap_table.h"
 #include "module/components.h"
 #include "module/module.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
 #include "support/random.h"
@@ -46,7 +47,7 @@ class Check : public testing::Test {
     return one.at(0);
   }
 
-  Module module_{PLX_MODULE};
+  Module module_{built("plx_datetime.so")};
 };
 
 TEST_F(Check, TellsWhatHappened) {

@@ -17,6 +17,7 @@
 #include "inspect/wall.h"
 #include "module/components.h"
 #include "module/module.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/every_zone.h"
 #include "support/length.h"
@@ -230,7 +231,7 @@ class SettingWhatWasRead : public testing::Test {
     ++exceptions_[Why::finerThanADouble];
   }
 
-  Module module_{PLX_MODULE};
+  Module module_{built("plx_datetime.so")};
   std::int64_t visited_ = 0, same_ = 0;
   std::map<Why, std::int64_t> exceptions_;
 };

@@ -8,6 +8,7 @@
 
 #include "messages/message.h"
 #include "module/module.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "tools/support/run_plx.h"
 
@@ -22,7 +23,7 @@ bool isSelected(int selector) {
 
 TEST(Components, AreThoseOfTheModule) {
   Cases cases(23);
-  Module module(PLX_MODULE);
+  Module module(built("plx_datetime.so"));
   for (int selector = 1; selector <= 23; ++selector, ++cases) {
     Datetimes datetimes;
     datetimes.push({0, 0});
@@ -33,7 +34,7 @@ TEST(Components, AreThoseOfTheModule) {
 
 TEST(Components, TakeFractionsWhereTheModuleDoes) {
   Cases cases(22);
-  Module module(PLX_MODULE);
+  Module module(built("plx_datetime.so"));
   for (const ComponentFacts& c : kComponentFacts) {
     for (const char* zone : {"", "Europe/Paris"}) {
       Datetimes datetimes;
@@ -49,7 +50,7 @@ TEST(Components, BothSelectorsOfTheDayMeanTheSame) {
   for (const ComponentFacts& c : kComponentFacts) {
     if (c.otherSelector == 0) continue;
     EXPECT_EQ(c.name, "day");
-    Module module(PLX_MODULE);
+    Module module(built("plx_datetime.so"));
     Datetimes one, other;
     one.push({1e12, 0.25});
     other = one;

@@ -9,6 +9,7 @@
 
 #include "messages/message.h"
 #include "modules/odd_results.h"
+#include "support/built.h"
 #include "support/cases.h"
 
 namespace plx {
@@ -31,7 +32,7 @@ const struct {
 };
 
 TEST(Module, OddResultsAreRefused) {
-  Module module(PLX_ODD_RESULTS_MODULE);
+  Module module(built("odd_results_module.so"));
   Cases cases(std::size(kOddResults));
   for (const auto& row : kOddResults) {
     Datetimes datetimes{{1.0, 2.0, 3.0}, {0.25, 0.25, 0.25}};
@@ -41,7 +42,7 @@ TEST(Module, OddResultsAreRefused) {
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.status, Status::inputOutput);
       EXPECT_THAT(failure.message, HasSubstr(row.complaint));
-      EXPECT_THAT(failure.message, HasSubstr(PLX_ODD_RESULTS_MODULE));
+      EXPECT_THAT(failure.message, HasSubstr(built("odd_results_module.so")));
       EXPECT_THAT(failure.message, HasSubstr("; accepted: "));
     }
     EXPECT_EQ(datetimes.hi, (std::vector<double>{1.0, 2.0, 3.0})) << row.complaint;
@@ -51,7 +52,7 @@ TEST(Module, OddResultsAreRefused) {
 }
 
 TEST(Module, AResultAsItShouldBeIsTaken) {
-  Module module(PLX_ODD_RESULTS_MODULE);
+  Module module(built("odd_results_module.so"));
   Datetimes datetimes{{1.0, 2.0, 3.0}, {0.25, 0.25, 0.25}};
   EXPECT_FALSE(module.set(datetimes, {1.0, 1.0, 1.0}, RESULT_AS_IT_SHOULD_BE, ""));
   EXPECT_EQ(datetimes.hi, (std::vector<double>{0.0, 0.0, 0.0}));

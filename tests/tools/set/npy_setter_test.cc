@@ -16,6 +16,7 @@
 #include "npy/positions.h"
 #include "npy/time_scale.h"
 #include "support/bits.h"
+#include "support/built.h"
 #include "support/cases.h"
 #include "support/integer_calendar.h"
 #include "support/random.h"
@@ -71,7 +72,7 @@ class NpySetterTest : public testing::Test {
     return "set";
   }
 
-  Module module_{PLX_MODULE};
+  Module module_{built("plx_datetime.so")};
   TemporaryFolder folder_;
 };
 

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/built.h"
 #include "temporary_folder.h"
 
 struct PlxResult {
@@ -34,7 +35,7 @@ struct PlxResult {
 class PlxProcess {
  public:
   PlxProcess(const std::vector<std::string>& arguments, int in, int out, int err,
-             const std::string& folder = ".", const std::string& program = PLX_PROGRAM) {
+             const std::string& folder = ".", const std::string& program = built("plx")) {
     std::vector<char*> argv = {const_cast<char*>("plx")};
     for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
@@ -67,7 +68,7 @@ class PlxProcess {
 
 // In `folder`, which the names of files among the arguments begin at.
 inline PlxResult runPlxIn(const std::string& folder, const std::vector<std::string>& arguments,
-                          std::string_view input = "", const std::string& program = PLX_PROGRAM) {
+                          std::string_view input = "", const std::string& program = built("plx")) {
   const TemporaryFolder files;
   const int in = ::open(files.write("in", input).c_str(), O_RDONLY | O_CLOEXEC);
   const int out = ::open(files.write("out", "").c_str(), O_WRONLY | O_CLOEXEC);
