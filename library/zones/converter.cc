@@ -52,6 +52,7 @@ std::vector<Name> allNames(const SystemZones& system, const OwnRules& own) {
     entry.region = country == countries.end() ? kNoRegion : country->second;
   }
   std::vector<Name> names;
+  names.reserve(all.size());
   for (auto& [name, entry] : all) names.push_back(std::move(entry));
   return names;
 }
