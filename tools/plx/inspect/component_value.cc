@@ -1,9 +1,6 @@
 #include "inspect/component_value.h"
 
-#include <fmt/format.h>
-
 #include <cstdint>
-#include <iterator>
 #include <utility>
 
 #include "arith/civil.h"
@@ -72,7 +69,7 @@ void writeComponentValue(std::string& out, Component component, const doubledoub
   const Wall wall = wallOf(pair, zone);
   double value = shownValue(component, wall.day, secondOfDay(wall), zone);
   if (factsOf(component).takesFractions && wall.insertedSecond) value += 1.0;
-  fmt::format_to(std::back_inserter(out), "{}", static_cast<std::int64_t>(value));
+  out += std::to_string(static_cast<std::int64_t>(value));
   if (!factsOf(component).takesFractions) return;
   const std::string fraction = fractionOf(pair, digits, exact);
   if (!fraction.empty()) out += '.' + fraction;

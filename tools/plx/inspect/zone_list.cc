@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <memory>
 
 #include "datetime/datetime_text.h"
@@ -78,11 +77,11 @@ std::string zoneTable(const std::vector<std::string>& names, int128 second) {
     writeOffset(offset, zone.wallTime(second).offsetSeconds);
     const std::string change = nextChange(zone, second);
     const std::string alias = aliasOf(name);
-    fmt::format_to(std::back_inserter(table), "{:{}}  {:9}  ", name, width, offset);
+    table += fmt::format("{:{}}  {:9}  ", name, width, offset);
     if (alias.empty()) {
       table += change + '\n';
     } else {
-      fmt::format_to(std::back_inserter(table), "{:25}  = {}\n", change, alias);
+      table += fmt::format("{:25}  = {}\n", change, alias);
     }
   }
   return table;

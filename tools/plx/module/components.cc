@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <charconv>
-#include <iterator>
 
 #include "messages/message.h"
 
@@ -69,15 +68,14 @@ Example exampleOf(Component component) {
 
 std::string componentTable() {
   std::string table;
-  const auto out = std::back_inserter(table);
-  fmt::format_to(out, "{:9} {:13} {:30} {}\n", "selector", "name", "values", "example");
+  table += fmt::format("{:9} {:13} {:30} {}\n", "selector", "name", "values", "example");
   for (const ComponentFacts& facts : kComponentFacts) {
     const std::string selectors = facts.otherSelector == 0
                                       ? fmt::format("{}", facts.selector)
                                       : fmt::format("{}, {}", facts.selector, facts.otherSelector);
     const auto [arguments, result] = exampleOf(facts.component);
-    fmt::format_to(out, "{:9} {:13} {:30} plx {}\n{:54} {}\n", selectors, facts.name, facts.unit,
-                   arguments, "", result);
+    table += fmt::format("{:9} {:13} {:30} plx {}\n{:54} {}\n", selectors, facts.name, facts.unit,
+                         arguments, "", result);
   }
   table +=
       "\nValues outside these ranges carry into the larger units: month 13 is January of the "
@@ -89,7 +87,7 @@ std::string componentExamples() {
   std::string text = "Examples:\n";
   for (const ComponentFacts& facts : kComponentFacts) {
     const auto [arguments, result] = exampleOf(facts.component);
-    fmt::format_to(std::back_inserter(text), "  plx {:58} {}\n", arguments, result);
+    text += fmt::format("  plx {:58} {}\n", arguments, result);
   }
   return text;
 }

@@ -181,7 +181,7 @@ constexpr std::int64_t kPlainMillis = std::int64_t{1} << 50;
 std::string fractionOf(std::int64_t millis, std::int64_t parts, std::int64_t partsPerMilli) {
   std::string digits = fmt::format("{:03}", millis);
   if (partsPerMilli > 1)
-    digits += fmt::format("{:0{}}", parts, fmt::formatted_size("{}", partsPerMilli) - 1);
+    digits += fmt::format("{:0{}}", parts, std::to_string(partsPerMilli).size() - 1);
   digits.erase(digits.find_last_not_of('0') + 1);
   return digits;
 }

@@ -228,7 +228,7 @@ std::string dictionaryText(const NpyHeader& header) {
   // Room for the length that grows when elements are appended.
   if (!header.shape.empty()) {
     const auto growing = header.fortranOrder ? header.shape.back() : header.shape.front();
-    text.append(21 - std::min<std::size_t>(21, fmt::formatted_size("{}", growing)), ' ');
+    text.append(21 - std::min<std::size_t>(21, std::to_string(growing).size()), ' ');
   }
   return text;
 }
