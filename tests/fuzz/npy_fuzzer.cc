@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "elements/elements.h"
 #include "fuzz/input.h"
-#include "npy/elements.h"
 #include "npy/header.h"
 #include "npy/positions.h"
 #include "support/bits.h"

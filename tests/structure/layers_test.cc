@@ -31,6 +31,7 @@ constexpr const char* kKnowledge =
 // used.
 const Layer kLayers[] = {
     {"include/host/.*", "host/.*|boost/.*"},
+    {"include/plx/.*", "host/components\\.h"},
     // The module, from the foundations up.
     {"src/arith/.*", "arith/.*"},
     // What is known of components is plain numbers; ICU and the host meet it in files of their own.
@@ -60,25 +61,33 @@ const Layer kLayers[] = {
     {"library/zones/.*", "zones/.*|unicode/.*|sys/.*"},
     // The host.
     {"host/.*", "host/.*|zones/rules_file\\.h|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
-    // Of the command line: messages; datetimes, streams and the module; then tables and arrays, and
-    // what looks at datetimes; what sets them; the commands. Of the module each has what is known
-    // without a host (kKnowledge), and nothing else.
-    {"tools/plx/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
-    {"tools/plx/datetime/.*",
+    // libplx: messages; datetimes; elements, and what looks at datetimes; the module, and setting through
+    // it; the functions. Of the module it has what is known without a host (kKnowledge), and nothing
+    // else.
+    {"library/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
+    {"library/datetime/.*",
      "(messages|datetime)/.*|zones/.*|unicode/.*|fmt/.*|boost/multiprecision/.*", kKnowledge},
-    {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
-    {"tools/plx/module/.*", "(messages|module)/.*|host/.*|unicode/.*|fmt/.*", kKnowledge},
-    {"tools/plx/(table|npy)/.*", "(messages|datetime|stream|table|npy)/.*|fmt/.*|sys/.*",
+    {"library/elements/.*", "(messages|datetime|elements)/.*|fmt/.*", kKnowledge},
+    {"library/inspect/.*", "(messages|datetime|inspect)/.*|zones/.*|unicode/.*|fmt/.*", kKnowledge},
+    {"library/module/.*", "(messages|module)/.*|host/.*|unicode/.*|fmt/.*", kKnowledge},
+    {"library/setting/.*",
+     "(messages|datetime|elements|inspect|module|setting)/.*|host/.*|plx/plx\\.h|fmt/.*",
      kKnowledge},
-    {"tools/plx/inspect/.*", "(messages|datetime|module|inspect)/.*|zones/.*|unicode/.*|fmt/.*",
+    {"library/interface/.*",
+     "(messages|datetime|elements|inspect|module|setting|interface)/.*|host/.*|plx/plx\\.h|fmt/.*",
+     kKnowledge},
+    // Of the command line: streams; then tables and arrays; what sets them; the commands.
+    {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
+    {"tools/plx/(table|npy)/.*", "(messages|datetime|elements|stream|table|npy)/.*|fmt/.*|sys/.*",
      kKnowledge},
     {"tools/plx/set/.*",
-     "(messages|datetime|stream|module|table|npy|inspect|set)/.*|host/.*|unicode/.*|fmt/.*",
+     "(messages|datetime|elements|inspect|module|setting|stream|table|npy|set)/.*|host/.*|unicode/"
+     ".*|fmt/.*",
      kKnowledge},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(messages|datetime|stream|module|table|npy|inspect|set|command)/.*|zones/.*|host/.*|unicode/"
-     ".*|CLI/.*|"
-     "fmt/.*|sys/.*",
+     "(messages|datetime|elements|inspect|module|setting|stream|table|npy|set|command)/.*|zones/"
+     ".*|host/.*|"
+     "unicode/.*|CLI/.*|fmt/.*|sys/.*",
      kKnowledge},
 };
 

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "datetime/zone.h"
+#include "elements/time_scale.h"
 #include "module/components.h"
 #include "npy/positions.h"
-#include "npy/time_scale.h"
 #include "support/bits.h"
 #include "support/built.h"
 #include "support/cases.h"

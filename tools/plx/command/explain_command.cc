@@ -21,7 +21,7 @@
 #include "module/module.h"
 #include "set/setter.h"
 #include "set/task_reader.h"
-#include "set/value.h"
+#include "setting/value.h"
 #include "stream/line_reader.h"
 
 namespace plx {

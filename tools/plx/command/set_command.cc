@@ -15,7 +15,7 @@
 #include "module/components.h"
 #include "module/module.h"
 #include "set/setter.h"
-#include "set/value.h"
+#include "setting/value.h"
 
 namespace plx {
 

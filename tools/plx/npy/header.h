@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "npy/element_type.h"
+#include "elements/element_type.h"
 
 namespace plx {
 

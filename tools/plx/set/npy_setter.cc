@@ -9,12 +9,12 @@
 
 #include "base/calendar_limits.h"
 #include "datetime/zone.h"
+#include "elements/elements.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
-#include "npy/elements.h"
 #include "npy/positions.h"
-#include "set/refusals.h"
-#include "set/value.h"
+#include "setting/refusals.h"
+#include "setting/value.h"
 
 namespace plx {
 

@@ -8,7 +8,7 @@
 #include "base/calendar_limits.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
-#include "set/refusals.h"
+#include "setting/refusals.h"
 
 namespace plx {
 

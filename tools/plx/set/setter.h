@@ -10,7 +10,7 @@
 #include "module/module.h"
 #include "set/cell_work.h"
 #include "set/task_reader.h"
-#include "set/value.h"
+#include "setting/value.h"
 
 namespace plx {
 

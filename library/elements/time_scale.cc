@@ -1,4 +1,4 @@
-#include "npy/time_scale.h"
+#include "elements/time_scale.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "set/value.h"
+#include "setting/value.h"
 
 #include "datetime/number_text.h"
 #include "inspect/named.h"

@@ -1,4 +1,4 @@
-#include "npy/elements.h"
+#include "elements/elements.h"
 
 #include <fmt/format.h>
 
@@ -10,8 +10,9 @@
 
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
-#include "npy/bytes.h"
-#include "npy/time_scale.h"
+#include "elements/bytes.h"
+#include "elements/time_scale.h"
+#include "messages/identifiers.h"
 
 namespace plx {
 
@@ -36,7 +37,9 @@ bool isGood(const doubledouble& result, const Slack& slack) {
   return isInRange(result.hi + result.lo) || (slack.propagates && !std::isfinite(result.hi));
 }
 
-Complaint outOfRange(const char* what) { return {what, kAcceptedRange}; }
+Complaint outOfRange(const char* what) {
+  return {what, kAcceptedRange, Status::badData, id::kOutOfRange};
+}
 
 // The loops over chunks are compiled for several generations of processors, of which one is chosen
 // when the program starts. The results are the same: nothing but additions, divisions and so on that
@@ -91,7 +94,8 @@ class PairElements : public DatetimeElements {
     datetime = at(bytes);
     if (!std::isfinite(datetime.hi)) return std::nullopt;
     if (!std::isfinite(datetime.lo))
-      return Complaint{"the low part of a finite datetime is not finite", kAcceptedPairs};
+      return Complaint{"the low part of a finite datetime is not finite", kAcceptedPairs,
+                       Status::badData, id::kNotFinite};
     if (!isInRange(datetime.hi + datetime.lo)) return outOfRange("the datetime is out of range");
     return std::nullopt;
   }
@@ -159,7 +163,8 @@ class FloatElements : public DatetimeElements {
                                     char* out) const override {
     if (!isGood(result, slack)) return outOfRange("the result is out of range");
     if (std::fabs(result.lo) > slack.millis)
-      return Complaint{"float64 cannot hold the result", kAcceptedFloats};
+      return Complaint{"float64 cannot hold the result", kAcceptedFloats, Status::badData,
+                       id::kCannotHold};
     store<isSwapped>(out, result.hi);
     return std::nullopt;
   }
@@ -250,11 +255,15 @@ class CountElements : public DatetimeElements {
                                     const Slack& slack, char* out) const override {
     std::int64_t count = kNaT;
     if (!std::isnan(result.hi)) {
-      if (slack.propagates) return Complaint{"the result is not finite", kAcceptedFinite};
+      if (slack.propagates)
+        return Complaint{"the result is not finite", kAcceptedFinite, Status::badData,
+                         id::kNotFinite};
       if (!isGood(result, slack)) return outOfRange("the result is out of range");
       const auto instant = instantOf(bytes, result, slack.millis);
       const auto whole = instant ? scale_.countOf(*instant) : std::nullopt;
-      if (!whole) return Complaint{typeName(type_) + " cannot hold the result", kAcceptedCounts};
+      if (!whole)
+        return Complaint{typeName(type_) + " cannot hold the result", kAcceptedCounts,
+                         Status::badData, id::kCannotHold};
       count = *whole;
     } else if (!slack.propagates) {
       return outOfRange("the result is out of range");

@@ -79,7 +79,7 @@ Module::Module(const std::string& path) : path_(path) {
 
 std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
                                    std::span<const double> values, int selector,
-                                   std::string_view zone) {
+                                   std::string_view zone) const {
   HostArray result;
   if (auto error = set(columnOf(hi, lo).get(), columnOf(values).get(), hostNumber(selector).get(),
                        hostText(zone).get(), result))
@@ -91,7 +91,7 @@ std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
 
 std::optional<paError> Module::set(const paArray* datetimes, const paArray* values,
                                    const paArray* selector, const paArray* zone,
-                                   HostArray& result) {
+                                   HostArray& result) const {
   const paArray* in[] = {datetimes, values, selector, zone};
   paArray* out[] = {nullptr};
   paError error;

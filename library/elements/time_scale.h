@@ -11,7 +11,7 @@
 #include <optional>
 
 #include "datetime/exact.h"
-#include "npy/element_type.h"
+#include "elements/element_type.h"
 
 namespace plx {
 

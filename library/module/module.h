@@ -55,17 +55,18 @@ class Module {
   // then as they were. Throws a Failure where memory runs out, or the module gives back what no
   // datetime module does.
   std::optional<paError> set(std::span<double> hi, std::span<double> lo,
-                             std::span<const double> values, int selector, std::string_view zone);
+                             std::span<const double> values, int selector,
+                             std::string_view zone) const;
 
   std::optional<paError> set(Datetimes& datetimes, const std::vector<double>& values, int selector,
-                             std::string_view zone) {
+                             std::string_view zone) const {
     return set(datetimes.hi, datetimes.lo, values, selector, zone);
   }
 
   // The same with arrays as the module takes them, one value for all or one each. `result` may hold
   // what becomes of the error, too.
   std::optional<paError> set(const paArray* datetimes, const paArray* values,
-                             const paArray* selector, const paArray* zone, HostArray& result);
+                             const paArray* selector, const paArray* zone, HostArray& result) const;
 
   const std::string& path() const { return path_; }
 

@@ -17,8 +17,8 @@
 #include <string>
 
 #include "arith/doubledouble.h"
+#include "elements/element_type.h"
 #include "messages/message.h"
-#include "npy/element_type.h"
 
 namespace plx {
 

@@ -1,4 +1,4 @@
-#include "set/refusals.h"
+#include "setting/refusals.h"
 
 #include <fmt/format.h>
 
@@ -9,6 +9,7 @@
 #include "base/calendar_limits.h"
 #include "datetime/datetime_text.h"
 #include "datetime/zone.h"
+#include "messages/identifiers.h"
 
 namespace plx {
 
@@ -23,12 +24,12 @@ std::string numbersWithin(std::string_view what, double least, double most) {
 std::optional<Complaint> refusedByCalendar(Component component, double value) {
   if (component == Component::timeOfDay && std::fabs(value) > kLargestSeconds) {
     static const std::string accepted = numbersWithin("seconds", -kLargestSeconds, kLargestSeconds);
-    return Complaint{"the time of day is out of range", accepted};
+    return Complaint{"the time of day is out of range", accepted, Status::badData, id::kRangeError};
   }
   const double least = -kLargest32Bits - 1.0;
   if (!factsOf(component).takesFractions && (value < least || value > kLargest32Bits)) {
     static const std::string accepted = numbersWithin("numbers", least, kLargest32Bits);
-    return Complaint{"the value is out of range", accepted};
+    return Complaint{"the value is out of range", accepted, Status::badData, id::kRangeError};
   }
   return std::nullopt;
 }

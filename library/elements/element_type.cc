@@ -1,4 +1,4 @@
-#include "npy/element_type.h"
+#include "elements/element_type.h"
 
 #include <fmt/format.h>
 

@@ -38,7 +38,7 @@ std::vector<Session> sessionsOf(const char* path) {
 }
 
 const std::vector<Session>& sessions() {
-  static const auto all = sessionsOf(PLX_SOURCE_DIR "/tests/tools/inspect/golden/explain.txt");
+  static const auto all = sessionsOf(PLX_SOURCE_DIR "/tests/library/inspect/golden/explain.txt");
   return all;
 }
 

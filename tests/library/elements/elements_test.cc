@@ -1,4 +1,4 @@
-#include "npy/elements.h"
+#include "elements/elements.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "datetime/exact.h"
-#include "npy/time_scale.h"
+#include "elements/time_scale.h"
 #include "support/bits.h"
 #include "support/cases.h"
 #include "support/random.h"

@@ -26,6 +26,8 @@ struct Complaint {
   std::string what;
   std::string_view accepted;  // of static storage
   Status status = Status::badData;
+  std::string_view identifier =
+      {};  // one of identifiers.h, where callers of the library may read it
 };
 
 // A text in double quotes, fit for one line of a terminal: control characters and bytes that are no

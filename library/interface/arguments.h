@@ -1,0 +1,22 @@
+// The arguments of the library's functions, read and checked.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "plx/plx.h"
+#include "setting/job.h"
+#include "setting/wrong.h"
+
+namespace plx {
+
+// Each throws a Wrong for what is not accepted. `what` names the argument.
+
+DatetimeArray readDatetimes(const plxArray* array, std::string_view what);
+// Numbers of the shape of other elements.
+NewValues readNewValues(const plxArray& array, const plxArray& shape, std::string_view what);
+plxOptions readOptions(const plxOptions* options);
+SetJob readSetJob(const Module& module, const plxArray* datetimes, const plxSetting* settings,
+                  std::size_t count, const plxOptions* options, const plxArray* results);
+
+}  // namespace plx

@@ -1,0 +1,424 @@
+#include "setting/block_setter.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "base/calendar_limits.h"
+#include "elements/bytes.h"
+#include "inspect/leap_table.h"
+#include "inspect/named.h"
+#include "inspect/wall.h"
+#include "setting/refusals.h"
+
+namespace plx {
+
+namespace {
+
+constexpr std::string_view kAcceptedWhole =
+    "whole numbers; only second and time-of-day take fractions";
+
+double* highOf(const paArray* array) { return paGetRealData(array); }
+double* lowOf(const paArray* array) { return paIsComplex(array) ? paGetImagData(array) : nullptr; }
+
+doubledouble pairAt(const paArray* array, std::size_t i) {
+  const double* low = lowOf(array);
+  return {highOf(array)[i], low == nullptr ? 0.0 : low[i]};
+}
+
+// Elements that are left out are read as what every setting takes and leaves as it is.
+void writeMissing(const ElementType& type, char* bytes) {
+  if (type.kind == ElementType::Kind::datetime64) {
+    const std::uint64_t notATime = std::uint64_t{1} << 63;
+    const std::uint64_t bits = type.isSwapped() ? swapped(notATime) : notATime;
+    std::memcpy(bytes, &bits, sizeof bits);
+    return;
+  }
+  std::memset(bytes, 0xFF, 8);  // NaN in either byte order
+  if (type.bytes == 16) std::memset(bytes + 8, 0, 8);
+}
+
+void swapEach(std::size_t count, const char* from, char* to) {
+  for (std::size_t i = 0; i < count; ++i)
+    store<true>(to + 8 * i, load<double, false>(from + 8 * i));
+}
+
+}  // namespace
+
+BlockSetter::BlockSetter(const SetJob& job) : job_(job), zoneText_(hostText(job.zoneText)) {
+  if (job.needsZone) {
+    zone_.emplace(Zone::named(job.isLocal ? "local" : job.zoneText));
+    checker_.emplace(*zone_);
+  }
+  steps_.reserve(job.steps.size());
+  for (const NewValues& values : job.steps) {
+    HostArray forAll;
+    if (values.forAll) forAll = hostNumber(*values.forAll);
+    steps_.push_back({values, hostNumber(factsOf(values.component).selector), std::move(forAll)});
+  }
+  if (job.datetimes.isPair) return;
+  elements_ = DatetimeElements::of(job.datetimes.type, job.keepsParts);
+  elementsWithoutParts_ = DatetimeElements::of(job.datetimes.type, false);
+}
+
+std::optional<Stop> BlockSetter::set(std::size_t start, std::size_t count) {
+  isAlone_ = count <= 1;
+  if (trySet(start, count)) return std::nullopt;
+  if (stop_) {
+    stop_->done = start;
+    if (stop_->index != PLX_NO_INDEX) stop_->index = start;
+    return stop_;
+  }
+  const std::size_t half = count / 2;
+  if (auto stop = set(start, half)) return stop;
+  return set(start + half, count - half);
+}
+
+// The element that is wrong, once it is alone.
+bool BlockSetter::fails(Wrong wrong, std::size_t step) {
+  if (isAlone_) stop_ = Stop{std::move(wrong), 0, 0, step};
+  return false;
+}
+
+// Nothing about an element: no other would do better.
+bool BlockSetter::failsAtOnce(Wrong wrong, std::size_t step) {
+  stop_ = Stop{std::move(wrong), PLX_NO_INDEX, 0, step};
+  return false;
+}
+
+bool BlockSetter::trySet(std::size_t start, std::size_t count) {
+  makeRoom(count);
+  where_ = nullptr;
+  if (job_.options.where != nullptr) {
+    whereRoom_.resize(count);
+    where_ = job_.where.gathered(start, count, whereRoom_.data());
+  }
+  if (!read(start, count)) return false;
+  const paArray* datetimes = datetimes_;
+  if (!agreesWithClock(datetimes, count)) return false;
+  for (std::size_t at = 0; at < steps_.size(); ++at) {
+    if (!prepare(steps_[at], at, datetimes, start, count)) return false;
+    if (!apply(steps_[at], at, datetimes, count)) return false;
+    datetimes = result_.get();
+    if (!agreesWithClock(datetimes, count)) return false;
+  }
+  if (!judge(count) || !write(count)) return false;
+  put(start, count);
+  takeNotes(count);
+  return true;
+}
+
+void BlockSetter::makeRoom(std::size_t count) {
+  isAnyAtEdge_ = false;
+  if (column_ && count == room_) return;
+  room_ = count;
+  const bool hasLow = job_.datetimes.isPair || elements_->hasLow();
+  column_ = hostColumn(count, hasLow ? paCOMPLEX : paREAL);
+  out_.resize(count * job_.datetimes.type.bytes);
+}
+
+// Elements one behind the other, those that are left out as ones that are missing.
+const char* BlockSetter::gather(const Strided& from, std::size_t bytes, std::size_t start,
+                                std::size_t count, std::vector<char>& room) const {
+  if (from.isContiguous() && where_ == nullptr) return from.data() + start * bytes;
+  room.resize(count * bytes);
+  from.gather(start, count, room.data());
+  return room.data();
+}
+
+bool BlockSetter::read(std::size_t start, std::size_t count) {
+  const ElementType& type = job_.datetimes.type;
+  in_ = gather(job_.datetimes.elements, type.bytes, start, count, inRoom_);
+  if (where_ != nullptr) {
+    for (std::size_t i = 0; i < count; ++i)
+      if (isLeftOut(i)) writeMissing(type, inRoom_.data() + i * type.bytes);
+  }
+  datetimes_ = column_.get();
+  isReadFast_ = true;
+  if (job_.datetimes.isPair) {
+    readPairs(start, count);
+    return true;
+  }
+  if (elements_->read(in_, count, highOf(datetimes_), lowOf(datetimes_))) return true;
+  isReadFast_ = false;
+  return readEach(count);
+}
+
+void BlockSetter::readPairs(std::size_t start, std::size_t count) {
+  const char* low = gather(job_.datetimes.low, 8, start, count, lowRoom_);
+  for (const auto& [from, to] : {std::pair(in_, highOf(datetimes_)), {low, lowOf(datetimes_)}}) {
+    if (job_.datetimes.type.isSwapped()) {
+      swapEach(count, from, reinterpret_cast<char*>(to));
+    } else {
+      std::memcpy(to, from, count * 8);
+    }
+  }
+  if (where_ == nullptr) return;
+  for (std::size_t i = 0; i < count; ++i)
+    if (isLeftOut(i)) lowOf(datetimes_)[i] = 0;
+}
+
+bool BlockSetter::readEach(std::size_t count) {
+  each_ = hostColumn(count, paCOMPLEX);
+  datetimes_ = each_.get();
+  for (std::size_t i = 0; i < count; ++i) {
+    doubledouble datetime{};
+    if (const auto complaint = elements_->readOne(element(i), datetime))
+      return fails(wrong(*complaint, elements_->text(element(i))));
+    highOf(datetimes_)[i] = datetime.hi;
+    lowOf(datetimes_)[i] = datetime.lo;
+  }
+  return true;
+}
+
+// The new values of a block.
+bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
+                          std::size_t count) {
+  const NewValues& values = step.values;
+  if (values.forAll) return true;
+  if (values.areLast) return prepareLast(step, datetimes, count);
+  const char* bytes = gather(values.elements, values.type.bytes, start, count, valueRoom_);
+  if (where_ != nullptr) {
+    for (std::size_t i = 0; i < count; ++i)
+      if (isLeftOut(i))
+        std::memset(valueRoom_.data() + i * values.type.bytes, 0, values.type.bytes);
+  }
+  if (!step.array || paGetNumberOfElements(step.array.get()) != count)
+    step.array = hostColumn(count, paREAL);
+  const std::size_t read = readNumbers(values.type, bytes, count, highOf(step.array.get()));
+  if (read == count) return true;
+  return fails(wrong({"the value is too large for a double to hold exactly", "numbers within 2^53",
+                      Status::badData, id::kValueNotExact},
+                     numberText(values.type, bytes + read * values.type.bytes), true),
+               at);
+}
+
+bool BlockSetter::prepareLast(Step& step, const paArray* datetimes, std::size_t count) {
+  step.array = hostColumn(count, paREAL);
+  const double most = zone_->isCalendar() ? kMaxCalendarMillis : kMaxMillis;
+  for (std::size_t i = 0; i < count; ++i) {
+    const doubledouble datetime = pairAt(datetimes, i);
+    // What is out of range or no datetime is told, or stays, with any value.
+    const bool isDatetime = std::fabs(datetime.hi) <= most;
+    highOf(step.array.get())[i] =
+        isDatetime ? resolve({true, 0}, step.values.component, datetime, *zone_) : 1.0;
+  }
+  return true;
+}
+
+bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count) {
+  HostArray next;
+  const auto error =
+      job_.module.set(datetimes, step.array.get(), step.selector.get(), zoneText_.get(), next);
+  if (!error) {
+    const HostArray before = std::exchange(result_, std::move(next));
+    return settleClocks(step, at, datetimes, count);
+  }
+  const std::string_view identifier = error->identifier;
+  const auto is = [&](std::string_view known) {
+    return identifier == "Pelmor:" + std::string(known);
+  };
+  if (is(id::kMustBeInteger)) {
+    const double value = count > 0 ? step.at(0) : 0;
+    return fails(wrong({"not a whole number", kAcceptedWhole, Status::badData, id::kMustBeInteger},
+                       fmt::format("{}", value), true),
+                 at);
+  }
+  if (is(id::kRangeError)) {
+    Complaint complaint = complaintOf(*error);
+    complaint.identifier = id::kRangeError;
+    return fails(wrong(complaint, elementText(0)), at);
+  }
+  const Wrong module{error->identifier, escapeText(error->message)};
+  return identifier.starts_with("Pelmor:datetime:") && !is(id::kUnknownTimeZone)
+             ? fails(module, at)
+             : failsAtOnce(module, at);
+}
+
+bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
+  if (!zone_ || !zone_->isLocal()) return true;
+  Complaint complaint;
+  const auto differing = zone_->firstWrong({highOf(datetimes), count}, complaint);
+  if (!differing) return true;
+  complaint.identifier = id::kOtherClock;
+  return fails(wrong(complaint, elementText(*differing)));
+}
+
+// Of wall times that come twice or not at all, chooses as the options say.
+bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* before,
+                               std::size_t count) {
+  if (job_.options.fold == plxFOLD_LATER && job_.options.gap == plxGAP_SHIFT) return true;
+  if (!zone_->isCalendar()) return true;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (std::fabs(highOf(result_.get())[i]) <= kMaxCalendarMillis &&
+        !settleClock(step, at, before, i))
+      return false;
+  }
+  return true;
+}
+
+bool BlockSetter::settleClock(const Step& step, std::size_t at, const paArray* before,
+                              std::size_t i) {
+  const doubledouble after = pairAt(result_.get(), i);
+  const int128 second = secondOf(after);
+  const Stretch stretch = zone_->stretchAt(second);
+  const int128 shown = second + stretch.offset;
+  if (!stretch.begin) return true;
+  const auto finding = [&] {
+    const Setting setting{step.values.component, step.at(i)};
+    return checker_->check(pairAt(before, i), after, {&setting, 1});
+  };
+  const auto refuse = [&](const Finding& found) {
+    return fails(wrong({checker_->describe(found, after), {}, Status::badData, id::kRefused}), at);
+  };
+  if (!stretch.begin->isGap()) {
+    if (shown >= stretch.begin->wallBefore()) return true;
+    if (job_.options.fold == plxFOLD_ERROR) return refuse(finding());
+    const bool isFirst =
+        job_.options.fold == plxFOLD_EARLIER ||
+        (job_.options.fold == plxFOLD_SAME &&
+         zone_->wallTime(secondOf(pairAt(before, i))).offsetSeconds == stretch.begin->before);
+    if (!isFirst) return true;
+    const doubledouble first =
+        dd::subtract(after, 1000.0 * (stretch.begin->before - stretch.begin->after));
+    highOf(result_.get())[i] = first.hi;
+    lowOf(result_.get())[i] = first.lo;
+    return true;
+  }
+  const bool isBehindGap =
+      shown < stretch.begin->wallAfter() + (stretch.begin->after - stretch.begin->before);
+  if (job_.options.gap == plxGAP_SHIFT || !isBehindGap) return true;
+  const Finding found = finding();
+  if (!found.shifted || !found.gap) return true;
+  if (job_.options.gap == plxGAP_ERROR) return refuse(found);
+  const int128 edge = job_.options.gap == plxGAP_START ? found.gap->second - 1 : found.gap->second;
+  highOf(result_.get())[i] = static_cast<double>(edge) * 1000.0;
+  lowOf(result_.get())[i] = 0;
+  if (!isAnyAtEdge_) atEdge_.assign(room_, 0);
+  isAnyAtEdge_ = true;
+  atEdge_[i] = 1;
+  return true;
+}
+
+// What became of each element.
+bool BlockSetter::judge(std::size_t count) {
+  if (job_.options.findings == nullptr && job_.options.refused == 0) return true;
+  findings_.assign(count, 0);
+  std::vector<Setting> asked(steps_.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    const doubledouble before = pairAt(datetimes_, i), after = pairAt(result_.get(), i);
+    const double most = zone_->isCalendar() ? kMaxCalendarMillis : kMaxMillis;
+    if (!(std::fabs(before.hi) <= most) || !(std::fabs(after.hi) <= most)) continue;
+    for (std::size_t s = 0; s < asked.size(); ++s)
+      asked[s] = {steps_[s].values.component, steps_[s].at(i)};
+    const Finding finding = checker_->check(before, after, asked);
+    unsigned bits = 0;
+    if (finding.carried) bits |= plxCARRIED;
+    if (finding.noSuchDate) bits |= plxNO_SUCH_DATE;
+    if (finding.shifted) bits |= plxSHIFTED;
+    if (finding.overlap) bits |= plxTWICE;
+    if (finding.moved) bits |= plxMOVED;
+    if (!finding.overlap && zone_->isCalendar()) {  // the first of two
+      const int128 second = secondOf(after);
+      const Stretch stretch = zone_->stretchAt(second);
+      if (stretch.end && !stretch.end->isGap() &&
+          second + stretch.offset >= stretch.end->wallAfter())
+        bits |= plxTWICE;
+    }
+    findings_[i] = static_cast<std::uint8_t>(bits);
+    if ((bits & job_.options.refused) != 0) {
+      std::string text = checker_->describe(finding, after);
+      if (text.empty()) text = "this time comes twice, and is the first";
+      return fails(wrong({std::move(text), {}, Status::badData, id::kRefused}));
+    }
+  }
+  return true;
+}
+
+bool BlockSetter::write(std::size_t count) {
+  if (job_.datetimes.isPair) return true;
+  const DatetimeElements::Results results{in_, highOf(datetimes_), highOf(result_.get()),
+                                          lowOf(result_.get()), count};
+  if (!isReadFast_ || !elements_->write(results, out_.data())) return writeEach(count);
+  if (!isAnyAtEdge_) return true;
+  return writeEach(count);
+}
+
+bool BlockSetter::writeEach(std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const doubledouble pair = pairAt(result_.get(), i);
+    const DatetimeElements& elements =
+        isAnyAtEdge_ && atEdge_[i] != 0 ? *elementsWithoutParts_ : *elements_;
+    char* out = out_.data() + i * job_.datetimes.type.bytes;
+    if (const auto complaint = elements.writeOne(element(i), pair, slackOf(i), out))
+      return fails(wrong(*complaint, elements.resultText(element(i), pair)));
+  }
+  return true;
+}
+
+// The double next to the number that was meant is off by 2^-53 of it at most, and so is its
+// product with the milliseconds of a second.
+Slack BlockSetter::slackOf(std::size_t i) const {
+  Slack slack{0, !std::isfinite(highOf(datetimes_)[i])};
+  for (const Step& step : steps_) {
+    const double value = step.at(i);
+    slack.propagates = slack.propagates || !std::isfinite(value);
+    if (std::floor(value) == value || !std::isfinite(value)) continue;
+    slack.millis = std::max(slack.millis, std::fabs(value) * (1000 * 0x1p-52));
+  }
+  return slack;
+}
+
+void BlockSetter::put(std::size_t start, std::size_t count) {
+  if (job_.datetimes.isPair) {
+    putPairs(start, count);
+  } else if (where_ == nullptr) {
+    job_.results.elements.scatter(start, count, out_.data());
+  } else {
+    const std::size_t bytes = job_.datetimes.type.bytes;
+    for (std::size_t i = 0; i < count; ++i)
+      if (!isLeftOut(i)) job_.results.elements.scatter(start + i, 1, out_.data() + i * bytes);
+  }
+  if (job_.options.findings == nullptr) return;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (isLeftOut(i)) continue;
+    job_.findings.scatter(start + i, 1, reinterpret_cast<const char*>(&findings_[i]));
+  }
+}
+
+void BlockSetter::putPairs(std::size_t start, std::size_t count) {
+  for (const auto& [to, from] : {std::pair(&job_.results.elements, highOf(result_.get())),
+                                 {&job_.results.low, lowOf(result_.get())}}) {
+    const char* bytes = reinterpret_cast<const char*>(from);
+    if (job_.results.type.isSwapped()) {
+      swapEach(count, bytes, out_.data());
+      bytes = out_.data();
+    }
+    if (where_ == nullptr) {
+      to->scatter(start, count, bytes);
+      continue;
+    }
+    for (std::size_t i = 0; i < count; ++i)
+      if (!isLeftOut(i)) to->scatter(start + i, 1, bytes + 8 * i);
+  }
+}
+
+void BlockSetter::takeNotes(std::size_t count) {
+  if (job_.options.notes == nullptr || (notes_ & plxPAST_LEAP_TABLE) != 0) return;
+  if (!job_.countsLeapSeconds) return;
+  for (std::size_t i = 0; i < count; ++i)
+    if (!isLeftOut(i) && pastLeapTable(pairAt(result_.get(), i))) notes_ |= plxPAST_LEAP_TABLE;
+}
+
+std::string BlockSetter::elementText(std::size_t i) const {
+  if (job_.datetimes.isPair) {
+    const doubledouble pair = pairAt(datetimes_, i);
+    return fmt::format("{},{}", pair.hi, pair.lo);
+  }
+  return elements_->text(element(i));
+}
+
+}  // namespace plx

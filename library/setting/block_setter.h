@@ -1,0 +1,96 @@
+// Sets the elements of a call block by block, for one thread.
+//
+// A block is gathered, converted, set by the module, converted back and only then put where the caller wants
+// it: so what follows a wrong element stays as it is. Where a block has one, its halves are set each on their
+// own, until that element is alone.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "elements/elements.h"
+#include "inspect/check.h"
+#include "module/module.h"
+#include "setting/job.h"
+
+namespace plx {
+
+class BlockSetter {
+ public:
+  // The job outlives the setter. Throws a Failure where the zone cannot be read.
+  explicit BlockSetter(const SetJob& job);
+
+  std::optional<Stop> set(std::size_t start, std::size_t count);
+  // Bits of what is worth telling of all blocks so far.
+  unsigned notes() const { return notes_; }
+
+ private:
+  struct Step {
+    const NewValues& values;
+    HostArray selector;
+    HostArray array;  // the values of the block, or the one for all
+    double at(std::size_t i) const {
+      const paArray* numbers = array.get();
+      return paGetRealData(numbers)[paIsScalar(numbers) ? 0 : i];
+    }
+  };
+
+  bool trySet(std::size_t start, std::size_t count);
+  bool fails(Wrong wrong, std::size_t step = 0);
+  bool failsAtOnce(Wrong wrong, std::size_t step = 0);
+  void makeRoom(std::size_t count);
+  const char* gather(const Strided& from, std::size_t bytes, std::size_t start, std::size_t count,
+                     std::vector<char>& room) const;
+  bool read(std::size_t start, std::size_t count);
+  void readPairs(std::size_t start, std::size_t count);
+  bool readEach(std::size_t count);
+  bool prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
+               std::size_t count);
+  bool prepareLast(Step& step, const paArray* datetimes, std::size_t count);
+  bool apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count);
+  bool agreesWithClock(const paArray* datetimes, std::size_t count);
+  bool settleClocks(const Step& step, std::size_t at, const paArray* before, std::size_t count);
+  bool settleClock(const Step& step, std::size_t at, const paArray* before, std::size_t i);
+  bool judge(std::size_t count);
+  bool write(std::size_t count);
+  bool writeEach(std::size_t count);
+  void put(std::size_t start, std::size_t count);
+  void putPairs(std::size_t start, std::size_t count);
+  void takeNotes(std::size_t count);
+  Slack slackOf(std::size_t i) const;
+  bool isLeftOut(std::size_t i) const { return where_ != nullptr && where_[i] == 0; }
+  const char* element(std::size_t i) const { return in_ + i * job_.datetimes.type.bytes; }
+  std::string elementText(std::size_t i) const;
+
+  const SetJob& job_;
+  std::optional<Zone> zone_;
+  std::optional<Checker> checker_;
+  HostArray zoneText_;
+  std::vector<Step> steps_;
+  // Null for pairs. Without parts: of those whose result is a whole second at a gap's edge.
+  std::unique_ptr<DatetimeElements> elements_, elementsWithoutParts_;
+
+  // The block that is being set.
+  std::size_t room_ = 0;
+  const char* in_ = nullptr;
+  bool isReadFast_ = true;
+  HostArray column_;                    // of the block's size, for what is read
+  HostArray each_;                      // the same with low parts, for what is read one by one
+  const paArray* datetimes_ = nullptr;  // one of both
+  HostArray result_;
+  std::vector<char> inRoom_, lowRoom_, valueRoom_, out_, whereRoom_;
+  const char* where_ = nullptr;
+  std::vector<char> atEdge_;  // elements whose result is a gap's edge
+  bool isAnyAtEdge_ = false;
+  std::vector<std::uint8_t> findings_;
+
+  std::optional<Stop> stop_;
+  bool isAlone_ = false;  // the block has one element: what is wrong is told
+  unsigned notes_ = 0;
+};
+
+}  // namespace plx

@@ -1,0 +1,128 @@
+// Setting components through plx/plx.h: what comes out, and what is refused.
+
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "plx/plx.h"
+
+namespace {
+
+constexpr std::int64_t kNaT = std::numeric_limits<std::int64_t>::min();
+// 2014-05-10T08:30:15.250.
+constexpr std::int64_t kMillis = 1399710615250;
+
+template <class T>
+plxArray arrayOf(std::vector<T>& elements, const char* type, const std::size_t& count) {
+  return {elements.data(), type, 1, &count, nullptr, nullptr, nullptr};
+}
+
+plxSetting forAll(int component, double& value) {
+  return {component, {&value, "<f8", 0, nullptr, nullptr, nullptr, nullptr}, nullptr};
+}
+
+plxSetting word(int component, const char* text) { return {component, {}, text}; }
+
+template <class T>
+std::vector<T> set(std::vector<T> elements, const char* type, std::vector<plxSetting> settings,
+                   const char* zone = nullptr) {
+  const std::size_t count = elements.size();
+  std::vector<T> out(count);
+  const plxArray in = arrayOf(elements, type, count), results = arrayOf(out, type, count);
+  plxOptions options{};
+  options.size = sizeof options;
+  options.zone = zone;
+  plxError error;
+  EXPECT_EQ(plxSet(&in, settings.data(), settings.size(), &options, &results, &error), 0)
+      << error.identifier << ": " << error.message;
+  EXPECT_STREQ(error.identifier, "");
+  return out;
+}
+
+TEST(Set, CountsOfAUnit) {
+  double february = 2;
+  // 10 February 2014 is 89 days earlier.
+  EXPECT_EQ(set<std::int64_t>({kMillis, kNaT}, "<M8[ms]", {forAll(paMONTH, february)}),
+            (std::vector<std::int64_t>{kMillis - 89 * 86400000LL, kNaT}));
+  EXPECT_EQ(set<std::int64_t>({kMillis * 1000000 + 123456}, "<M8[ns]", {forAll(paMONTH, february)}),
+            (std::vector<std::int64_t>{(kMillis - 89 * 86400000LL) * 1000000 + 123456}));
+  EXPECT_EQ(set<std::int64_t>({16200}, "<M8[D]", {word(paMONTH, "feb")}),
+            (std::vector<std::int64_t>{16200 - 89}));
+}
+
+TEST(Set, MillisecondsAsDoubles) {
+  double hour = 13;
+  const auto millis = static_cast<double>(kMillis);
+  EXPECT_EQ(set<double>({millis}, "<f8", {forAll(paHOUR, hour)}),
+            (std::vector<double>{millis + 5 * 3600000}));
+  using Pair = std::complex<double>;
+  const auto out = set<Pair>({{millis, 1e-5}}, "<c16", {forAll(paHOUR, hour)});
+  EXPECT_EQ(out, (std::vector<Pair>{{millis + 5 * 3600000, 1e-5}}));
+}
+
+TEST(Set, SeveralInTheirOrder) {
+  double february = 2;
+  // 10 May -> 10 February -> 28 February.
+  EXPECT_EQ(set<std::int64_t>({16200}, "<M8[D]",
+                              {forAll(paMONTH, february), word(paDAY_OF_MONTH, "last")}),
+            (std::vector<std::int64_t>{16200 - 89 + 18}));
+}
+
+TEST(Set, InATimeZone) {
+  double hour = 2;
+  // 2014-03-09T16:50Z is 12:50 in New York; 02:50 is skipped that day.
+  const std::int64_t minute = 23239730;
+  EXPECT_EQ(set<std::int64_t>({minute}, "<M8[m]", {forAll(paHOUR, hour)}, "America/New_York"),
+            (std::vector<std::int64_t>{minute - 9 * 60}));
+}
+
+TEST(Set, TellsTheFirstElementThatIsWrong) {
+  std::vector<std::int64_t> days = {1, 2, 3, 4};
+  std::vector<double> hours = {0, 0, 5, 0};
+  const std::size_t count = days.size();
+  const plxArray in = arrayOf(days, "<M8[D]", count);
+  const plxSetting setting{paHOUR, arrayOf(hours, "<f8", count), nullptr};
+  std::vector<std::int64_t> out(count, 7);
+  const plxArray results = arrayOf(out, "<M8[D]", count);
+  plxError error;
+  EXPECT_EQ(plxSet(&in, &setting, 1, nullptr, &results, &error), 1);
+  EXPECT_STREQ(error.identifier, "Pelmor:library:CannotHold");
+  EXPECT_EQ(error.index, 2U);
+  EXPECT_EQ(error.done, 2U);
+  EXPECT_EQ(out, (std::vector<std::int64_t>{1, 2, 7, 7}));
+  hours[1] = 0.5;
+  EXPECT_EQ(plxSet(&in, &setting, 1, nullptr, &results, &error), 1);
+  EXPECT_STREQ(error.identifier, "Pelmor:datetime:MustBeInteger");
+  EXPECT_EQ(error.index, 1U);
+}
+
+TEST(Set, RefusesWhatIsNoCall) {
+  std::vector<double> millis = {1};
+  const std::size_t count = 1;
+  double value = 1;
+  const plxArray in = arrayOf(millis, "<f8", count);
+  plxError error;
+  const auto refused = [&](const plxArray* datetimes, plxSetting setting, const char* zone) {
+    plxOptions options{};
+    options.size = sizeof options;
+    options.zone = zone;
+    EXPECT_EQ(plxSet(datetimes, &setting, 1, &options, &in, &error), 1);
+    EXPECT_EQ(error.index, PLX_NO_INDEX);
+    EXPECT_EQ(error.done, 0U);
+    EXPECT_STRNE(error.message, "");
+    return std::string(error.identifier);
+  };
+  EXPECT_EQ(refused(nullptr, forAll(paHOUR, value), nullptr), "Pelmor:library:InvalidArgument");
+  EXPECT_EQ(refused(&in, forAll(5, value), nullptr), "Pelmor:library:UnknownComponent");
+  EXPECT_EQ(refused(&in, forAll(paHOUR, value), "Mars/Base"), "Pelmor:datetime:UnknownTimeZone");
+  EXPECT_EQ(refused(&in, word(paHOUR, "noon"), nullptr), "Pelmor:library:UnknownValue");
+  const plxArray texts = arrayOf(millis, "<U4", count);
+  EXPECT_EQ(refused(&texts, forAll(paHOUR, value), nullptr), "Pelmor:library:UnknownType");
+  EXPECT_EQ(millis, std::vector<double>{1});
+}
+
+}  // namespace
