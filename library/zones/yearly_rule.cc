@@ -14,9 +14,9 @@ std::int64_t floorDiv(std::int64_t a, std::int64_t b) { return a / b - (a % b < 
 bool isLeapYear(std::int64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 // The text of a rule, from the front.
-class Reader {
+class RuleReader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  explicit RuleReader(std::string_view text) : text_(text) {}
 
   bool atEnd() const { return text_.empty(); }
   bool skip(char c) {
@@ -192,7 +192,7 @@ std::optional<YearlyRule::Step> YearlyRule::nextStep(std::int64_t from) const {
 }
 
 std::optional<YearlyRule> readYearlyRule(std::string_view text) {
-  Reader reader(text);
+  RuleReader reader(text);
   if (!reader.skipName()) return std::nullopt;
   const auto west = reader.time(24);
   if (!west) return std::nullopt;
