@@ -126,7 +126,7 @@ bool skipStandardTime(Scanner& scan) {
 std::string offsetText(int offsetSeconds) {
   if (offsetSeconds == 0) return "Etc/UTC";
   std::string text;
-  writeOffset(text, offsetSeconds);
+  plx::writeOffset(text, offsetSeconds);
   return text;
 }
 

@@ -23,7 +23,7 @@ constexpr std::string_view kAcceptedPairs =
 // More digits than any count within the range has in nanoseconds, and few enough for 128 bits.
 constexpr std::size_t kMostWholeDigits = 31;
 
-int128 numberOf(std::string_view digits) {
+int128 wholeOf(std::string_view digits) {
   int128 number = 0;
   while (!digits.empty()) {  // 64 bits hold eighteen digits, and cost less
     const std::size_t n = digits.size() < 18 ? digits.size() : 18;
@@ -106,7 +106,7 @@ std::optional<CountText> readCount(std::string_view text, Form form, Complaint& 
   }
 
   const std::size_t unit = digitsOfUnit(form);
-  const auto [second, rest] = floorDiv(numberOf(whole), powerOf10<std::int64_t>(unit));
+  const auto [second, rest] = floorDiv(wholeOf(whole), powerOf10<std::int64_t>(unit));
   if (second > kMaxSeconds) {
     complaint = {"out of range", kAcceptedRange};
     return std::nullopt;

@@ -89,7 +89,7 @@ bool differsAtAnyTime(const std::string& name) {
   }
 }
 
-std::string dateOf(std::int64_t second) {
+std::string dayTextOf(std::int64_t second) {
   DatetimeText form;
   form.separator = 'T';
   std::string text;
@@ -164,7 +164,7 @@ std::string otherRules() {
         ++others;
         continue;
       }
-      first = fmt::format("{} from {} on", name, dateOf(*second));
+      first = fmt::format("{} from {} on", name, dayTextOf(*second));
     } catch (const zones::BadZones&) {
       // A file that cannot be read is for `plx rules` to tell.
     }

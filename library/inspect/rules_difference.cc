@@ -50,7 +50,7 @@ std::string offsetText(int offset) {
 }
 
 // The day that the system's clock shows at a second, or before it.
-std::string dateOf(std::int64_t second, int offset) {
+std::string dayTextOf(std::int64_t second, int offset) {
   DatetimeText form;
   form.separator = 'T';
   std::string text;
@@ -88,10 +88,10 @@ std::string yearly(const Spell& spell, const std::string& date) {
 
 std::string describe(const std::vector<Spell>& spells, std::int64_t from) {
   const auto dateOfBegin = [](const Spell& spell) {
-    return dateOf(spell.begin.second, spell.begin.system);
+    return dayTextOf(spell.begin.second, spell.begin.system);
   };
   const auto dateOfEnd = [](const Spell& spell) {
-    return dateOf(spell.end.second - 1, spell.begin.system);
+    return dayTextOf(spell.end.second - 1, spell.begin.system);
   };
   std::string text;
   const std::size_t past = countOfPast(spells);

@@ -7,7 +7,7 @@ namespace plx {
 
 // Loads the file, or with null the one that plx.h tells. Throws a Wrong where that fails, or another file
 // is loaded already.
-void load(const char* path);
+void load(const char* asked);
 
 // Loads it first where nobody has.
 const Module& loadedModule();

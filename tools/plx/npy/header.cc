@@ -30,9 +30,9 @@ constexpr std::size_t kShownBytes = 24;
 }
 
 // Walks over the dictionary. `at` counts bytes of the file, so that messages can tell them.
-class Scanner {
+class HeaderScanner {
  public:
-  Scanner(std::string_view file, std::size_t at, std::size_t end, std::string_view name)
+  HeaderScanner(std::string_view file, std::size_t at, std::size_t end, std::string_view name)
       : file_(file.substr(0, end)), at_(at), name_(name) {}
 
   std::size_t at() const { return at_; }
@@ -92,7 +92,7 @@ class Scanner {
   std::string_view name_;
 };
 
-ElementType readDescr(Scanner& scan) {
+ElementType readDescr(HeaderScanner& scan) {
   scan.skipSpace();
   const std::size_t start = scan.at();
   if (scan.next() == '[' || scan.next() == '(') {
@@ -105,13 +105,13 @@ ElementType readDescr(Scanner& scan) {
   return *type;
 }
 
-bool readFlag(Scanner& scan) {
+bool readFlag(HeaderScanner& scan) {
   if (scan.skipWord("True")) return true;
   if (scan.skipWord("False")) return false;
   scan.fail({"fortran_order is no truth value", "True or False"});
 }
 
-std::uint64_t readLength(Scanner& scan) {
+std::uint64_t readLength(HeaderScanner& scan) {
   scan.skipSpace();
   const std::size_t start = scan.at();
   const std::string_view digits = scan.digits();
@@ -128,7 +128,7 @@ std::uint64_t readLength(Scanner& scan) {
   return length;
 }
 
-std::vector<std::uint64_t> readShape(Scanner& scan) {
+std::vector<std::uint64_t> readShape(HeaderScanner& scan) {
   std::vector<std::uint64_t> shape;
   scan.expect('(', kAcceptedShapes);
   while (!scan.skip(')')) {
@@ -145,7 +145,7 @@ std::vector<std::uint64_t> readShape(Scanner& scan) {
 // A value of the dictionary, which may be there once.
 template <class T>
 void assignOnce(std::optional<T>& slot, T value, std::string_view key, std::size_t at,
-                const Scanner& scan) {
+                const HeaderScanner& scan) {
   if (slot) scan.failBefore(at, {fmt::format("the key {} is there twice", key), kAcceptedHeaders});
   slot = std::move(value);
 }
@@ -161,7 +161,7 @@ std::optional<std::uint64_t> countOf(const std::vector<std::uint64_t>& shape, st
   return count;
 }
 
-void readDictionary(Scanner& scan, NpyHeader& header) {
+void readDictionary(HeaderScanner& scan, NpyHeader& header) {
   std::optional<ElementType> type;
   std::optional<bool> order;
   std::optional<std::vector<std::uint64_t>> shape;
@@ -256,7 +256,7 @@ NpyLayout readNpyHeader(std::string_view file, std::string_view name) {
            fmt::format("{} bytes", file.size()));
   }
   layout.dataStart = start + length;
-  Scanner scan(file, start, layout.dataStart, name);
+  HeaderScanner scan(file, start, layout.dataStart, name);
   readDictionary(scan, layout.header);
 
   const std::uint64_t expected = layout.header.count * layout.header.type.bytes;
