@@ -1,3 +1,11 @@
+// Which function calls which; each fixes one template parameter:
+//
+//   walk, byComponent   the component
+//   byTimeScale         UTC or leap seconds; walkCounting where leap seconds are looked up by blocks
+//   byLength            one value for all or one for each; walkShort below the length of a vector
+//   walkVectors         domain after domain, the quickest first: the vectors of each by `run`, vectors
+//                       of several by setMixed, which leaves what is in no domain to the plain code
+//
 // Compiled once for each instruction set, PLX_INSTRUCTION_SET, into an object of its own.
 
 #include "unzoned/vector_walk.h"
@@ -20,8 +28,8 @@ HWY_INLINE Pair sumUnless(M finite, Pair set, Pair t, V v) {
 }
 
 // A vector of datetimes and values of all kinds, set and stored where element i begins. Lanes in no
-// domain are set by the plain code, in order. Returns the index of the first element that it
-// refuses; else, the count.
+// domain are set by the plain code, in order. Returns the index of the first element that the plain
+// code refuses; else, the count.
 template <class Lanes>
 HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
                              Pair t, V v) {
@@ -39,8 +47,8 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   return e.count;
 }
 
-// The domains: which vectors belong to each, and how they are set, with all that depends on the new
-// value alone.
+// The domains: whether a vector belongs to one (`has`), and how it is set there, given what depends
+// on the new value alone.
 template <class Lanes, class OfCalendar>
 struct WholeBy {
   using Calendar = OfCalendar;
@@ -60,7 +68,7 @@ struct Pairs {
   static HWY_INLINE Pair set(Pair t, V, typename Lanes::New set) { return Lanes::set(t, set); }
 };
 
-// Whatever is not finite, too.
+// A domain and everything that is not finite.
 template <class Domain>
 struct AndNonFinite {
   using Calendar = typename Domain::Calendar;
@@ -76,8 +84,8 @@ struct AndNonFinite {
   }
 };
 
-// The elements of a call as vectors. Missing low parts are read again and again from a vector of
-// zeros.
+// The elements of a call as vectors. Where there are no low parts, a vector of zeros is read in their
+// place.
 template <bool kOneValue>
 struct Vectors {
   HWY_INLINE Vectors(const Elements& e, const double* zeros)
@@ -104,8 +112,8 @@ struct Vectors {
 };
 
 // Sets vectors of one domain from element i on, none that begins after `last`. Returns where the
-// first vector begins that is not set. A loop to itself: what does not change stays in registers,
-// and what depends on one value for all is computed before it.
+// first vector begins that is not set. A loop of its own for each domain: what does not change stays
+// in registers, and what depends on one value for all is computed before the loop.
 template <class Lanes, class Domain, bool kOneValue, class Results>
 HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last, const Results& results) {
   using Calendar = typename Domain::Calendar;
@@ -124,7 +132,7 @@ HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last, const 
 template <class Lanes, bool kOneValue>
 size_t walkVectors(Component component, bool leapSeconds, const Elements& elements) {
   using Whole = WholeBy<Lanes, Gregorian>;
-  using Near = WholeBy<Lanes, std::conditional_t<Lanes::kHasCalendars, Julian, Gregorian>>;
+  using Quickest = WholeBy<Lanes, std::conditional_t<Lanes::kHasCalendars, Julian, Gregorian>>;
   const size_t width = hn::Lanes(d);
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
@@ -134,18 +142,19 @@ size_t walkVectors(Component component, bool leapSeconds, const Elements& elemen
                               leapSeconds ? 0 : elements.count);
 
   // The quickest domain first, and again after a few vectors of another one. What is not finite
-  // comes alone or in crowds.
+  // comes alone or in crowds: only a few vectors are set at a time in a domain that includes it.
+  //
   // The last vector ends with the last element, and may do some of the one before it again.
   const size_t count = elements.count, last = count - width;
   for (size_t i = 0; i < count;) {
     const size_t from = HWY_MIN(i, last);
     const size_t few = HWY_MIN(last, from + 3 * width), some = HWY_MIN(last, from + 63 * width);
     const EitherPlace results{e.resultHigh, e.resultLow, pastCaches.areUsed() && from % width == 0};
-    // The loop for most arrays has one of its own.
+    // Most arrays are written to the caches: their loop is compiled without the choice.
     const Place place{e.resultHigh, e.resultLow};
-    i = results.isPastCaches ? run<Lanes, Near>(e, from, last, results)
-                             : run<Lanes, Near>(e, from, last, place);
-    if (i == from) i = run<Lanes, AndNonFinite<Near>>(e, from, few, results);
+    i = results.isPastCaches ? run<Lanes, Quickest>(e, from, last, results)
+                             : run<Lanes, Quickest>(e, from, last, place);
+    if (i == from) i = run<Lanes, AndNonFinite<Quickest>>(e, from, few, results);
     if (Lanes::kHasCalendars && i == from) i = run<Lanes, Whole>(e, from, some, results);
     if (i == from) i = run<Lanes, Pairs<Lanes>>(e, from, some, results);
     if (Lanes::kHasCalendars && i == from)
@@ -193,9 +202,9 @@ size_t byLength(Component component, bool leapSeconds, const Elements& e) {
 }
 
 // On the line that counts leap seconds, where registers do not hold the buckets, whole milliseconds
-// are set a block at a time, in passes over it. The look-ups are then plain loads, one after the
-// other: gathers, and a chain of two of them with the calendar in between, take longer than all the
-// rest. The results serve as the places for what is in between.
+// are set a block at a time, in several passes over the block. The look-ups are then plain loads, one
+// after the other: gathers, and a chain of two of them with the calendar in between, take longer than
+// all the rest. Between the passes the arrays of results hold the times in UTC.
 
 Elements partOf(const Elements& e, size_t begin, size_t count) {
   return {e.high + begin,
@@ -207,9 +216,9 @@ Elements partOf(const Elements& e, size_t begin, size_t count) {
           count};
 }
 
-// False where the block has an element of another kind; what it holds is open then.
+// Sets a block of whole milliseconds; false, and nothing set, where an element is of another kind.
 template <class Lanes>
-bool setWholeBlock(const Elements& e) {
+bool tryWholeBlock(const Elements& e) {
   const size_t width = hn::Lanes(d);
   const auto valuesAt = [&](size_t i) HWY_ATTR {
     return e.step == 0 ? all(e.values[0]) : hn::LoadU(d, e.values + i);
@@ -248,7 +257,7 @@ size_t walkCounting(Component component, const Elements& e) {
   size_t begin = 0;
   for (; e.count - begin >= kBlock; begin += kBlock) {
     const Elements block = partOf(e, begin, kBlock);
-    if (setWholeBlock<Lanes>(block)) continue;
+    if (tryWholeBlock<Lanes>(block)) continue;
     const size_t done = byLength<Lanes>(component, true, block);
     if (done < kBlock) return begin + done;
   }
