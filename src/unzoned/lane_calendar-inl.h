@@ -3,7 +3,7 @@
 // Cassio Neri and Lorenz Schneider, "Euclidean affine functions and their application to calendar
 // algorithms" (2022): years, centuries and months are read off day numbers by floors of linear
 // functions. A day number here counts from a first day `kMarch` or `kJanuary` days before 1970, at
-// the beginning of a 400-year cycle so long ago that nothing is negative. (Years count from there.)
+// the beginning of a 400-year cycle so long ago that nothing is negative. Years count from there, too.
 #pragma once
 
 #include "unzoned/lane_pairs-inl.h"
@@ -11,8 +11,9 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// floor(x/divisor + offset) for whole x, with half of the gap between quotients on either side.
-// Products are exact or far better than that (dividesByGap()), fused or not.
+// floor(x/divisor + offset) for whole x. Such quotients lie 1/divisor apart; with half of this gap
+// added, none comes closer to a whole number than the other half, and all that is rounded, fused or
+// not, is less (dividesByGap()).
 HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
   return hn::Floor(hn::MulAdd(x, all(1.0 / divisor), all(offset + halfGap(divisor))));
 }
@@ -21,10 +22,10 @@ HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
 struct MarchDate {
   V year;
   V first;      // the day number on which the year begins
-  V dayOfYear;  // from kRest
+  V dayOfYear;  // from 0, and Calendar::kRest more
 };
 
-// The calendar with all of its rules. Days keep 3/4 from the divisions.
+// The calendar with all of its rules. The day of the year keeps the 3/4 that the divisions add (kRest).
 struct Gregorian {
   static constexpr double kMarch = lanes::kMarch;
   static constexpr double kJanuary = lanes::kJanuary;
@@ -39,9 +40,10 @@ struct Gregorian {
   }
 
   static HWY_INLINE MarchDate marchDate(V n) {
-    // (4n + 3)/146097, with n + 3/4 for 4n + 3 and four times the factor. In a calendar without the
-    // 400-year rule, in which every century has 36525 days, n would be three days larger for every
-    // four centuries.
+    // The century is floor((4n + 3)/146097): n + 3/4 stands for 4n + 3, with four times the factor. In
+    // a calendar without the rules about centuries, each of which then has 36525 days, n would be
+    // larger by three days for every four centuries (`more`); the year is read off that number by
+    // floor((4n + 3)/1461).
     const V from = n + all(0.75);
     const V century = floorTimes(from, kCenturiesPerDay);
     const V more = hn::Ceil(century * all(0.75));
@@ -68,9 +70,9 @@ struct Gregorian {
 };
 
 // The same where every fourth year is a leap year, without centuries. From 1888 on, as if 1900 had
-// been a leap year too, a day number has the year and the day of the year that it has in the
-// calendar, from March 1900 to February 2100. The numbers are so small that half of a gap between
-// quotients covers all that is rounded.
+// been a leap year too; from March 1900 to February 2100 each day has the year and the day of the year
+// that it has in the calendar with all rules. The numbers are so small that half of a gap between
+// quotients covers all that is rounded (floorDivided()).
 struct Julian {
   static constexpr double kMarch = kJulianMarch;
   static constexpr double kJanuary = kJulianJanuary;

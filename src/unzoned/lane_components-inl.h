@@ -8,10 +8,11 @@ namespace lanes::HWY_NAMESPACE {
 
 // ---- The components of a date ----
 //
-// Each says up to what new values it accepts, from where it counts days, and by how many days the
-// day number n moves, in either calendar. What depends on the new value alone is a type of its own,
-// so that it is computed once where there is one value for all. All quantities are whole numbers
-// below 2^53 and exact, but for rests that cancel; what the plain code computes is the same number.
+// Each says which new values it accepts (kBound, and kJulianBound around kJulianValue), from where it
+// counts days (kFirst), and by how many days the day number n moves, in either calendar. What depends
+// on the new value alone is of type New, so that it is computed once where there is one value for all.
+// All quantities are exact: whole numbers below 2^53, some with Calendar::kRest, which cancels. What the
+// plain code computes is the same number.
 
 // Days count from a first of March, or of January.
 struct FromMarch {
@@ -23,7 +24,7 @@ struct FromJanuary {
   static constexpr double kFirst = Calendar::kJanuary;
 };
 
-// Values of the Julian calendar's domain lie around zero, those for years around one of them.
+// New values of the Julian domain lie around zero; only those for years lie around a year.
 struct NearZero {
   static constexpr double kJulianValue = 0.0;
 };
@@ -99,7 +100,7 @@ struct SetWeekOfYear : FromJanuary, NearZero, TakesValue {
   static constexpr double kJulianBound = kBound;
   template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V v) {
-    // The Sundays since that of the week of 1 January, and 1, are the week of the year.
+    // The week of the year is 1 and the Sundays since the one that begins the week of 1 January.
     const V week = sundays(n) - sundays(Calendar::firstOfJanuary(n));
     return (v - (week + all(1.0))) * all(7.0);
   }
@@ -131,7 +132,7 @@ struct SetDayOfWeek : FromJanuary, NearZero {
   using New = V;  // days after Sunday
   template <class Calendar>
   static HWY_INLINE V newOf(V v) {
-    // The remainder that keeps its sign: floorTimes() on either side of zero.
+    // The remainder has the sign of v - 1: Trunc() is floorTimes() on either side of zero.
     const V fromSunday = v - all(1.0);
     const V weeks = hn::Trunc(fromSunday * all(kWeeksPerDay));
     return hn::NegMulAdd(weeks, all(7.0), fromSunday);
@@ -182,15 +183,15 @@ struct OfDate {
   }
 };
 
-// Hour and minute: how often a unit of milliseconds fits into what is left of a larger one.
+// Hour and minute: the whole units since the last larger unit, the day or the hour, began.
 template <class Unit>
 struct OfClock : TakesValue {
   static constexpr double kBound = Unit::kBound;
   static constexpr bool kTakesFractions = false;
   static constexpr bool kHasCalendars = false;
 
-  // Both datetimes from the start of the clock. Units are counted from there, beside the larger ones,
-  // and not from the last of these: neither waits for the other.
+  // `from` and the result count from kClockStart milliseconds before 1970. Units are counted from there
+  // like the larger ones, and not from the last of these, so that neither product waits for the other.
   static HWY_INLINE V setFromStart(V from, V v) {
     const V larger = floorTimes(from, Unit::kLargerPerMilli);
     const V units = floorTimes(from, Unit::kPerMilli);
@@ -218,9 +219,9 @@ struct OfClock : TakesValue {
 // Second and time of day: v seconds after the minute or the day begins, whatever was there before.
 //
 // The product v*1000 is rounded on its own, as in the plain code. The plain code adds it to the
-// rest of the day, and then the day, each sum with its error; as days and minutes are whole
-// milliseconds, both errors together are what the one sum here leaves: all of it is made of bits of
-// the product (docs/numerics.md), so both give the one normalised pair of the exact sum.
+// rest of the day, and then the day, each sum with its error. As days and minutes are whole
+// milliseconds, both errors together are exactly the error of the one sum here (docs/numerics.md), so
+// both codes give the normalised pair of the exact sum.
 template <class Unit>
 struct SecondsAfter : TakesValue {
   static constexpr double kBound = kSecondsBound;
