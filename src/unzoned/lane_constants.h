@@ -36,9 +36,9 @@ inline constexpr double kHourBound = 0x1p28;
 inline constexpr double kMinuteBound = 0x1p34;
 inline constexpr double kSecondsBound = 0x1p40;
 
-// Whether values up to a bound, in units of at most so many milliseconds, lead no further than 2^52
-// from whole datetimes. Years count from 719528 days before 1970, which is more than all that
-// components take away for what they replace.
+// Whether values up to a bound, in units of at most `millis`, lead no further than 2^52 from whole
+// datetimes. Years count from year 0, 719528 days before 1970; what any component takes away for the
+// value that it replaces is less than that.
 constexpr bool leadsNoFurther(double bound, double millis) {
   return kWholeBound + kWholeRoom + bound * millis + 719528.0 * kMillisPerDay < 0x1p52;
 }
@@ -65,8 +65,8 @@ inline constexpr double kJulianMonthBound = 24.0;
 
 inline constexpr double kDaysPer400Years = 146097.0;
 
-// Days count from 360 cycles of 400 years before 0000-03-01 or 0000-01-01, before the first day of
-// either domain.
+// Days count from 360 cycles of 400 years before 0000-03-01 or 0000-01-01, so that every day of either
+// domain has a positive number.
 inline constexpr double kCycles = 360.0;
 inline constexpr double kYearsBefore0 = kCycles * 400.0;
 inline constexpr double kMarch = 719468.0 + kCycles * kDaysPer400Years;
@@ -86,13 +86,13 @@ inline constexpr double kMoreYears = 250.0 * 400.0;
 inline constexpr double kMoreDays = 250.0 * kDaysPer400Years;
 static_assert(kMonthBound + 3.0 < 12.0 * kMoreYears && 3.0 * kQuarterBound < kMonthBound);
 
-// Milliseconds of a clock count from whole days before 2^49 milliseconds before 1970.
+// Clocks count milliseconds from a midnight that lies more than 2^49 milliseconds before 1970.
 inline constexpr double kClockStart = 6600000.0 * kMillisPerDay;
 static_assert(kWholeBound + kWholeRoom < kClockStart);
 
 // ---- Factors in place of divisors ----
 
-// How much larger than 1/divisor x is, relatively: exactly, but for the rounding of the answer.
+// The relative excess of x over 1/divisor: computed exactly, and rounded once.
 constexpr double excess(double x, std::int64_t divisor) {
   const auto bits = std::bit_cast<std::uint64_t>(x);
   const auto significand = static_cast<__int128>((bits & 0xfffffffffffff) | 0x10000000000000);
@@ -137,7 +137,7 @@ static_assert(kLargestDay / 365.0 + kMoreYears + kMonthBound / 12.0 < kLargestYe
 inline constexpr double kDaysPerMilli = reciprocalAbove(86400000);
 static_assert(divides(kDaysPerMilli, 86400000, kLargestMillis));
 
-// Four times the reciprocal: exact, and applied to quarters.
+// Four times the reciprocals, exactly: floor((4n + 3)/146097) is that of (n + 3/4) times the factor.
 inline constexpr double kCenturiesPerDay = 4.0 * reciprocalAbove(146097);
 static_assert(divides(kCenturiesPerDay / 4.0, 146097, 4.0 * kLargestDay + 3.0));
 inline constexpr double kYearsPerDay = 4.0 * reciprocalAbove(1461);
@@ -157,7 +157,7 @@ constexpr double halfGap(double divisor) { return 0.5 / divisor; }
 
 // Whether a floor of a rounded x * (1/divisor) + (offset + half a gap), fused or not, is that of the
 // exact x/divisor + offset, for all quotients and offsets up to `largest`: each of the factor, the
-// offset, the product and the sum is off by no more than 2^-53 of that.
+// offset, the product and the sum is off by no more than 2^-53 of `largest`.
 constexpr bool dividesByGap(double divisor, double largest) {
   return 4.0 * 0x1p-53 * largest < halfGap(divisor);
 }
@@ -191,14 +191,14 @@ static_assert(divides(Minute::kLargerPerUnit, 60, 24.0 * 60.0));
 
 // ---- Leap seconds ----
 
-// For buckets of 300 days, numbered by the multiple of 300 days since 1970 in their middle: the
-// first instant that does not lie before the bucket, or else the last of all, and how many come
-// before that one. No more than one instant falls into a bucket, so for a time in it this one alone
-// is in question. Times before the first bucket belong to it, those after the last to the last.
+// Leap seconds by buckets of 300 days; bucket i has its middle i * 300 days after 1970. A bucket has
+// the first instant that does not lie before it, or else the last of all, and the number of instants
+// before that one. At most one instant falls into a bucket, so comparing a time in it with its instant
+// decides. Times before the first bucket count as in the first, times after the last as in the last.
 //
-// Both lines of time share the buckets: they are less than a minute apart, and no instant comes
-// closer to the end of a bucket than a day. Neither a low part nor the rounding of a number of
-// days moves a time across an instant, either.
+// Both time scales share the buckets: they are less than a minute apart, and no instant comes closer
+// to the end of a bucket than a day. So the bucket of a rounded time, or of a pair's high part alone,
+// serves as well.
 struct LeapBuckets {
   static constexpr int kCount = 64;
   static constexpr double kMillis = 300.0 * kMillisPerDay;
@@ -244,7 +244,8 @@ constexpr bool haveBucketsOfTheirOwn() {
 }
 static_assert(haveBucketsOfTheirOwn());
 
-// The registers tell whole days only, and the other line by the seconds inserted before.
+// Whether the form for registers loses nothing: each instant is a whole day, and on the counting line
+// it comes later by the seconds inserted before it.
 constexpr bool areDays() {
   for (int i = 0; i < kLeapSeconds; ++i) {
     const auto day = static_cast<std::uint16_t>(leapInstantsUTC[i] / kMillisPerDay);

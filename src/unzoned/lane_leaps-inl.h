@@ -7,14 +7,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// What the bucket of a time says, in milliseconds: the UTC instant of its leap second, and the leap
-// seconds before that.
+// What the bucket of a time has, in milliseconds: the UTC instant of its leap second, and the leap
+// seconds inserted before that instant.
 struct Leap {
   V instant;
   V before;
 };
 
-// 2^52 and the number of a time's bucket, which then stands in the last bits.
+// 2^52 + the number of a time's bucket: the number stands in the lowest bits.
 HWY_INLINE V leapNumber(V t) {
   const V within =
       hn::Min(hn::Max(t, hn::Zero(d)), all((LeapBuckets::kCount - 1) * LeapBuckets::kMillis));
@@ -32,8 +32,8 @@ HWY_INLINE Leap leapOfEntry(V entry) {
 // All buckets in four registers.
 constexpr bool kHasLeapRegisters = true;
 
-// 2^52 and what the table has for the bucket: of the four 16-bit words of a number, the last one is
-// replaced by that of the table, and the others stay.
+// 2^52 + the table's entry for the bucket: of the four 16-bit words of 2^52 + number, the lowest is
+// replaced by the entry.
 HWY_INLINE V lookUp(const std::uint16_t (&table)[LeapBuckets::kCount], V number) {
   const __m512i words = _mm512_castpd_si512(number.raw);
   return V{_mm512_castsi512_pd(_mm512_mask2_permutex2var_epi16(
@@ -57,8 +57,8 @@ HWY_INLINE Leap leapOf(V t) {
 #endif
 
 // The leap seconds, in milliseconds, inserted at or before a whole time or a pair, by the instant
-// in question. A pair lies at or after a whole number where the sum of (t.hi - instant) and t.lo,
-// which keeps its sign, is not negative.
+// of its bucket. A pair lies at or after a whole number where (t.hi - instant) + t.lo, whose sign is
+// exact, is not negative.
 HWY_INLINE M isAtOrAfter(V t, V instant) { return hn::Ge(t, instant); }
 HWY_INLINE M isAtOrAfter(Pair t, V instant) { return hn::Ge((t.hi - instant) + t.lo, hn::Zero(d)); }
 template <class Time>
@@ -70,12 +70,12 @@ HWY_INLINE V leapMillisElapsed(Time t, Leap leap) {
   return leapMillisUTC(t, {leap.instant + leap.before, leap.before});
 }
 
-// A component on that line. Before the first leap second zero is added to a whole number or a
-// normalised pair, which leaves it as it is. Less than a minute does not lead out of a domain's room
-// for results.
+// A component on the leap-second scale. Before the first leap second zero is added to a whole number or
+// a normalised pair, which leaves it as it is. All leap seconds together are less than a minute, and a
+// domain's bounds leave more room than that.
 template <class Component>
 struct CountingLeapSeconds : Component {
-  // Setting whole milliseconds in its three steps, with what is known of a time on either line.
+  // The three steps of setting whole milliseconds, given the bucket of the time on either scale.
   static HWY_INLINE V toUTC(V t, Leap leap) { return t - leapMillisElapsed(t, leap); }
   template <class Calendar>
   static HWY_INLINE Pair setUTC(V utc, typename Component::New set) {

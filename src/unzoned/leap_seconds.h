@@ -1,8 +1,8 @@
 // The leap-second-counting UTC line, and its conversions to and from the UTC line that ignores leap
 // seconds. Both count milliseconds since 1970-01-01T00:00:00.
 //
-// The table has the 25 leap seconds inserted from 1972 to the middle of 2012 and ends there; the
-// lines run side by side before the first and after the last.
+// The table has the 25 leap seconds inserted from 1972 to the middle of 2012 and ends there: before the
+// first the two lines agree, and from the last on they stay 25 seconds apart.
 #pragma once
 
 #include <array>
