@@ -1,11 +1,12 @@
-// The sets that this build is compiled for: known to the sources that list them, so that no others depend on it.
+// The sets that this build is compiled for. Only the sources that list them include this header, so that
+// another choice of sets compiles no others anew.
 #pragma once
 
 #include "unzoned/instruction_sets.h"
 
 namespace instruction_sets {
 
-// Those of this build, the best one first.
+// The sets of this build, the best one first.
 using Compiled = List<PLX_INSTRUCTION_SETS>;
 
 }  // namespace instruction_sets

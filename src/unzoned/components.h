@@ -26,8 +26,9 @@ DayAndTime setMonth(DayAndTime t, double v);    // 1..12
 DayAndTime setWeekOfYear(DayAndTime t, double v);  // as weekOfYear counts; the weekday stays
 DayAndTime setDayOfMonth(DayAndTime t, double v);  // from 1
 DayAndTime setDayOfYear(DayAndTime t, double v);   // from 1
-// 1 Sunday .. 7 Saturday, within the Sunday-to-Saturday week. 8..14 wrap into the same week, values
-// below 1 move into earlier ones: 0 is the Saturday before, -6 the Sunday of the same week.
+// 1 Sunday .. 7 Saturday, within the Sunday-to-Saturday week. Values above 7 wrap into the same week.
+// Values below 1 wrap into the week before, 0 being its Saturday, but for -6, -13 and so on, which are
+// the Sunday of the same week.
 DayAndTime setDayOfWeek(DayAndTime t, double v);
 DayAndTime setHour(DayAndTime t, double v);    // 0..23
 DayAndTime setMinute(DayAndTime t, double v);  // 0..59

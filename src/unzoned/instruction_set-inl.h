@@ -1,14 +1,14 @@
 // Highway for the one instruction set of this object, PLX_INSTRUCTION_SET: between
-// HWY_BEFORE_NAMESPACE() and HWY_AFTER_NAMESPACE() the compiler may use its instructions, and
-// HWY_NAMESPACE names it. To be included before any other header of Highway.
+// HWY_BEFORE_NAMESPACE() and HWY_AFTER_NAMESPACE() the compiler may use the instructions of the set, and
+// HWY_NAMESPACE is the set's namespace. To be included before any other header of Highway.
 #pragma once
 
 // The compiler's switches stay those of any processor, and the set is chosen by attributes of the
 // functions alone: the linker keeps one copy of an inline function of the standard library, and one
 // compiled for a newer processor would be called, and fail, on older ones.
 
-// Without these no function may use instructions that are not asked for in instruction_sets.h; none
-// of ours is made of them.
+// Keep Highway from allowing instructions that instruction_sets.h does not ask the processor for. No
+// vector code here needs them.
 #define HWY_DISABLE_PCLMUL_AES
 #define HWY_DISABLE_F16C
 

@@ -1,6 +1,6 @@
-// The instruction sets that the vector code is compiled for. It is written once and compiled into one
-// object for each set (src/CMakeLists.txt), so that each is compiled on its own; which one runs is
-// decided when it runs, by what the processor has.
+// The instruction sets that the vector code is compiled for. The code is written once and compiled into
+// an object of its own for each set (src/CMakeLists.txt); which object runs is decided at run time, by
+// what the processor has.
 //
 //   an object of a set   instruction_set-inl.h, then code in a namespace of the set; its one entry
 //                        is a specialisation such as  template <> Walk walkBy<instruction_sets::AVX2>
@@ -18,15 +18,15 @@ struct CompiledFor {
 
 namespace instruction_sets {
 
-// What any processor of the machine's kind has: no choice is left.
+// The instructions that every processor of the architecture has.
 struct Baseline {
   static constexpr const char* kName = "baseline";
   static bool isSupported() { return true; }
 };
 
 #if defined(__x86_64__)
-// The vector library's names. Each set has what the sets below it have. These are the instructions
-// that its target attributes allow the compiler (instruction_set-inl.h).
+// Named as in Highway, from the least to the best; each includes the one before. isSupported() asks for
+// every extension that Highway's attributes allow the compiler (instruction_set-inl.h).
 struct SSE4 {
   static constexpr const char* kName = "SSE4";
   static bool isSupported() { return __builtin_cpu_supports("sse4.2"); }
@@ -65,7 +65,7 @@ struct List {
 
 }  // namespace instruction_sets
 
-// The walk of the best of the sets; the one given where there is none.
+// The walk of the best of the sets; `without` where there is none.
 template <class Walk>
 Walk* bestOf(const std::vector<CompiledFor<Walk>>& sets, Walk* without) {
   return sets.empty() ? without : sets.front().walk;

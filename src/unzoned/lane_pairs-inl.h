@@ -8,9 +8,9 @@
 //   lane_leaps-inl.h        the same on the time scale that counts leap seconds
 //
 // Every component is written for the domains below, each with the reason why its results are the
-// plain code's, bit for bit. Lanes outside them compute something meaningless, with whatever
-// exceptions of arithmetic (entry/default_float_environment.h lets none end a host), and are replaced
-// by the caller.
+// plain code's, bit for bit. Lanes outside the domains compute something meaningless, with whatever
+// floating-point exceptions (entry/default_float_environment.h masks them all), and are replaced by the
+// caller.
 //
 // Compiled once for each instruction set, in a namespace of that set. No function template comes from
 // outside: templates are compiled where they are used, here for the set, while the linker keeps one
@@ -35,7 +35,7 @@ using V = hn::Vec<D>;
 using M = hn::Mask<D>;
 constexpr D d;
 
-// The bits of as many doubles, as signed integers.
+// Signed integers of the doubles' size, as many as a vector has doubles.
 using DI = hn::RebindToSigned<D>;
 using VI = hn::Vec<DI>;
 constexpr DI di;
@@ -57,7 +57,8 @@ HWY_INLINE void leaveVectors() {
 // never fused. Folding in a low part, which the plain code skips for a zero one, is always done: on
 // a normalised pair it changes nothing but perhaps the sign of a zero low part. No result has a low
 // part of -0 here: quickTwoSum(), the last step of all, gives zero errors as +0, whether a - s is
-// +0 or cancels b. Nor has it in the plain code, where it is the error of a sum a + b with a != -0.
+// +0 or cancels b. No result of the plain code has one either: its low part is the error of a sum a + b
+// with a != -0.
 
 struct Pair {
   V hi;
@@ -189,7 +190,7 @@ HWY_INLINE M isWholeAndAccepted(Pair t, V v) {
 
 // Of these, the datetimes of 1904 to 2095 with new values that stay near, as most are: every year
 // on the way lies between the common years 1900 and 2100, where every fourth one is a leap year and
-// the rules about centuries can be left out. The results are the calendar's, by whatever rules.
+// the rules about centuries can be left out: both calendars give the same results.
 template <class Component>
 HWY_INLINE M isJulianAndAccepted(Pair t, V v) {
   const M isBounded = hn::And(isAtMost(t.hi - all(kJulianMiddle), kJulianReach),
@@ -219,7 +220,7 @@ HWY_INLINE V floorTimes(V x, double above) { return hn::Floor(x * all(above)); }
 // ceil(x * n/d) for whole x >= 0, where `below` is n/d rounded down: the same, mirrored.
 HWY_INLINE V ceilTimes(V x, double below) { return hn::Ceil(x * all(below)); }
 
-// floor(t / unit) for a pair of the second domain and a unit of 1000 to 86400000 milliseconds.
+// floor(t / unit) for a pair of the domain of isPair() and a unit of 1000 to 86400000 milliseconds.
 //
 // With |t.hi| <= 2^52 the product with the rounded reciprocal is off by at most 2^52/unit * 2^-52 =
 // 1/unit, and the sum with the offset by half of that; an offset of 2/unit makes sure that the

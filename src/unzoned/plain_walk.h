@@ -13,6 +13,6 @@
 bool setElement(Component component, bool leapSeconds, const Elements& elements, std::size_t i);
 
 // Sets elements in order. Returns the index of the first whose value must be a whole number and is
-// not; the elements before it are written, and what later ones hold is open. Else, the count.
+// not; the elements before it are written, and what later ones hold is unspecified. Else, the count.
 using Walk = std::size_t(Component component, bool leapSeconds, const Elements& elements);
 Walk plainWalk;

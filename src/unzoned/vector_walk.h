@@ -1,5 +1,5 @@
 // The walk over the elements of an array by vectors: the same results as the plain walk, bit for
-// bit, many times faster. Written once, compiled for several instruction sets, chosen when it runs.
+// bit, many times faster. Written once, compiled for several instruction sets, chosen at run time.
 #pragma once
 
 #include <vector>
@@ -20,5 +20,5 @@ std::vector<InstructionSet> instructionSets();
 // The walk of the best of the sets; the plain one where there is none.
 Walk* bestWalk(const std::vector<InstructionSet>& sets);
 
-// Walks with the best set of this processor, which is found out once.
+// Walks with the best set of this processor, which is found out once (best_walk.cc).
 Walk vectorWalk;
