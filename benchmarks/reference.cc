@@ -58,7 +58,7 @@ VERSIONS void monthLoop(const double* __restrict high, const double* __restrict 
                         std::size_t count) {
   using namespace lanes;
   for (std::size_t i = 0; i < count; ++i) {
-    const double n = std::floor((high[i] + kMarch * kMillisPerDay) * kDaysPerMilli);
+    const double n = std::floor((high[i] + kDaysFromMarch * kMillisPerDay) * kDaysPerMilli);
     const double from = n + 0.75;
     const double julian = from + std::ceil(std::floor(from * kCenturiesPerDay) * 0.75);
     const double year = std::floor(julian * kYearsPerDay);

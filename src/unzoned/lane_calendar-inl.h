@@ -2,8 +2,9 @@
 //
 // Cassio Neri and Lorenz Schneider, "Euclidean affine functions and their application to calendar
 // algorithms" (2022): years, centuries and months are read off day numbers by floors of linear
-// functions. A day number here counts from a first day `kMarch` or `kJanuary` days before 1970, at
-// the beginning of a 400-year cycle so long ago that nothing is negative. Years count from there, too.
+// functions. A day number here counts from a first day `kDaysFromMarch` or `kDaysFromJanuary` days
+// before 1970, at the beginning of a 400-year cycle so long ago that nothing is negative. Years count
+// from there, too.
 #pragma once
 
 #include "unzoned/lane_pairs-inl.h"
@@ -27,8 +28,8 @@ struct MarchDate {
 
 // The calendar with all of its rules. The day of the year keeps the 3/4 that the divisions add (kRest).
 struct Gregorian {
-  static constexpr double kMarch = lanes::kMarch;
-  static constexpr double kJanuary = lanes::kJanuary;
+  static constexpr double kDaysFromMarch = lanes::kDaysFromMarch;
+  static constexpr double kDaysFromJanuary = lanes::kDaysFromJanuary;
   static constexpr double kYearsBefore0 = lanes::kYearsBefore0;
   static constexpr double kMoreYears = lanes::kMoreYears;
   static constexpr double kMoreDays = lanes::kMoreDays;
@@ -74,8 +75,8 @@ struct Gregorian {
 // that it has in the calendar with all rules. The numbers are so small that half of a gap between
 // quotients covers all that is rounded (floorDivided()).
 struct Julian {
-  static constexpr double kMarch = kJulianMarch;
-  static constexpr double kJanuary = kJulianJanuary;
+  static constexpr double kDaysFromMarch = kJulianDaysFromMarch;
+  static constexpr double kDaysFromJanuary = kJulianDaysFromJanuary;
   static constexpr double kYearsBefore0 = -kJulianYear0;
   static constexpr double kMoreYears = 0.0;
   static constexpr double kMoreDays = 0.0;

@@ -17,11 +17,11 @@ namespace lanes::HWY_NAMESPACE {
 // Days count from a first of March, or of January.
 struct FromMarch {
   template <class Calendar>
-  static constexpr double kFirst = Calendar::kMarch;
+  static constexpr double kFirst = Calendar::kDaysFromMarch;
 };
 struct FromJanuary {
   template <class Calendar>
-  static constexpr double kFirst = Calendar::kJanuary;
+  static constexpr double kFirst = Calendar::kDaysFromJanuary;
 };
 
 // New values of the Julian domain lie around zero; only those for years lie around a year.

@@ -69,17 +69,17 @@ inline constexpr double kDaysPer400Years = 146097.0;
 // domain has a positive number.
 inline constexpr double kCycles = 360.0;
 inline constexpr double kYearsBefore0 = kCycles * 400.0;
-inline constexpr double kMarch = 719468.0 + kCycles * kDaysPer400Years;
-inline constexpr double kJanuary = 719528.0 + kCycles * kDaysPer400Years;
-static_assert(kPairBound / kMillisPerDay + 1.0 < kMarch);
+inline constexpr double kDaysFromMarch = 719468.0 + kCycles * kDaysPer400Years;
+inline constexpr double kDaysFromJanuary = 719528.0 + kCycles * kDaysPer400Years;
+static_assert(kPairBound / kMillisPerDay + 1.0 < kDaysFromMarch);
 static_assert(kYearBound + 1.0 < kYearsBefore0);
 
 // Where every fourth year is a leap year, days count from 1888-03-01 or 1888-01-01, a Saturday, as
 // if 1900 had been a leap year too: they are those of the calendar from March 1900 on.
 inline constexpr double kJulianYear0 = 1888.0;
-inline constexpr double kJulianMarch = 29891.0;
-inline constexpr double kJulianJanuary = kJulianMarch + 60.0;
-static_assert(kJulianMarch == 25508.0 + 3.0 * 1461.0);  // 1900-03-01 and twelve years
+inline constexpr double kJulianDaysFromMarch = 29891.0;
+inline constexpr double kJulianDaysFromJanuary = kJulianDaysFromMarch + 60.0;
+static_assert(kJulianDaysFromMarch == 25508.0 + 3.0 * 1461.0);  // 1900-03-01 and twelve years
 
 // Years added to every month, so that a month far in the past does not lead to a negative year.
 inline constexpr double kMoreYears = 250.0 * 400.0;
@@ -127,11 +127,12 @@ constexpr bool divides(double factor, std::int64_t divisor, double largest) {
 }
 
 // The largest numbers of each kind.
-inline constexpr double kLargestMillis = kJanuary * kMillisPerDay + kWholeBound + kWholeRoom;
+inline constexpr double kLargestMillis =
+    kDaysFromJanuary * kMillisPerDay + kWholeBound + kWholeRoom;
 inline constexpr double kLargestClock = kClockStart + kWholeBound + kWholeRoom;
-inline constexpr double kLargestDay = kJanuary + kPairBound / kMillisPerDay + 1.0;
+inline constexpr double kLargestDay = kDaysFromJanuary + kPairBound / kMillisPerDay + 1.0;
 inline constexpr double kLargestYear = 600000.0;
-static_assert(kMarch < kJanuary && kLargestMillis < 0x1p53);
+static_assert(kDaysFromMarch < kDaysFromJanuary && kLargestMillis < 0x1p53);
 static_assert(kLargestDay / 365.0 + kMoreYears + kMonthBound / 12.0 < kLargestYear);
 
 inline constexpr double kDaysPerMilli = reciprocalAbove(86400000);
@@ -161,7 +162,7 @@ constexpr double halfGap(double divisor) { return 0.5 / divisor; }
 constexpr bool dividesByGap(double divisor, double largest) {
   return 4.0 * 0x1p-53 * largest < halfGap(divisor);
 }
-static_assert(dividesByGap(kMillisPerDay, 2.0 * (kJulianMarch + 96.0 * 366.0)));
+static_assert(dividesByGap(kMillisPerDay, 2.0 * (kJulianDaysFromMarch + 96.0 * 366.0)));
 static_assert(dividesByGap(1461.0, 300.0));
 static_assert(dividesByGap(153.0, 15.0));
 static_assert(dividesByGap(12.0, kLargestYear));
