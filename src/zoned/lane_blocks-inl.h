@@ -1,5 +1,5 @@
-// Setting a block of the domain wherever its datetimes lie: offsets from granules, or from remembered
-// stretches where they seem to hold the block.
+// Setting a block of the domain wherever its datetimes lie: with offsets from granules, or from
+// remembered stretches where the first and the last element suggest that these hold the block.
 #pragma once
 
 #include <type_traits>
@@ -9,9 +9,9 @@
 HWY_BEFORE_NAMESPACE();
 namespace zone_lanes::HWY_NAMESPACE {
 
-// A block whose wall times stay so near that the word of each instant's granule holds both offsets.
-// False where one does not, and what is written counts for nothing. Values of the Julian calendar's
-// domain never lead further.
+// A block whose wall times stay so near that the word of each instant's granule tells both offsets.
+// Speculative: false where a word does not, and the caller overwrites the results. New values of the
+// Julian calendar's domain never lead too far; others are checked.
 template <class Component, class Calendar, bool kOneValue>
 HWY_NOINLINE bool tryNear(const Lookups& lookups, const Block& block, V oneValue,
                           const EitherPlace& at) {
@@ -34,9 +34,9 @@ HWY_NOINLINE bool tryNear(const Lookups& lookups, const Block& block, V oneValue
          (kIsJulian || hn::AllTrue(d, furthest.isAtMost(kNearMillis)));
 }
 
-// Always sets the block, which is of the domain of `Calendar`: by the granules of its datetimes in
-// `lookups` or, where that is null, by the remembered stretches, which seem to hold them, and by
-// granules after all where they do not.
+// Always sets the block, which is of the domain of `Calendar`. `lookups` has the granules of its
+// datetimes; where it is null, the remembered stretches seem to hold them all, and granules are looked
+// up if these do not.
 template <class Component, class Calendar, bool kOneValue>
 HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretches& walls,
                            const Lookups* lookups, const Block& block, V oneValue,
@@ -58,9 +58,9 @@ HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretche
   if (lookups || !tryStretches(instants, block.whole, block.count, setWall)) {
     useGranules(zone.instants, lookups, block.whole, block.count, setWall);
   }
-  // Wall times lie as close together as the datetimes do, so the first and the last stand for all;
-  // unless the component moves datetimes anywhere: then the least and the largest are sought, where the
-  // first and the last are close.
+  // Which stretches may hold the wall times: judged by the first and the last, since wall times lie as
+  // close together as datetimes do. A component that moves datetimes anywhere scatters them; there the
+  // least and the largest are found, unless the first and the last already lie too far apart.
   double from = HWY_MIN(wall[0], wall[block.count - 1]);
   double until = HWY_MAX(wall[0], wall[block.count - 1]);
   if (kIsFar<Component> && until - from <= kCloseMillis) {
@@ -79,12 +79,12 @@ HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretche
   }
 }
 
-// Whether all datetimes of a block are whole milliseconds, and they and the values are of the domain
-// or, for the Julian calendar, of the part of it where every fourth year is a leap year and values are
-// near. Notes the granules of the datetimes in passing where `lookups` is given.
+// Whether all datetimes of a block are whole milliseconds, and datetimes and values are of the domain
+// of `Calendar`; the Julian calendar's is the part where every fourth year is a leap year and values
+// are near. Notes the granules of the datetimes in passing where `lookups` is given.
 template <class Component, class Calendar, bool kOneValue>
-HWY_INLINE bool isPlain(const Block& block, V oneValue, const Granular& granules,
-                        Lookups* lookups) {
+HWY_INLINE bool isBlockInDomain(const Block& block, V oneValue, const Granular& granules,
+                                Lookups* lookups) {
   constexpr bool kIsJulian = std::is_same_v<Calendar, lanes::HWY_NAMESPACE::Julian>;
   const auto fromMiddle = [](V v) HWY_ATTR { return kIsJulian ? Component::fromMiddle(v) : v; };
   Furthest time, value;
@@ -112,8 +112,8 @@ HWY_INLINE bool isPlain(const Block& block, V oneValue, const Granular& granules
   return hn::AllTrue(d, hn::And(areWithin, isZeroBits(bits)));
 }
 
-// A block that has fractions or elements outside the domain, split into what is claimed here and the
-// rest, whose places hold zeros and ones: those stay within the tables.
+// A block that has fractions or elements outside the domain, split by claim(). In the place of an
+// element that is not claimed stand datetime 0 and value 1, which are of every domain.
 struct Mixed {
   HWY_ALIGN double whole[kBlock];
   HWY_ALIGN double below[kBlock];
@@ -124,10 +124,10 @@ struct Mixed {
 // Splits the pairs that are claimed into whole milliseconds and a fraction below; returns whether all
 // are claimed.
 //
-// The low part of a normalised pair cannot move a high part with a fraction below a whole number; from
-// a whole high part a negative low part takes one away, which can lead out of the domain. What the high
-// part leaves is exact except just below zero, where it is not claimed; so only the last sum of the
-// fraction rounds, as in the plain code's double-doubles.
+// Where the high part of a normalised pair has a fraction, the low part cannot move the floor; where
+// the high part is whole, a negative low part lowers the floor by one, which can lead out of the domain.
+// The rest of the high part is exact except just below zero, where it would round and the pair is not
+// claimed. So only the last sum of the fraction rounds, as in the plain code's double-doubles.
 template <class Component>
 HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   const V floor = hn::Floor(t.hi);
@@ -143,8 +143,8 @@ HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   return hn::AllTrue(d, isClaimed);
 }
 
-// Sets a block whose datetimes are all whole milliseconds of the domain; false, and nothing set, where
-// one is not.
+// Sets a block whose datetimes and values are all of the domain; false, and nothing set, where one is
+// not.
 template <class Component, bool kOneValue>
 HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block, V oneValue,
                          const EitherPlace& at) {
@@ -156,8 +156,10 @@ HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block,
   const Granular granules = granularOf(zone.instants.granules);
   Lookups own;
   Lookups* const lookups = isSeries ? nullptr : &own;
-  const bool isJulian = isPlain<Component, Julian, kOneValue>(block, oneValue, granules, lookups);
-  if (!isJulian && !isPlain<Component, Gregorian, kOneValue>(block, oneValue, granules, lookups)) {
+  const bool isJulian =
+      isBlockInDomain<Component, Julian, kOneValue>(block, oneValue, granules, lookups);
+  if (!isJulian &&
+      !isBlockInDomain<Component, Gregorian, kOneValue>(block, oneValue, granules, lookups)) {
     return false;
   }
   if (lookups) lookUp(zone.instants.granules, own.words, block.count);
@@ -171,7 +173,7 @@ HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block,
 }
 
 // Sets those elements of a block that are claimed, fractions included. False where there are others;
-// mixed.isClaimed then says which.
+// mixed.isClaimed is then zero for each that the caller has to set.
 template <class Component, bool kOneValue>
 HWY_NOINLINE bool tryMixed(const Zone& zone, Learned& learned, const Block& block, V oneValue,
                            Mixed& mixed, const EitherPlace& at) {

@@ -8,7 +8,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace zone_lanes::HWY_NAMESPACE {
 
-// Block length where one offset serves all.
+// Elements per block where one offset serves all.
 constexpr size_t kSteadyBlock = 16 * kBlock;
 
 // Sets the block in one pass, assuming that (1) its datetimes lie in the remembered stretches, or all in
@@ -59,8 +59,8 @@ HWY_INLINE bool trySpeculative(const Zone& zone, const Stretches& instants, cons
   return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
 }
 
-// A block that, judged by its first and last datetime, lies in the midst of one long stretch, where its
-// wall times are in the same stretch.
+// A block that, judged by its first and last datetime, lies in one stretch and so far from both ends that
+// its wall times lie there, too.
 template <class Component, bool kOneValue>
 HWY_INLINE bool trySteady(const Zone& zone, const Stretches& instants, const Block& block,
                           V oneValue, const EitherPlace& at) {
@@ -79,13 +79,13 @@ HWY_INLINE bool trySteady(const Zone& zone, const Stretches& instants, const Blo
 // are tried only within a series.
 struct Learned {
   Stretches instants, walls;
-  Attempts steady, plainSeries, mixedSeries;
+  Attempts steady, wholeSeries, mixedSeries;
 };
 
 // Sets blocks of a series up to the first block that does not belong to one, and returns the number of
 // elements set; what is written behind them counts for nothing. A block is steady, or lies in three
-// remembered stretches, or its first half does. The stretches of far wall times are those that blocks
-// set in other ways have left.
+// remembered stretches, or its first half does. Wall times that may lie anywhere are looked for in the
+// stretches that setBlock() used last (learned.walls).
 //
 // One loop over all blocks and no call but to move the stretches: a call for each block costs 10 %.
 template <class Component, bool kOneValue>

@@ -32,14 +32,14 @@ HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& lea
     const auto blockOf = [&](size_t count) HWY_ATTR {
       return partOf<kOneValue>({e.high, e.low, nullptr, e.values, 0}, from, count);
     };
-    if (learned.plainSeries.isDue()) {
+    if (learned.wholeSeries.isDue()) {
       const EitherPlace results{e.resultHigh + from, e.resultLow + from, isPastCaches};
       const size_t done =
           trySeries<Component, kOneValue>(zone, learned, blockOf(until - from), oneValue, results);
       from += done;
-      if (done > 0) learned.plainSeries.note(true);
+      if (done > 0) learned.wholeSeries.note(true);
       if (from == until) break;
-      learned.plainSeries.note(false);  // the next block
+      learned.wholeSeries.note(false);  // the block after it is in no series
     }
     const Block block = blockOf(HWY_MIN(wholeLanes(kBlock), until - from));
     const EitherPlace results{e.resultHigh + from, e.resultLow + from, isPastCaches};
@@ -62,7 +62,8 @@ void walkVectors(const ZonedCall& call) {
   const Elements& e = call.elements;
   const Zone zone = call.zone;
   Learned learned;
-  // Where the offset never changes again, these stretches hold all that follows.
+  // Begins with the stretches around the first datetime. Where the offset never changes again, they hold
+  // all that follows.
   if (std::fabs(e.high[0]) <= lanes::kWholeBound) {
     moveTo(learned.instants, zone.instants.offsets, e.high[0]);
     moveTo(learned.walls, zone.walls.offsets, e.high[0]);
