@@ -1,8 +1,9 @@
 // The eleven components in lanes, in a time zone.
 //
-// Each says which new values it accepts and which of these are near, the wall time that it makes of
-// another one, by either calendar, and what it sets below a millisecond, if it does. Its wall times
-// count from `kStart` milliseconds before 1970, which are added and taken away with the offsets.
+// Each says which new values it accepts (kBound) and which of these are near (kNearest), the wall time
+// that it makes of another one, by either calendar (setWall), and what it sets below a millisecond, if
+// it does (below). Its wall times count from `kStart` milliseconds before 1970, which are added and
+// taken away with the offsets.
 #pragma once
 
 #include <type_traits>
@@ -21,11 +22,12 @@ struct OfWhole {
   static constexpr bool kTakesFractions = false;
   static constexpr Reach kReach = Near::kReach;
 
+  // A value is near if it lies no further than kNearest from the middle of the near values.
   static HWY_INLINE V fromMiddle(V v) { return v - all(Near::kMiddle); }
   static constexpr double kNearest = Near::kMost;
 };
 
-// Dates can be moved anywhere, by values for which the Julian calendar serves.
+// For dates the near values are those for which the Julian calendar serves; they can lead anywhere.
 template <class Date>
 struct NearJulian {
   static constexpr Reach kReach = Reach::any;
@@ -120,7 +122,7 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
   }
 };
 
-// How far a component moves a datetime, and whether it may move it anywhere.
+// How far a component moves a datetime, and whether that may be anywhere.
 template <class Component>
 constexpr double kReachOf = kReachMillis[static_cast<int>(Component::kReach)];
 template <class Component>

@@ -11,9 +11,8 @@ HWY_INLINE M isInDomain(Pair t) {
   return hn::And(isAtMost(t.hi, lanes::kWholeBound), hn::Eq(t.hi + t.lo, t.hi));
 }
 
-// The largest magnitude noted in each lane. Taken as unsigned integers, the bits of doubles without
-// their sign are ordered as the magnitudes are, with NaN above all others; a maximum of doubles would
-// drop NaN.
+// The largest magnitude noted in each lane. Taken as integers, the bits of doubles without their sign
+// are ordered as the magnitudes are, with NaN above all others; a maximum of doubles would drop NaN.
 class Furthest {
  public:
   HWY_INLINE Furthest() : most_(hn::Zero(di)) {}
@@ -30,7 +29,7 @@ class Furthest {
 // Tests from <= x < until for all whole numbers x noted, both bounds finite, by one integer maximum:
 // (from - 1) - x must be negative and at least from - until. Among negative doubles the bits, taken as
 // signed integers, grow with the magnitude; those of zero, of positive numbers and of NaN all compare
-// larger. That x is whole has to be tested beside.
+// larger. That x is whole has to be tested elsewhere.
 class Within {
  public:
   HWY_INLINE Within(double from, double until)

@@ -13,7 +13,7 @@
 // component accepts. A wall time is off from its instant by less than a day, for which the unzoned
 // arithmetic of whole milliseconds has room beyond 2^49 (lanes::kWholeRoom): every quantity is a whole
 // number below 2^53, all sums, differences and products are exact, and no result lies outside +-2^52.
-// None is -0: no offset is, and so no sum with an offset is.
+// No result is -0, since no offset is, and so no sum or difference with one.
 //
 // Compiled once for each instruction set, like the unzoned lanes and under the same rules.
 #pragma once
@@ -87,7 +87,7 @@ HWY_INLINE V offsetAfter(VU word, double start) {
 // The granules of a line, broadcast to all lanes.
 struct Granular {
   V from, until;  // where the first and the last granule begin
-  V offset;       // of the quotient that is an index
+  V offset;       // added to t / kGranuleMillis, the floor of which is then the index
 };
 HWY_INLINE Granular granularOf(const GranuleLine& line) {
   const double from = line.first * kGranuleMillis;
@@ -98,7 +98,7 @@ HWY_INLINE Granular granularOf(const GranuleLine& line) {
 // Elements per block. Each step of a look-up runs over the whole block, so that the latency of one
 // vector is hidden by the next ones.
 constexpr size_t kBlock = 48;
-static_assert(hn::MaxLanes(d) <= kBlock / 2);  // half a block is something
+static_assert(hn::MaxLanes(d) <= kBlock / 2);  // half a block is no less than a vector
 
 // The granules of the times of a block: where they begin, and their numbers, replaced by their words.
 struct Lookups {
@@ -142,8 +142,7 @@ HWY_INLINE bool haveNone(VU words, std::uint64_t flags) {
 // Both functions call use(i, t, offset) for the vector of times at each i below `count`, a multiple of
 // the lanes.
 //
-// Speculative: whether all times lie within the remembered stretches is known only after the last of
-// them, so all are used, and false says that they did not.
+// Speculative: uses all times as if the remembered stretches held them, and returns whether they did.
 template <class Use>
 HWY_INLINE bool tryStretches(const Stretches& known, const double* HWY_RESTRICT times, size_t count,
                              const Use& use) {
@@ -158,8 +157,8 @@ HWY_INLINE bool tryStretches(const Stretches& known, const double* HWY_RESTRICT 
   return hn::AllTrue(d, hn::And(hn::Ge(least, stretches.edge0), hn::Lt(most, stretches.edge3)));
 }
 
-// By granules, looked up here where `lookups` is null, and by binary search where one of them does not
-// hold the offsets (kGranuleUntold).
+// By granules, looked up here where `lookups` is null. Where one of them does not tell the offsets
+// (kGranuleUntold), all times are used once more, with offsets by binary search.
 template <class Use>
 HWY_INLINE void useGranules(const ZoneLine& line, const Lookups* lookups,
                             const double* HWY_RESTRICT times, size_t count, const Use& use) {
