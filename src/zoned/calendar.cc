@@ -17,8 +17,8 @@ constexpr UDate kGregorianChange = -0x1p53;
 boost::unique_ptr<icu::GregorianCalendar> createCalendar(boost::unique_ptr<icu::TimeZone> zone) {
   const icu::Locale locale = hostLocale();
   UErrorCode status = U_ZERO_ERROR;
-  // ICU's new gives null where there is no memory. Then its arguments are not evaluated, and the
-  // zone stays with `zone`, which deletes it.
+  // ICU's operator new gives null where there is no memory. Then the constructor's arguments are not
+  // evaluated, and `zone` still owns the zone.
   boost::unique_ptr<icu::GregorianCalendar> calendar(
       checkICUMemory(new icu::GregorianCalendar(zone.release(), locale, status)));
   checkICUStatus(status, "create calendar");

@@ -1,5 +1,5 @@
 // The walk over the elements of an array through ICU's calendar: what setting a component in a time
-// zone means. Faster ways give the same bits and hand everything that they do not claim over to it.
+// zone means. Faster walks give the same bits, and leave everything that they do not claim to this one.
 #pragma once
 
 #include <unicode/gregocal.h>
@@ -10,7 +10,7 @@
 #include "base/elements.h"
 
 // Sets the elements of a call, some or all of them, in whatever calendar it is given. The errors
-// are those of setField(); what an element does is independent of the ones set before.
+// are those of setField(); no element's result depends on those set before.
 class CalendarWalk {
  public:
   CalendarWalk(icu::GregorianCalendar& calendar, Component component, const Elements& elements)

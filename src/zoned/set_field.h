@@ -10,7 +10,7 @@
 // Writes to every element of `result` (complex, at most as many elements as `datetimes`) the
 // datetime of the same index with one component set: UTC instants, in milliseconds since 1970.
 // `values` holds one value for all or one for each. The result shares no memory with the inputs. The
-// calendar, made by createCalendar, is taken over and released.
+// calendar, from createCalendar or of another making, is taken over and released.
 //
 // What is below a millisecond stays, but for UCAL_SECOND and UCAL_MILLISECONDS_IN_DAY, which set
 // it. The time of day is given in seconds; its milliseconds wrap at 32 bits, beyond 2147483

@@ -1,10 +1,9 @@
 // The walk over the elements of an array by plain arithmetic over a table of the zone's offsets:
 // what the calendar computes, in closed form.
 //
-//     L = t + offset(t), in days D of 86400000 ms and ms after midnight; y, m, d the date of D
-//     wall = 86400000 N + ms', with the component replaced in D, which gives N, or in ms
-//            (base/wall_setting.h)
-//     result = wall - localOffset(wall)
+//     local  = t + (offset at instant t)          = 86400000 day + ms
+//     wall   = local with the component replaced, in the day or in ms (base/wall_setting.h)
+//     result = wall - (offset at wall time wall)
 #pragma once
 
 #include <cstddef>
@@ -14,13 +13,13 @@
 #include "offsets/offset_table.h"
 #include "zoned/calendar_walk.h"
 
-// Writes the result of element i as the calendar would, or claims nothing: then it writes nothing
-// and returns false. That is so wherever the calendar raises an error, for times of day that wrap
-// at 32 bits, and for fields that are no components.
+// Writes the result of element i as the calendar would. False, with nothing written, where it claims
+// nothing: wherever the calendar raises an error, for seconds and times of day beyond the calendar's 32
+// bits, and for Component::none.
 bool setByTable(const OffsetTable& table, Component component, const Elements& elements,
                 std::size_t i);
 
-// The same, with what is not claimed in the hands of the calendar, which may raise.
+// The same, but an element that is not claimed is set by the calendar, which may raise.
 void setElement(const OffsetTable& table, Component component, const Elements& elements,
                 std::size_t i, CalendarWalk& calendar);
 

@@ -1,6 +1,6 @@
 // The walk over the elements of an array in a time zone by vectors: the same results as the table
 // walk, bit for bit, many times faster. Written once, compiled for several instruction sets, chosen
-// when it runs.
+// at run time.
 #pragma once
 
 #include <cstddef>
@@ -21,8 +21,8 @@ struct ZonedCall {
   CalendarWalk& calendar;
 };
 
-// Sets elements in order, with those that vectors do not claim in the hands of setByTable() and of
-// the calendar, which may raise; then what the elements behind hold is open.
+// Sets elements in order; those that vectors do not claim are set by setByTable() or by the calendar,
+// which may raise. Then what the results behind that element hold is unspecified.
 using ZonedWalk = void(const ZonedCall& call);
 
 // The walk as it is compiled for one set of instruction_sets.h.

@@ -15,7 +15,7 @@ void lookUp(const GranuleLine& line, std::uint64_t* words, std::size_t count) {
 
 void moveTo(Stretches& stretches, const OffsetLine& line, double t) {
   std::size_t i = stretches.index;
-  // In a series it is the next one or the one after that.
+  // In a series, t mostly lies in the next stretch or the one after that.
   for (int steps = 0; steps < 2 && line.starts[i + 1] <= t && i + 1 < line.stretches; ++steps) ++i;
   if (!(line.starts[i] <= t && t < line.starts[i + 1])) {
     if (!(t < line.cycleEnd)) {

@@ -1,4 +1,5 @@
-// What the vectors look up in a zone, as plain data, and the numbers that they do it with.
+// What the vectors look up in a zone, as plain data; how far components move a datetime, which decides
+// what one look-up tells; and when to try again what has failed.
 #pragma once
 
 #include <cmath>
@@ -29,8 +30,8 @@ Zone zoneOf(const OffsetTable& table, const Granules& granules);
 // compiled without the gathering loads of some sets, which take longer.
 void lookUp(const GranuleLine& line, std::uint64_t* words, std::size_t count);
 
-// Three stretches of constant offset in a row, the first one from edge 0 to edge 1. Empty as they
-// begin, and where the table recurs.
+// Three stretches of constant offset in a row, the first one from edge 0 to edge 1. Empty at first, and
+// for times from the end of the table's cycle on.
 struct Stretches {
   double edges[4] = {HUGE_VAL, HUGE_VAL, HUGE_VAL, HUGE_VAL};
   double offsets[3] = {};
@@ -39,13 +40,14 @@ struct Stretches {
   bool hold(double t) const { return edges[0] <= t && t < edges[3]; }
 };
 
-// Moves to the stretch that holds t and the two after it; to none where the table recurs, and for NaN.
+// Moves to the stretch that holds t and the two after it; to none from the cycle's end on, and for NaN.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
 // Exponential back-off for a fast path that may fail: after two failures in a row 1 attempt is skipped,
 // then 3, 7 and 15 after each further one, until it succeeds.
 class Attempts {
  public:
+  // Counts as one of the attempts to skip where it is false.
   bool isDue() {
     if (skips_ == 0) return true;
     --skips_;
@@ -64,8 +66,8 @@ class Attempts {
 // 397 days.
 inline constexpr double kCloseMillis = 0x1p35;
 
-// How far a wall time can be from the one that it is set in and still be told by the same word: a
-// day less than the margin, for the offset.
+// How far a wall time may lie from the datetime that it comes from for the word that tells the datetime's
+// offset to tell its own as well: a day less than the margin, for the offset.
 inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 
 // How far a component moves a datetime along the clock: a week at most, 30 days, or anywhere, but
@@ -79,7 +81,7 @@ inline constexpr double kReachMillis[] = {9.0 * kMillisPerDay, 32.0 * kMillisPer
                                           400.0 * kMillisPerDay};
 static_assert(30.0 * kMillisPerDay <= kNearMillis - kMillisPerDay);
 
-// The new values that lead no further: those up to `kMost` from the middle one.
+// The new values that lead no further than kReach: those up to `kMost` from the middle one.
 struct NearDay {
   static constexpr Reach kReach = Reach::month;
   static constexpr double kMiddle = 16.0, kMost = 15.0;
