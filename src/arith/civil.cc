@@ -35,6 +35,11 @@ struct MarchDate {
 };
 
 // The date n days after 0000-03-01, for any n.
+//
+// Cycles of 400, 100, 4 and 1 years are divided off in turn. From March on, five months have 153 days in
+// the pattern 31, 30, 31, 30, 31, so that month m begins floor((153m + 2)/5) days into the year, and day n
+// of the year is in month floor((5n + 2)/153). Month m + 2 is computed, by 308 = 2 + 2 * 153; what is
+// subtracted for the month, floor(153(m + 4)/5), is then 122 too much.
 MarchDate marchDate(double n) {
   const double q400 = floorDouble(n / kDaysPer400Years);
   n = n + q400 * -kDaysPer400Years;  // [0, 146096]
@@ -52,7 +57,7 @@ MarchDate marchDate(double n) {
 }
 
 // The same in integers, where div is faster than a double's division and floor. A fraction of n was
-// dropped on the way here.
+// dropped on the way here; callers pass whole numbers.
 MarchDate marchDate(int n) {
   const std::div_t by400 = std::div(n, kDaysPer400Years);
   std::div_t byCentury = std::div(by400.rem, kDaysPerCentury);
