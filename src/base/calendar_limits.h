@@ -5,7 +5,7 @@
 // 142,700 years. Within it every whole millisecond is a double.
 inline constexpr double kMaxCalendarMillis = 0x1p52;  // 4503599627370496
 
-// New values have 32 bits, and those of the time of day, which are seconds, are counted in
-// milliseconds of 32 bits.
+// The largest new value that the calendar takes, a number of 32 bits; and the largest time of day, in
+// seconds, whose milliseconds are one.
 inline constexpr double kLargest32Bits = 2147483647.0;
 inline constexpr double kLargestSeconds = 2147483.0;

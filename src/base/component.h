@@ -33,8 +33,8 @@ struct ComponentFacts {
   bool isOfDate;               // setting it moves the day; otherwise the clock
   bool takesFractions;         // new values are seconds with a fraction; otherwise whole numbers
   // The largest magnitude of a new value from which a time in range can come in a time zone;
-  // infinity where every value of 32 bits can. Beyond it ICU's 32-bit day number wraps, and a wrong
-  // but plausible time would come back: year 11759222 gives year 1.
+  // infinity where it can from every value of 32 bits. Beyond the largest one ICU's 32-bit day number
+  // wraps, and a wrong but plausible time would come back: year 11759222 gives year 1.
   double largestInZone;
   std::string_view unit;  // of new values, and where they carry
 };
@@ -60,7 +60,7 @@ inline constexpr auto kFactsOfAll = [] {
   }};
 }();
 
-// Those that can be set.
+// The facts of the components that can be set.
 inline constexpr std::span<const ComponentFacts, 11> kComponentFacts(kFactsOfAll.data(), 11);
 
 inline constexpr auto kComponents = [] {

@@ -1,10 +1,9 @@
 // A pointer that is found out in the first call and the same from then on, such as the walk for this
 // processor.
 //
-// A static local variable would have all threads but the first wait for it; a child that was forked
-// meanwhile has the variable as it was, and nobody to finish it: it would wait for ever. Here nobody
-// waits. Each thread that comes before the pointer is known finds it out for itself, so finding it has to
-// give the same every time.
+// For a static local variable all threads but the first would wait, and a child that was forked meanwhile
+// has nobody to finish the variable: the child would wait for ever. Here nobody waits. Each thread that
+// comes before the pointer is known finds it out for itself, so finding it has to give the same every time.
 #pragma once
 
 #include <atomic>
@@ -14,7 +13,7 @@ class FoundOnce {
  public:
   constexpr FoundOnce() = default;
 
-  // What is pointed at is there before the program's first call: nothing has to be seen in order.
+  // The pointee exists before the first call, so no write to it has to become visible with the pointer.
   template <class Find>
   T* get(Find find) {
     T* pointer = pointer_.load(std::memory_order_relaxed);

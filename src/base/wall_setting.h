@@ -3,10 +3,11 @@
 //   day    days since 1970-01-01 on that clock
 //   time   what has passed since midnight, in units of which a second has kPerSecond
 //
-// All numbers are whole and below 2^53, and quotients of them exact: below 2^26 by a day's
-// milliseconds, some 2^26.4, and below 2^29 by smaller divisors: days and values of 32 bits by 7,
-// milliseconds of a day by those of an hour or a minute. Rounding moves a quotient below 2^n by at
-// most 2^(n-54), which is less than one part in its divisor, so that its floor is exact.
+// For datetimes within 2^52 ms and values of 32 bits all numbers are whole and below 2^53, and the floors
+// of their quotients are exact: rounding moves a quotient below 2^n by at most 2^(n-54), and a quotient
+// that is not whole lies at least 1/divisor below the next whole number. Quotients by a day's milliseconds,
+// some 2^26.4, are below 2^26, and those by smaller divisors, at most an hour's 2^21.8, below 2^29: days
+// and values by 7, milliseconds of a day by those of an hour or a minute.
 //
 // Week of year and day of week follow ICU's calendar and not the unzoned setter: the last days of
 // December that share the week of the next 1 January are in week 1 of that year, and days of the
@@ -37,7 +38,7 @@ struct WallClock {
   double time;
 };
 
-// The wall time with a component set to a whole number. Its time may be outside the day then.
+// The wall time with a component set to a whole number. The time of the result may lie outside the day.
 template <int kPerSecond>
 inline WallClock<kPerSecond> wallClockWith(Component component, const WallClock<kPerSecond>& wall,
                                            double v) {

@@ -1,6 +1,6 @@
 // The default floating-point environment of IEEE 754 for the lifetime of an object: rounding to
-// nearest, subnormal numbers in full, no traps. Afterwards modes and traps are those from before.
-// The flags of exceptions mean nothing then.
+// nearest, subnormal numbers in full, no traps. Afterwards modes and traps are those from before; the
+// flags of exceptions are left with no meaning.
 //
 // The double-double transforms are exact in this environment alone. And in any environment they
 // raise exceptions that are no errors: sums are inexact, comparisons with a NaN are invalid, and

@@ -20,8 +20,8 @@ paArray* createResult(const paArray* datetimes) {
 
 // Inputs: datetimes, new values, component selector, time zone. Output: the adjusted datetimes.
 void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
-  // First, since already a selector that is NaN must not end a host with traps. Nothing computes in
-  // this function itself.
+  // Before the checks: comparing a selector that is NaN must not end a host that traps exceptions. This
+  // function itself computes nothing (see the header).
   const DefaultFloatEnvironment environment;
   const Arguments in = checkArguments(nlhs, nrhs, prhs);
 
