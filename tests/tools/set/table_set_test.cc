@@ -110,7 +110,7 @@ TEST(TableSet, Complaints) {
        2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --on-error go a.csv", "stop, blank or pass", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --check go a.csv", "report, blank or stop", 2},
-      {"t,n\n2014-05-10,1\n", "set day 1 -c t a.csv a.csv", "one at a time", 2},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t a.csv a.csv", "only one table", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 --new-column x a.csv", "are for tables", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 --csv a.csv", "--column, with a name or a number", 2},
       {"t,n\n2014-05-10,1\n", "get day --tsv a.csv", "--column, with a name or a number", 2},
@@ -122,6 +122,10 @@ TEST(TableSet, Complaints) {
       {"t\n", "set month=2 month=2/x.csv", "month=2/x.csv: cannot open", 4},
       {"t\n2014-01-31\n", "set month 2 -c t --check stop a.csv",
        "plx: a.csv:2:1: \"2014-01-31\": there is no 31 February 2014", 1},
+      {"t\n2014-01-31\n", "set month 2 -c t --check blank a.csv",
+       "plx: 1 datetime differs from what was asked, and was left blank\n", 0},
+      {"t\nx\n", "set day 1 -c t --on-error pass a.csv",
+       "plx: 1 datetime was wrong and was left as it stood\n", 1},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {
@@ -142,7 +146,8 @@ TEST(TableSet, ErrorsAreCounted) {
   folder.write("a.csv", content);
   const PlxResult result = runPlxIn(folder.path(""), words("set day 1 -c t --on-error pass a.csv"));
   EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.err.find("90000 datetimes could not be worked on"), std::string::npos)
+  EXPECT_NE(result.err.find("90000 datetimes were wrong and were left as they stood"),
+            std::string::npos)
       << result.err.substr(0, 2000);
   ++cases;
   EXPECT_LT(std::count(result.err.begin(), result.err.end(), '\n'), 30);

@@ -148,9 +148,9 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
                         "- and none: standard input");
   declareTextOptions(arguments, options, true);
   arguments.option("--check", check, "report|blank|stop",
-                   "Tell where something else came out than was asked for: carried\n"
-                   "into larger units, shifted by a gap of the clock, or one of two\n"
-                   "equal wall times; report, blank or stop");
+                   "Report, blank or stop at results that differ from what was\n"
+                   "asked: carried into larger units, moved by a gap of the clock,\n"
+                   "or ambiguous (one of two equal wall times)");
   arguments.module(module);
   arguments.footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" + componentExamples() +
                    "\n" + kStatusHelp);

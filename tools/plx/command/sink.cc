@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "inspect/leap_table.h"
 #include "messages/message.h"
@@ -21,6 +22,8 @@ ShowProgress showProgress(const TextOptions& options) {
 std::string datetimes(std::size_t count) {
   return fmt::format("{} {}", count, count == 1 ? "datetime" : "datetimes");
 }
+
+std::string_view were(std::size_t count) { return count == 1 ? "was" : "were"; }
 
 }  // namespace
 
@@ -59,13 +62,16 @@ void Sink::finish(OnError onError, OnFinding onFinding) {
   if (file_) file_->commit();
   progress_.reset();
   if (findings_ > 0) {
-    tell(fmt::format("{} came out otherwise than asked{}", datetimes(findings_),
-                     onFinding == OnFinding::blank ? " and left blank" : ""));
+    tell(
+        fmt::format("{} {} from what was asked", datetimes(findings_),
+                    findings_ == 1 ? "differs" : "differ") +
+        (onFinding == OnFinding::blank ? fmt::format(", and {} left blank", were(findings_)) : ""));
   }
   if (errors_ == 0) return;
+  const std::string_view asBefore = errors_ == 1 ? "as it stood" : "as they stood";
   throw Failure{Status::badData,
-                fmt::format("{} could not be worked on: left {}", datetimes(errors_),
-                            onError == OnError::blank ? "blank" : "as they stood")};
+                fmt::format("{0} {1} wrong and {1} left {2}", datetimes(errors_), were(errors_),
+                            onError == OnError::blank ? "blank" : asBefore)};
 }
 
 void Sink::tell(std::string_view message) {

@@ -139,11 +139,10 @@ class Run {
   void table() {
     if (options_.columns.empty()) {
       throw Failure{Status::usage,
-                    "which column of the table has datetimes is not told; accepted: --column, with "
-                    "a name or a number"};
+                    "no column of datetimes is given; accepted: --column, with a name or a number"};
     }
     if (options_.inputs.size() > 1)
-      throw Failure{Status::usage, "of tables, one at a time is read; accepted: one INPUT"};
+      throw Failure{Status::usage, "only one table can be read at a time; accepted: one INPUT"};
     const std::string input = options_.inputs.empty() ? "-" : options_.inputs.front();
     edit_.table = formatOf(options_, input);
     Source source(input);
@@ -289,7 +288,8 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
   arguments.options("--new-column", options.newColumns, "NAME",
                     "Add the results as a column, one for each -c in turn");
   arguments.flag("--csv", options.csv,
-                 "The table is comma-separated (as without .tsv in its name)");
+                 "The table is comma-separated (default, unless its name ends in\n"
+                 ".tsv or .tab)");
   arguments.flag("--tsv", options.tsv, "The table is tab-separated");
   arguments.flag("--no-header", options.noHeader, "Its first row is no header");
   arguments.option("-o,--output", options.output, "FILE",
@@ -308,9 +308,10 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                  "as came in");
   arguments.option("--on-error", options.onError, "stop|blank|pass",
                    "What to do about a datetime that is wrong: stop, blank or\n"
-                   "pass it as it is; stop is what happens without");
+                   "pass it as it is (default: stop)");
   arguments.option("--jobs", options.jobs, "N", "Work with N threads");
-  arguments.flag("--progress", options.progress, "Show progress even where that is no terminal");
+  arguments.flag("--progress", options.progress,
+                 "Show progress even if standard error is no terminal");
   arguments.flag("--quiet", options.quiet,
                  "Show no progress, and say nothing of other time-zone rules");
 }
