@@ -31,7 +31,7 @@ inline constexpr double kGranuleOffsetBias = 0x1p17;        // seconds, more tha
 inline constexpr std::uint64_t kGranuleUntold = 1ULL << 63;
 inline constexpr std::uint64_t kGranuleCrowded = 1ULL << 62;
 
-// At most so many granules; a power of two.
+// More granules than any line has; a power of two.
 inline constexpr std::uint64_t kMostGranules = 8192;
 
 // The granules of one line of time, as plain pointers.

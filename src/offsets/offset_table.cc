@@ -27,14 +27,15 @@ constexpr double kCycle = kDaysPerCycle * kMillisPerDay;  // 400 years
 constexpr int kYearsPerCycle = 400;
 static_assert(static_cast<int>(kDaysPerCycle) % 7 == 0);
 
-// No offset is a day or more, and nothing happens within two days of a new year from the first year
-// of yearly rules on.
+// What is asked of a zone's rules: offsets of less than a day and, from the first year of yearly rules on,
+// no transition within two days of a new year.
 constexpr double kLargestOffset = kMillisPerDay;
 constexpr double kQuiet = 2.0 * kMillisPerDay;
 
 const std::type_info& classOf(const icu::TimeZone& zone) { return typeid(zone); }
 
-// ICU does not publish the class of the zones that it makes from its data. This one stands in any.
+// ICU does not publish the class of the zones that it makes from its data; Etc/UTC, which all data have,
+// shows it.
 const std::type_info& classOfDataZones() {
   const std::unique_ptr<icu::TimeZone> zone(
       checkICUMemory(icu::TimeZone::createTimeZone("Etc/UTC")));
@@ -74,8 +75,8 @@ class YearlyRule {
 
   double offset() const { return offset_; }
 
-  // `kind`: weekday of 1 January, and 7 more in a leap year. None where the rule gives none, or no
-  // whole seconds.
+  // `kind`: weekday of 1 January, and 7 more in a leap year. kNone where the rule has no instant in the
+  // year, or one that is no whole second.
   double sinceNewYear(int year, std::size_t kind, double newYear) {
     double& since = sinceNewYear_[kind];
     UDate instant;
@@ -133,10 +134,11 @@ bool staysInMonth(const icu::DateTimeRule& date) {
 //
 // An instant is held against a rule in the fields of standard time, which are then moved to the
 // clock that the rule is read off, `ahead` milliseconds further. A month other than the rule's is
-// before it or after it. In the month of the rule, its day is worked out, and for the last weekday
-// of a month with the length of the month in standard time. So the date has to stay in its month.
-// And where the rule's clock is behind, and still in the last day of the month while standard time
-// is in the next one, that may be no longer, and the change has to be over.
+// before it or after it. In the month of the rule its day is worked out; for the last weekday of a month
+// ICU does so with the length of the month that standard time shows. So the date has to stay in its
+// month. And a clock that is behind standard time still shows the last day of the rule's month while
+// standard time shows the next one: the next month must not be longer than the rule's, and the change
+// must come before standard time enters it.
 bool isAlikeByMonths(const icu::DateTimeRule& date, double ahead) {
   if (!staysInMonth(date)) return false;
   const bool isLastWeekday =
@@ -160,7 +162,7 @@ double aheadOfStandard(const icu::AnnualTimeZoneRule& rule, double savingBefore)
   }
 }
 
-// Each is to have a month of its own: ICU tells the order of both by the months.
+// Each rule is to have a month of its own: ICU orders the two by their months.
 bool areAlikeByMonths(const icu::AnnualTimeZoneRule& a, const icu::AnnualTimeZoneRule& b) {
   return a.getRule()->getRuleMonth() != b.getRule()->getRuleMonth() &&
          isAlikeByMonths(*a.getRule(), aheadOfStandard(a, b.getDSTSavings())) &&
@@ -304,7 +306,7 @@ bool OffsetTable::addYearly(const Rules& rules) {
   return true;
 }
 
-// A transition that changes nothing but how an offset is made up is none here.
+// A transition that changes only how the offset is made up of standard time and saving is left out.
 void OffsetTable::add(double instant, double offset) {
   if (offset == offsets_.back()) return;
   instants_.push_back(instant);
@@ -314,7 +316,7 @@ void OffsetTable::add(double instant, double offset) {
 // Wall times of the transitions, and the ends.
 //
 // Where the clock is set back right after another change, a later transition can come earlier on
-// the clock. It is the last one that counts: those it overtakes never do.
+// the clock. The later one counts; those that it overtakes never do.
 void OffsetTable::addEnds() {
   walls_.resize(instants_.size());
   double earliest = HUGE_VAL;
@@ -336,7 +338,7 @@ std::size_t stretchIndex(const OffsetLine& line, double t) {
 
 namespace {
 
-// How far times from the end of the table on lie behind the same times within it. A quotient below
+// By how much times from the end of the table on are looked up earlier: whole cycles. A quotient below
 // 1024 of numbers below 2^54 is off by less than 2^-44, and two different whole times are at least
 // one part in kCycle apart in it: the floor is exact.
 double wholeCycles(const OffsetLine& line, double t) {

@@ -24,15 +24,15 @@
 #include <optional>
 #include <vector>
 
-// The offsets along one of the two lines of time, of instants or of wall times, for look-ups in
-// whatever way. Stretch i goes from `starts[i]` to `starts[i + 1]` and has `offsets[i]`; the first
-// one starts at minus infinity, and the last two end at `cycleEnd` where they start. Plain pointers
-// into an OffsetTable, so that code for any instruction set can share it.
+// The offsets along one of the two lines of time, of instants or of wall times. Stretch i goes from
+// `starts[i]` to `starts[i + 1]` and has `offsets[i]`; the first one starts at minus infinity, and the
+// last two end at `cycleEnd` where they start. Plain pointers into an OffsetTable, so that code for any
+// instruction set can share it.
 struct OffsetLine {
   const double* starts;
   const double* offsets;
   std::size_t stretches;
-  // Where 400 years end that recur for ever; infinity where nothing does.
+  // The end of the 400 years that recur for ever; infinity where none do.
   double cycleEnd;
 };
 
