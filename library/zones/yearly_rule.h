@@ -16,6 +16,7 @@
 namespace zones {
 
 // Days of the proleptic Gregorian calendar. dayNumber(1970, 1, 1) is 0; months are 1 to 12, any day of the month.
+// Beside arith/civil.h on purpose: in integers, and this folder is built without the module's sources.
 std::int64_t dayNumber(std::int64_t year, int month, std::int64_t day);
 // The year that a day lies in.
 std::int64_t yearOfDay(std::int64_t day);
