@@ -62,8 +62,8 @@ constexpr Entry kEntries[] = {
      "points to its installation or to a lack of memory."},
 
     {"Pelmor:host:OutOfMemory",
-     "There is not enough memory for {0}. Smaller arrays are accepted, and more of them where "
-     "others are given back first."},
+     "There is not enough memory for {0}. Accepted are smaller arrays, or this size after other "
+     "arrays have been destroyed."},
     {"Pelmor:host:InvalidArgument", "{0} was called with an argument it refuses. It needs {1}."},
     {"Pelmor:host:ModuleNotFound",
      "The module \"{0}\" cannot be read: {1}. Accepted is the path of a shared library; without a "

@@ -35,8 +35,8 @@ void write(paError* error, const brel::except::BaseMsgID& key) { write(error, de
 
 void writeOutOfMemory(paError* error) noexcept {
   writeTexts(error, "Pelmor:host:OutOfMemory",
-             "There is not enough memory for the call. Smaller arrays are accepted, and more of "
-             "them where others are given back first.");
+             "There is not enough memory for the call. Accepted are smaller arrays, or this size "
+             "after other arrays have been destroyed.");
 }
 
 void writeUnreadable(paError* error) noexcept {
