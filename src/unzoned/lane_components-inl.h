@@ -29,7 +29,7 @@ struct NearZero {
   static constexpr double kJulianValue = 0.0;
 };
 
-// Nothing depends on the value alone.
+// Components that compute nothing from the value alone.
 struct TakesValue {
   using New = V;
   template <class Calendar>
@@ -65,9 +65,10 @@ struct SetMonth : FromMarch, NearZero {
   static constexpr double kBound = kMonthBound;
   static constexpr double kJulianBound = kJulianMonthBound;
   struct New {
-    V years;  // of which a month counts from March
-    V oneMore;
-    V daysBefore;
+    // From the March year of the old date to that of the new month, and kMoreYears.
+    V years;
+    V oneMore;     // for a date of January or February, whose March year is one earlier
+    V daysBefore;  // of the March year before the new month, less kMoreDays
   };
   template <class Calendar>
   static HWY_INLINE New newOf(V v) {
