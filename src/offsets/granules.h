@@ -15,6 +15,7 @@
 // the first and the last granule stand for all others, and tell the offset if it stays for ever.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -48,6 +49,9 @@ class Granules {
   GranuleLine instants() const { return instants_.line(); }
   GranuleLine walls() const { return walls_.line(); }
 
+  // Of what it points to.
+  std::size_t bytes() const { return instants_.bytes() + walls_.bytes(); }
+
  private:
   class Line {
    public:
@@ -55,6 +59,7 @@ class Granules {
     GranuleLine line() const {
       return {words_.data(), first_, static_cast<double>(words_.size()) - 1.0};
     }
+    std::size_t bytes() const { return words_.capacity() * sizeof(std::uint64_t); }
 
    private:
     // In seconds from the start of a granule, the number of which counts from that of the table.

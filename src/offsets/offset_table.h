@@ -68,6 +68,11 @@ class OffsetTable {
   OffsetLine instants() const { return line(instants_); }
   OffsetLine walls() const { return line(walls_); }
 
+  // Of what it points to.
+  std::size_t bytes() const {
+    return (instants_.capacity() + walls_.capacity() + offsets_.capacity()) * sizeof(double);
+  }
+
  private:
   struct Rules;
 
