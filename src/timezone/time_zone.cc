@@ -32,17 +32,18 @@ bool textEquals(const paArray* tz, const ustring& name) {
 
 }  // namespace
 
-icu::TimeZone* getTimeZone(const paArray* tz, bool& leapSeconds) {
-  leapSeconds = false;
-  if (paIsEmpty(tz)) return nullptr;
-  if (textEquals(tz, kUtcName)) return nullptr;
-  if (textEquals(tz, kUtcLeapSecondsName)) {
-    leapSeconds = true;
-    return nullptr;
-  }
+ZoneKind zoneKindOf(const paArray* tz) {
+  if (paIsEmpty(tz)) return ZoneKind::none;
+  if (textEquals(tz, kUtcName)) return ZoneKind::none;
+  if (textEquals(tz, kUtcLeapSecondsName)) return ZoneKind::leapSeconds;
   // ICU knows its unknown zone by name, and it takes the same name for any text it does not know.
   if (textEquals(tz, kUnknownZoneName)) raiseUnknownTimeZone(tz);
-  if (textEquals(tz, kLocalName)) return checkICUMemory(icu::TimeZone::createDefault());
+  return textEquals(tz, kLocalName) ? ZoneKind::local : ZoneKind::named;
+}
+
+icu::TimeZone* makeTimeZone(const paArray* tz, ZoneKind kind) {
+  if (kind == ZoneKind::local) return checkICUMemory(icu::TimeZone::createDefault());
+  if (kind != ZoneKind::named) return nullptr;
   if (!fitsICUText(tz)) raiseUnknownTimeZone(tz);
 
   boost::unique_ptr<icu::TimeZone> zone(checkICUMemory(icu::TimeZone::createTimeZone(icuText(tz))));
@@ -50,4 +51,11 @@ icu::TimeZone* getTimeZone(const paArray* tz, bool& leapSeconds) {
   zone.reset(parseISOTimeZone(tz));
   if (!zone) raiseUnknownTimeZone(tz);
   return zone.release();
+}
+
+icu::TimeZone* getTimeZone(const paArray* tz, bool& leapSeconds) {
+  leapSeconds = false;
+  const ZoneKind kind = zoneKindOf(tz);
+  leapSeconds = kind == ZoneKind::leapSeconds;
+  return makeTimeZone(tz, kind);
 }

@@ -5,16 +5,26 @@
 
 #include "host/pa_array.h"
 
-// Reads a character array, by these decisions in this order, the names regardless of letter case:
+// What the text of a character array asks for, by these decisions in this order, the names regardless
+// of letter case:
 //
-//   empty text         null: values without a zone
-//   "UTC"              null
-//   "UTCLeapSeconds"   null, and leapSeconds is set: UTC on the line that counts leap seconds
+//   empty text         none: values without a zone
+//   "UTC"              none
+//   "UTCLeapSeconds"   leapSeconds: none, on the line that counts leap seconds
 //   "Etc/Unknown"      raises UnknownTimeZone
-//   "local"            the process's default zone
-//   a zone identifier  that zone, letter case as ICU has it
-//   a UTC offset       a zone of that offset (parseISOTimeZone)
-//   anything else      raises UnknownTimeZone, which carries the text
+//   "local"            local: the process's default zone
+//   anything else      named: a zone identifier, letter case as ICU has it, or a UTC offset
+enum class ZoneKind { none, leapSeconds, local, named };
+ZoneKind zoneKindOf(const paArray* tz);
+
+// The zone of such a text:
 //
-// The caller owns the zone. May raise ICUError or throw std::bad_alloc, too.
+//   local   the process's default zone
+//   named   the zone of that identifier; else the one of that UTC offset (parseISOTimeZone); else
+//           raises UnknownTimeZone, which carries the text
+//
+// Null for other kinds. The caller owns the zone. May raise ICUError or throw std::bad_alloc, too.
+icu::TimeZone* makeTimeZone(const paArray* tz, ZoneKind kind);
+
+// Both in one; sets `leapSeconds` where there is no zone and leap seconds are counted.
 icu::TimeZone* getTimeZone(const paArray* tz, bool& leapSeconds);
