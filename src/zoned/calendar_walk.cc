@@ -101,12 +101,20 @@ doubledouble setOne(icu::GregorianCalendar& calendar, Component component, const
 
 }  // namespace
 
+icu::GregorianCalendar& CalendarWalk::calendar() {
+  if (calendar_ == nullptr) {
+    made_ = make_();
+    calendar_ = made_.get();
+  }
+  return *calendar_;
+}
+
 void CalendarWalk::set(std::size_t i) {
   const Elements& e = elements_;
   const doubledouble t{e.high[i], e.low ? e.low[i] : 0.0};
   const double v = e.values[i * e.step];
   const doubledouble set = std::isfinite(v) && std::isfinite(t.hi)
-                               ? setOne(calendar_, component_, t, v, status_)
+                               ? setOne(calendar(), component_, t, v, status_)
                                : dd::add(v, t);
   e.resultHigh[i] = set.hi;
   e.resultLow[i] = set.lo;

@@ -5,16 +5,24 @@
 #include <unicode/gregocal.h>
 
 #include <cstddef>
+#include <functional>
+#include <utility>
 
 #include "base/component.h"
 #include "base/elements.h"
+#include "icu/unique_ptr.h"
 
 // Sets the elements of a call, some or all of them, in whatever calendar it is given. The errors
 // are those of setField(); no element's result depends on those set before.
 class CalendarWalk {
  public:
   CalendarWalk(icu::GregorianCalendar& calendar, Component component, const Elements& elements)
-      : calendar_(calendar), component_(component), elements_(elements) {}
+      : calendar_(&calendar), component_(component), elements_(elements) {}
+
+  // With a calendar that is made when the first element needs one.
+  using MakeCalendar = std::function<boost::unique_ptr<icu::GregorianCalendar>()>;
+  CalendarWalk(MakeCalendar make, Component component, const Elements& elements)
+      : make_(std::move(make)), component_(component), elements_(elements) {}
 
   // Writes element i, or raises.
   void set(std::size_t i);
@@ -23,7 +31,11 @@ class CalendarWalk {
   void setAll();
 
  private:
-  icu::GregorianCalendar& calendar_;
+  icu::GregorianCalendar& calendar();
+
+  const MakeCalendar make_;
+  boost::unique_ptr<icu::GregorianCalendar> made_;
+  icu::GregorianCalendar* calendar_ = nullptr;  // null: not made yet
   const Component component_;
   const Elements elements_;
   UErrorCode status_ = U_ZERO_ERROR;  // an error raises at once, so it only ever holds a warning
