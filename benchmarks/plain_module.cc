@@ -16,3 +16,8 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   const Elements elements = elementsOf(datetimes, values, result);
   if (elements.count > 0) CalendarWalk(*calendar, componentOf(field), elements).setAll();
 }
+
+void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
+              paArray* result, const ZoneKey&, const CalendarWalk::MakeCalendar& makeCalendar) {
+  setField(datetimes, values, field, result, makeCalendar());
+}

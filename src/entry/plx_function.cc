@@ -2,9 +2,12 @@
 
 #include "host/module.h"
 
+#include <optional>
+
 #include "entry/arguments.h"
 #include "entry/default_float_environment.h"
 #include "timezone/time_zone.h"
+#include "timezone/zone_key.h"
 #include "unzoned/set_field_utc.h"
 #include "zoned/calendar.h"
 #include "zoned/set_field.h"
@@ -28,11 +31,18 @@ void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
   // Handed over at once: from here on the result is the caller's, also when an error follows.
   plhs[0] = createResult(in.datetimes);
 
-  bool leapSeconds = false;
-  boost::unique_ptr<icu::TimeZone> zone(getTimeZone(in.timeZone, leapSeconds));
-  if (!zone) {
-    setFieldUTC(in.datetimes, in.values, in.field, plhs[0], leapSeconds);
+  const ZoneKind kind = zoneKindOf(in.timeZone);
+  if (kind == ZoneKind::none || kind == ZoneKind::leapSeconds) {
+    setFieldUTC(in.datetimes, in.values, in.field, plhs[0], kind == ZoneKind::leapSeconds);
+    return;
+  }
+  const auto makeCalendar = [&] {
+    return createCalendar(boost::unique_ptr<icu::TimeZone>(makeTimeZone(in.timeZone, kind)));
+  };
+  const auto key = kind == ZoneKind::named ? zoneKeyOf(in.timeZone) : std::nullopt;
+  if (key) {
+    setField(in.datetimes, in.values, in.field, plhs[0], *key, makeCalendar);
   } else {
-    setField(in.datetimes, in.values, in.field, plhs[0], createCalendar(boost::move(zone)));
+    setField(in.datetimes, in.values, in.field, plhs[0], makeCalendar());
   }
 }

@@ -1,13 +1,15 @@
 #include "zoned/set_field.h"
 
 #include <cstddef>
+#include <new>
+#include <optional>
+#include <utility>
 
 #include "base/elements_of.h"
 #include "base/field_codes.h"
-#include "offsets/granules.h"
-#include "offsets/offset_table.h"
+#include "icu/locale.h"
+#include "offsets/zone_offsets.h"
 #include "zoned/calendar.h"
-#include "zoned/calendar_walk.h"
 #include "zoned/vector_walk.h"
 
 namespace {
@@ -15,6 +17,22 @@ namespace {
 // From this many elements on a table pays for itself: to make one takes some 30 us in any zone, to set
 // an element by the calendar 0.4 us.
 constexpr std::size_t kRepaysTable = 80;
+
+void setByOffsets(const ZoneOffsets& offsets, Component component, const Elements& elements,
+                  CalendarWalk& calendar) {
+  zonedVectorWalk({offsets.table, zone_lanes::zoneOf(offsets.table, offsets.granules), component,
+                   elements, calendar});
+}
+
+// Remembers a zone. Where there is no memory for that, the call does without: nothing is found then.
+RememberedZones::InUse remember(const ZoneKey& key, const icu::TimeZone& zone) {
+  try {
+    if (!hasOwnData(key.locale)) return {};
+    return rememberedZones().remember(key, OffsetTable::of(zone));
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
 
 }  // namespace
 
@@ -26,12 +44,32 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   CalendarWalk calendarWalk(*calendar, component, elements);
   // Whoever calls may give a calendar of its own making, which follows rules that the tables do not know.
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
-    if (const auto table = OffsetTable::of(calendar->getTimeZone())) {
-      const Granules granules(*table);
-      zonedVectorWalk(
-          {*table, zone_lanes::zoneOf(*table, granules), component, elements, calendarWalk});
+    if (auto table = OffsetTable::of(calendar->getTimeZone())) {
+      setByOffsets(ZoneOffsets(std::move(*table)), component, elements, calendarWalk);
       return;
     }
   }
   calendarWalk.setAll();
+}
+
+void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
+              paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar) {
+  const Elements elements = elementsOf(datetimes, values, result);
+  const Component component = componentOf(field);
+  const auto found = rememberedZones().find(key);
+  if (found.offsets()) {
+    if (elements.count == 0) return;
+    CalendarWalk calendarWalk(makeCalendar, component, elements);
+    setByOffsets(*found.offsets(), component, elements, calendarWalk);
+    return;
+  }
+  auto calendar = makeCalendar();
+  if (elements.count == 0) return;
+  if (!found && (elements.count >= kRepaysTable || rememberedZones().meet(key))) {
+    const auto zone = remember(key, calendar->getTimeZone());
+    CalendarWalk calendarWalk(*calendar, component, elements);
+    if (zone.offsets()) return setByOffsets(*zone.offsets(), component, elements, calendarWalk);
+    if (zone) return calendarWalk.setAll();
+  }
+  setField(datetimes, values, field, result, boost::move(calendar));
 }

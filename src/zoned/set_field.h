@@ -6,6 +6,8 @@
 
 #include "host/pa_array.h"
 #include "icu/unique_ptr.h"
+#include "offsets/remembered_zones.h"
+#include "zoned/calendar_walk.h"
 
 // Writes to every element of `result` (complex, at most as many elements as `datetimes`) the
 // datetime of the same index with one component set: UTC instants, in milliseconds since 1970.
@@ -25,3 +27,9 @@
 //   ICUError       what ICU reports
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar);
+
+// The same in a zone that may be remembered, and is from its second call on, or from its first one on many
+// elements. `makeCalendar`, a call of createCalendar, is called where the zone is not remembered, or an
+// element cannot be set without: that raises what it raises.
+void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
+              paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/embed.h"
@@ -37,7 +38,8 @@ inline constexpr Selector kSelectorsOfAll[] = {kYear,   kQuarter,   kMonth,     
 
 class DatetimeModule {
  public:
-  DatetimeModule() : module_(paLoadModule(built("plx_datetime.so").c_str(), &error_)) {
+  explicit DatetimeModule(std::string_view file = "plx_datetime.so")
+      : module_(paLoadModule(built(file).c_str(), &error_)) {
     EXPECT_NE(module_, nullptr) << error_.identifier << ": " << error_.message;
     paSetLocale("en_US", nullptr);  // the spelling of offsets follows it
   }
