@@ -125,6 +125,12 @@ std::size_t countBeforeRule(const ZoneFile& file) {
   return count;
 }
 
+// All steps behind those that are listed, up to kLastListedYear.
+void listToTheEnd(const YearlyRule& rule, std::vector<Listed>& all) {
+  const std::int64_t from = all.empty() ? startOfYear(kFirstYear) : all.back().second + 1;
+  listSteps(rule, from, startOfYear(kLastListedYear + 1), all);
+}
+
 // The file's changes, and the rule's behind them, up to the year in which ICU's final rule takes over; where there
 // is none, up to kLastListedYear.
 std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& final) {
@@ -133,24 +139,28 @@ std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& 
     all.push_back({change.second, file.types[change.type]});
   if (!file.rule || !file.rule->hasChanges()) return all;
   final = finalOf(*file.rule);
-  const std::int64_t endOfList = startOfYear(kLastListedYear + 1);
   if (!final) {
-    const std::int64_t from = all.empty() ? startOfYear(kFirstYear) : all.back().second + 1;
-    listSteps(*file.rule, from, endOfList, all);
+    listToTheEnd(*file.rule, all);
     return all;
   }
+  std::int64_t year = kFirstYear + 1;
   if (all.empty()) {
     // ICU lists no changes at all where the rule's are the first ones.
-    listSteps(*file.rule, startOfYear(kFirstYear), startOfYear(kFirstYear + 1), all);
-    final->year = kFirstYear + 1;
-    return all;
+    listSteps(*file.rule, startOfYear(kFirstYear), startOfYear(year), all);
+  } else {
+    all.resize(countBeforeRule(file));
+    const std::int64_t last = all.back().second;
+    year = std::max<std::int64_t>(yearOf(last) + 1, kFirstYear);
+    listSteps(*file.rule, last + 1, startOfYear(year), all);
   }
-  all.resize(countBeforeRule(file));
-  const std::int64_t last = all.back().second;
-  std::int64_t year = std::max<std::int64_t>(yearOf(last) + 1, kFirstYear);
-  listSteps(*file.rule, last + 1, startOfYear(year), all);
-  // A change may take the clocks where the rule does not have them until its next step.
-  while (file.rule->offsetAt(startOfYear(year)) != all.back().type.offset) {
+  // A change may take the clocks where the rule does not have them until its next step. A rule with a step as the year
+  // begins never agrees with the list before it, and ICU has no year to let it take over in.
+  for (int years = 0; file.rule->offsetAt(startOfYear(year)) != all.back().type.offset; ++years) {
+    if (years == 3) {
+      final.reset();
+      listToTheEnd(*file.rule, all);
+      return all;
+    }
     listSteps(*file.rule, all.back().second + 1, startOfYear(++year), all);
   }
   if (year > std::numeric_limits<std::int16_t>::max())

@@ -76,8 +76,9 @@ TEST(IcuZone, ListsWhatIcuHasNoFormFor) {
       {"AAA0BBB,M3.1.0/-1,M11.1.0", "may be the last day of February"},
       {"AAA0BBB,100,300", "a day earlier in leap years"},
       {"AAA0BBB,M3.1.0,M3.5.0", "twice in a month"},
+      {"AAA0BBB,J1/0,M10.5.0", "begins with the year"},
   };
-  Cases cases(5);
+  Cases cases(6);
   for (const auto& row : rows) {
     const IcuZone zone = converted(zoneFile(0, {}, row.rule));
     EXPECT_FALSE(zone.final) << row.rule << ": " << row.why;
@@ -103,6 +104,26 @@ TEST(IcuZone, TheRuleBeginsWithAYear) {
   ASSERT_TRUE(late.final);
   EXPECT_EQ(late.final->year, 2000);
   EXPECT_EQ(late.changes.size(), 2u);
+}
+
+// A step at the very beginning of a year belongs to the list and to the rule.
+TEST(IcuZone, ListsARuleWithAStepAsTheYearBegins) {
+  const struct {
+    int offset;
+    const char* rule;
+    std::size_t changes;  // to the end of 2500
+  } rows[] = {{0, "AAA0BBB,J1/0,M10.5.0", 2 * 531},
+              {5 * kHour, "AAA-5BBB,J1/5,M10.5.0", 2 * 531},
+              {0, "AAA0BBB,M3.2.0,J1/1", 2 * 530 + 1}};
+  Cases cases(3);
+  for (const auto& row : rows) {
+    // 1970-07-01, in saving.
+    const IcuZone zone =
+        converted(zoneFile(row.offset, {{15638400, row.offset + kHour}}, row.rule));
+    EXPECT_FALSE(zone.final) << row.rule;
+    EXPECT_EQ(zone.changes.size(), row.changes) << row.rule;
+    ++cases;
+  }
 }
 
 // However long ago a rule began.
