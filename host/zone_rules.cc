@@ -1,4 +1,5 @@
 // Time-zone rules for ICU to use in place of its own.
+#include <sys/stat.h>
 #include <unicode/putil.h>
 #include <unicode/udata.h>
 #include <unicode/unistr.h>
@@ -51,15 +52,27 @@ bool readRules(const std::string& path, std::string& bytes) {
   return std::ferror(file.get()) == 0;
 }
 
+// The file's bytes, and none where there is a problem.
+std::string readFrom(Found& found) {
+  std::string bytes;
+  struct stat info;
+  // Opening a pipe would wait for whoever writes to it.
+  if (::stat(found.file().c_str(), &info) == 0 && !S_ISREG(info.st_mode) &&
+      !S_ISDIR(info.st_mode)) {
+    found.problem = "is not a regular file";
+    return {};
+  }
+  if (readRules(found.file(), bytes)) return bytes;
+  found.isThere = errno != ENOENT && errno != ENOTDIR;
+  found.problem = std::string("cannot be read: ") + std::strerror(errno);
+  return {};
+}
+
 Found lookInto(std::string folder) {
   Found found;
   found.folder = std::move(folder);
-  std::string bytes;
-  if (!readRules(found.file(), bytes)) {
-    found.isThere = errno != ENOENT && errno != ENOTDIR;
-    found.problem = std::string("cannot be read: ") + std::strerror(errno);
-    return found;
-  }
+  const std::string bytes = readFrom(found);
+  if (!found.problem.empty()) return found;
   const zones::CheckedRules checked = zones::checkRules(bytes);
   found.release = checked.label.release;
   found.problem = checked.problem;
@@ -101,9 +114,25 @@ bool use(const Found& found) {
   return false;
 }
 
+// Those of ICU_TIMEZONE_FILES_DIR, whoever made them and of whatever release. ICU reads beyond the end of a file that is
+// cut short, and in place of one that it cannot read it takes its own without a word.
+int useChosenRules(std::string folder, paError* error) {
+  Found found;
+  found.folder = std::move(folder);
+  const std::string bytes = readFrom(found);
+  if (!found.isThere) return 0;
+  if (found.problem.empty()) found.problem = zones::problemForIcu(bytes);
+  if (found.problem.empty()) return 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_setTimeZoneFilesDirectory("", &status);
+  if (U_FAILURE(status)) throw std::bad_alloc();
+  write(error, HostMessage("BadZoneRules", {found.file(), found.problem, ownRelease()}));
+  return 1;
+}
+
 int useZoneRules(const char* path, paError* error) {
   const char* const chosen = std::getenv("ICU_TIMEZONE_FILES_DIR");
-  if (chosen != nullptr && *chosen != '\0') return 0;
+  if (chosen != nullptr && *chosen != '\0') return useChosenRules(chosen, error);
   std::vector<Found> all;
   if (path != nullptr) {
     all.push_back(lookInto(path));

@@ -73,7 +73,8 @@ PA_API int paSetLocale(const char* name, paError* error);
  * later release than ICU's own: for the whole process, and so before anything in it uses a time zone.
  * With null for the path, the folders are the system's, /var/lib/plx/rules, and the user's, plx/rules
  * in XDG_DATA_HOME or ~/.local/share; of both, the later rules. Where ICU_TIMEZONE_FILES_DIR is set,
- * that decides, and the call does nothing. Not to be called while another thread uses ICU.
+ * that decides, and the call only keeps ICU from a file there that is damaged. Not to be called while
+ * another thread uses ICU.
  *
  * Returns 0, or 1 and `Pelmor:host:BadZoneRules` (a file is damaged, made for another version of ICU,
  * or cannot be read: other rules are in use, of which the message names the release) or

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace zones {
 
@@ -57,6 +58,16 @@ std::uint64_t sumWithout(std::string file, std::size_t place) {
   return sumOf(file);
 }
 
+// Of what every file of ICU's begins with; empty for nothing.
+std::string problemOfHeader(std::string_view file) {
+  if (file.size() <= kCommentAt) return "is cut short";
+  if (file.substr(2, 2) != "\xDA\x27" || file.substr(kFormatAt, 4) != "ResB")
+    return "is no file of ICU's, or damaged";
+  if (file[kEndianAt] != (std::endian::native == std::endian::big ? 1 : 0))
+    return "is of a machine with another order of bytes, or damaged";
+  return {};
+}
+
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // "key value" behind "; ", up to the next one or the end.
@@ -93,16 +104,11 @@ void sealRules(std::string& file) {
 
 CheckedRules checkRules(std::string_view file) {
   CheckedRules checked;
-  const auto refuse = [&](const char* problem) {
-    checked.problem = problem;
+  const auto refuse = [&](std::string problem) {
+    checked.problem = std::move(problem);
     return checked;
   };
-  if (file.size() <= kCommentAt) return refuse("is cut short");
-  if (file.substr(2, 2) != "\xDA\x27" || file.substr(kFormatAt, 4) != "ResB") {
-    return refuse("is no file of ICU's, or damaged");
-  }
-  if (file[kEndianAt] != (std::endian::native == std::endian::big ? 1 : 0))
-    return refuse("is of a machine with another order of bytes, or damaged");
+  if (std::string problem = problemOfHeader(file); !problem.empty()) return refuse(problem);
   const auto place = placeOfSum(file);
   if (!place) return refuse("is not one that plx rules update writes, or damaged");
   if (file.substr(*place, kZeros.size()) != hexadecimal(sumWithout(std::string(file), *place)))
@@ -114,6 +120,22 @@ CheckedRules checkRules(std::string_view file) {
   if (from != std::string_view::npos) checked.label.from = comment.substr(from + 7);
   if (!isRelease(checked.label.release)) return refuse("does not tell its release");
   return checked;
+}
+
+std::string problemForIcu(std::string_view file) {
+  std::string problem = problemOfHeader(file);
+  if (!problem.empty()) return problem;
+  if (!commentIn(file).empty()) return checkRules(file).problem;
+  // Behind the header, whose length it begins with, the word of the root and the indexes: of these the fourth is the
+  // bundle's length in words.
+  constexpr std::size_t kLengthAt = 16;
+  std::uint16_t header = 0;
+  std::uint32_t words = 0;
+  std::memcpy(&header, file.data(), sizeof header);
+  if (header > file.size() || file.size() - header < kLengthAt + sizeof words)
+    return "is cut short or damaged";
+  std::memcpy(&words, file.data() + header + kLengthAt, sizeof words);
+  return words > (file.size() - header) / 4 ? "is cut short or damaged" : "";
 }
 
 bool isRelease(std::string_view text) {

@@ -40,6 +40,11 @@ struct CheckedRules {
 // Reads a file's bytes. Whether it fits ICU's version is for the caller to say.
 CheckedRules checkRules(std::string_view file);
 
+// What keeps ICU from reading a file that anybody has made: nothing of its rules is looked at, but it is whole where it
+// has our sum, and has the length that it tells where it has none. Empty for nothing, else fit to stand behind the
+// file's name.
+std::string problemForIcu(std::string_view file);
+
 // Whether a release of the time-zone database comes after another: 2025b after 2025a, 1996n and 2024z. False where
 // either is no release.
 bool isNewer(std::string_view release, std::string_view than);

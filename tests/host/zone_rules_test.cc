@@ -1,6 +1,7 @@
 // paUseZoneRules: which rules a process uses afterwards. ICU reads its rules once in a process, so each case has one of
 // its own.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unicode/putil.h>
 #include <unicode/timezone.h>
@@ -134,6 +135,24 @@ TEST_F(ZoneRules, TheEnvironmentWins) {
   EXPECT_EQ(inAProcess([] { return answer(nullptr); }), "0  ; 2099y");
 }
 
+// ICU itself reads beyond the end of the former, and uses its own in place of the latter without a word.
+TEST_F(ZoneRules, DamagedOnesOfTheEnvironmentAreToldAndNotUsed) {
+  const std::string good = rulesOf("2099z");
+  std::string otherOrder = good;
+  otherOrder[8] = static_cast<char>(otherOrder[8] ^ 1);
+  ASSERT_NE(own(), "") << "asked for while ICU finds no others";
+  ::setenv("ICU_TIMEZONE_FILES_DIR", given().c_str(), 1);
+  EXPECT_EQ(answerTo(good.substr(0, 1000)), refused("is cut short or damaged"));
+  EXPECT_EQ(answerTo(good.substr(0, good.size() - 1)), refused("is cut short or damaged"));
+  EXPECT_EQ(answerTo(otherOrder),
+            refused("is of a machine with another order of bytes, or damaged"));
+  EXPECT_EQ(answerTo(good), "0  ; 2099z");
+  fs::remove(givenFile());
+  EXPECT_EQ(inAProcess([] { return answer(nullptr); }), "0  ; " + own())
+      << "a folder without rules";
+  ::unsetenv("ICU_TIMEZONE_FILES_DIR");
+}
+
 TEST_F(ZoneRules, DamagedOnesAreToldAndNotUsed) {
   const std::string good = rulesOf("2099z");
   const auto changed = [&](std::size_t at) {
@@ -176,6 +195,9 @@ TEST_F(ZoneRules, ThatCannotBeReadAreTold) {
   fs::create_directory(givenFile());
   EXPECT_EQ(inAProcess([&] { return answer(given().c_str()); }),
             refused("cannot be read: Is a directory"));
+  fs::remove(givenFile());
+  ASSERT_EQ(::mkfifo(givenFile().c_str(), 0600), 0);
+  EXPECT_EQ(inAProcess([&] { return answer(given().c_str()); }), refused("is not a regular file"));
   // Where nobody has put rules, there is nothing to tell; but what is there and wrong is told beside better ones.
   fs::create_directory(folder_.path("data/plx/rules/zoneinfo64.res"));
   const std::string told = inAProcess([] { return answer(nullptr); });

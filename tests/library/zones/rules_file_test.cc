@@ -76,6 +76,29 @@ TEST(RulesFile, TheDamageIsNamed) {
   EXPECT_EQ(checkRules(someRules("spring")).problem, "does not tell its release");
 }
 
+// As others publish them: without our comment, and so without a sum.
+TEST(RulesFile, OfOthersIsWholeWhereItHasItsLength) {
+  zones::ResourceBundle bundle({"TZVersion"});
+  const std::string others = bundle.file({{"TZVersion", bundle.text("2025b")}}, "made by somebody"),
+                    ours = someRules();
+  EXPECT_EQ(zones::problemForIcu(others), "");
+  EXPECT_EQ(zones::problemForIcu(others + "behind it"), "");
+  EXPECT_EQ(zones::problemForIcu(ours), "");
+  EXPECT_EQ(zones::problemForIcu(ours + '\0'), "is cut short or damaged");
+  std::string otherOrder = others;
+  otherOrder[8] ^= 1;
+  EXPECT_EQ(zones::problemForIcu(otherOrder),
+            "is of a machine with another order of bytes, or damaged");
+  EXPECT_EQ(zones::problemForIcu("text\n"), "is cut short");
+  Cases cases(200);
+  for (const std::string& good : {others, ours}) {
+    for (std::size_t length = 0; length < good.size(); ++length) {
+      EXPECT_NE(zones::problemForIcu(good.substr(0, length)), "") << length;
+      ++cases;
+    }
+  }
+}
+
 TEST(RulesFile, ReleasesHaveAnOrder) {
   const char* const inOrder[] = {"1996n", "2022e", "2022f", "2024z", "2024za", "2024zb", "2025a"};
   Cases cases(7 * 7);
