@@ -51,6 +51,11 @@ std::vector<Name> allNames(const SystemZones& system, const OwnRules& own) {
     const auto country = countries.find(name);
     entry.region = country == countries.end() ? kNoRegion : country->second;
   }
+  // What is none of a zone's files is passed over, but where one is missing by damage ICU's old rules must not stand in.
+  for (const OwnRules::Zone& zone : own.zones) {
+    if (!all[zone.name].bytes && system.bytesOf(zone.name))
+      throw BadZones(zone.name + ": not a zone file");
+  }
   std::vector<Name> names;
   names.reserve(all.size());
   for (auto& [name, entry] : all) names.push_back(std::move(entry));
@@ -175,10 +180,10 @@ std::string bundleOf(const std::vector<Name>& names, const RulesLabel& label) {
 }  // namespace
 
 Converted convert(const SystemZones& system, const OwnRules& own) {
+  std::vector<Name> names = allNames(system, own);
   const auto release = system.release();
   if (!release)
     throw BadZones("does not tell its release: there is neither tzdata.zi nor +VERSION in it");
-  std::vector<Name> names = allNames(system, own);
   shareRules(names, own);
   for (Name& name : names) {
     if (!name.alias) name.rules = rulesOf(name);

@@ -124,10 +124,12 @@ TEST(Converter, AliasesFollowTheSystem) {
 
 TEST(Converter, TellsWhatIsWrongWithAFolder) {
   const std::string good = zoneFile(0, {});
-  EXPECT_EQ(Made("").problem(),
-            "does not tell its release: there is neither tzdata.zi nor +VERSION in it");
-  EXPECT_EQ(Made("# version unknown\n").problem(),
-            "does not tell its release: there is neither tzdata.zi nor +VERSION in it");
+  for (const char* version : {"", "# version unknown\n"}) {
+    const Made made(version);
+    made.write("Europe/Paris", good);
+    EXPECT_EQ(made.problem(),
+              "does not tell its release: there is neither tzdata.zi nor +VERSION in it");
+  }
   EXPECT_EQ(Made().problem(), "has no zone files");
   EXPECT_EQ(SystemZones("/nowhere").release(), std::nullopt);
   EXPECT_THROW(SystemZones("/nowhere").names(), zones::BadZones);
@@ -136,6 +138,13 @@ TEST(Converter, TellsWhatIsWrongWithAFolder) {
   cut.write("Europe/Paris", good);
   cut.write("Europe/Rome", good.substr(0, 60));
   EXPECT_EQ(cut.problem(), "Europe/Rome: cut short");
+  // Without its first bytes a file does not look like a zone's; ICU's old rules must not stand in for it.
+  for (const char* bytes : {"", "TZ", "text\n"}) {
+    Made begun;
+    begun.write("Europe/Paris", good);
+    begun.write("Europe/Rome", bytes);
+    EXPECT_EQ(begun.problem(), "Europe/Rome: not a zone file") << bytes;
+  }
   Made large;
   large.write("Europe/Paris", good + std::string(2 << 20, 'x'));
   EXPECT_EQ(large.problem(), "Europe/Paris: too large for a zone file");

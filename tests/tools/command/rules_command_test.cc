@@ -185,9 +185,8 @@ TEST_F(RulesCommand, SaysWhatIsWrong) {
        "--since: not a year that it takes: \"noon\"; accepted: 1800 to 2099"},
       {{"rules", "update", "--to", rules(), "--from", "/nowhere"},
        4,
-       "/nowhere: does not tell its release: there is neither tzdata.zi nor +VERSION in it; "
-       "accepted: a "
-       "folder of compiled zones such as /usr/share/zoneinfo"},
+       "/nowhere: cannot be read: No such file or directory; accepted: a folder of compiled zones "
+       "such as /usr/share/zoneinfo"},
       {{"rules", "update", "--to", "/dev/null/rules"},
        4,
        "/dev/null/rules: cannot create: Not a directory"},
