@@ -26,11 +26,12 @@ std::int64_t nextOfIcu(const icu::BasicTimeZone& zone, std::int64_t second, std:
   return std::min(until, static_cast<std::int64_t>(next.getTime() / kMillis));
 }
 
+template <class IsMeant>
 std::optional<Offsets> firstOf(const icu::BasicTimeZone& icu, const ZoneFile& system,
-                               std::int64_t from, std::int64_t until, bool areEqual) {
+                               std::int64_t from, std::int64_t until, IsMeant isMeant) {
   for (std::int64_t second = from; second < until;) {
     const Offsets offsets{second, offsetAt(icu, second), system.offsetAt(second)};
-    if (offsets.areEqual() == areEqual) return offsets;
+    if (isMeant(offsets)) return offsets;
     const auto step = system.nextStep(second + 1, until);
     second = nextOfIcu(icu, second, step ? step->second : until);
   }
@@ -41,12 +42,18 @@ std::optional<Offsets> firstOf(const icu::BasicTimeZone& icu, const ZoneFile& sy
 
 std::optional<Offsets> firstDifferent(const icu::BasicTimeZone& icu, const ZoneFile& system,
                                       std::int64_t from, std::int64_t until) {
-  return firstOf(icu, system, from, until, false);
+  return firstOf(icu, system, from, until, [](const Offsets& at) { return !at.areEqual(); });
 }
 
 std::optional<Offsets> firstEqual(const icu::BasicTimeZone& icu, const ZoneFile& system,
                                   std::int64_t from, std::int64_t until) {
-  return firstOf(icu, system, from, until, true);
+  return firstOf(icu, system, from, until, [](const Offsets& at) { return at.areEqual(); });
+}
+
+std::optional<Offsets> firstOtherwise(const icu::BasicTimeZone& icu, const ZoneFile& system,
+                                      const Offsets& from, std::int64_t until) {
+  return firstOf(icu, system, from.second, until,
+                 [&](const Offsets& at) { return at.system - at.icu != from.system - from.icu; });
 }
 
 }  // namespace zones

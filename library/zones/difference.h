@@ -24,5 +24,8 @@ std::optional<Offsets> firstDifferent(const icu::BasicTimeZone& icu, const ZoneF
                                       std::int64_t from, std::int64_t until);
 std::optional<Offsets> firstEqual(const icu::BasicTimeZone& icu, const ZoneFile& system,
                                   std::int64_t from, std::int64_t until);
+// The first second in (from.second, until) at which they differ by another amount than at `from`.
+std::optional<Offsets> firstOtherwise(const icu::BasicTimeZone& icu, const ZoneFile& system,
+                                      const Offsets& from, std::int64_t until);
 
 }  // namespace zones
