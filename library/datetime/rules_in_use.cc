@@ -173,11 +173,15 @@ std::string otherRules() {
   if (first.empty()) return first;
   if (others > 0) first += fmt::format(", and for {} more", others);
   const RulesInUse rules = rulesInUse();
+  const std::string release = system.release().value_or("of no known release");
+  // Converted ones may be of other files of the same release.
+  const bool helps = zones::isNewer(release, rules.release) ||
+                     (release == rules.release && !rules.converted.empty());
   return fmt::format("the time-zone rules in use ({}, {}) and the system's ({}) differ for {}; {}",
-                     rules.release, rules.where, system.release().value_or("of no known release"),
-                     first,
+                     rules.release, rules.where, release, first,
                      isChosen() ? "ICU_TIMEZONE_FILES_DIR chooses the former"
-                                : "plx rules update takes the system's");
+                     : helps    ? "plx rules update takes the system's"
+                                : "the system's are not newer, and so not taken into use");
 }
 
 }  // namespace plx

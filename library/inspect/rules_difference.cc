@@ -25,20 +25,42 @@ constexpr std::int64_t kFirst = -5364662400;  // 1800-01-01
 constexpr std::size_t kYearly = 20;
 constexpr std::int64_t kYear = 400 * kDay;
 constexpr std::int64_t kSeason = 60 * kDay;
+// The end of a spell that goes on.
+constexpr zones::Offsets kNever{kEnd, 0, 0};
 
 // A stretch of time in which the two differ throughout.
 struct Spell {
   zones::Offsets begin;
-  zones::Offsets end;  // where they agree again; at kEnd for one that goes on
+  zones::Offsets end;  // where they agree again; kNever for one that goes on
 };
+
+// Of one that goes on: apart where the two differ by another amount, since the offset that holds at its beginning may
+// not be the one of today. Whole where that comes back every year.
+std::vector<Spell> partsOf(const zones::Offsets& first, const icu::BasicTimeZone& zone,
+                           const zones::ZoneFile& file) {
+  std::vector<Spell> parts;
+  auto begin = std::optional(first);
+  while (begin && parts.size() < kYearly) {
+    const auto next = zones::firstOtherwise(zone, file, *begin, kEnd);
+    parts.push_back({*begin, next.value_or(kNever)});
+    begin = next;
+  }
+  if (begin) parts = {{first, kNever}};
+  return parts;
+}
 
 std::vector<Spell> spellsOf(const icu::BasicTimeZone& zone, const zones::ZoneFile& file,
                             std::int64_t from) {
   std::vector<Spell> all;
   while (const auto begin = zones::firstDifferent(zone, file, from, kEnd)) {
     const auto end = zones::firstEqual(zone, file, begin->second, kEnd);
-    all.push_back({*begin, end.value_or(zones::Offsets{kEnd, 0, 0})});
-    from = all.back().end.second;
+    if (!end) {
+      const std::vector<Spell> parts = partsOf(*begin, zone, file);
+      all.insert(all.end(), parts.begin(), parts.end());
+      break;
+    }
+    all.push_back({*begin, *end});
+    from = end->second;
   }
   return all;
 }
@@ -138,7 +160,9 @@ RulesDifferences differences(const zones::SystemZones& system,
   RulesDifferences found;
   // By the system's file and by what differs, so that other names of a zone stand beside it.
   std::map<std::pair<std::string, std::string>, std::size_t> known;
-  for (const std::string& name : names.empty() ? system.names() : names) {
+  const std::vector<std::string> asked = names.empty() ? system.names() : names;
+  if (asked.empty()) throw zones::BadZones("has no zone files");
+  for (const std::string& name : asked) {
     const auto bytes = system.bytesOf(name);
     if (!bytes) {
       throw Failure{
@@ -156,11 +180,12 @@ RulesDifferences differences(const zones::SystemZones& system,
       }
       what = describe(spells, from);
     }
-    ++found.names;
     const auto [place, isNew] = known.try_emplace({*bytes, what}, found.all.size());
     if (isNew) found.all.push_back({{}, what});
     auto& group = found.all[place->second].names;
+    if (std::ranges::find(group, name) != group.end()) continue;
     group.insert(isCanonical(name) ? group.begin() : group.end(), name);
+    ++found.names;
   }
   std::ranges::sort(found.all, {}, [](const RulesDifference& one) { return one.names.front(); });
   return found;

@@ -23,6 +23,7 @@
 namespace plx {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -109,10 +110,35 @@ TEST_F(RulesCommand, TellsWhichThereAre) {
 }
 
 TEST_F(RulesCommand, OlderOnesAreNotUsed) {
-  release("1996n");
   zone("Africa/Abidjan", kAhead);
-  ASSERT_EQ(update().status, 0);
-  EXPECT_THAT(runPlx({"rules"}).out, StartsWith("in use  " + own_ + ", ICU's own\n"));
+  Cases cases(2);
+  for (const std::string& name : {std::string("1996n"), own_}) {
+    release(name);
+    const PlxResult updated = update();
+    ASSERT_EQ(updated.status, 0);
+    EXPECT_THAT(updated.out, EndsWith("They are not newer than ICU's own of " + own_ +
+                                      ", and so not taken into use.\n"));
+    EXPECT_THAT(runPlx({"rules"}).out, StartsWith("in use  " + own_ + ", ICU's own\n"));
+    // Nobody is sent to do what does not help.
+    EXPECT_EQ(runPlx({"get", "hour", "--zone", "Africa/Abidjan", "2035-06-01"}).err,
+              "plx: the time-zone rules in use (" + own_ + ", ICU's own) and the system's (" +
+                  name +
+                  ") differ for Africa/Abidjan from 2035-06-01 on; the system's are not "
+                  "newer, and so not taken into use\n");
+    ++cases;
+  }
+}
+
+TEST_F(RulesCommand, AFolderWithoutZonesDoesNotAgree) {
+  EXPECT_THAT(runPlx({"rules"}).out,
+              EndsWith("\nsystem  none: there are no zone files in " + system() + '\n'));
+  const PlxResult none{4, "",
+                       "plx: " + system() +
+                           ": has no zone files; accepted: a folder of compiled zones such as "
+                           "/usr/share/zoneinfo\n",
+                       0};
+  EXPECT_EQ(runPlx({"rules", "diff"}), none);
+  EXPECT_EQ(update(), none);
 }
 
 // Of 2007 to 2029 in New York: second Sunday of March, first one of November.
@@ -154,10 +180,18 @@ TEST_F(RulesCommand, ListsWhereTheyDiffer) {
        zoneFile(kHour, {{k2030, kHour}}, "CET-1CEST,M3.5.0,M10.5.0/3"), "saving that ICU has not"},
       {"2020", "EST5EDT", "from 2030-03-10 on -05:00 (in use: -04:00 in summer)",
        zoneFile(-5 * kHour, changesOfEST5EDT()), "saving that the system has not"},
+      {"1970", "Etc/GMT+5",
+       "from 2029-12-31 to 2030-01-10 -03:00 (in use: -05:00); from 2030-01-10 on -06:00 (in use: "
+       "-05:00)",
+       zoneFile(-5 * kHour, {{k2030, -3 * kHour}, {k2030 + 10 * 86400, -6 * kHour}}),
+       "one difference after the other"},
+      {"1970", "Etc/GMT-2", "from 2030-01-01 on +05:00 (in use: +02:00)",
+       zoneFile(2 * kHour, {{k2030, 5 * kHour}}, "AAA-5BBB,M3.5.0,M10.5.0/3"),
+       "for ever, by more in summer"},
       {"1970", "Europe/Yonder", "unknown to the rules in use", zoneFile(0, {}), "a new one"},
   };
   for (const auto& row : rows) zone(row.zone, row.bytes);
-  Cases cases(8);
+  Cases cases(10);
   for (const auto& row : rows) {
     EXPECT_EQ(runPlx({"rules", "diff", "--since", row.since, row.zone}),
               (PlxResult{0, std::string(row.zone) + ": " + row.what + '\n', "", 0}))
@@ -165,7 +199,11 @@ TEST_F(RulesCommand, ListsWhereTheyDiffer) {
     ++cases;
   }
   const PlxResult all = runPlx({"rules", "diff"});
-  EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 8) << all.out;
+  EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 10) << all.out;
+  EXPECT_EQ(runPlx({"rules", "diff", "Etc/GMT+1", "Europe/Yonder", "Etc/GMT+1"}).out,
+            "Etc/GMT+1: from 2030-01-01 to 2030-12-31 +00:00 (in use: -01:00)\n"
+            "Europe/Yonder: unknown to the rules in use\n")
+      << "each once";
 }
 
 TEST_F(RulesCommand, SaysWhatIsWrong) {

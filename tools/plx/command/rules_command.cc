@@ -112,8 +112,11 @@ void runUpdate(const std::vector<std::string>& given, Output& output) {
   if (error) throw failure(folder, "create", error.value());
   const Lock lock(folder);
   zones::Converted converted;
+  std::string own;
   try {
-    converted = zones::convert(system, zones::readOwnRules());
+    const zones::OwnRules rules = zones::readOwnRules();
+    own = rules.release;
+    converted = zones::convert(system, rules);
   } catch (const zones::BadZones& bad) {
     throw badZones(system.folder(), bad);
   }
@@ -123,6 +126,10 @@ void runUpdate(const std::vector<std::string>& given, Output& output) {
   output.text() += fmt::format("{}: {} of {} from {}, {} of them new to ICU\n", file.name(),
                                zonesText(converted.names), converted.release,
                                escapeText(system.folder()), converted.added);
+  if (!zones::isNewer(converted.release, own)) {
+    output.text() +=
+        fmt::format("They are not newer than ICU's own of {}, and so not taken into use.\n", own);
+  }
 }
 
 // ---------------------------------------------------------------------------------------------- diff
@@ -141,6 +148,14 @@ RulesDifferences differencesOf(const zones::SystemZones& system,
                                const std::vector<std::string>& names, std::int64_t from) {
   try {
     return differences(system, names, from);
+  } catch (const zones::BadZones& bad) {
+    throw badZones(system.folder(), bad);
+  }
+}
+
+std::vector<std::string> namesOf(const zones::SystemZones& system) {
+  try {
+    return system.names();
   } catch (const zones::BadZones& bad) {
     throw badZones(system.folder(), bad);
   }
@@ -193,6 +208,10 @@ void runOverview(const std::vector<std::string>& given, Output& output) {
   std::error_code error;
   if (!fs::is_directory(system.folder(), error)) {
     output.text() += fmt::format("system  none: there is no folder {}\n", folder);
+    return;
+  }
+  if (namesOf(system).empty()) {
+    output.text() += fmt::format("system  none: there are no zone files in {}\n", folder);
     return;
   }
   output.text() +=
