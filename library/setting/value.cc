@@ -11,6 +11,20 @@ constexpr std::string_view kAcceptedNumbers = "a decimal number such as 13, -0.5
 constexpr std::string_view kAcceptedWholeNumbers =
     "whole numbers; only second and time-of-day take fractions";
 
+// What is no number may have been meant for a word.
+std::string_view acceptedOf(Component component) {
+  switch (component) {
+    case Component::quarter:
+      return "a number such as 13, q1 to q4, last";
+    case Component::month:
+      return "a number such as 13, jan to dec, last";
+    case Component::dayOfWeek:
+      return "a number such as 13, sun to sat, last";
+    default:
+      return kAcceptedNumbers;
+  }
+}
+
 }  // namespace
 
 std::optional<double> readValue(std::string_view text, Component component, Complaint& complaint) {
@@ -28,7 +42,7 @@ std::optional<double> readValue(std::string_view text, Component component, Comp
       complaint = {"the number is nearer to 0 than any double", kAcceptedNumbers};
       break;
     case DecimalText::none:
-      complaint = {"not a number", kAcceptedNumbers};
+      complaint = {"not a number", acceptedOf(component)};
       break;
   }
   return std::nullopt;

@@ -237,10 +237,10 @@ TEST(Plx, TakesValuesFromAFileInStep) {
                  0}));
   EXPECT_EQ(
       runPlxIn(in, {"set", "month", "@gap"}, three),
-      (PlxResult{1, "2014-01-10\n",
-                 "plx: gap:2:1: not a number: \"\"; accepted: a decimal number such as 13, -0.5 "
-                 "or 1e3\n",
-                 0}));
+      (PlxResult{
+          1, "2014-01-10\n",
+          "plx: gap:2:1: not a number: \"\"; accepted: a number such as 13, jan to dec, last\n",
+          0}));
 }
 
 TEST(Plx, SaysWhatIsWrongAndWhere) {
@@ -266,6 +266,15 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
       {"set day 1 2014-05-10", 0, "2014-05-01\n", ""},
       {"set day 1 ./2014-05-10", 0, "2014-07-01\n", ""},
       {"set day 1 none", 4, "", "none: cannot open: No such file or directory"},
+      {"set month 1 day 2", 4, "",
+       "argument: no datetime, and there is no such file: \"day\"; accepted: several settings as "
+       "month=1 day=2, datetimes, files"},
+      {"set day 1 10.05.2024", 4, "",
+       "argument: no datetime that is read, and there is no such file: \"10.05.2024\"; accepted: "
+       "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25"},
+      {"set month janury 2014-05-10", 1, "",
+       "VALUE: not a number: \"janury\"; accepted: a number such as 13, jan to dec, last"},
+      {"set day 1 2014-05-10 --zone", 2, "", "--zone needs a ZONE; see plx set --help"},
       {"set day 1 .", 4, "", ".: cannot read: Is a directory"},
       {"set day @none 2014-05-10", 4, "", "none: cannot open: No such file or directory"},
       {"set day 1 2012-06-30T23:59:60", 1, "",

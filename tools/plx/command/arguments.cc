@@ -100,6 +100,16 @@ std::string descriptionOf(const CLI::App& app) {
   return text;
 }
 
+// "--zone: 1 required ZONE missing" names the option first.
+std::string withoutValue(std::string_view complaint) {
+  const std::size_t colon = complaint.find(": 1 required "), end = complaint.rfind(" missing");
+  if (colon == std::string_view::npos || end == std::string_view::npos)
+    return escapeText(complaint);
+  const std::size_t value = colon + std::string_view(": 1 required ").size();
+  return fmt::format("{} needs a {}", complaint.substr(0, colon),
+                     complaint.substr(value, end - value));
+}
+
 }  // namespace
 
 struct Arguments::Parser {
@@ -209,8 +219,12 @@ bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
     output.text() += app.help();
     return false;
   } catch (const CLI::ParseError& error) {
+    // The parser's own words for an option without its value count what is missing.
+    const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
     const bool extras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    const std::string message = extras ? unexpected(app) : escapeText(error.what());
+    const std::string message = extras       ? unexpected(app)
+                                : lacksValue ? withoutValue(error.what())
+                                             : escapeText(error.what());
     throw Failure{Status::usage, message + "; see " + app.get_name() + " --help"};
   }
   parser_->unmarkAll();

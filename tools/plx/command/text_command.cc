@@ -102,6 +102,22 @@ bool looksLikeDatetime(std::string_view input, Form form) {
   return input.find_first_of("0123456789") == input.find_first_not_of("+-.");
 }
 
+// What was more likely meant by a word that names no file, where that shows.
+std::optional<Complaint> otherThanAFile(const std::string& word) {
+  if (word.empty() || word == "-" || exists(word)) return std::nullopt;
+  const bool isComponent = std::any_of(std::begin(kComponentFacts), std::end(kComponentFacts),
+                                       [&](const auto& facts) { return facts.name == word; });
+  if (isComponent)
+    return Complaint{"no datetime, and there is no such file",
+                     "several settings as month=1 day=2, datetimes, files"};
+  if (word.find_first_of("0123456789") != 0) return std::nullopt;
+  return Complaint{"no datetime that is read, and there is no such file", kAcceptedDatetimes};
+}
+
+bool isNamedAsATable(std::string_view name) {
+  return name.ends_with(".csv") || name.ends_with(".tsv");
+}
+
 // One run over all inputs.
 class Run {
  public:
@@ -226,10 +242,18 @@ class Run {
                  !exists(input)) {
         complaint.what += ", and there is no such file";
         throw Failure{Status::badData, describe("argument", complaint, input)};
+      } else if (const auto meant = otherThanAFile(input)) {
+        throw Failure{Status::inputOutput, describe("argument", *meant, input)};
       } else {
         Source source(input);
         ChunkReader reader(source, false, kLongestLineBytes);
-        through(pipeline, reader);
+        try {
+          through(pipeline, reader);
+        } catch (Failure& failure) {
+          if (failure.status == Status::badData && isNamedAsATable(input))
+            failure.message += "; of a table, choose a column with --column";
+          throw;
+        }
       }
     }
     if (values_) values_->finish();

@@ -61,6 +61,10 @@ std::size_t indexOf(const Header& header, const std::string& asked, std::string_
   const auto found = std::find(names.begin(), names.end(), asked);
   if (found == names.end()) {
     const std::size_t number = numberOf(asked);
+    if ((number == 0 || number > names.size()) && names.size() == 1 &&
+        names[0].find_first_of(";\t|") != std::string::npos)
+      failUnknown(source, "the header is one field, " + quoteText(names[0]) + "; no such column",
+                  "fields between commas, or between tabs with --tsv", asked);
     if (number == 0 || number > names.size())
       failUnknown(source, "there is no such column", listOf(names), asked);
     return number - 1;
