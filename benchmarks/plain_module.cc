@@ -18,6 +18,7 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
 }
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
-              paArray* result, const ZoneKey&, const CalendarWalk::MakeCalendar& makeCalendar) {
+              paArray* result, const ZoneKey&, const CalendarWalk::MakeCalendar& makeCalendar,
+              const std::function<bool()>&) {
   setField(datetimes, values, field, result, makeCalendar());
 }

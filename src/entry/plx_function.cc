@@ -2,10 +2,13 @@
 
 #include "host/module.h"
 
-#include <optional>
+#include <cstdint>
+#include <vector>
 
 #include "entry/arguments.h"
 #include "entry/default_float_environment.h"
+#include "icu/memory.h"
+#include "icu/unique_ptr.h"
 #include "timezone/time_zone.h"
 #include "timezone/zone_key.h"
 #include "unzoned/set_field_utc.h"
@@ -17,6 +20,22 @@ namespace {
 paArray* createResult(const paArray* datetimes) {
   return paCreateUninitNumericArray(paGetNumberOfDimensions(datetimes), paGetDimensions(datetimes),
                                     paDOUBLE_CLASS, paCOMPLEX);
+}
+
+// The default zone can be another one at each call, and bear any name: it is asked for, and held against
+// the zone that ICU makes of its name. What is remembered saves the calendar and the table.
+void setInLocalZone(const Arguments& in, paArray* result) {
+  const boost::unique_ptr<icu::TimeZone> zone(makeTimeZone(in.timeZone, ZoneKind::local));
+  const auto makeCalendar = [&] {
+    return createCalendar(boost::unique_ptr<icu::TimeZone>(checkICUMemory(zone->clone())));
+  };
+  std::vector<std::uint16_t> units;
+  if (const auto key = zoneKeyOf(*zone, units)) {
+    setField(in.datetimes, in.values, in.field, result, *key, makeCalendar,
+             [&] { return isOfItsName(*zone); });
+  } else {
+    setField(in.datetimes, in.values, in.field, result, makeCalendar());
+  }
 }
 
 }  // namespace
@@ -36,11 +55,14 @@ void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
     setFieldUTC(in.datetimes, in.values, in.field, plhs[0], kind == ZoneKind::leapSeconds);
     return;
   }
+  if (kind == ZoneKind::local) {
+    setInLocalZone(in, plhs[0]);
+    return;
+  }
   const auto makeCalendar = [&] {
     return createCalendar(boost::unique_ptr<icu::TimeZone>(makeTimeZone(in.timeZone, kind)));
   };
-  const auto key = kind == ZoneKind::named ? zoneKeyOf(in.timeZone) : std::nullopt;
-  if (key) {
+  if (const auto key = zoneKeyOf(in.timeZone)) {
     setField(in.datetimes, in.values, in.field, plhs[0], *key, makeCalendar);
   } else {
     setField(in.datetimes, in.values, in.field, plhs[0], makeCalendar());

@@ -226,8 +226,12 @@ struct OffsetTable::Rules {
   }
 };
 
+bool OffsetTable::isForClassOf(const icu::TimeZone& zone) {
+  return isFixed(zone) || isFromData(zone);
+}
+
 std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
-  if (!isFixed(zone) && !isFromData(zone)) return std::nullopt;
+  if (!isForClassOf(zone)) return std::nullopt;
   Rules rules(dynamic_cast<const icu::BasicTimeZone&>(zone));
   OffsetTable table;
   if (!rules.read() || !table.addPast(rules) || !table.addYearly(rules)) return std::nullopt;

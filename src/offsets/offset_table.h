@@ -65,6 +65,9 @@ class OffsetTable {
   //     read off the same numbers.
   static std::optional<OffsetTable> of(const icu::TimeZone& zone);
 
+  // Whether a zone is of a class that has tables: one of ICU's data, or a fixed offset.
+  static bool isForClassOf(const icu::TimeZone& zone);
+
   OffsetLine instants() const { return line(instants_); }
   OffsetLine walls() const { return line(walls_); }
 

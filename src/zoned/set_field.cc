@@ -53,11 +53,12 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
 }
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
-              paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar) {
+              paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar,
+              const std::function<bool()>& isOfKey) {
   const Elements elements = elementsOf(datetimes, values, result);
   const Component component = componentOf(field);
   const auto found = rememberedZones().find(key);
-  if (found.offsets()) {
+  if (found.offsets() && (!isOfKey || isOfKey())) {
     if (elements.count == 0) return;
     CalendarWalk calendarWalk(makeCalendar, component, elements);
     setByOffsets(*found.offsets(), component, elements, calendarWalk);
@@ -65,7 +66,9 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   }
   auto calendar = makeCalendar();
   if (elements.count == 0) return;
-  if (!found && (elements.count >= kRepaysTable || rememberedZones().meet(key))) {
+  // A table that is made in any case is kept. To ask for the zone would add to what a first call takes.
+  const bool isRepaid = elements.count >= kRepaysTable && !isOfKey;
+  if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey())) {
     const auto zone = remember(key, calendar->getTimeZone());
     CalendarWalk calendarWalk(*calendar, component, elements);
     if (zone.offsets()) return setByOffsets(*zone.offsets(), component, elements, calendarWalk);

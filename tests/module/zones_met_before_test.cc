@@ -90,7 +90,7 @@ void expectSame(const Outcome& outcome, const Outcome& expected, const Call& cal
   if (!expected.result) return;
   const auto a = elements(outcome.result), b = elements(expected.result);
   ASSERT_EQ(a.size(), b.size()) << what;
-  const std::size_t set = expected.status == 0                   ? a.size()
+  const std::size_t set = expected.status == 0                  ? a.size()
                           : expected.identifier == kUnknownZone ? 0
                                                                 : call.bad;
   for (std::size_t i = 0; i < set; ++i) {
@@ -131,9 +131,10 @@ class ZoneOffsetHours {
     for (const std::size_t count : {1U, 100U, 1U}) {
       const std::vector<doubledouble> t(count, {kNoon, 0.0});
       const Outcome outcome = module_.set(datetimes(t), scalar(0), kTimeOfDay, zone);
-      const double told = outcome.status == 0
-                              ? (kNoon - kDayLong / 2.0 - elements(outcome.result)[count / 2].hi) / kHourLong
-                              : kNan;
+      const double told =
+          outcome.status == 0
+              ? (kNoon - kDayLong / 2.0 - elements(outcome.result)[count / 2].hi) / kHourLong
+              : kNan;
       EXPECT_TRUE(hours != hours || told == hours) << zone;
       hours = told;
     }
@@ -193,8 +194,11 @@ class OwnZone : public icu::RuleBasedTimeZone {
 TEST(ZonesMetBefore, LocalFollowsTheDefaultZone) {
   const ZoneOffsetHours offset;
   const std::unique_ptr<icu::TimeZone> before(icu::TimeZone::createDefault());
-  icu::TimeZone* const renamed = icu::TimeZone::createTimeZone("Asia/Tokyo");
-  renamed->setID("Europe/Paris");
+  const auto renamed = [](const char* id, const char* name) {
+    icu::TimeZone* const zone = icu::TimeZone::createTimeZone(id);
+    zone->setID(name);
+    return zone;
+  };
   const struct {
     icu::TimeZone* zone;  // adopted
     double hours;
@@ -208,14 +212,21 @@ TEST(ZonesMetBefore, LocalFollowsTheDefaultZone) {
       {icu::TimeZone::createTimeZone("Europe/Paris"), 1, "the first again"},
       {new OwnZone(9, "Europe/Paris"), 9, "a zone of the program's own"},
       {new OwnZone(10, "Europe/Paris"), 10, "another"},
-      {renamed, 9, "another zone by its name"},
+      {renamed("Asia/Tokyo", "Europe/Paris"), 9, "another zone by its name"},
+      {renamed("Etc/GMT-2", "Europe/Paris"), 2, "one without transitions"},
       {icu::TimeZone::createTimeZone("Etc/UTC"), 0, "UTC"},
       {new icu::SimpleTimeZone(6 * 3600000, "Etc/UTC"), 6, "a fixed offset of its name"},
+      {renamed("Etc/GMT-3", "Etc/UTC"), 3, "two without transitions"},
+      {renamed("Asia/Kolkata", "Etc/UTC"), 5.5, "one that had transitions"},
+      {icu::TimeZone::createTimeZone("Etc/UTC"), 0, "UTC again"},
+      {renamed("Europe/Paris", "Not/Known"), 1, "a zone by a name that ICU does not know"},
+      {icu::TimeZone::createTimeZone("GMT+4"), 4, "an offset"},
+      {renamed("GMT+5", "GMT+04:00"), 5, "another by its name"},
   };
-  Cases cases(33);
+  Cases cases(54);
   for (const auto& row : rows) {
     icu::TimeZone::adoptDefault(row.zone);
-    for (const char* name : {"local", "LOCAL", "local"}) {
+    for (const char* name : {"local", "LOCAL", "Local"}) {
       EXPECT_EQ(offset(name), row.hours) << row.why;
       EXPECT_EQ(offset("Europe/Paris"), 1.0) << "whatever the default zone is called";
       ++cases;

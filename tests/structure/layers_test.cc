@@ -55,7 +55,7 @@ const Layer kLayers[] = {
      "base/raise\\.h|icu/.*|offsets/remembered_zones\\.h|timezone/.*|host/.*|unicode/.*|boost/.*"},
     {"src/entry/default_float_environment\\.h", ""},
     {"src/entry/plx_function\\.cc",
-     "entry/(arguments|default_float_environment)\\.h|timezone/(time_zone|zone_key)\\.h|"
+     "entry/(arguments|default_float_environment)\\.h|icu/.*|timezone/(time_zone|zone_key)\\.h|"
      "unzoned/set_field_utc\\.h|zoned/(calendar|set_field)\\.h|host/module\\.h"},
     {"src/entry/.*", "base/.*|entry/.*|host/.*"},
     {"library/zones/(rules_file|yearly_rule)\\..*", "zones/(rules_file|yearly_rule)\\.h"},
