@@ -182,7 +182,12 @@ void addUnzoned(const Measured& m) {
       });
 }
 
-// A call of a module, which makes zone, calendar, tables and result anew.
+// What ICU calls a zone that the module is given. The default zone is that of this program's TZ.
+std::string icuNameOf(const std::string& zone) {
+  return zone == "local" ? kNewYork : zone[0] == '+' ? "GMT" + zone : zone;
+}
+
+// Calls of a module, the first of which is not measured: they are in a zone that was met, or in none.
 void addCall(const Measured& m, const std::string& name, const char* module) {
   const std::string full = nameOf(m.name, m.oneValue, m.component, name, m.n);
   benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
@@ -192,7 +197,9 @@ void addCall(const Measured& m, const std::string& name, const char* module) {
     Elements e = arrays->elements;
     e.resultHigh = paGetRealData(result);
     e.resultLow = paGetImagData(result);
-    if (!isRight(Zone(m.zone), kComponents[m.component], e)) state.SkipWithError("wrong results");
+    if (!m.zone.empty() && !isRight(Zone(icuNameOf(m.zone)), kComponents[m.component], e)) {
+      state.SkipWithError("wrong results");
+    }
     paDestroyArray(result);
     for (auto _ : state) paDestroyArray(call.make());
   })->UseRealTime();
@@ -263,8 +270,15 @@ void addRivals(const Measured& m) {
 
 // ---- All of them ----
 
-// Small arrays, to find where tables begin to be worth their making.
+// Small arrays, to find where the module takes longer than the calendar.
 constexpr std::size_t kSmall[] = {1, 2, 5, 10, 20, 40, 60, 79, 80, 81, 100, 150, 200, 400, 1000};
+
+// Small arrays in zones that were met, beside the same without a zone.
+constexpr std::size_t kFew[] = {1, 8, 40, 79, 80};
+constexpr const char* kMetZones[] = {kNewYork, "Europe/Paris", "+05:30", "local"};
+Measured fewOf(const char* zone, int component, std::size_t n) {
+  return {*zone ? zone : "none", kWhole, Order::random, true, component, n, zone};
+}
 
 void addAll() {
   const auto sets = zonedInstructionSets();
@@ -301,8 +315,13 @@ void addAll() {
     addSet(centuries, sets.front());
     addCalendar(centuries);
     addCalls({"random", kWhole, Order::random, false, c, kInCache, kNewYork});
+    addCalls({"sorted", kWhole, Order::sorted, false, c, kInCache, kNewYork});
     for (const std::size_t n : kSmall) {
       addCalls({"random", kWhole, Order::random, false, c, n, kNewYork});
+    }
+    for (const std::size_t n : kFew) {
+      addCall(fewOf("", c, n), "fewCall", PLX_MODULE);
+      for (const char* zone : kMetZones) addCall(fewOf(zone, c, n), "fewCall", PLX_MODULE);
     }
   }
   for (const int c : {kMonth, kHour}) {
@@ -408,8 +427,20 @@ void writePage(std::ostream& out, const Collector& collector, const char* commit
                 page.ratio({"fraction", best, n}, {"random", best, n}, false));
   }
   page.atLeast(
-      "4096 in a call of `plxFunction`, the calendar's call / call", 35,
+      "4096 random instants in a call, the calendar's call / call", 200,
       page.ratio({"random", "calendarCall", kInCache}, {"random", "call", kInCache}, false));
+  page.atLeast(
+      "4096 sorted instants in a call, components of the clock, the same", 350,
+      page.ratio({"sorted", "calendarCall", kInCache}, {"sorted", "call", kInCache}, false, kHour));
+  for (const char* zone : kMetZones) {
+    Page::Ratio worst{0.0, HUGE_VAL, 0.0};
+    for (const std::size_t n : kFew) {
+      const auto r = page.ratio({zone, "fewCall", n}, {"none", "fewCall", n}, true);
+      if (r.mean > worst.mean) worst = r;
+    }
+    page.atMost("1 to 80 elements in a call, " + std::string(zone) + " / no zone, worst number",
+                2.5, worst);
+  }
   Page::Ratio small{0.0, HUGE_VAL, 0.0};
   for (const std::size_t n : kSmall) {
     const auto r = page.ratio({"random", "call", n}, {"random", "calendarCall", n}, false);
