@@ -98,6 +98,16 @@ TEST_F(Remembered, TheLeastRecentlyUsedIsForgotten) {
   }
 }
 
+TEST_F(Remembered, AllThatThereIsRoomFor) {
+  Cases cases(kMost);
+  for (std::size_t i = 0; i < kMost; ++i) {
+    zones.remember(texts.key(i), hours(static_cast<int>(i % 12)));
+  }
+  for (std::size_t i = 0; i < kMost; ++i, ++cases) {
+    EXPECT_EQ(offsetOf(zones.find(texts.key(i))), static_cast<double>(i % 12)) << i;
+  }
+}
+
 TEST_F(Remembered, WhatIsInUseStays) {
   std::vector<RememberedZones::InUse> all;
   for (std::size_t i = 0; i < kMost; ++i) {
