@@ -12,7 +12,10 @@ namespace host {
 
 struct GiveBack {
   std::size_t bytes = 0;
-  void operator()(void* block) const { giveBackBlock({block, bytes}); }
+  bool isBorrowed = false;  // somebody else's
+  void operator()(void* block) const {
+    if (!isBorrowed) giveBackBlock({block, bytes});
+  }
 };
 template <class T>
 using Block = std::unique_ptr<T[], GiveBack>;

@@ -1,4 +1,5 @@
 // Making arrays. Null, or inside a module call the host's error, is what a refusal comes to.
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -8,6 +9,7 @@
 #include "block_pool.h"
 #include "host/embed.h"
 #include "host_error.h"
+#include "running_call.h"
 
 namespace host {
 namespace {
@@ -87,6 +89,21 @@ const char* findFault(paClassID classId, paComplexity complexity) {
   return nullptr;
 }
 
+template <class T>
+Block<T> borrowed(T* block) {
+  return Block<T>(block, GiveBack{0, true});
+}
+
+// Whether the blocks that the running call lends are those of such an array.
+bool isLent(const paArray& array) {
+  const RunningCall* call = RunningCall::current();
+  const paArray* lent = call ? call->lent() : nullptr;
+  return lent && lent->real && lent->complex == array.complex &&
+         lent->dimensionCount == array.dimensionCount &&
+         std::equal(lent->dimensions.get(), lent->dimensions.get() + lent->dimensionCount,
+                    array.dimensions.get());
+}
+
 paArray* createNumeric(const char* function, std::size_t ndim, const std::size_t* dims,
                        paClassID classId, paComplexity complexity, bool zeroed) {
   const char* fault = findFault(ndim, dims);
@@ -94,8 +111,14 @@ paArray* createNumeric(const char* function, std::size_t ndim, const std::size_t
   if (fault) return refuse(function, fault);
   ArrayOwner array = makeBody(ndim, dims, classId, complexity == paCOMPLEX);
   if (!array) return noMemory(ndim, dims);
-  array->real = allocate<double>(array->elementCount);
-  if (array->complex) array->imaginary = allocate<double>(array->elementCount);
+  if (isLent(*array)) {
+    const paArray* lent = RunningCall::current()->takeLent();
+    array->real = borrowed(lent->real.get());
+    if (array->complex) array->imaginary = borrowed(lent->imaginary.get());
+  } else {
+    array->real = allocate<double>(array->elementCount);
+    if (array->complex) array->imaginary = allocate<double>(array->elementCount);
+  }
   if (!array->real || (array->complex && !array->imaginary)) {
     array.reset();  // the memory there is may be needed to report the error
     return noMemory(ndim, dims);
@@ -119,6 +142,17 @@ paArray* paCreateNumericArray(size_t ndim, const size_t* dims, paClassID classId
 paArray* paCreateUninitNumericArray(size_t ndim, const size_t* dims, paClassID classId,
                                     paComplexity complexity) {
   return host::createNumeric(__func__, ndim, dims, classId, complexity, false);
+}
+
+paArray* paBorrowNumericArray(size_t ndim, const size_t* dims, double* real, double* imaginary) {
+  const char* fault = host::findFault(ndim, dims);
+  if (!fault && !real) fault = "a block of real parts that is not null";
+  if (fault) return host::refuse(__func__, fault);
+  host::ArrayOwner array = host::makeBody(ndim, dims, paDOUBLE_CLASS, imaginary != nullptr);
+  if (!array) return host::noMemory(ndim, dims);
+  array->real = host::borrowed(real);
+  if (imaginary) array->imaginary = host::borrowed(imaginary);
+  return array.release();
 }
 
 paArray* paCreateCharArray(size_t ndim, const size_t* dims, const uint16_t* units) {

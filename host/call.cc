@@ -28,8 +28,8 @@ ErrorText moduleFailure(const char* reason) {
 // the call, so it comes first.
 PLX_HANDLES_FORCED_UNWIND std::optional<ErrorText> run(decltype(&plxFunction) function, int nlhs,
                                                        paArray* plhs[], int nrhs,
-                                                       const paArray* prhs[]) {
-  RunningCall call;
+                                                       const paArray* prhs[], paArray* lent) {
+  RunningCall call(lent);
   try {
     function(nlhs, plhs, nrhs, prhs);
     // An error that was reported counts, even if the module then went on and returned.
@@ -60,30 +60,40 @@ const char* findFault(decltype(&plxFunction) function, int nlhs, paArray** plhs,
   return nullptr;
 }
 
-}  // namespace
-}  // namespace host
-
-PLX_HANDLES_FORCED_UNWIND int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
-                                           const paArray* prhs[], paError* error) {
+PLX_HANDLES_FORCED_UNWIND int call(const char* name, paModule* module, int nlhs, paArray* plhs[],
+                                   int nrhs, const paArray* prhs[], paArray* lent, paError* error) {
   // Before anything is refused, so that a caller may destroy what stands in the slots either way.
   if (plhs) std::fill_n(plhs, std::max(nlhs, 1), nullptr);
-  host::clear(error);
+  clear(error);
   try {
-    const auto function = host::functionOf(module);
-    if (const char* needed = host::findFault(function, nlhs, plhs, nrhs, prhs)) {
-      host::write(error, host::invalidArgument(__func__, needed));
+    const auto function = functionOf(module);
+    if (const char* needed = findFault(function, nlhs, plhs, nrhs, prhs)) {
+      write(error, invalidArgument(name, needed));
       return 1;
     }
-    const std::optional<host::ErrorText> failure = host::run(function, nlhs, plhs, nrhs, prhs);
+    const std::optional<ErrorText> failure = run(function, nlhs, plhs, nrhs, prhs, lent);
     if (!failure) return 0;
-    host::write(error, *failure);
+    write(error, *failure);
   } catch (const std::bad_alloc&) {
-    host::writeOutOfMemory(error);
+    writeOutOfMemory(error);
   } catch (abi::__forced_unwind&) {
     throw;
   } catch (...) {
     // An exception of the module's that could not even be asked for its message.
-    host::writeUnreadable(error);
+    writeUnreadable(error);
   }
   return 1;
+}
+
+}  // namespace
+}  // namespace host
+
+int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[],
+                 paError* error) {
+  return host::call(__func__, module, nlhs, plhs, nrhs, prhs, nullptr, error);
+}
+
+int paCallModuleInto(paModule* module, paArray* into, int nlhs, paArray* plhs[], int nrhs,
+                     const paArray* prhs[], paError* error) {
+  return host::call(__func__, module, nlhs, plhs, nrhs, prhs, into, error);
 }

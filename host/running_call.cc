@@ -11,7 +11,7 @@ thread_local bool errorsReturn = false;
 
 }  // namespace
 
-RunningCall::RunningCall() : outer_(innermost) { innermost = this; }
+RunningCall::RunningCall(const paArray* lent) : outer_(innermost), lent_(lent) { innermost = this; }
 
 RunningCall::~RunningCall() { innermost = outer_; }
 

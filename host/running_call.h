@@ -5,13 +5,16 @@
 #include <utility>
 
 #include "error_text.h"
+#include "host/pa_array.h"
 
 namespace host {
 
 // One call, running for as long as this object lives.
 class RunningCall {
  public:
-  RunningCall();
+  // `lent`: null, or a borrowed array into whose blocks the first array of its size and complexity goes
+  // that the module makes.
+  explicit RunningCall(const paArray* lent = nullptr);
   ~RunningCall();
   RunningCall(const RunningCall&) = delete;
   RunningCall& operator=(const RunningCall&) = delete;
@@ -21,10 +24,14 @@ class RunningCall {
 
   // The last error that was reported is the one that counts.
   void record(ErrorText error) { error_ = std::move(error); }
+  // That array, once.
+  const paArray* takeLent() { return std::exchange(lent_, nullptr); }
+  const paArray* lent() const { return lent_; }
   std::optional<ErrorText> takeError() { return std::exchange(error_, std::nullopt); }
 
  private:
   RunningCall* outer_;
+  const paArray* lent_;
   std::optional<ErrorText> error_;
 };
 

@@ -63,6 +63,13 @@ PA_API void paUnloadModule(paModule* module);
 PA_API int paCallModule(paModule* module, int nlhs, paArray* plhs[], int nrhs,
                         const paArray* prhs[], paError* error);
 
+/* The same, but the first array of the dimensions and the complexity of `into` that the module makes
+ * gets the blocks of `into` as its own, instead of new ones: the result then stands where `into` was
+ * borrowed from (paBorrowNumericArray) and nothing is copied. Such a result is to be destroyed, too,
+ * before the blocks go. `into` is an array without which the module does as well; null is accepted. */
+PA_API int paCallModuleInto(paModule* module, paArray* into, int nlhs, paArray* plhs[], int nrhs,
+                            const paArray* prhs[], paError* error);
+
 /* Sets the host's locale for the whole process to an ICU identifier such as "de_DE"; null takes it
  * from the environment again (LC_ALL, else LC_TIME, else LANG; en_US for none, C and POSIX).
  * Returns 0, or 1 and `Pelmor:host:InvalidLocale` for a name that is empty, has more than 100 bytes

@@ -1,7 +1,7 @@
 /* Arrays of the host, as a module and an embedding program see them.
  *
  * An array is opaque. Its data are column-major; the real and the imaginary parts stand in two
- * separate blocks, each aligned to 64 bytes. Character arrays hold UTF-16 code units. Sparse arrays
+ * separate blocks, each aligned to 64 bytes unless it was borrowed. Character arrays hold UTF-16 code units. Sparse arrays
  * can be made and asked about, so that they can be refused; they have no data pointers.
  *
  * Every query accepts a null array and answers 0, false or null. Queries may run on any number of
@@ -97,6 +97,11 @@ PA_API paArray* paCreateNumericArray(size_t ndim, const size_t* dims, paClassID,
 /* The same with contents left undefined. */
 PA_API paArray* paCreateUninitNumericArray(size_t ndim, const size_t* dims, paClassID,
                                            paComplexity);
+/* Wraps the caller's blocks without copying them: `imaginary` is null for an array of real numbers. They
+ * stay the caller's, hold as many doubles as the dimensions say, and outlive the array. Blocks that are
+ * aligned to 64 bytes are worked on faster. A null `real` is refused. */
+PA_API paArray* paBorrowNumericArray(size_t ndim, const size_t* dims, double* real,
+                                     double* imaginary);
 /* `units`: as many UTF-16 code units as the dimensions say, copied; null only for an empty array.
  */
 PA_API paArray* paCreateCharArray(size_t ndim, const size_t* dims, const uint16_t* units);

@@ -148,4 +148,24 @@ TEST(Arrays, RefusedArgumentsGiveNull) {
   EXPECT_EQ(paCreateSparseArray(1, 1, paDOUBLE_CLASS, otherComplexity), nullptr);
 }
 
+TEST(Arrays, BorrowedBlocksStayTheCallers) {
+  double real[] = {1, 2}, imaginary[] = {3, 4};
+  const std::size_t dims[] = {2, 1};
+  paArray* array = paBorrowNumericArray(2, dims, real, imaginary);
+  EXPECT_EQ(paGetRealData(array), real);
+  EXPECT_EQ(paGetImagData(array), imaginary);
+  EXPECT_EQ(paGetClassID(array), paDOUBLE_CLASS);
+  EXPECT_EQ(paGetNumberOfElements(array), 2u);
+  EXPECT_TRUE(paIsComplex(array));
+  paDestroyArray(array);
+  EXPECT_EQ(real[1] + imaginary[1], 6);
+  array = paBorrowNumericArray(2, dims, real, nullptr);
+  EXPECT_FALSE(paIsComplex(array));
+  EXPECT_EQ(paGetScalar(array), 1);
+  paDestroyArray(array);
+  EXPECT_EQ(paBorrowNumericArray(2, dims, nullptr, imaginary), nullptr);
+  EXPECT_EQ(paBorrowNumericArray(1, dims, real, imaginary), nullptr);
+  EXPECT_EQ(paBorrowNumericArray(2, nullptr, real, imaginary), nullptr);
+}
+
 }  // namespace

@@ -51,6 +51,32 @@ TEST_P(Calls, ArgumentsAndResultsPassThrough) {
   }
 }
 
+TEST_P(Calls, AResultGoesIntoTheBlocksThatWereLent) {
+  const std::size_t dims[] = {2, 3}, others[] = {3, 2};
+  const ArrayPtr input(paCreateNumericArray(2, dims, paDOUBLE_CLASS, paCOMPLEX));
+  for (int i = 0; i < 6; ++i) paGetImagData(input.get())[i] = i + 0.5;
+  const ArrayPtr action = scalar(Action::copyInput);
+  const paArray* in[] = {action.get(), input.get()};
+  double real[6] = {9, 9, 9, 9, 9, 9}, imaginary[6] = {};
+  const auto isLent = [&](const std::size_t* size, double* low) {
+    const ArrayPtr into(paBorrowNumericArray(2, size, real, low));
+    paArray* out[1];
+    EXPECT_EQ(paCallModuleInto(module_.get(), into.get(), 1, out, 2, in, nullptr), 0);
+    const ArrayPtr result(out[0]);
+    EXPECT_EQ(paGetImagData(result.get())[5], 5.5);
+    return paGetRealData(result.get()) == real;
+  };
+  EXPECT_FALSE(isLent(others, imaginary)) << "of other dimensions";
+  EXPECT_FALSE(isLent(dims, nullptr)) << "without imaginary parts";
+  EXPECT_EQ(real[0], 9);
+  EXPECT_TRUE(isLent(dims, imaginary));
+  EXPECT_EQ(real[0], 0);
+  EXPECT_EQ(imaginary[5], 5.5);
+  paArray* out[1];
+  EXPECT_EQ(paCallModuleInto(module_.get(), nullptr, 1, out, 2, in, nullptr), 0);
+  paDestroyArray(out[0]);
+}
+
 TEST_P(Calls, SlotsAreNullWhenTheModuleBegins) {
   const ArrayPtr action = scalar(Action::throwInt);
   const paArray* in[] = {action.get()};
