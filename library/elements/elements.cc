@@ -231,6 +231,19 @@ doubledouble pairOfMillis(int128 millis) {
   return {high, static_cast<double>(millis - static_cast<int128>(high))};
 }
 
+// High and low part are the doubles nearest to the instant and to what is left of it. The units with parts
+// reach 2^63 us, so milliseconds are below 2^53 and exact unless their unit has a multiple.
+doubledouble pairOfInstant(const Instant& instant, std::int64_t partsPerMilli) {
+  const auto perMilli = static_cast<double>(partsPerMilli),
+             parts = static_cast<double>(instant.parts);
+  const doubledouble millis = pairOfMillis(instant.millis);
+  const double high = millis.hi + parts / perMilli;
+  // At most half a place of the high part is left, and it is a multiple of that place divided by the parts of
+  // a millisecond, fewer than 2^50: product and sum are exact.
+  const double left = std::fma(millis.hi - high, perMilli, parts) / perMilli;
+  return quick_two_sum(high, left + millis.lo);
+}
+
 // What all units have in common: elements one by one.
 template <bool isSwapped>
 class CountElements : public DatetimeElements {
@@ -249,6 +262,13 @@ class CountElements : public DatetimeElements {
     if (!instant) return outOfRange("the datetime is out of range");
     datetime = pairOfMillis(instant->millis);
     return std::nullopt;
+  }
+
+  std::optional<Complaint> readExactly(const char* bytes, doubledouble& datetime) const override {
+    auto complaint = readOne(bytes, datetime);
+    if (complaint || std::isnan(datetime.hi) || scale_.partsPerMilli() == 1) return complaint;
+    datetime = pairOfInstant(*scale_.instantOf(countAt(bytes)), scale_.partsPerMilli());
+    return complaint;
   }
 
   std::optional<Complaint> writeOne(const char* bytes, const doubledouble& result,

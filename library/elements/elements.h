@@ -45,6 +45,10 @@ class DatetimeElements {
   // itself; what is in the blocks then has no meaning.
   virtual bool read(const char* bytes, std::size_t count, double* high, double* low) const = 0;
   virtual std::optional<Complaint> readOne(const char* bytes, doubledouble& datetime) const = 0;
+  // The pair nearest to the datetime, with what is finer than a millisecond, which readOne leaves out.
+  virtual std::optional<Complaint> readExactly(const char* bytes, doubledouble& datetime) const {
+    return readOne(bytes, datetime);
+  }
 
   // What the module made of a chunk: `bytes` and `high` are as they were read.
   struct Results {

@@ -241,13 +241,19 @@ class Explanation {
 
   std::string gap() const {
     const Transition& change = *finding_.gap;
-    return fmt::format(
-        "Asked for is {} {}, which the clock skips: there it goes from {} straight to {}. Such a "
-        "time is read by the offset before the gap, {}, and so it lies {} later, at {}.",
+    const std::string skipped = fmt::format(
+        "Asked for is {} {}, which the clock skips: there it goes from {} straight to {}. ",
         weekdayOfWall(finding_.askedWall), wallText(finding_.askedWall), edgeText(change, true),
-        edgeText(change, false), offset(change.before),
-        duration({(change.after - change.before) * kMillisPerSecond, 0.0}, 9).substr(1),
-        clockText(secondOf(e_.after) + change.after));
+        edgeText(change, false));
+    const int length = change.after - change.before;
+    const int128 shown = e_.zone.wallTime(secondOf(e_.after)).seconds;
+    if (shown != finding_.askedWall + length)
+      return skipped + fmt::format("The result is {}.", clockText(shown));
+    return skipped + fmt::format(
+                         "Such a time is read by the offset before the gap, {}, and so it lies {} "
+                         "later, at {}.",
+                         offset(change.before),
+                         duration({length * kMillisPerSecond, 0.0}, 9).substr(1), clockText(shown));
   }
 
   std::string overlap() const {

@@ -83,15 +83,6 @@ void checkShape(const plxArray& array, const plxArray& datetimes, std::string_vi
          accepted);
 }
 
-const ComponentFacts& factsOfSelector(int selector) {
-  for (const ComponentFacts& facts : kComponentFacts) {
-    if (selector > 0 && (selector == facts.selector || selector == facts.otherSelector))
-      return facts;
-  }
-  refuse(id::kUnknownComponent, "unknown component", "a selector that plxComponents tells",
-         fmt::format("{}", selector));
-}
-
 double readWord(const char* word, Component component) {
   Complaint complaint;
   const auto value = readValue(word, component, complaint);
@@ -135,7 +126,20 @@ void readZone(SetJob& job) {
   job.countsLeapSeconds = areEqualInAnyCase(job.zoneText, "utcleapseconds");
 }
 
+Strided bytesOf(const void* bytes, const std::ptrdiff_t* strides, const plxArray& datetimes) {
+  return {const_cast<void*>(bytes), 1, datetimes.ndim, datetimes.shape, strides};
+}
+
 }  // namespace
+
+const ComponentFacts& factsOfSelector(int selector) {
+  for (const ComponentFacts& facts : kComponentFacts) {
+    if (selector > 0 && (selector == facts.selector || selector == facts.otherSelector))
+      return facts;
+  }
+  refuse(id::kUnknownComponent, "unknown component", "a selector that plxComponents tells",
+         fmt::format("{}", selector));
+}
 
 DatetimeArray readDatetimes(const plxArray* array, std::string_view what) {
   if (array == nullptr) refuseArgument(what, "null", "an array");
@@ -217,14 +221,43 @@ SetJob readSetJob(const Module& module, const plxArray* datetimes, const plxSett
     job.needsZone = job.needsZone || step.areLast;
   }
   const plxOptions& given = job.options;
-  const auto bytes = [&](const void* data, const std::ptrdiff_t* strides) {
-    return Strided(const_cast<void*>(data), 1, datetimes->ndim, datetimes->shape, strides);
-  };
-  if (given.findings != nullptr) job.findings = bytes(given.findings, given.findingStrides);
-  if (given.where != nullptr) job.where = bytes(given.where, given.whereStrides);
+  if (given.findings != nullptr)
+    job.findings = bytesOf(given.findings, given.findingStrides, *datetimes);
+  if (given.where != nullptr) job.where = bytesOf(given.where, given.whereStrides, *datetimes);
   readZone(job);
   job.needsZone = job.needsZone || given.findings != nullptr || given.refused != 0 || job.isLocal ||
                   (job.hasZone && (given.fold != plxFOLD_LATER || given.gap != plxGAP_SHIFT));
+  return job;
+}
+
+GetJob readGetJob(const plxArray* datetimes, int component, const plxOptions* options,
+                  const plxArray* numbers) {
+  GetJob job;
+  job.options = readOptions(options);
+  job.component = factsOfSelector(component).component;
+  job.datetimes = readDatetimes(datetimes, "datetimes");
+  if (numbers == nullptr) refuseArgument("numbers", "null", "an array");
+  const ElementType type = typeOf(*numbers, "numbers");
+  if (type.kind != ElementType::Kind::floatingPoint || type.bytes != 8)
+    refuse(id::kUnknownType, "numbers of another type than float64", "float64 (f8)", numbers->type);
+  checkShape(*numbers, *datetimes, "numbers", "the same shape");
+  job.numbers = elementsOf(*numbers, type.bytes, job.datetimes.count, "numbers");
+  job.isSwapped = type.isSwapped();
+  if (job.options.where != nullptr)
+    job.where = bytesOf(job.options.where, job.options.whereStrides, *datetimes);
+  job.zone = job.options.zone == nullptr ? "" : job.options.zone;
+  return job;
+}
+
+ConvertJob readConvertJob(const plxArray* datetimes, const plxOptions* options,
+                          const plxArray* results) {
+  ConvertJob job;
+  job.options = readOptions(options);
+  job.datetimes = readDatetimes(datetimes, "datetimes");
+  job.results = readDatetimes(results, "results");
+  checkShape(*results, *datetimes, "results", "the same shape");
+  if (job.options.where != nullptr)
+    job.where = bytesOf(job.options.where, job.options.whereStrides, *datetimes);
   return job;
 }
 

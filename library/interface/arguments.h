@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "plx/plx.h"
+#include "setting/get.h"
 #include "setting/job.h"
 #include "setting/wrong.h"
 
@@ -16,6 +17,12 @@ DatetimeArray readDatetimes(const plxArray* array, std::string_view what);
 // Numbers of the shape of other elements.
 NewValues readNewValues(const plxArray& array, const plxArray& shape, std::string_view what);
 plxOptions readOptions(const plxOptions* options);
+// The component of a selector.
+const ComponentFacts& factsOfSelector(int selector);
+GetJob readGetJob(const plxArray* datetimes, int component, const plxOptions* options,
+                  const plxArray* numbers);
+ConvertJob readConvertJob(const plxArray* datetimes, const plxOptions* options,
+                          const plxArray* results);
 SetJob readSetJob(const Module& module, const plxArray* datetimes, const plxSetting* settings,
                   std::size_t count, const plxOptions* options, const plxArray* results);
 

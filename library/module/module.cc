@@ -20,19 +20,6 @@ HostArray owned(paArray* array) {
   return HostArray(array);
 }
 
-HostArray columnOf(std::span<const double> values) {
-  HostArray array = hostColumn(values.size(), paREAL);
-  std::copy(values.begin(), values.end(), paGetRealData(array.get()));
-  return array;
-}
-
-HostArray columnOf(std::span<const double> hi, std::span<const double> lo) {
-  HostArray array = hostColumn(hi.size(), paCOMPLEX);
-  std::copy(hi.begin(), hi.end(), paGetRealData(array.get()));
-  std::copy(lo.begin(), lo.end(), paGetImagData(array.get()));
-  return array;
-}
-
 // What a module gave back for these datetimes; null where it is what a datetime module gives.
 const char* findFault(const paArray* result, const paArray* datetimes) {
   if (!result) return "nothing";
@@ -62,7 +49,18 @@ HostArray hostColumn(std::size_t count, paComplexity complexity) {
   return owned(paCreateUninitNumericArray(2, dims, paDOUBLE_CLASS, complexity));
 }
 
-HostArray hostNumber(double number) { return columnOf({&number, 1}); }
+HostArray borrowedColumn(std::size_t count, double* high, double* low) {
+  // The blocks of no elements may be null.
+  if (count == 0) return hostColumn(0, low == nullptr ? paREAL : paCOMPLEX);
+  const std::size_t dims[] = {count, 1};
+  return owned(paBorrowNumericArray(2, dims, high, low));
+}
+
+HostArray hostNumber(double number) {
+  HostArray array = hostColumn(1, paREAL);
+  *paGetRealData(array.get()) = number;
+  return array;
+}
 
 HostArray hostText(std::string_view utf8) {
   const icu::UnicodeString text = unicodeText(utf8);
@@ -81,7 +79,11 @@ std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
                                    std::span<const double> values, int selector,
                                    std::string_view zone) const {
   HostArray result;
-  if (auto error = set(columnOf(hi, lo).get(), columnOf(values).get(), hostNumber(selector).get(),
+  const HostArray datetimes = borrowedColumn(hi.size(), hi.data(), lo.data());
+  // Nothing is written there, though the host's arrays could be.
+  const HostArray numbers =
+      borrowedColumn(values.size(), const_cast<double*>(values.data()), nullptr);
+  if (auto error = set(datetimes.get(), numbers.get(), hostNumber(selector).get(),
                        hostText(zone).get(), result))
     return error;
   std::copy_n(paGetRealData(result.get()), hi.size(), hi.begin());
@@ -90,12 +92,12 @@ std::optional<paError> Module::set(std::span<double> hi, std::span<double> lo,
 }
 
 std::optional<paError> Module::set(const paArray* datetimes, const paArray* values,
-                                   const paArray* selector, const paArray* zone,
-                                   HostArray& result) const {
+                                   const paArray* selector, const paArray* zone, HostArray& result,
+                                   paArray* into) const {
   const paArray* in[] = {datetimes, values, selector, zone};
   paArray* out[] = {nullptr};
   paError error;
-  const int failed = paCallModule(module_.get(), 1, out, 4, in, &error);
+  const int failed = paCallModuleInto(module_.get(), into, 1, out, 4, in, &error);
   result.reset(out[0]);
   if (failed != 0) return error;
   if (const char* fault = findFault(result.get(), datetimes))

@@ -43,6 +43,8 @@ using HostArray = std::unique_ptr<paArray, DestroyHostArray>;
 // A column of `count` numbers, not filled. Throws a Failure where memory runs out, as do the others.
 HostArray hostColumn(std::size_t count, paComplexity complexity);
 HostArray hostNumber(double number);
+// A column of somebody else's numbers, which stay theirs; without low parts where those are null.
+HostArray borrowedColumn(std::size_t count, double* high, double* low);
 HostArray hostText(std::string_view utf8);
 
 class Module {
@@ -64,9 +66,10 @@ class Module {
   }
 
   // The same with arrays as the module takes them, one value for all or one each. `result` may hold
-  // what becomes of the error, too.
+  // what becomes of the error, too; it stands in the blocks of `into` where that is not null.
   std::optional<paError> set(const paArray* datetimes, const paArray* values,
-                             const paArray* selector, const paArray* zone, HostArray& result) const;
+                             const paArray* selector, const paArray* zone,
+                             HostArray& result, paArray* into = nullptr) const;
 
   const std::string& path() const { return path_; }
 

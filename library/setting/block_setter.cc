@@ -13,6 +13,8 @@
 #include "inspect/named.h"
 #include "inspect/wall.h"
 #include "setting/refusals.h"
+#include "setting/stream_copy.h"
+#include "setting/zone_of.h"
 
 namespace plx {
 
@@ -41,6 +43,15 @@ void writeMissing(const ElementType& type, char* bytes) {
   if (type.bytes == 16) std::memset(bytes + 8, 0, 8);
 }
 
+bool isAligned(const char* bytes) {
+  return reinterpret_cast<std::uintptr_t>(bytes) % alignof(double) == 0;
+}
+
+// Nothing is written there, though the host's arrays could be.
+double* doublesAt(const char* bytes) {
+  return const_cast<double*>(reinterpret_cast<const double*>(bytes));
+}
+
 void swapEach(std::size_t count, const char* from, char* to) {
   for (std::size_t i = 0; i < count; ++i)
     store<true>(to + 8 * i, load<double, false>(from + 8 * i));
@@ -50,21 +61,26 @@ void swapEach(std::size_t count, const char* from, char* to) {
 
 BlockSetter::BlockSetter(const SetJob& job) : job_(job), zoneText_(hostText(job.zoneText)) {
   if (job.needsZone) {
-    zone_.emplace(Zone::named(job.isLocal ? "local" : job.zoneText));
+    zone_ = job.zone;
+    if (zone_ == nullptr) {
+      ownZone_.emplace(zoneOf(job.isLocal ? "local" : job.zoneText));
+      zone_ = &*ownZone_;
+    }
     checker_.emplace(*zone_);
   }
   steps_.reserve(job.steps.size());
   for (const NewValues& values : job.steps) {
     HostArray forAll;
     if (values.forAll) forAll = hostNumber(*values.forAll);
-    steps_.push_back({values, hostNumber(factsOf(values.component).selector), std::move(forAll)});
+    steps_.push_back(
+        {values, hostNumber(factsOf(values.component).selector), std::move(forAll), nullptr});
   }
   if (job.datetimes.isPair) return;
   elements_ = DatetimeElements::of(job.datetimes.type, job.keepsParts);
   elementsWithoutParts_ = DatetimeElements::of(job.datetimes.type, false);
 }
 
-std::optional<Stop> BlockSetter::set(std::size_t start, std::size_t count) {
+std::optional<Stop> BlockSetter::work(std::size_t start, std::size_t count) {
   isAlone_ = count <= 1;
   if (trySet(start, count)) return std::nullopt;
   if (stop_) {
@@ -73,8 +89,8 @@ std::optional<Stop> BlockSetter::set(std::size_t start, std::size_t count) {
     return stop_;
   }
   const std::size_t half = count / 2;
-  if (auto stop = set(start, half)) return stop;
-  return set(start + half, count - half);
+  if (auto stop = work(start, half)) return stop;
+  return work(start + half, count - half);
 }
 
 // The element that is wrong, once it is alone.
@@ -106,7 +122,7 @@ bool BlockSetter::trySet(std::size_t start, std::size_t count) {
     if (!agreesWithClock(datetimes, count)) return false;
   }
   if (!judge(count) || !write(count)) return false;
-  put(start, count);
+  put(start - job_.firstResult, count, start);
   takeNotes(count);
   return true;
 }
@@ -149,6 +165,11 @@ bool BlockSetter::read(std::size_t start, std::size_t count) {
 
 void BlockSetter::readPairs(std::size_t start, std::size_t count) {
   const char* low = gather(job_.datetimes.low, 8, start, count, lowRoom_);
+  if (where_ == nullptr && !job_.datetimes.type.isSwapped() && isAligned(in_) && isAligned(low)) {
+    each_ = borrowedColumn(count, doublesAt(in_), doublesAt(low));
+    datetimes_ = each_.get();
+    return;
+  }
   for (const auto& [from, to] : {std::pair(in_, highOf(datetimes_)), {low, lowOf(datetimes_)}}) {
     if (job_.datetimes.type.isSwapped()) {
       swapEach(count, from, reinterpret_cast<char*>(to));
@@ -178,7 +199,7 @@ bool BlockSetter::readEach(std::size_t count) {
 bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
                           std::size_t count) {
   const NewValues& values = step.values;
-  if (values.forAll) return true;
+  if (values.forAll) return count == 0 || (isAlone_ && isLeftOut(0)) || areTaken(step, at, 1);
   if (values.areLast) return prepareLast(step, datetimes, count);
   const char* bytes = gather(values.elements, values.type.bytes, start, count, valueRoom_);
   if (where_ != nullptr) {
@@ -186,14 +207,28 @@ bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, 
       if (isLeftOut(i))
         std::memset(valueRoom_.data() + i * values.type.bytes, 0, values.type.bytes);
   }
+  step.bytes = bytes;
   if (!step.array || paGetNumberOfElements(step.array.get()) != count)
     step.array = hostColumn(count, paREAL);
   const std::size_t read = readNumbers(values.type, bytes, count, highOf(step.array.get()));
-  if (read == count) return true;
+  if (read == count) return areTaken(step, at, count);
   return fails(wrong({"the value is too large for a double to hold exactly", "numbers within 2^53",
                       Status::badData, id::kValueNotExact},
                      numberText(values.type, bytes + read * values.type.bytes), true),
                at);
+}
+
+// Whether a calendar takes the values: the module would make a time out of some that it cannot.
+bool BlockSetter::areTaken(const Step& step, std::size_t at, std::size_t count) {
+  constexpr double kAlwaysTaken = 2'000'000;
+  if (!job_.hasZone) return true;
+  const double* values = highOf(step.array.get());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(std::fabs(values[i]) > kAlwaysTaken) || std::isinf(values[i])) continue;
+    if (const auto complaint = refusedByCalendar(step.values.component, values[i]))
+      return fails(wrong(*complaint, valueText(step, i), true), at);
+  }
+  return true;
 }
 
 bool BlockSetter::prepareLast(Step& step, const paArray* datetimes, std::size_t count) {
@@ -217,29 +252,38 @@ bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, st
     const HostArray before = std::exchange(result_, std::move(next));
     return settleClocks(step, at, datetimes, count);
   }
-  const std::string_view identifier = error->identifier;
+  const Wrong refused = refusal(step, *error);
+  // What is said of the zone, and lack of memory, is about no element.
+  const bool isOfElement = refused.identifier.starts_with("Pelmor:datetime:") &&
+                           !refused.identifier.ends_with(id::kUnknownTimeZone);
+  return isOfElement ? fails(refused, at) : failsAtOnce(refused, at);
+}
+
+// What the module's error means for the first element of the block.
+Wrong BlockSetter::refusal(const Step& step, const paError& error) const {
   const auto is = [&](std::string_view known) {
-    return identifier == "Pelmor:" + std::string(known);
+    return std::string_view(error.identifier).ends_with(known);
   };
-  if (is(id::kMustBeInteger)) {
-    const double value = count > 0 ? step.at(0) : 0;
-    return fails(wrong({"not a whole number", kAcceptedWhole, Status::badData, id::kMustBeInteger},
-                       fmt::format("{}", value), true),
-                 at);
+  if (room_ > 0) {
+    if (is(id::kMustBeInteger))
+      return wrong({"not a whole number", kAcceptedWhole, Status::badData, id::kMustBeInteger},
+                   valueText(step, 0), true);
+    if (is(id::kRangeError)) {
+      Complaint complaint = complaintOf(error);
+      complaint.identifier = id::kRangeError;
+      return wrong(complaint, elementText(0));
+    }
   }
-  if (is(id::kRangeError)) {
-    Complaint complaint = complaintOf(*error);
-    complaint.identifier = id::kRangeError;
-    return fails(wrong(complaint, elementText(0)), at);
-  }
-  const Wrong module{error->identifier, escapeText(error->message)};
-  return identifier.starts_with("Pelmor:datetime:") && !is(id::kUnknownTimeZone)
-             ? fails(module, at)
-             : failsAtOnce(module, at);
+  return {error.identifier, escapeText(error.message)};
+}
+
+std::string BlockSetter::valueText(const Step& step, std::size_t i) const {
+  if (step.values.forAll || step.values.areLast) return fmt::format("{}", step.at(i));
+  return numberText(step.values.type, step.bytes + i * step.values.type.bytes);
 }
 
 bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
-  if (!zone_ || !zone_->isLocal()) return true;
+  if (zone_ == nullptr) return true;
   Complaint complaint;
   const auto differing = zone_->firstWrong({highOf(datetimes), count}, complaint);
   if (!differing) return true;
@@ -251,11 +295,14 @@ bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
 bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* before,
                                std::size_t count) {
   if (job_.options.fold == plxFOLD_LATER && job_.options.gap == plxGAP_SHIFT) return true;
-  if (!zone_->isCalendar()) return true;
+  if (zone_ == nullptr || !zone_->isCalendar()) return true;
+  constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
+  settled_ += count;
+  if (!changes_ && settled_ >= kWorthwhile) changes_.emplace(*zone_);
+  const double* high = highOf(result_.get());
   for (std::size_t i = 0; i < count; ++i) {
-    if (std::fabs(highOf(result_.get())[i]) <= kMaxCalendarMillis &&
-        !settleClock(step, at, before, i))
-      return false;
+    if (changes_ && !changes_->mayBeNear(high[i])) continue;
+    if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(step, at, before, i)) return false;
   }
   return true;
 }
@@ -372,11 +419,11 @@ Slack BlockSetter::slackOf(std::size_t i) const {
   return slack;
 }
 
-void BlockSetter::put(std::size_t start, std::size_t count) {
+void BlockSetter::put(std::size_t start, std::size_t count, std::size_t position) {
   if (job_.datetimes.isPair) {
     putPairs(start, count);
   } else if (where_ == nullptr) {
-    job_.results.elements.scatter(start, count, out_.data());
+    putRun(job_.results.elements, job_.datetimes.type.bytes, start, count, out_.data());
   } else {
     const std::size_t bytes = job_.datetimes.type.bytes;
     for (std::size_t i = 0; i < count; ++i)
@@ -385,8 +432,16 @@ void BlockSetter::put(std::size_t start, std::size_t count) {
   if (job_.options.findings == nullptr) return;
   for (std::size_t i = 0; i < count; ++i) {
     if (isLeftOut(i)) continue;
-    job_.findings.scatter(start + i, 1, reinterpret_cast<const char*>(&findings_[i]));
+    job_.findings.scatter(position + i, 1, reinterpret_cast<const char*>(&findings_[i]));
   }
+}
+
+void BlockSetter::putRun(const Strided& to, std::size_t bytes, std::size_t start, std::size_t count,
+                         const char* from) const {
+  if (!to.isContiguous() || job_.results.count * bytes < kPastCachesBytes)
+    return to.scatter(start, count, from);
+  streamCopy(to.data() + start * bytes, from, count * bytes);
+  endStreams();
 }
 
 void BlockSetter::putPairs(std::size_t start, std::size_t count) {
@@ -398,7 +453,7 @@ void BlockSetter::putPairs(std::size_t start, std::size_t count) {
       bytes = out_.data();
     }
     if (where_ == nullptr) {
-      to->scatter(start, count, bytes);
+      putRun(*to, 8, start, count, bytes);
       continue;
     }
     for (std::size_t i = 0; i < count; ++i)

@@ -15,24 +15,25 @@
 #include "elements/elements.h"
 #include "inspect/check.h"
 #include "module/module.h"
+#include "setting/clock_changes.h"
 #include "setting/job.h"
 
 namespace plx {
 
-class BlockSetter {
+class BlockSetter : public BlockWorker {
  public:
   // The job outlives the setter. Throws a Failure where the zone cannot be read.
   explicit BlockSetter(const SetJob& job);
 
-  std::optional<Stop> set(std::size_t start, std::size_t count);
-  // Bits of what is worth telling of all blocks so far.
-  unsigned notes() const { return notes_; }
+  std::optional<Stop> work(std::size_t start, std::size_t count) override;
+  unsigned notes() const override { return notes_; }
 
  private:
   struct Step {
     const NewValues& values;
     HostArray selector;
-    HostArray array;  // the values of the block, or the one for all
+    HostArray array;              // the values of the block, or the one for all
+    const char* bytes = nullptr;  // the values of the block as they came
     double at(std::size_t i) const {
       const paArray* numbers = array.get();
       return paGetRealData(numbers)[paIsScalar(numbers) ? 0 : i];
@@ -50,7 +51,10 @@ class BlockSetter {
   bool readEach(std::size_t count);
   bool prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
                std::size_t count);
+  bool areTaken(const Step& step, std::size_t at, std::size_t count);
   bool prepareLast(Step& step, const paArray* datetimes, std::size_t count);
+  std::string valueText(const Step& step, std::size_t i) const;
+  Wrong refusal(const Step& step, const paError& error) const;
   bool apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count);
   bool agreesWithClock(const paArray* datetimes, std::size_t count);
   bool settleClocks(const Step& step, std::size_t at, const paArray* before, std::size_t count);
@@ -58,7 +62,9 @@ class BlockSetter {
   bool judge(std::size_t count);
   bool write(std::size_t count);
   bool writeEach(std::size_t count);
-  void put(std::size_t start, std::size_t count);
+  void put(std::size_t start, std::size_t count, std::size_t position);
+  void putRun(const Strided& to, std::size_t bytes, std::size_t start, std::size_t count,
+              const char* from) const;
   void putPairs(std::size_t start, std::size_t count);
   void takeNotes(std::size_t count);
   Slack slackOf(std::size_t i) const;
@@ -67,7 +73,10 @@ class BlockSetter {
   std::string elementText(std::size_t i) const;
 
   const SetJob& job_;
-  std::optional<Zone> zone_;
+  std::optional<Zone> ownZone_;
+  const Zone* zone_ = nullptr;
+  std::optional<ClockChanges> changes_;
+  std::size_t settled_ = 0;  // so many elements were looked at slowly
   std::optional<Checker> checker_;
   HostArray zoneText_;
   std::vector<Step> steps_;

@@ -8,22 +8,13 @@
 
 #include "base/component.h"
 #include "datetime/zone.h"
-#include "elements/element_type.h"
 #include "module/module.h"
 #include "plx/plx.h"
+#include "setting/blocks.h"
+#include "setting/datetime_array.h"
 #include "setting/strided.h"
-#include "setting/wrong.h"
 
 namespace plx {
-
-// Datetimes of the caller's.
-struct DatetimeArray {
-  ElementType type;
-  bool isPair = false;  // high and low parts in arrays of their own
-  Strided elements;     // of pairs the high parts
-  Strided low;          // of pairs
-  std::size_t count = 0;
-};
 
 // New values for one component.
 struct NewValues {
@@ -46,16 +37,12 @@ struct SetJob {
   bool isLocal = false;    // the text is that of the system's clock
   bool needsZone = false;  // what the clock of the zone shows has to be known
   bool countsLeapSeconds = false;
-  bool hasZone = false;    // one with a calendar
+  bool hasZone = false;  // one with a calendar
+  // The zone, for one thread, where the caller has it; else each thread makes its own.
+  const Zone* zone = nullptr;
+  // The position of the element that the results begin with.
+  std::size_t firstResult = 0;
   bool keepsParts = true;  // no step replaces what is below a millisecond
-};
-
-// The first element that is wrong, in the order of elements.
-struct Stop {
-  Wrong wrong;
-  std::size_t index = PLX_NO_INDEX;  // nothing about an element
-  std::size_t done = 0;              // with PLX_NO_INDEX: so many are set
-  std::size_t step = 0;
 };
 
 // Sets all elements; nothing, or where it stopped. Elements before that one are set. In `notes` come bits

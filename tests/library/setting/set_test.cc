@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "library/setting/support.h"
 #include "plx/plx.h"
 
 namespace {
 
-constexpr std::int64_t kNaT = std::numeric_limits<std::int64_t>::min();
 // 2014-05-10T08:30:15.250.
 constexpr std::int64_t kMillis = 1399710615250;
 
@@ -20,12 +20,6 @@ template <class T>
 plxArray arrayOf(std::vector<T>& elements, const char* type, const std::size_t& count) {
   return {elements.data(), type, 1, &count, nullptr, nullptr, nullptr};
 }
-
-plxSetting forAll(int component, double& value) {
-  return {component, {&value, "<f8", 0, nullptr, nullptr, nullptr, nullptr}, nullptr};
-}
-
-plxSetting word(int component, const char* text) { return {component, {}, text}; }
 
 template <class T>
 std::vector<T> set(std::vector<T> elements, const char* type, std::vector<plxSetting> settings,
@@ -98,6 +92,19 @@ TEST(Set, TellsTheFirstElementThatIsWrong) {
   EXPECT_EQ(plxSet(&in, &setting, 1, nullptr, &results, &error), 1);
   EXPECT_STREQ(error.identifier, "Pelmor:datetime:MustBeInteger");
   EXPECT_EQ(error.index, 1U);
+}
+
+TEST(Set, RefusesValuesThatNoCalendarTakes) {
+  Column<std::int64_t> seconds({0, 0, 0}, "<M8[s]");
+  Column<double> values({1, 2147484, 3}, "<f8");
+  const plxArray array = seconds.array();
+  const plxSetting time{paTIME_OF_DAY, values.array(), nullptr};
+  const plxOptions options = inZone("+01:00");
+  plxError error;
+  EXPECT_EQ(plxSet(&array, &time, 1, &options, &array, &error), 1);
+  EXPECT_STREQ(error.identifier, "Pelmor:datetime:RangeError");
+  EXPECT_EQ(error.index, 1U);
+  EXPECT_EQ(seconds.elements(), (std::vector<std::int64_t>{-3599, 0, 0}));
 }
 
 TEST(Set, RefusesWhatIsNoCall) {

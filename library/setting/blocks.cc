@@ -1,0 +1,116 @@
+#include "setting/blocks.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace plx {
+
+namespace {
+
+// The blocks of an array, taken in their order by any number of threads.
+class Blocks {
+ public:
+  Blocks(std::size_t all, std::size_t block) : all_(all), block_(block) {}
+
+  // False where none is left, or somebody has stopped.
+  bool take(std::size_t& start, std::size_t& count) {
+    if (isStopped_.load(std::memory_order_relaxed)) return false;
+    start = next_.fetch_add(block_, std::memory_order_relaxed);
+    if (start >= all_) return false;
+    count = std::min(block_, all_ - start);
+    return true;
+  }
+  void finish(std::size_t count) { done_.fetch_add(count, std::memory_order_relaxed); }
+  std::size_t done() const { return done_.load(std::memory_order_relaxed); }
+  void note(unsigned bits) { notes_.fetch_or(bits, std::memory_order_relaxed); }
+  unsigned notes() const { return notes_.load(std::memory_order_relaxed); }
+
+  // The first in the order of elements is the one that counts: the blocks before it were taken earlier, and
+  // are worked on to their end.
+  void stop(Stop stop) {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
+    const auto place = [](const Stop& s) { return s.index != PLX_NO_INDEX ? s.index : s.done; };
+    if (!stop_ || place(stop) < place(*stop_)) stop_ = std::move(stop);
+  }
+  void stop(std::exception_ptr exception) {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
+    if (!exception_) exception_ = std::move(exception);
+  }
+  std::optional<Stop> result() {
+    if (exception_) std::rethrow_exception(exception_);
+    return std::move(stop_);
+  }
+
+ private:
+  const std::size_t all_, block_;
+  std::atomic<std::size_t> next_{0}, done_{0};
+  std::atomic<unsigned> notes_{0};
+  std::atomic<bool> isStopped_{false};
+  std::mutex mutex_;
+  std::optional<Stop> stop_;
+  std::exception_ptr exception_;
+};
+
+// Whether the caller wants to go on.
+bool goesOn(const plxOptions& options, std::size_t done, std::size_t all) {
+  return options.progress == nullptr || options.progress(options.context, done, all) == 0;
+}
+
+}  // namespace
+
+std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptions& options,
+                              const std::function<std::unique_ptr<BlockWorker>()>& makeWorker,
+                              unsigned& notes) {
+  const std::size_t most = std::min<std::size_t>(options.threads, all / block);
+  if (most <= 1 && (all <= block || options.progress == nullptr)) {
+    const auto worker = makeWorker();
+    std::size_t start = 0;
+    std::optional<Stop> stop;
+    do {
+      const std::size_t count = std::min(block, all - start);
+      stop = worker->work(start, count);
+      start += count;
+    } while (!stop && start < all);
+    notes = worker->notes();
+    return stop;
+  }
+
+  Blocks blocks(all, block);
+  const auto work = [&](bool tells) {
+    try {
+      const auto worker = makeWorker();
+      std::size_t start = 0, count = 0;
+      while (blocks.take(start, count)) {
+        if (auto stop = worker->work(start, count)) return blocks.stop(std::move(*stop));
+        blocks.finish(count);
+        blocks.note(worker->notes());
+        if (!tells || goesOn(options, blocks.done(), all)) continue;
+        return blocks.stop(
+            {wrong({"stopped", {}, Status::badData, id::kStopped}), PLX_NO_INDEX, start + count});
+      }
+    } catch (...) {
+      blocks.stop(std::current_exception());
+    }
+  };
+  std::vector<std::thread> threads;
+  threads.reserve(most);
+  try {
+    while (threads.size() + 1 < most) threads.emplace_back(work, false);
+  } catch (const std::system_error&) {
+    // As many as the system lets work.
+  }
+  work(true);
+  for (std::thread& thread : threads) thread.join();
+  notes = blocks.notes();
+  return blocks.result();
+}
+
+}  // namespace plx

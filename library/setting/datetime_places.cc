@@ -1,0 +1,54 @@
+#include "setting/datetime_places.h"
+
+#include <cmath>
+
+#include "elements/bytes.h"
+
+namespace plx {
+
+namespace {
+
+double loadDouble(const Strided& from, std::size_t position, bool isSwapped) {
+  const char* bytes = from.at(position);
+  return isSwapped ? load<double, true>(bytes) : load<double, false>(bytes);
+}
+
+void storeDouble(const Strided& to, std::size_t position, bool isSwapped, double x) {
+  isSwapped ? store<true>(to.at(position), x) : store<false>(to.at(position), x);
+}
+
+}  // namespace
+
+DatetimePlaces::DatetimePlaces(const DatetimeArray& array) : array_(array) {
+  if (!array.isPair) elements_ = DatetimeElements::of(array.type, false);
+}
+
+std::optional<Wrong> DatetimePlaces::read(std::size_t position, doubledouble& datetime) const {
+  if (elements_) {
+    const char* bytes = array_.elements.at(position);
+    if (const auto complaint = elements_->readExactly(bytes, datetime))
+      return wrong(*complaint, elements_->text(bytes));
+    return std::nullopt;
+  }
+  const bool isSwapped = array_.type.isSwapped();
+  datetime = {loadDouble(array_.elements, position, isSwapped),
+              loadDouble(array_.low, position, isSwapped)};
+  return std::nullopt;
+}
+
+std::optional<Wrong> DatetimePlaces::write(std::size_t position,
+                                           const doubledouble& datetime) const {
+  if (elements_) {
+    char* bytes = array_.elements.at(position);
+    const Slack slack{0, !std::isfinite(datetime.hi)};
+    if (const auto complaint = elements_->writeOne(bytes, datetime, slack, bytes))
+      return wrong(*complaint, elements_->resultText(bytes, datetime));
+    return std::nullopt;
+  }
+  const bool isSwapped = array_.type.isSwapped();
+  storeDouble(array_.elements, position, isSwapped, datetime.hi);
+  storeDouble(array_.low, position, isSwapped, datetime.lo);
+  return std::nullopt;
+}
+
+}  // namespace plx

@@ -1,0 +1,30 @@
+// Reads and writes datetimes of the caller's as exact pairs, for what does not go through the module.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "arith/doubledouble.h"
+#include "elements/elements.h"
+#include "setting/datetime_array.h"
+#include "setting/wrong.h"
+
+namespace plx {
+
+class DatetimePlaces {
+ public:
+  // The array outlives the places.
+  explicit DatetimePlaces(const DatetimeArray& array);
+
+  // The pair nearest to the datetime at a position; what is finer than a millisecond included.
+  std::optional<Wrong> read(std::size_t position, doubledouble& datetime) const;
+  std::optional<Wrong> write(std::size_t position, const doubledouble& datetime) const;
+
+ private:
+  const DatetimeArray& array_;
+  std::unique_ptr<DatetimeElements> elements_;  // null for pairs
+};
+
+}  // namespace plx

@@ -1,0 +1,66 @@
+#include "setting/explain.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <optional>
+
+#include "base/calendar_limits.h"
+#include "inspect/explain.h"
+#include "inspect/named.h"
+#include "setting/datetime_places.h"
+#include "setting/zone_of.h"
+
+namespace plx {
+
+namespace {
+
+constexpr std::size_t kShape[] = {1};
+
+DatetimeArray pairIn(doubledouble& pair) {
+  DatetimeArray array;
+  array.type.kind = ElementType::Kind::floatingPoint;
+  array.type.bytes = 8;
+  array.isPair = true;
+  array.elements = {&pair.hi, 8, 1, kShape, nullptr};
+  array.low = {&pair.lo, 8, 1, kShape, nullptr};
+  array.count = 1;
+  return array;
+}
+
+}  // namespace
+
+std::string explain(const SetJob& job, std::string_view asked, bool colour) {
+  doubledouble before{}, after{};
+  if (auto wrong = DatetimePlaces(job.datetimes).read(0, before)) throw std::move(*wrong);
+  const Zone zone = zoneOf(job.isLocal ? "local" : job.zoneText);
+  const double most = zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
+  if (!(std::fabs(before.hi) <= most)) {
+    throw wrong(
+        {"not a datetime, or out of range", zone.acceptedRange(), Status::badData, id::kOutOfRange},
+        fmt::format("{}", before.hi));
+  }
+  SetJob one = job;
+  one.datetimes = pairIn(before);
+  one.results = pairIn(after);
+  NewValues& step = one.steps.front();
+  if (step.areLast) {
+    step.forAll = resolve({true, 0}, step.component, before, zone);
+    step.areLast = false;
+  } else if (!step.forAll) {
+    double number = 0;
+    if (readNumbers(step.type, step.elements.at(0), 1, &number) == 1) step.forAll = number;
+  }
+  unsigned notes = 0;
+  if (auto stop = run(one, notes)) throw std::move(stop->wrong);
+  const double value = step.forAll.value_or(std::nan(""));
+  if (!std::isfinite(value) || !(std::fabs(after.hi) <= most)) {
+    throw wrong({"the value or the result is out of range", zone.acceptedRange(), Status::badData,
+                 id::kOutOfRange},
+                fmt::format("{}", value), true);
+  }
+  const Setting setting{step.component, value};
+  return explain({zone, setting, std::string(asked), before, after}, colour);
+}
+
+}  // namespace plx

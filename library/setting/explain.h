@@ -1,0 +1,15 @@
+// One setting of one datetime of the caller's, as a person reads it.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "setting/job.h"
+
+namespace plx {
+
+// The text of inspect/explain.h for the only element and the only step of a job; `asked` is the value as it was
+// written. Throws a Wrong.
+std::string explain(const SetJob& job, std::string_view asked, bool colour);
+
+}  // namespace plx

@@ -1,0 +1,186 @@
+// Reading components, converting datetimes and telling of settings through plx/plx.h.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "library/setting/support.h"
+#include "support/cases.h"
+#include "support/random.h"
+
+namespace {
+
+using testing::HasSubstr;
+using Text = std::unique_ptr<char, decltype(&plxFreeText)>;
+
+std::vector<double> read(std::vector<std::int64_t> counts, const char* type, int component,
+                         const char* zone = nullptr) {
+  Column<std::int64_t> datetimes(std::move(counts), type);
+  Column<double> numbers(std::vector<double>(datetimes.elements().size()), "<f8");
+  const plxArray in = datetimes.array(), out = numbers.array();
+  const plxOptions options = inZone(zone);
+  plxError error;
+  const int status = plxGet(&in, component, &options, &out, &error);
+  EXPECT_EQ(told(status, error), "");
+  return numbers.elements();
+}
+
+TEST(Get, Components) {
+  const std::int64_t ns = 1399710615250000001;  // 2014-05-10T08:30:15.250000001
+  const std::pair<int, double> expected[] = {{paYEAR, 2014},
+                                             {paQUARTER, 2},
+                                             {paMONTH, 5},
+                                             {paWEEK_OF_YEAR, 19},
+                                             {paDAY_OF_MONTH, 10},
+                                             {paDAY_OF_YEAR, 130},
+                                             {paDAY_OF_WEEK, 7},
+                                             {paHOUR, 8},
+                                             {paMINUTE, 30},
+                                             {paSECOND, 15.250000001},
+                                             {paTIME_OF_DAY, 30615.250000001}};
+  for (const auto& [component, value] : expected)
+    EXPECT_EQ(read({ns}, "<M8[ns]", component), std::vector<double>{value}) << component;
+}
+
+TEST(Get, InAZoneAndOfWhatIsMissing) {
+  const std::vector<double> hours = read({1399710615, kNaT}, "<M8[s]", paHOUR, "Asia/Kolkata");
+  EXPECT_EQ(hours[0], 14);
+  EXPECT_TRUE(std::isnan(hours[1]));
+  EXPECT_EQ(read({1341100824}, "<M8[s]", paSECOND, "UTCLeapSeconds"), std::vector<double>{60});
+}
+
+TEST(Get, TellsTheElementThatIsOutOfRange) {
+  Column<double> millis({0, 1e300}, "<f8"), numbers({0, 0}, "<f8");
+  const plxArray in = millis.array(), out = numbers.array();
+  plxError error;
+  EXPECT_EQ(plxGet(&in, paYEAR, nullptr, &out, &error), 1);
+  EXPECT_STREQ(error.identifier, "Pelmor:library:OutOfRange");
+  EXPECT_EQ(error.index, 1U);
+  EXPECT_EQ(numbers.elements(), (std::vector<double>{1970, 0}));
+}
+
+// Counts become pairs, and the pairs the same counts.
+TEST(Convert, ThereAndBack) {
+  Cases cases(4000);
+  Random random(2024);
+  for (const char* unit :
+       {"Y", "M", "D", "h", "s", "25s", "ms", "us", "7us", "ns", "ps", "fs", "as"}) {
+    std::vector<std::int64_t> counts = {0, 1, -1, kNaT};
+    // Years and months end 2^52 days from 1970.
+    const int most = std::string_view("YM").find(unit) != std::string_view::npos ? 40 : 44;
+    for (int i = 0; i < 400; ++i) {
+      const bool isSmall = std::string_view("us7usnspsfsas").find(unit) != std::string_view::npos;
+      const int bits = static_cast<int>(random.whole(1, isSmall ? 63 : most));
+      const auto magnitude = static_cast<std::int64_t>((~std::uint64_t{0} >> 1) >> (63 - bits));
+      counts.push_back(random.whole(-magnitude, magnitude));
+    }
+    const std::string type = std::string("<M8[") + unit + "]";
+    Column<std::int64_t> from(counts, type), back(std::vector<std::int64_t>(counts.size()), type);
+    Column<double> high(std::vector<double>(counts.size()), "<f8");
+    std::vector<double> low(counts.size());
+    const plxArray in = from.array(), out = back.array();
+    plxArray pairs = high.array();
+    pairs.low = low.data();
+    plxError error;
+    int status = plxConvert(&in, nullptr, &pairs, &error);
+    ASSERT_EQ(told(status, error), "") << type;
+    status = plxConvert(&pairs, nullptr, &out, &error);
+    ASSERT_EQ(told(status, error), "") << type;
+    EXPECT_EQ(back.elements(), counts) << type;
+    for (std::size_t i = 0; i < counts.size(); ++i, ++cases) {
+      if (counts[i] != kNaT) {
+        EXPECT_EQ(high.elements()[i] + low[i], high.elements()[i]) << type << counts[i];
+      }
+    }
+  }
+}
+
+TEST(Convert, RefusesWhatTheTypeCannotHold) {
+  Column<std::int64_t> ns({0, 1}, "<M8[ns]"), days({7, 7}, ">M8[D]");
+  Column<double> millis({7, 7}, "<f8");
+  const plxArray in = ns.array(), out = days.array(), doubles = millis.array();
+  plxError error;
+  EXPECT_EQ(plxConvert(&in, nullptr, &out, &error), 1);
+  EXPECT_STREQ(error.identifier, "Pelmor:library:CannotHold");
+  EXPECT_EQ(error.index, 1U);
+  EXPECT_EQ(days.elements(), (std::vector<std::int64_t>{0, 7}));
+  EXPECT_EQ(plxConvert(&in, nullptr, &doubles, &error), 1);
+  EXPECT_EQ(error.index, 1U);
+}
+
+std::string explained(plxTextForm form, plxOptions options = inZone("America/New_York")) {
+  Column<std::int64_t> datetime({1394383800}, "<M8[s]");  // 2014-03-09T16:50:00Z
+  const plxArray in = datetime.array();
+  const plxSetting hour = word(paHOUR, "2");
+  plxError error;
+  const Text text(plxExplain(&in, &hour, &options, form, &error), plxFreeText);
+  EXPECT_NE(text, nullptr) << error.message;
+  return text ? text.get() : "";
+}
+
+TEST(Explain, InThreeForms) {
+  const std::string plain = explained(plxPLAIN_TEXT);
+  EXPECT_THAT(plain, HasSubstr("Set hour to 2, in America/New_York\n"));
+  EXPECT_THAT(plain, HasSubstr("at 03:50:00."));
+  EXPECT_THAT(explained(plxCOLOURED_TEXT), HasSubstr("\x1B[1mSet hour to 2"));
+  const std::string html = explained(plxHTML);
+  EXPECT_THAT(html, testing::StartsWith("<div class=\"plx\">"));
+  EXPECT_THAT(html, HasSubstr("<span class=\"title\">Set hour to 2"));
+  EXPECT_THAT(html, testing::Not(HasSubstr("\x1B")));
+}
+
+TEST(Explain, AGapThatIsLeftAtItsStart) {
+  plxOptions options = inZone("America/New_York");
+  options.gap = plxGAP_START;
+  EXPECT_THAT(explained(plxPLAIN_TEXT, options), HasSubstr("The result is 01:59:59."));
+}
+
+TEST(Explain, RefusesSeveral) {
+  Column<std::int64_t> datetimes({0, 1}, "<M8[s]");
+  const plxArray in = datetimes.array();
+  const plxSetting hour = word(paHOUR, "2");
+  plxError error;
+  EXPECT_EQ(plxExplain(&in, &hour, nullptr, plxPLAIN_TEXT, &error), nullptr);
+  EXPECT_STREQ(error.identifier, "Pelmor:library:ShapeMismatch");
+}
+
+TEST(Tell, Zones) {
+  plxError error;
+  const Text paris(plxZones("paris", &error), plxFreeText),
+      all(plxZones(nullptr, &error), plxFreeText);
+  EXPECT_STREQ(paris.get(), "Europe/Paris\n");
+  EXPECT_THAT(all.get(), HasSubstr("\nUTCLeapSeconds\n"));
+}
+
+TEST(Tell, Components) {
+  std::size_t count = 0;
+  const plxComponentFacts* facts = plxComponents(&count);
+  ASSERT_EQ(count, 11U);
+  Cases cases(11);
+  for (std::size_t i = 0; i < count; ++i, ++cases) {
+    EXPECT_EQ(plxFindComponent(facts[i].name), facts[i].component);
+    EXPECT_EQ(plxFindComponent(std::to_string(facts[i].component).c_str()), facts[i].component);
+    EXPECT_NE(facts[i].values[0], '\0');
+    EXPECT_THAT(facts[i].arguments, HasSubstr(std::string("set ") + facts[i].name + ' '));
+  }
+  EXPECT_EQ(plxFindComponent("day_of_year"), paDAY_OF_YEAR);
+  EXPECT_EQ(plxFindComponent("12"), paDAY_OF_MONTH);
+  for (const char* none : {"", "Month", "month ", "5", "0", "-3", "99999999999"})
+    EXPECT_EQ(plxFindComponent(none), 0) << none;
+  EXPECT_EQ(plxFindComponent(nullptr), 0);
+}
+
+TEST(Tell, Versions) {
+  plxVersionTexts versions{};
+  plxError error;
+  ASSERT_EQ(plxVersions(&versions, &error), 0) << error.message;
+  EXPECT_STREQ(versions.lastLeapSecond, "2012-06-30T23:59:60Z");
+  EXPECT_THAT(versions.module, testing::EndsWith("plx_datetime.so"));
+  EXPECT_THAT(versions.rules, testing::MatchesRegex("20[0-9][0-9][a-z]"));
+}
+
+}  // namespace
