@@ -7,17 +7,22 @@ include(CMakePackageConfigHelpers)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/plxConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 
 # One layout: its three components and its folders, which are those of GNUInstallDirs' variables.
-#   plx_install(name LIBRARY component DEVELOPMENT component TOOL component
-#               ZSH_FOLDER folder [RUNPATH path] [EXCLUDE_FROM_ALL])
+#   plx_install(name HOST component LIBRARY component DEVELOPMENT component TOOL component
+#               ZSH_FOLDER folder [RUNPATH path] [LIBRARY_RUNPATH path] [EXCLUDE_FROM_ALL])
 function(plx_install name)
   cmake_parse_arguments(PARSE_ARGV 1 TO
-    "EXCLUDE_FROM_ALL" "RUNPATH;LIBRARY;DEVELOPMENT;TOOL;ZSH_FOLDER" "")
+    "EXCLUDE_FROM_ALL" "RUNPATH;LIBRARY_RUNPATH;HOST;LIBRARY;DEVELOPMENT;TOOL;ZSH_FOLDER" "")
   set(other)
   if(TO_EXCLUDE_FROM_ALL)
     set(other EXCLUDE_FROM_ALL)
   endif()
 
   install(TARGETS plx_host EXPORT ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT ${TO_HOST} NAMELINK_COMPONENT ${TO_DEVELOPMENT} ${other})
+  set(library ${name}_library)
+  plx_add_library_for_place(${library} "${TO_LIBRARY_RUNPATH}")
+  set_target_properties(${library} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${name})
+  install(TARGETS ${library} EXPORT ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT ${TO_LIBRARY} NAMELINK_COMPONENT ${TO_DEVELOPMENT} ${other})
   # The module stands apart from the libraries that are linked; plx finds it from the host library's folder.
   install(TARGETS plx_datetime EXPORT ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/plx
@@ -36,7 +41,7 @@ function(plx_install name)
   # A folder of their own keeps a name as common as `host` out of the system's include folder; targets and
   # pkg-config lead there, so that sources say <host/embed.h> in any case.
   install(TARGETS plx_headers EXPORT ${name})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plx
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/host ${PROJECT_SOURCE_DIR}/include/plx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/plx
     COMPONENT ${TO_DEVELOPMENT} ${other})
 
   set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/plx)
@@ -86,8 +91,8 @@ endfunction()
 
 # The way to the libraries begins at the program, so that the whole tree can be moved.
 file(RELATIVE_PATH way_to_libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-plx_install(plxTargets LIBRARY library DEVELOPMENT development TOOL tool
-  ZSH_FOLDER zsh/site-functions RUNPATH "$ORIGIN/${way_to_libraries}")
+plx_install(plxTargets HOST library LIBRARY library DEVELOPMENT development TOOL tool
+  ZSH_FOLDER zsh/site-functions RUNPATH "$ORIGIN/${way_to_libraries}" LIBRARY_RUNPATH "$ORIGIN")
 
 # Removes what `cmake --install` has noted as installed, and nothing else.
 add_custom_target(uninstall

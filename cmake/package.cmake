@@ -1,4 +1,4 @@
-# Debian packages, by cpack in the build folder: libplx-host1, libplx-dev and plx. CPack puts the files of each in a
+# Debian packages, by cpack in the build folder: libplx-host1, libplx1, libplx-dev and plx. CPack puts the files of each in a
 # folder; packaging/debian/assemble makes packages of the folders with Debian's own tools, which know the
 # dependencies, the symbols and the fields that CPack's generator of packages does not.
 if(NOT CMAKE_LIBRARY_ARCHITECTURE)
@@ -14,14 +14,14 @@ block()
   set(CMAKE_INSTALL_DATAROOTDIR share)
   set(CMAKE_INSTALL_DATADIR share)
   set(CMAKE_INSTALL_MANDIR share/man)
-  plx_install(plxDebianTargets LIBRARY libplx-host1 DEVELOPMENT libplx-dev TOOL plx
+  plx_install(plxDebianTargets HOST libplx-host1 LIBRARY libplx1 DEVELOPMENT libplx-dev TOOL plx
     ZSH_FOLDER zsh/vendor-completions EXCLUDE_FROM_ALL)
 endblock()
 
 set(CPACK_GENERATOR External)
 set(CPACK_EXTERNAL_ENABLE_STAGING ON)
 set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${PROJECT_SOURCE_DIR}/packaging/debian/assemble.cmake)
-set(CPACK_COMPONENTS_ALL libplx-host1 libplx-dev plx)
+set(CPACK_COMPONENTS_ALL libplx-host1 libplx1 libplx-dev plx)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_PACKAGE_NAME plx)
 set(CPACK_PACKAGE_VENDOR "plx")

@@ -22,7 +22,7 @@ expect() {
 }
 fail() { echo "$*" >&2; exit 1; }
 
-names=(libplx-host1 libplx-dev plx)
+names=(libplx-host1 libplx1 libplx-dev plx)
 triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
 libraries=usr/lib/$triplet
 debian_version=$(dpkg-parsechangelog -l"$source/packaging/debian/changelog" --show-field Version)
@@ -31,7 +31,7 @@ expect "$(cd packed && echo *.deb)" "$(printf '%s\n' "${names[@]}" |
   sed "s/\$/_${debian_version}_$(dpkg --print-architecture).deb/" | LC_ALL=C sort | xargs)"
 package() { echo "$folder/packed/$1_${debian_version}"_*.deb; }
 
-# Each says what it is, and depends on the other two in exactly its own version, or in one that has its symbols.
+# Each says what it is, and depends on the others in exactly its own version, or in one that has its symbols.
 for name in "${names[@]}"; do
   expect "$(dpkg-deb --field "$(package "$name")" Package)" "$name"
   expect "$(dpkg-deb --field "$(package "$name")" Version)" "$debian_version"
@@ -44,20 +44,25 @@ for name in "${names[@]}"; do
 done
 depends() { dpkg-deb --field "$(package "$1")" Depends; }
 case "$(depends plx)," in *"libplx-host1 (= $debian_version),"*) ;; *) fail "plx: $(depends plx)" ;; esac
-expect "$(depends libplx-dev)" "libplx-host1 (= $debian_version), plx (= $debian_version)"
+expect "$(depends libplx-dev)" \
+  "libplx1 (= $debian_version), libplx-host1 (= $debian_version), plx (= $debian_version)"
 
 # A library's package has that library alone, with its symbols; what is needed for building is in another.
-expect "$(cd content-libplx-host1 && find . -name '*.so*' | LC_ALL=C sort | xargs)" \
-  "./$libraries/libplx_host.so.1 ./$libraries/libplx_host.so.1.$version"
-expect "$(cat control-libplx-host1/shlibs)" "libplx_host 1 libplx-host1 (>= 0.1.0)"
-exported=$(nm -D --defined-only --format=just-symbols "content-libplx-host1/$libraries/libplx_host.so.1" | wc -l)
-expect "$(grep -c '@Base ' control-libplx-host1/symbols)" "$exported"
-[ "$exported" -ge 100 ]
-expect "$(cd content-libplx-dev/usr/include && find . -maxdepth 2 -mindepth 1 | xargs)" "./plx ./plx/host"
+for library in libplx-host1:libplx_host:100 libplx1:libplx:10; do
+  IFS=: read -r name file least <<<"$library"
+  expect "$(cd "content-$name" && find . -name '*.so*' | LC_ALL=C sort | xargs)" \
+    "./$libraries/$file.so.1 ./$libraries/$file.so.1.$version"
+  expect "$(cat "control-$name/shlibs")" "$file 1 $name (>= 0.1.0)"
+  exported=$(nm -D --defined-only --format=just-symbols "content-$name/$libraries/$file.so.1" | wc -l)
+  expect "$(grep -c '@Base ' "control-$name/symbols")" "$exported"
+  [ "$exported" -ge "$least" ]
+done
+expect "$(cd content-libplx-dev/usr/include && find . -maxdepth 2 -mindepth 1 | LC_ALL=C sort | xargs)" \
+  "./plx ./plx/host ./plx/plx"
 
 # Every shared library that a file in them needs comes from a package that this file's package depends on.
 checked=0
-for name in libplx-host1 plx; do
+for name in libplx-host1 libplx1 plx; do
   while read -r library; do
     [ -e "content-libplx-host1/$libraries/$library" ] && continue
     path=$(ldconfig -p | awk -v name="$library" '$1 == name && !found {print $NF; found = 1}')
@@ -80,7 +85,7 @@ while IFS= read -r binary; do
   ! readelf -dW "$binary" | grep -E '\((RPATH|RUNPATH)\)' || fail "$binary has a path of its own"
   ! readelf -SW "$binary" | grep -E ' \.(symtab|comment|debug_info) ' || fail "$binary is not stripped"
 done < <(find content-* \( -name '*.so*' -o -path '*/bin/*' \) -type f)
-expect "$binaries" 3
+expect "$binaries" 4
 
 # Manual pages are compressed, and read as before.
 pages=0

@@ -45,6 +45,10 @@ cc -std=c11 "$project/host.c" "${flags[@]}" -o in-c
 c++ -std=c++17 "$project/host.cc" "${flags[@]}" -o in-cxx
 ./in-c "$module"
 ./in-cxx "$module"
+cc -std=c99 "$project/arrays.c" "${flags[@]}" -o arrays-in-c
+c++ -std=c++11 "$project/arrays.cc" "${flags[@]}" -o arrays-in-cxx
+./arrays-in-c
+./arrays-in-cxx
 
 # The lines of docs/host_interface.md, as they stand there. They want a way without a blank.
 root=$(dirname "$project")/../..

@@ -32,8 +32,8 @@ check() {
 
 check "$build/bin" '^(/.+|\$ORIGIN(/.+)?)$'
 [ "$checked_binaries" -ge 4 ] && [ "$checked_entries" -ge 2 ]
-# The program, its library and the module; only the program has libraries of the installation to find.
-check "$folder/installed" '^\$ORIGIN/\.\./[^:]+$'
-[ "$checked_binaries" -eq 3 ] && [ "$checked_entries" -eq 1 ]
+# The program, two libraries and the module; the program and libplx have libraries of the installation to find.
+check "$folder/installed" '^\$ORIGIN(/\.\./[^:]+)?$'
+[ "$checked_binaries" -eq 4 ] && [ "$checked_entries" -eq 2 ]
 "$folder/installed/bin/plx" set month 13 2014-05-10 >"$folder/log"
 grep -qx 2015-01-10 "$folder/log"
