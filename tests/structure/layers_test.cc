@@ -61,7 +61,7 @@ const Layer kLayers[] = {
     {"library/zones/(rules_file|yearly_rule)\\..*", "zones/(rules_file|yearly_rule)\\.h"},
     {"library/zones/.*", "zones/.*|unicode/.*|sys/.*"},
     // The host. Of library/ it knows the file of converted rules alone, which it checks and hands to ICU.
-    {"host/.*", "host/.*|zones/rules_file\\.h|unicode/.*|boost/.*|sys/mman\\.h|[a-z_]+\\.h"},
+    {"host/.*", "host/.*|zones/rules_file\\.h|unicode/.*|boost/.*|sys/(mman|stat)\\.h|[a-z_]+\\.h"},
     // libplx: messages; datetimes; elements, and what looks at datetimes; the module, and setting through
     // it; the functions. Of the module it has what is known without a host (kKnowledge), and nothing
     // else.
