@@ -1,5 +1,7 @@
 #include "zoned/set_field.h"
 
+#include <unicode/simpletz.h>
+
 #include <cstddef>
 #include <new>
 #include <optional>
@@ -24,10 +26,15 @@ void setByOffsets(const ZoneOffsets& offsets, Component component, const Element
                    elements, calendar});
 }
 
+// Whether what names the zone may be an offset, as the locale spells it. Identifiers are the same in all.
+bool isReadByLocale(const icu::TimeZone& zone) {
+  return dynamic_cast<const icu::SimpleTimeZone*>(&zone) != nullptr;
+}
+
 // Remembers a zone. Where there is no memory for that, the call does without: nothing is found then.
 RememberedZones::InUse remember(const ZoneKey& key, const icu::TimeZone& zone) {
   try {
-    if (!hasOwnData(key.locale)) return {};
+    if (isReadByLocale(zone) && !hasOwnData(key.locale)) return {};
     return rememberedZones().remember(key, OffsetTable::of(zone));
   } catch (const std::bad_alloc&) {
     return {};
@@ -66,8 +73,10 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   }
   auto calendar = makeCalendar();
   if (elements.count == 0) return;
-  // A table that is made in any case is kept. To ask for the zone would add to what a first call takes.
-  const bool isRepaid = elements.count >= kRepaysTable && !isOfKey;
+  // A table that is made in any case is kept, but where something has to be asked before: that would add to
+  // what a first call takes.
+  const bool isRepaid =
+      elements.count >= kRepaysTable && !isOfKey && !isReadByLocale(calendar->getTimeZone());
   if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey())) {
     const auto zone = remember(key, calendar->getTimeZone());
     CalendarWalk calendarWalk(*calendar, component, elements);
