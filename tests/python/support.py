@@ -5,6 +5,8 @@ import os
 import numpy as np
 
 WHOLE = "PLX_WHOLE_TESTS" in os.environ
+# Programs take longer to start.
+SANITIZED = "PLX_SANITIZED" in os.environ
 COMPONENTS = {
     "year": range(1900, 2100),
     "quarter": range(-3, 9),

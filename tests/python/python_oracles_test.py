@@ -1,0 +1,133 @@
+"""Other answers to the same questions: the command line on the same data, and pandas's vectorised idiom.
+
+pandas reads the system's time-zone rules, and so does plx here: converted, and named before it is loaded.
+"""
+
+import os
+import subprocess
+import tempfile
+
+import numpy as np
+import pandas as pd
+import pytest
+
+PROGRAM = os.environ["PLX_PROGRAM"]
+RULES = tempfile.TemporaryDirectory()
+subprocess.run([PROGRAM, "rules", "update", "--to", RULES.name], check=True, capture_output=True)
+os.environ["ICU_TIMEZONE_FILES_DIR"] = RULES.name
+
+import plx
+import plx.pandas
+from plx._zone import system_release
+from support import COMPONENTS, SANITIZED, WHOLE, Cases, random_datetimes, same_bits
+
+
+def test_the_rules_are_the_systems():
+    assert plx.versions().rules == system_release()
+
+
+PROGRAMS_ZONES = [None, "Europe/Paris", "UTC", "UTCLeapSeconds", "America/Caracas", "+05:30"]
+PROGRAMS_DTYPES = ["M8[ns]", "c16", "M8[ms]", ">M8[s]", "f8"]
+
+
+@pytest.mark.parametrize("zone", PROGRAMS_ZONES[:2] if SANITIZED else PROGRAMS_ZONES)
+@pytest.mark.parametrize("dtype", PROGRAMS_DTYPES[:2] if SANITIZED else PROGRAMS_DTYPES)
+def test_the_program_on_the_same_data(tmp_path, dtype, zone):
+    count = 20_000 if WHOLE else 2_000
+    given = tmp_path / "given.npy"
+    with Cases(11 * count) as cases:
+        for number, (component, span) in enumerate(COMPONENTS.items()):
+            x = random_datetimes(count, "ms", seed=number, first="1890-01-01", last="2100-01-01")
+            x = x.astype(dtype) if "M8" in dtype else x.astype(np.int64).astype(dtype)
+            value = int(np.random.default_rng(number).integers(span[0], span[-1]))
+            np.save(given, x)
+            command = [PROGRAM, "set", component.replace("_", "-"), str(value), str(given), "--quiet"]
+            result = subprocess.run(
+                command + (["--zone", zone] if zone else []) + ["-o", str(tmp_path / "made.npy")],
+                capture_output=True,
+                text=True,
+            )
+            assert result.returncode == 0, (command, result.stderr)
+            assert same_bits(plx.set(x, component, value, zone=zone), np.load(tmp_path / "made.npy")), component
+            os.remove(tmp_path / "made.npy")
+            cases.add(count)
+
+
+ZONES = """
+Africa/Abidjan Africa/Cairo Africa/Johannesburg Africa/Lagos Africa/Nairobi Africa/Tunis America/Adak
+America/Anchorage America/Argentina/Buenos_Aires America/Asuncion America/Bogota America/Caracas America/Chicago
+America/Denver America/Edmonton America/Guatemala America/Halifax America/Havana America/La_Paz America/Lima
+America/Los_Angeles America/Montevideo America/New_York America/Panama America/Phoenix America/Santiago
+America/Sao_Paulo America/St_Johns America/Vancouver Asia/Amman Asia/Baghdad Asia/Bangkok Asia/Beirut Asia/Dhaka
+Asia/Dubai Asia/Hong_Kong Asia/Jakarta Asia/Jerusalem Asia/Karachi Asia/Kathmandu Asia/Kolkata Asia/Manila
+Asia/Seoul Asia/Shanghai Asia/Singapore Asia/Taipei Asia/Tashkent Asia/Tehran Asia/Tokyo Atlantic/Azores
+Australia/Adelaide Australia/Brisbane Australia/Melbourne Australia/Perth Europe/Athens Europe/Berlin
+Europe/Istanbul Europe/London Europe/Moscow Pacific/Auckland
+""".split()
+
+
+def idiom(t, component, value, fold_later):
+    """What pandas's users write: to the wall clock, arithmetic of NumPy, and back."""
+    wall = t.tz_localize(None).to_numpy()
+    day = wall.astype("M8[D]")
+    month = wall.astype("M8[M]")
+    if component == "month":
+        first = wall.astype("M8[Y]").astype("M8[M]") + (value - 1)
+        new = first.astype("M8[D]") + (day - month.astype("M8[D]")) + (wall - day)
+    elif component == "day":
+        new = month.astype("M8[D]") + np.timedelta64(value - 1, "D") + (wall - day)
+    elif component == "hour":
+        new = day + np.timedelta64(value, "h") + (wall - wall.astype("M8[h]"))
+    elif component == "minute":
+        new = wall.astype("M8[h]") + np.timedelta64(value, "m") + (wall - wall.astype("M8[m]"))
+    else:
+        new = day + np.timedelta64(value, "s")
+    ambiguous = np.full(len(t), not fold_later)
+    # A time that is skipped comes back as NaT: by how much the clock went forward differs from change to change.
+    return pd.DatetimeIndex(new).tz_localize(t.tz, ambiguous=ambiguous, nonexistent="NaT")
+
+
+def test_pandas_in_sixty_zones():
+    assert len(ZONES) == len(set(ZONES)) == 60
+    # Five components in two folds of so many elements in each zone: two million, or a tenth of them.
+    count = 3_500 if WHOLE else 350
+    least = 2_000_000 if WHOLE else 200_000
+    skipped = 0
+    with Cases(least) as cases:
+        for number, name in enumerate(ZONES):
+            moments = random_datetimes(count, "ns", seed=number, first="1970-01-02", last="2021-12-30")
+            # A half of them near to a change of the clock, where it matters.
+            changes = _changes(name)
+            if len(changes):
+                generator = np.random.default_rng(number)
+                near = generator.choice(changes, count // 2) + generator.integers(-7200, 7200, count // 2)
+                moments[: count // 2] = near.astype("M8[s]").astype("M8[ns]")
+            t = pd.DatetimeIndex(moments).tz_localize("UTC").tz_convert(name)
+            for component, value in (("month", 3), ("day", 29), ("hour", 2), ("minute", 15), ("time_of_day", 5400)):
+                for fold in ("later", "earlier"):
+                    expected = idiom(t, component, value, fold == "later")
+                    results = t.plx.set(component, value, fold=fold)
+                    exists = ~expected.isna()
+                    skipped += np.count_nonzero(~exists)
+                    wrong = np.flatnonzero((results != expected) & exists)
+                    assert not len(wrong), (name, component, fold, t[wrong[0]], results[wrong[0]], expected[wrong[0]])
+                    # What is skipped is shifted by the change, and so is one that did not exist.
+                    assert (results[~exists] != expected[~exists]).all()
+                    cases.add(np.count_nonzero(exists))
+    assert 0 < skipped < cases.count // 20
+
+
+def _changes(name):
+    """The seconds at which offsets change, as pandas has them."""
+    days = np.arange(np.datetime64("1970-01-02", "s"), np.datetime64("2021-12-30", "s"), np.timedelta64(7, "D"))
+    t = pd.DatetimeIndex(days).tz_localize("UTC").tz_convert(name)
+    offsets = (t.tz_localize(None) - t.tz_convert("UTC").tz_localize(None)).to_numpy()
+    changed = np.flatnonzero(offsets[1:] != offsets[:-1])
+    low, high = days[changed].astype(np.int64), days[changed + 1].astype(np.int64)
+    before = offsets[changed]
+    while len(low) and (high - low > 1).any():
+        middle = (low + high) // 2
+        at = pd.DatetimeIndex(middle.astype("M8[s]").astype("M8[ns]")).tz_localize("UTC").tz_convert(name)
+        same = (at.tz_localize(None) - at.tz_convert("UTC").tz_localize(None)).to_numpy() == before
+        low, high = np.where(same, middle, low), np.where(same, high, middle)
+    return high
