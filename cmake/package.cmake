@@ -1,4 +1,5 @@
-# Debian packages, by cpack in the build folder: libplx-host1, libplx1, libplx-dev and plx. CPack puts the files of each in a
+# Debian packages, by cpack in the build folder: libplx-host1, libplx1, libplx-dev, plx and, where the package for Python
+# is built (python/CMakeLists.txt has its files), python3-plx. CPack puts the files of each in a
 # folder; packaging/debian/assemble makes packages of the folders with Debian's own tools, which know the
 # dependencies, the symbols and the fields that CPack's generator of packages does not.
 if(NOT CMAKE_LIBRARY_ARCHITECTURE)
@@ -22,6 +23,9 @@ set(CPACK_GENERATOR External)
 set(CPACK_EXTERNAL_ENABLE_STAGING ON)
 set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${PROJECT_SOURCE_DIR}/packaging/debian/assemble.cmake)
 set(CPACK_COMPONENTS_ALL libplx-host1 libplx1 libplx-dev plx)
+if(TARGET plx_python)
+  list(APPEND CPACK_COMPONENTS_ALL python3-plx)
+endif()
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_PACKAGE_NAME plx)
 set(CPACK_PACKAGE_VENDOR "plx")

@@ -23,6 +23,11 @@ expect() {
 fail() { echo "$*" >&2; exit 1; }
 
 names=(libplx-host1 libplx1 libplx-dev plx)
+with_python=
+if [ -e "$build/python/plx/_plx.abi3.so" ]; then
+  names+=(python3-plx)
+  with_python=1
+fi
 triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
 libraries=usr/lib/$triplet
 debian_version=$(dpkg-parsechangelog -l"$source/packaging/debian/changelog" --show-field Version)
@@ -46,6 +51,11 @@ depends() { dpkg-deb --field "$(package "$1")" Depends; }
 case "$(depends plx)," in *"libplx-host1 (= $debian_version),"*) ;; *) fail "plx: $(depends plx)" ;; esac
 expect "$(depends libplx-dev)" \
   "libplx1 (= $debian_version), libplx-host1 (= $debian_version), plx (= $debian_version)"
+if [ -n "$with_python" ]; then
+  for needed in "plx (= $debian_version)" "libplx1 (>= 0.1.0)" "python3 (>= 3.11)" python3-numpy; do
+    case ", $(depends python3-plx)," in *", $needed,"*) ;; *) fail "python3-plx: $(depends python3-plx)" ;; esac
+  done
+fi
 
 # A library's package has that library alone, with its symbols; what is needed for building is in another.
 for library in libplx-host1:libplx_host:100 libplx1:libplx:10; do
@@ -85,7 +95,7 @@ while IFS= read -r binary; do
   ! readelf -dW "$binary" | grep -E '\((RPATH|RUNPATH)\)' || fail "$binary has a path of its own"
   ! readelf -SW "$binary" | grep -E ' \.(symtab|comment|debug_info) ' || fail "$binary is not stripped"
 done < <(find content-* \( -name '*.so*' -o -path '*/bin/*' \) -type f)
-expect "$binaries" 4
+expect "$binaries" $((4 + ${with_python:-0}))
 
 # Manual pages are compressed, and read as before.
 pages=0
@@ -129,6 +139,12 @@ expect "$("$root/usr/bin/plx" set month 13 2014-05-10T08:30)" 2015-01-10T08:30:0
 grep -q "plx_DIR:PATH=$root/$libraries/cmake/plx" outside/CMakeCache.txt || fail "another plx was found"
 "$cmake" --build outside >log || { cat log; exit 1; }
 (cd outside && ctest --output-on-failure --no-tests=error >log || { cat log; exit 1; })
+if [ -n "$with_python" ]; then
+  python=(env "PYTHONPATH=$root/usr/lib/python3/dist-packages" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -W ignore -c)
+  expect "$("${python[@]}" "import numpy as np, plx
+print(plx.set(np.datetime64('2014-05-10T08:30'), 'month', 13), plx.versions().module)")" \
+    "2015-01-10T08:30 $root/$libraries/plx/plx_datetime.so"
+fi
 unset LD_LIBRARY_PATH
 
 installed=$(find "$root/usr" -type f | wc -l)
