@@ -68,8 +68,8 @@ class Module {
   // The same with arrays as the module takes them, one value for all or one each. `result` may hold
   // what becomes of the error, too; it stands in the blocks of `into` where that is not null.
   std::optional<paError> set(const paArray* datetimes, const paArray* values,
-                             const paArray* selector, const paArray* zone,
-                             HostArray& result, paArray* into = nullptr) const;
+                             const paArray* selector, const paArray* zone, HostArray& result,
+                             paArray* into = nullptr) const;
 
   const std::string& path() const { return path_; }
 

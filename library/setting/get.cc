@@ -102,8 +102,8 @@ std::optional<Stop> run(const GetJob& job) {
 std::optional<Stop> run(const ConvertJob& job) {
   unsigned notes = 0;
   return runBlocks(
-      job.datetimes.count, kReadBlock, job.options, [&] { return std::make_unique<Converter>(job); },
-      notes);
+      job.datetimes.count, kReadBlock, job.options,
+      [&] { return std::make_unique<Converter>(job); }, notes);
 }
 
 }  // namespace plx

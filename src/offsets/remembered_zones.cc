@@ -98,8 +98,8 @@ RememberedZones::InUse RememberedZones::keep(std::unique_ptr<const Remembered> z
 RememberedZones::InUse RememberedZones::remember(const ZoneKey& key,
                                                  std::optional<OffsetTable> table) {
   const auto zoneOfKey = [&] {
-    return std::unique_ptr<Remembered>(new Remembered{
-        {key.text.begin(), key.text.end()}, key.locale, key.icuLife, std::nullopt});
+    return std::unique_ptr<Remembered>(
+        new Remembered{{key.text.begin(), key.text.end()}, key.locale, key.icuLife, std::nullopt});
   };
   const std::uint64_t hash = hashOf(key);
   auto zone = zoneOfKey();

@@ -74,7 +74,8 @@ class RememberedZones {
    private:
     static constexpr std::uint32_t kTaken = 1U << 31;
 
-    mutable std::atomic<std::uint32_t> state_ = 0;  // calls that use the zone; kTaken and more: taken
+    mutable std::atomic<std::uint32_t> state_ =
+        0;  // calls that use the zone; kTaken and more: taken
     // Owned. Nothing frees it when the process ends, when other threads may still use it.
     const Remembered* zone_ = nullptr;
   };
@@ -85,7 +86,9 @@ class RememberedZones {
    public:
     InUse() = default;
     InUse(InUse&& other) noexcept
-        : zone_(other.zone_), slot_(std::exchange(other.slot_, nullptr)), own_(std::move(other.own_)) {}
+        : zone_(other.zone_),
+          slot_(std::exchange(other.slot_, nullptr)),
+          own_(std::move(other.own_)) {}
     InUse& operator=(InUse&&) = delete;
     ~InUse() {
       if (slot_) slot_->leave();
@@ -101,7 +104,8 @@ class RememberedZones {
    private:
     friend RememberedZones;
     explicit InUse(const Slot& slot) : zone_(slot.zone()), slot_(&slot) {}
-    explicit InUse(std::unique_ptr<const Remembered> own) : zone_(own.get()), own_(std::move(own)) {}
+    explicit InUse(std::unique_ptr<const Remembered> own)
+        : zone_(own.get()), own_(std::move(own)) {}
 
     const Remembered* zone_ = nullptr;
     const Slot* slot_ = nullptr;

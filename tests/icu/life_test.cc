@@ -34,7 +34,8 @@ TEST(IcuLife, IsNotToldWhileTheProgramTraces) {
   const int own = 0;
   utrace_setFunctions(&own, nullptr, nullptr, nullptr);
   EXPECT_EQ(icuLife(), 0U);
-  utrace_setFunctions(nullptr, [](const void*, int32_t) {}, nullptr, nullptr);
+  utrace_setFunctions(
+      nullptr, [](const void*, int32_t) {}, nullptr, nullptr);
   EXPECT_EQ(icuLife(), 0U);
   const void* context = &own;
   UTraceEntry* entry = nullptr;

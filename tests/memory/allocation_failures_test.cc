@@ -191,7 +191,8 @@ std::vector<Work> allWork() {
     const auto call = std::make_shared<PreparedCall>(c.count, c.value, c.selector, c.zone);
     all.push_back({c.name, [call] { return call->run(module()); }});
     if (*c.zone != 0) {
-      all.push_back({std::string(c.name) + ", met first", [call] { return call->run(forgetfulModule()); }});
+      all.push_back(
+          {std::string(c.name) + ", met first", [call] { return call->run(forgetfulModule()); }});
     }
   }
   const auto loading = [](const std::string& path) {
