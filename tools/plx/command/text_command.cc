@@ -9,6 +9,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "base/component.h"
 #include "command/sink.h"
 #include "datetime/datetime_text.h"
 #include "datetime/number_text.h"
