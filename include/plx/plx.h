@@ -87,13 +87,17 @@ typedef struct {
  *   Pelmor:datetime:ICUError          ICU failed
  *   Pelmor:host:...                   the module could not be loaded, memory ran out */
 typedef struct {
+  /* One of the above. */
   char identifier[128];
-  char message[1024]; /* one or two sentences: what was wrong, and what is accepted */
-  size_t index;   /* of the first wrong element, in the order of elements: the last dimension varies
-                         fastest, whatever the strides and threads */
-  size_t done;    /* how many elements before it were set: all of them; with PLX_NO_INDEX the
-                         elements before `done` */
-  size_t setting; /* during which of several settings, counted from 0 */
+  /* One or two sentences: what was wrong, and what is accepted. */
+  char message[1024];
+  /* Of the first wrong element, in the order of elements: the last dimension varies fastest, whatever the
+   * strides and threads. */
+  size_t index;
+  /* How many elements before it were set: all of them; with PLX_NO_INDEX the elements before `done`. */
+  size_t done;
+  /* During which of several settings, counted from 0. */
+  size_t setting;
 } plxError;
 
 /* ---- Setting and reading ---- */
@@ -140,25 +144,32 @@ enum {
 /* All zero: the defaults. */
 typedef struct {
   size_t size; /* sizeof(plxOptions): later versions add to the end */
-  const char*
-      zone; /* null or "": none. Else "UTC", "UTCLeapSeconds", "local", an identifier such as
-                       "Europe/Paris", or an offset such as "+05:30" */
+  /* Null or "": none. Else "UTC", "UTCLeapSeconds", "local", an identifier such as "Europe/Paris", or an
+   * offset such as "+05:30". */
+  const char* zone;
+  /* Which of two instants is meant where clocks show a time twice. */
   plxFold fold;
+  /* What becomes of a time that clocks skip. */
   plxGap gap;
-  uint8_t*
-      findings; /* null, or a byte for each element, of which the bits of what became of it are written */
-  const ptrdiff_t* findingStrides; /* null: in the order of elements */
-  unsigned refused;                /* bits of findings that are errors */
-  const uint8_t*
-      where; /* null, or a byte for each element: those of 0 are not read, never an error, and
-                           their results not written */
+  /* Null, or a byte for each element, of which the bits of what became of it are written. */
+  uint8_t* findings;
+  /* Null: in the order of elements. */
+  const ptrdiff_t* findingStrides;
+  /* Bits of findings that are errors. */
+  unsigned refused;
+  /* Null, or a byte for each element: those of 0 are not read, never an error, and their results not written. */
+  const uint8_t* where;
+  /* Null: in the order of elements. */
   const ptrdiff_t* whereStrides;
-  unsigned threads; /* how many work; 0 and 1: the one that calls. Small arrays take fewer */
+  /* How many work; 0 and 1: the one that calls. Small arrays take fewer. */
+  unsigned threads;
   /* Null, or called now and then, by the calling thread: so many elements of all are set. Another
    * result than 0 stops; the elements before `error.done` are set then. */
   int (*progress)(void* context, size_t done, size_t all);
+  /* Handed to `progress`. */
   void* context;
-  unsigned* notes; /* null, or where bits are written of what is worth telling */
+  /* Null, or where bits are written of what is worth telling. */
+  unsigned* notes;
 } plxOptions;
 
 /* Sets components of all datetimes, one after the other, each as a call of its own would. `results` has
@@ -189,6 +200,7 @@ PLX_API int plxConvert(const plxArray* datetimes, const plxOptions* options,
 
 /* ---- Telling ---- */
 
+/* How a text is marked up. */
 typedef enum {
   plxPLAIN_TEXT = 0, /* lines of at most 80 columns, as `plx explain` prints them */
   plxCOLOURED_TEXT,  /* the same with the escapes of a terminal */
@@ -234,6 +246,7 @@ typedef struct {
   const char* lastLeapSecond; /* the last that is known: "2012-06-30T23:59:60Z" */
 } plxVersionTexts;
 
+/* Tells what is at work; loads the module where it has not been. */
 PLX_API int plxVersions(plxVersionTexts* versions, plxError* error);
 
 /* Loads the module, which the first call that needs it would do otherwise. Null for the path is the file of
