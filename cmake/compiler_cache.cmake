@@ -2,7 +2,8 @@
 # build/compiler_cache, whichever preset it was compiled for.
 find_program(PLX_CCACHE ccache)
 cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${PROJECT_BINARY_DIR}" plx_built_inside)
-if(PLX_CCACHE AND plx_built_inside AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+# A launcher that somebody has set stays.
+if(PLX_CCACHE AND plx_built_inside AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(launcher ${CMAKE_COMMAND} -E env
     CCACHE_DIR=${PROJECT_SOURCE_DIR}/build/compiler_cache CCACHE_MAXSIZE=1G
     # Paths count from the folder of the build, so that those of two presets are the same.
