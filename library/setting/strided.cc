@@ -79,6 +79,7 @@ void Strided::forRuns(std::size_t start, std::size_t count, Run run) const {
 }
 
 void Strided::gather(std::size_t start, std::size_t count, char* to) const {
+  if (count == 0) return;  // an empty array may have no memory at all
   if (isContiguous_) {
     std::memcpy(to, data_ + start * bytes_, count * bytes_);
     return;
@@ -91,6 +92,7 @@ void Strided::gather(std::size_t start, std::size_t count, char* to) const {
 }
 
 void Strided::scatter(std::size_t start, std::size_t count, const char* from) const {
+  if (count == 0) return;
   if (isContiguous_) {
     std::memcpy(data_ + start * bytes_, from, count * bytes_);
     return;
