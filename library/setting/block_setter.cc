@@ -174,7 +174,7 @@ void BlockSetter::readPairs(std::size_t start, std::size_t count) {
     if (job_.datetimes.type.isSwapped()) {
       swapEach(count, from, reinterpret_cast<char*>(to));
     } else {
-      std::memcpy(to, from, count * 8);
+      std::copy_n(from, count * 8, reinterpret_cast<char*>(to));
     }
   }
   if (where_ == nullptr) return;
