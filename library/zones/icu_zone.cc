@@ -147,6 +147,14 @@ std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& 
   if (all.empty()) {
     // ICU lists no changes at all where the rule's are the first ones.
     listSteps(*file.rule, startOfYear(kFirstYear), startOfYear(year), all);
+    if (all.empty()) {
+      // Saving begins at the second at which it ends, and so holds all year.
+      const std::int64_t begin = startOfYear(kFirstYear);
+      final.reset();
+      all.push_back({begin, typeOf(*file.rule, file.rule->offsetAt(begin))});
+      listToTheEnd(*file.rule, all);
+      return all;
+    }
   } else {
     all.resize(countBeforeRule(file));
     const std::int64_t last = all.back().second;

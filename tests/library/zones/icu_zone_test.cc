@@ -126,6 +126,19 @@ TEST(IcuZone, ListsARuleWithAStepAsTheYearBegins) {
   }
 }
 
+// Saving that begins as it ends is no step, and no year has one.
+TEST(IcuZone, SavingAllYearIsOneOffset) {
+  const IcuZone zone = converted(zoneFile(-3 * kHour, {}, "XXX3EDT4,0/0,J365/23"));
+  EXPECT_FALSE(zone.final);
+  for (const std::int64_t second :
+       {std::int64_t{-5364662400}, std::int64_t{0}, std::int64_t{1704067200}}) {
+    std::size_t type = 0;
+    for (const auto& change : zone.changes)
+      if (change.second <= second) type = change.type;
+    EXPECT_EQ(zone.types[type].raw + zone.types[type].saving, -4 * kHour) << second;
+  }
+}
+
 // However long ago a rule began.
 TEST(IcuZone, RulesAreListedFromTheYearBefore1800On) {
   Cases cases(2);
