@@ -6,7 +6,7 @@
 /* A selector of the module, as its number. */
 typedef enum paComponent {
   paYEAR = 3,
-  paQUARTER = 6,       /* the month of it and the day of the month are kept */
+  paQUARTER = 6,       /* to its first month; the day of the month is kept, and carries */
   paMONTH = 7,         /* January is 1 */
   paWEEK_OF_YEAR = 9,  /* weeks begin on Sunday */
   paDAY_OF_MONTH = 11, /* 12 is the same */
