@@ -102,6 +102,9 @@ def _read_array(x):
             f"x: a {type(x).__name__} of {library}; import plx.{library} and write x.plx.set(...), "
             "or give x.to_numpy()"
         )
+    if library in ("dask", "dask_expr"):
+        write = "plx.dask.set(x, ...)" if hasattr(x, "chunks") else "x.plx.set(...)"
+        raise TypeError(f"x: {type(x).__name__} of dask; import plx.dask and write {write}, or give x.compute()")
     if isinstance(x, (bool, int)):
         raise TypeError("x: an int is no datetime; accepted: np.datetime64(x, 'ms'), or float(x) for milliseconds")
     return np.asarray(x), None

@@ -96,7 +96,7 @@ for _one in _COMPONENTS:
 _SELECTORS[12] = _SELECTORS["day"]
 
 
-def _selector(component):
+def selector(component):
     try:
         return _SELECTORS[component]
     except (KeyError, TypeError):
@@ -231,7 +231,7 @@ def set(x, component, value, *, zone=None, out=None, fold="later", gap="shift", 
 
 
 def _set_any(x, component, value, zone, out, fold, gap, check, threads):
-    component = _selector(component)
+    component = selector(component)
     fold, gap = _option("fold", _FOLDS, fold), _option("gap", _GAPS, gap)
     if check not in _CHECKS:
         raise library_error("InvalidArgument", f"check: {check!r}; accepted: None, 'raise', 'nat', 'mask'")
@@ -288,7 +288,7 @@ def get(x, component, *, zone=None, threads=1):
     >>> plx.get(t, 'hour', zone='Asia/Kolkata')
     array([14., nan])
     """
-    component = _selector(component)
+    component = selector(component)
     threads = _thread_count(threads)
     zone = zone_text(zone)
     x = read(x)
@@ -407,7 +407,7 @@ def explain(x, component, value, *, zone=None, fold="later", gap="shift"):
       month, which stays 31, carries over into the month after.
     ...
     """
-    component = _selector(component)
+    component = selector(component)
     fold, gap = _option("fold", _FOLDS, fold), _option("gap", _GAPS, gap)
     zone = zone_text(zone)
     x = read(x)

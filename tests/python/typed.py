@@ -7,6 +7,7 @@ import numpy as np
 import numpy.typing as npt
 
 import plx
+import plx.dask
 import plx.pandas
 import plx.xarray
 
@@ -35,6 +36,7 @@ def others() -> None:
     assert_type(plx.components()[0].takes_fractions, bool)
     assert_type(plx.zones("paris"), list[str])
     assert_type(plx.versions().rules, str)
+    assert_type(plx.dask.check(), dict[str, plx.dask.Identity])
     try:
         pass
     except plx.NotWhole as error:
@@ -45,3 +47,4 @@ def wrong(t: Datetimes) -> Any:
     plx.set(t, "day", 1, fold="latest")  # type: ignore[call-overload]
     plx.set(t, "day", 1, zone=3)  # type: ignore[call-overload]
     plx.set(t, 1.5, 1)  # type: ignore[call-overload]
+    plx.dask.set(t, "day", 1, check="masks")  # type: ignore[arg-type]

@@ -1,0 +1,164 @@
+"""What Dask's workers run: a block of an array, a partition of a Series. An array's block needs neither Dask nor pandas,
+which are not imported for it."""
+
+import functools
+import hashlib
+import os
+from typing import NamedTuple
+
+import numpy as np
+
+from ._errors import Error
+from ._functions import get, set, versions
+
+
+class Identity(NamedTuple):
+    """What results depend on, as texts. Where two processes agree in it, they give the same bits."""
+
+    plx: str
+    module: str
+    icu: str
+    rules: str
+
+
+@functools.cache
+def identity():
+    """That of this process; the rules that a process has in use never change."""
+    used = versions()
+    rules = f"{used.rules}, {used.rules_from}"
+    if os.path.isdir(used.rules_from):
+        # Releases are names: what is in the files decides. The folder may be another one elsewhere.
+        rules = f"{used.rules}, {_digest(os.path.join(used.rules_from, 'zoneinfo64.res'))}"
+    return Identity(used.plx, _digest(used.module), used.icu, rules)
+
+
+def _digest(path):
+    try:
+        with open(path, "rb") as file:
+            return hashlib.sha256(file.read()).hexdigest()[:16]
+    except OSError as error:
+        return f"unreadable: {error}"
+
+
+class WorkersDiffer(RuntimeError):
+    """A worker has another plx, module, ICU or other time-zone rules than the caller: it could give other results."""
+
+    __module__ = "plx.dask"
+
+
+def require(caller):
+    """Refuses to work for a caller whose results could be others."""
+    ours = identity()
+    if ours != caller:
+        raise WorkersDiffer(f"this worker and the caller differ: {differences(ours, caller)}")
+
+
+def differences(worker, caller):
+    return "; ".join(
+        f"{name}: {theirs} on the worker, {ours} at the caller"
+        for name, theirs, ours in zip(Identity._fields, worker, caller)
+        if theirs != ours
+    )
+
+
+def moved(error, index, where):
+    """An error that tells of the same element by another index."""
+    message = str(error).removeprefix(f"element {error.index}: ")
+    return type(error)(f"{where}: {message}", identifier=error.identifier, index=index)
+
+
+# ------------------------------------------------------------------------------------ blocks of arrays
+
+
+class Places:
+    """To Dask an array, each of whose blocks is a tuple: where the block begins in the whole."""
+
+    dtype = np.dtype(object)
+
+    def __init__(self, shape):
+        self.shape = shape
+        self.ndim = len(shape)
+
+    def __getitem__(self, slices):
+        return tuple(one.start for one in slices)
+
+
+def set_block(*blocks, pair, caller, component, **options):
+    """Sets a component in a block. `blocks`: the datetimes, two where they are a `pair`; values; and where the block
+    begins, or None."""
+    require(caller)
+    *x, value, begin = blocks
+    try:
+        results = set(tuple(x) if pair else x[0], component, value, **options)
+    except Error as error:
+        raise _in_whole(error, begin) from None
+    # Flat: results, of a pair two, and what `check` marks.
+    if options["check"] == "mask":
+        return (*results[0], results[1]) if pair else results
+    return results
+
+
+def get_block(*blocks, pair, caller, component, **options):
+    """Reads a component in a block, as `set_block` sets it."""
+    require(caller)
+    *x, begin = blocks
+    try:
+        return get(tuple(x) if pair else x[0], component, **options)
+    except Error as error:
+        raise _in_whole(error, begin) from None
+
+
+def part(results, number):
+    return results[number]
+
+
+def _in_whole(error, begin):
+    if error.index is None or error.index == ():
+        return error
+    if begin is None:
+        return moved(error, None, f"element {error.index} of a chunk: Dask does not know the lengths of those before it")
+    index = error.index if isinstance(error.index, tuple) else (error.index,)
+    whole = tuple(start + place for start, place in zip(begin, index))
+    whole = whole if len(whole) > 1 else whole[0]
+    return moved(error, whole, f"element {whole}")
+
+
+# ------------------------------------------------------------------------------- partitions of a Series
+
+
+def set_partition(series, value, *, caller, component, partition_info=None, **options):
+    """Sets a component in a partition; with ``check="mask"`` a DataFrame of two columns."""
+    accessor = _accessor(series, caller)
+    try:
+        results = accessor.set(component, value, **options)
+    except Error as error:
+        raise _in_partition(error, series, partition_info) from None
+    return columns(*results) if options["check"] == "mask" else results
+
+
+def columns(results, otherwise):
+    return results.to_frame("results").assign(otherwise=otherwise)
+
+
+def get_partition(series, *, caller, component, threads, partition_info=None):
+    """Reads a component in a partition."""
+    accessor = _accessor(series, caller)
+    try:
+        return accessor.get(component, threads=threads)
+    except Error as error:
+        raise _in_partition(error, series, partition_info) from None
+
+
+def _accessor(series, caller):
+    from .pandas import DatetimeAccessor
+
+    require(caller)
+    return DatetimeAccessor(series)
+
+
+def _in_partition(error, series, partition_info):
+    """How long the partitions before are is not known: the index is that of the partition and the place in it."""
+    if error.index is None or partition_info is None:
+        return error
+    index = (partition_info["number"], error.index)
+    return moved(error, index, f"element {index}, partition and place, with the label {series.index[error.index]!r}")

@@ -1,0 +1,379 @@
+"""Dask's arrays and Series, without a cluster: equal bits in chunks of any size, checks as the graph is built, tokens."""
+
+import itertools
+import os
+import subprocess
+import sys
+import warnings
+
+import numpy as np
+import pytest
+
+da = pytest.importorskip("dask.array", reason="python3-dask is missing")
+# Debian 13's Dask says so without a package that Debian 13 has not.
+warnings.filterwarnings("ignore", r"\s*Dask dataframe query planning", FutureWarning)
+
+import dask
+import dask.dataframe as dd
+import pandas as pd
+
+import plx
+import plx.dask
+import plx.pandas
+from support import COMPONENTS, WHOLE, Cases, random_datetimes, same_bits
+
+ZONES = [None, "UTC", "UTCLeapSeconds", "America/New_York", "+05:30"]
+DTYPES = ["M8[ns]", "M8[s]", "complex128"]
+COUNT = 5000
+# Uneven with empty ones among them, and larger than a block that the library works on at once.
+CHUNKS = [1, 7, 4096, ((0, 3, 1700, 0, 41, COUNT - 1744, 0),)]
+
+
+@pytest.fixture(autouse=True)
+def one_after_the_other():
+    with dask.config.set(scheduler="synchronous"):
+        yield
+
+
+def moments(dtype, count=COUNT, seed=1):
+    t = random_datetimes(count, "ns", seed=seed, last="2012-12-31")
+    if dtype == "complex128":
+        high, low = plx.split(t)
+        return high + 1j * low
+    t = t.astype(dtype)
+    t[::97] = "NaT"
+    return t
+
+
+def chunked(t, chunks):
+    # Of small chunks a few: a task takes Dask longer than its element.
+    return da.from_array(t[: 30 * chunks] if chunks in (1, 7) else t, chunks=chunks)
+
+
+def values(component, count, number):
+    """One for all, NumPy's, Dask's in other chunks, in turns."""
+    allowed = np.array(COMPONENTS[component])
+    each = allowed[np.arange(count) * 7 % len(allowed)]
+    return [allowed[len(allowed) // 2], each, da.from_array(each, chunks=max(1, count // 3))][number % 3]
+
+
+def in_memory(value):
+    return value.compute() if isinstance(value, da.Array) else value
+
+
+def test_the_bytes_of_one_call():
+    with Cases((4 if WHOLE else 1) * len(COMPONENTS) * len(ZONES) * len(DTYPES)) as cases:
+        kinds = itertools.product(COMPONENTS, ZONES, DTYPES)
+        for number, (component, zone, dtype) in enumerate(kinds):
+            t = moments(dtype)
+            # Of chunk sizes and kinds of values each combination comes in turn.
+            for chunks in CHUNKS if WHOLE else [CHUNKS[number % 4]]:
+                x = chunked(t, chunks)
+                value = values(component, x.size, number)
+                results = plx.dask.set(x, component, value, zone=zone)
+                assert results.chunks == x.chunks and results.dtype == x.dtype
+                expected = plx.set(t[: x.size], component, in_memory(value), zone=zone)
+                assert same_bits(results.compute(), expected), (component, zone, dtype, chunks)
+                read = plx.dask.get(results, component, zone=zone)
+                assert same_bits(read.compute(), plx.get(expected, component, zone=zone))
+                cases.add()
+
+
+def test_the_bytes_of_the_command_line(tmp_path):
+    arguments = {"year": "2008", "day": "31", "day_of_week": "2", "hour": "9"}
+    kinds = list(itertools.product(COMPONENTS if WHOLE else arguments, ZONES, DTYPES))
+    with Cases(len(kinds) if WHOLE else 10) as cases:
+        for component, zone, dtype in kinds if WHOLE else kinds[::6]:
+            value = arguments.get(component, "1")
+            np.save(tmp_path / "x.npy", moments(dtype))
+            zoned = [] if zone is None else ["--zone", zone]
+            subprocess.run(
+                [os.environ["PLX_PROGRAM"], "set", component.replace("_", "-"), value, *zoned, "x.npy", "-o", "y.npy"],
+                cwd=tmp_path, check=True, capture_output=True,
+            )  # fmt: skip
+            x = da.from_array(np.load(tmp_path / "x.npy", mmap_mode="r"), chunks=1733)
+            results = plx.dask.set(x, component, int(value), zone=zone)
+            assert same_bits(results.compute(), np.load(tmp_path / "y.npy")), (component, zone, dtype)
+            cases.add()
+
+
+def test_schedulers_agree():
+    t = moments("M8[s]")
+    expected = plx.set(t, "hour", 9, zone="America/New_York")
+    results = plx.dask.set(da.from_array(t, chunks=1000), "hour", 9, zone="America/New_York")
+    with Cases(3) as cases:
+        for scheduler in ("synchronous", "threads", "processes"):
+            with dask.config.set({"multiprocessing.context": "spawn", "num_workers": 2}):
+                assert same_bits(results.compute(scheduler=scheduler), expected), scheduler
+            cases.add()
+
+
+def test_other_shapes_and_kinds():
+    t = moments("M8[s]").reshape(50, 100)
+    x = da.from_array(t, chunks=(7, 33))
+    days = np.arange(50)[:, None] % 28
+    with Cases(9) as cases:
+        for value, given in [
+            (days, days),
+            (days[None], days[None]),
+            (da.from_array(days, chunks=(50, 1)), days),
+            (np.arange(100), np.arange(100)),
+            (da.from_array(np.arange(5000).reshape(50, 100), chunks=(50, 1)), np.arange(5000).reshape(50, 100)),
+            (np.int8(3), 3),
+            (da.from_array(np.array(3), chunks=()), 3),
+            ("last", "last"),
+            ([[2.0]], 2),
+        ]:
+            assert same_bits(plx.dask.set(x, "day", value).compute(), plx.set(t, "day", given))
+            cases.add()
+    one = da.from_array(t[0, 1], chunks=())
+    assert plx.dask.set(one, "day", 2).compute() == plx.set(t[0, 1], "day", 2)
+    none = da.from_array(t[:0], chunks=(1, 50))
+    assert same_bits(plx.dask.set(none, "day", 2).compute(), t[:0])
+    big = da.from_array(t.astype(">M8[s]"), chunks=9)
+    assert plx.dask.set(big, "day", 2).dtype == big.dtype == plx.dask.set(big, "day", 2).compute().dtype
+    high, low = (da.from_array(part, chunks=chunks) for part, chunks in zip(plx.split(t), (9, 20)))
+    results = dask.compute(*plx.dask.set((high, low), "day", days))
+    assert all(map(same_bits, results, plx.set(plx.split(t), "day", days)))
+    assert same_bits(plx.dask.get((high, low), "day").compute(), plx.get(t, "day"))
+
+
+def test_masked_arrays():
+    t = moments("M8[s]")
+    mask = np.arange(COUNT) % 3 == 0
+    x = da.ma.masked_array(da.from_array(t, chunks=700), mask=da.from_array(mask, chunks=700))
+    results = plx.dask.set(x, "day", np.where(mask, 1.5, 1.0)).compute()
+    assert (np.ma.getmaskarray(results) == mask).all() and same_bits(results.data[~mask], plx.set(t[~mask], "day", 1))
+    days = np.ma.array(np.where(mask, 1.5, 1.0), mask=mask)
+    given = da.from_array(t, chunks=700)
+    results = plx.dask.set(given, "day", days)
+    assert (np.ma.getmaskarray(results.compute()) == mask).all()
+    other = np.ma.array(days.data, mask=mask | (np.arange(COUNT) == 1))
+    assert plx.dask.set(given, "day", other).name != results.name
+
+
+def test_marks_beside_results():
+    t = moments("M8[s]")
+    x = da.from_array(t, chunks=700)
+    results, marks = dask.compute(*plx.dask.set(x, "day", 31, check="mask"))
+    expected = plx.set(t, "day", 31, check="mask")
+    assert same_bits(results, expected[0]) and same_bits(marks, expected[1]) and marks.any()
+    pair = tuple(da.from_array(part, chunks=700) for part in plx.split(t))
+    (high, low), marks = plx.dask.set(pair, "day", 31, check="mask")
+    assert marks.dtype == bool and same_bits(marks.compute(), expected[1])
+    assert all(map(same_bits, dask.compute(high, low), plx.split(expected[0])))
+    assert same_bits(plx.dask.set(x, "day", 31, check="nat").compute(), plx.set(t, "day", 31, check="nat"))
+
+
+def test_what_is_wrong_with_a_call_shows_at_once():
+    x = da.from_array(moments("M8[s]"), chunks=700)
+    with Cases(12) as cases:
+        for call, kind, text in [
+            (lambda: plx.dask.set(x, "dday", 1), plx.Error, "component: 'dday'"),
+            (lambda: plx.dask.set(x, "day", 1, zone="Europe/Pariss"), plx.UnknownZone, "Pariss"),
+            (lambda: plx.dask.set(x, "day", 1, fold="latest"), plx.Error, "fold: 'latest'"),
+            (lambda: plx.dask.set(x, "day", "feb"), plx.Error, "not a number"),
+            (lambda: plx.dask.set(x, "day", x), TypeError, "value: elements of datetime64"),
+            (lambda: plx.dask.set(x, "day", True), TypeError, "value: True"),
+            (lambda: plx.dask.set(x, "day", 2**70), plx.OutOfRange, "more than 64 bits"),
+            (lambda: plx.dask.set(x, "day", np.arange(3)), plx.Error, r"value: of shape \(3,\)"),
+            (lambda: plx.dask.set(x.astype("i8"), "day", 1), TypeError, "elements of int64 are no datetimes"),
+            (lambda: plx.dask.set(moments("M8[s]"), "day", 1), TypeError, "accepted: arrays of Dask; plx.set takes others"),
+            (lambda: plx.dask.get(x, "day", zone="Europe/Pariss"), plx.UnknownZone, "Pariss"),
+            (lambda: plx.set(x, "day", 1), TypeError, r"import plx.dask and write plx.dask.set\(x, ...\)"),
+        ]:
+            with pytest.raises(kind, match=text):
+                call()
+            cases.add()
+
+
+def test_graphs_are_built_without_work(monkeypatch):
+    sizes = []
+    for name in ("set", "get"):
+        work = getattr(plx._plx, name)
+
+        def counted(x, *others, work=work):
+            sizes.append(x.size)
+            return work(x, *others)
+
+        monkeypatch.setattr(plx._plx, name, counted)
+    x = da.from_array(moments("M8[s]"), chunks=700)
+    series = dd.from_pandas(pd.Series(moments("M8[ns]")), npartitions=3)
+    results = [
+        plx.dask.set(x, "day", np.arange(COUNT) % 28, check="mask")[0],
+        plx.dask.set(x.reshape(50, 100), "hour", 3, zone="local"),
+        plx.dask.get(x, "day"),
+        series.plx.set("day", 1),
+        series.plx.set("day", series.plx.get("hour"), check="mask")[0],
+    ]
+    # `local` is found out with the help of an explanation, which sets through another function.
+    assert len(sizes) >= 5 and set(sizes) == {0}
+    dask.compute(*results)
+    assert sum(sizes) >= 5 * COUNT
+
+
+def test_an_error_has_its_index_in_the_whole():
+    t = moments("complex128")
+    days = np.ones(COUNT)
+    days[4321] = 1.5
+    with Cases(4) as cases:
+        for chunks in (100, 4096, COUNT, CHUNKS[3]):
+            with pytest.raises(plx.NotWhole) as raised:
+                plx.dask.set(da.from_array(t, chunks=chunks), "day", days).compute()
+            with pytest.raises(plx.NotWhole) as alone:
+                plx.set(t, "day", days)
+            assert str(raised.value) == str(alone.value) and vars(raised.value) == vars(alone.value)
+            cases.add()
+    x = da.from_array(t.reshape(50, 100), chunks=(7, 33))
+    with pytest.raises(plx.NotWhole, match=r"^element \(43, 21\): not a whole") as raised:
+        plx.dask.set(x, "day", days.reshape(50, 100)).compute()
+    assert raised.value.index == (43, 21)
+    wrong = t.copy()
+    wrong[4000] = complex(0, np.inf)
+    with pytest.raises(plx.Error, match="^element 4000: ") as raised:
+        plx.dask.get(da.from_array(wrong, chunks=100), "day").compute()
+    assert raised.value.index == 4000
+
+
+def test_chunks_of_lengths_that_are_not_known():
+    t = moments("M8[s]")
+    t[::97] = 0
+    x = da.from_array(t, chunks=700)
+    known = t.astype("i8") % 2 == 0
+    some = x[da.from_array(known, chunks=700)]
+    assert same_bits(plx.dask.set(some, "day", 1).compute(), plx.set(t[known], "day", 1))
+    days = plx.dask.get(some, "day")
+    assert same_bits(plx.dask.set(some, "day", days).compute(), t[known])
+    with pytest.raises(plx.Error, match="compute_chunk_sizes"):
+        plx.dask.set(some, "day", np.arange(known.sum()))
+    with pytest.raises(plx.NotWhole, match="^element 1 of a chunk: Dask does not know") as raised:
+        plx.dask.set(some, "day", da.where(some == t[known][1], 1.5, 1)).compute()
+    assert raised.value.index is None
+
+
+def test_tokens():
+    t = moments("M8[s]")
+    names = {}
+    zoned = dict(zone="America/New_York")
+    with Cases(11) as cases:
+        for arguments, options in [
+            (("day", 1), {}),
+            (("day", 2), {}),
+            (("day", "last"), {}),
+            (("day", np.arange(COUNT)), {}),
+            (("day", np.arange(COUNT) + 1), {}),
+            (("hour", 1), {}),
+            (("hour", 1), zoned),
+            (("hour", 1), {**zoned, "fold": "same"}),
+            (("hour", 1), {**zoned, "gap": "end"}),
+            (("hour", 1), {**zoned, "check": "nat"}),
+            (("hour", 1), {"zone": "Asia/Tokyo"}),
+        ]:
+            made = {plx.dask.set(da.from_array(t, chunks=700), *arguments, **options).name for _ in range(2)}
+            assert len(made) == 1
+            names[made.pop()] = None
+            cases.add()
+    assert len(names) == 11
+    x = da.from_array(t, chunks=700)
+    assert plx.dask.set(x, "day_of_year", 1).name == plx.dask.set(x, "day-of-year", 1).name
+    series = dd.from_pandas(pd.Series(moments("M8[ns]")), npartitions=3)
+    made = [series.plx.set("day", 1), series.plx.set("day", 1), series.plx.set("day", 2), series.plx.get("day")]
+    assert len({one._name for one in made}) == 3
+    # The same in another process, as clients of one scheduler are.
+    code = (
+        "import numpy as np, plx.dask, dask.array as da\n"
+        "print(plx.dask.set(da.from_array(np.arange(9).view('M8[s]'), chunks=2), 'hour', 1, zone='Asia/Tokyo').name)"
+    )
+    there = subprocess.run([sys.executable, "-W", "ignore", "-c", code], capture_output=True, text=True, check=True)
+    here = plx.dask.set(da.from_array(np.arange(9).view("M8[s]"), chunks=2), "hour", 1, zone="Asia/Tokyo").name
+    assert there.stdout.strip() == here
+
+
+def test_a_block_takes_one_task():
+    x = da.ones(10_000, chunks=100).astype("M8[s]")
+    results = plx.dask.set(plx.dask.set(x, "hour", 1), "minute", 2)
+    assert len(dask.optimize(results)[0].dask) == x.npartitions == 100
+
+
+def test_local_is_the_clock_of_the_caller(monkeypatch):
+    t = moments("M8[s]")
+    monkeypatch.setenv("TZ", "Europe/Paris")
+    results = plx.dask.set(da.from_array(t, chunks=700), "hour", 3, zone="local")
+    monkeypatch.setenv("TZ", "Asia/Tokyo")
+    assert same_bits(results.compute(), plx.set(t, "hour", 3, zone="Europe/Paris"))
+    for text, zone in (("<+03>-3", "+03:00"), ("UTC", "Etc/UTC")):
+        monkeypatch.setenv("TZ", text)
+        results = plx.dask.set(da.from_array(t, chunks=700), "day_of_week", 3, zone="Local")
+        assert same_bits(results.compute(), plx.set(t, "day_of_week", 3, zone=zone))
+
+
+# ------------------------------------------------------------------------------------------------ Series
+
+
+@pytest.mark.parametrize("zone", [None, "America/New_York"])
+def test_series(zone):
+    s = pd.Series(moments("M8[ns]", 500), name="seen", index=np.arange(500) * 2)
+    s = s.dt.tz_localize("UTC").dt.tz_convert(zone) if zone else s
+    lazy = dd.from_pandas(s, npartitions=4)
+    frame = dd.from_pandas(pd.DataFrame({"created": s, "day": np.arange(500) % 28}), npartitions=4)
+    days = pd.Series(np.arange(500) % 28, index=s.index)
+    expected = s.plx.set("day", days)
+    with Cases(9) as cases:
+        for results, eager in [
+            (lazy.plx.set("hour", 9), s.plx.set("hour", 9)),
+            (lazy.plx.set("hour", 9, fold="later", gap="end"), s.plx.set("hour", 9, fold="later", gap="end")),
+            (lazy.plx.get("day_of_year"), s.plx.get("day_of_year")),
+            (lazy.plx.set("day", days), expected),
+            (lazy.plx.set("day", days[::-1]), expected),
+            (lazy.plx.set("day", dd.from_pandas(days, npartitions=3)), expected),
+            (lazy.plx.set("day", da.from_array(days.to_numpy(), chunks=125)), expected),
+            (lazy.plx.set("day", days[:100]), s.plx.set("day", days[:100])),
+            (frame.assign(created=frame.created.plx.set("day", frame.day)).created, expected.rename("created")),
+        ]:
+            assert results.dtype == eager.dtype
+            pd.testing.assert_series_equal(results.compute(), eager)
+            cases.add()
+    for results, eager in zip(lazy.plx.set("day", 31, check="mask"), s.plx.set("day", 31, check="mask")):
+        pd.testing.assert_series_equal(results.compute(), eager)
+
+
+def test_series_say_what_is_wrong():
+    s = pd.Series(moments("M8[ns]", 100), index=np.arange(100) + 1000)
+    lazy = dd.from_pandas(s, npartitions=4)
+    with Cases(5) as cases:
+        for call, kind, text in [
+            (lambda: lazy.plx.set("dday", 1), plx.Error, "component: 'dday'"),
+            (lambda: lazy.plx.set("day", 1, zone="UTC"), TypeError, "localise them first"),
+            (lambda: lazy.plx.set("day", np.arange(100)), TypeError, "partitions whose lengths are not known"),
+            (lambda: plx.set(lazy, "day", 1), TypeError, r"import plx.dask and write x.plx.set"),
+            (lambda: plx.dask.set(lazy, "day", 1), TypeError, r"write x.plx.set"),
+        ]:
+            with pytest.raises(kind, match=text):
+                call()
+            cases.add()
+    days = pd.Series(np.where(np.arange(100) == 57, 1.5, 1), index=s.index)
+    with pytest.raises(plx.NotWhole, match="^element .2, 7., partition and place, with the label 1057: ") as raised:
+        lazy.plx.set("day", days).compute()
+    assert raised.value.index == (2, 7)
+
+
+# ------------------------------------------------------------------------------------------- what is asked
+
+
+def test_nothing_imports_dask_unasked():
+    code = """
+import sys
+def imported():
+    return {name for name in sys.modules if name.split(".")[0] in ("dask", "distributed")}
+import plx, plx.pandas, plx._blocks
+assert imported() == set(), imported()
+import xarray  # has some of Dask by itself
+before = imported()
+import plx.xarray
+assert imported() == before, imported() - before
+import plx.dask
+assert "dask.array" in imported() and "distributed" not in imported()
+print("done")
+"""
+    result = subprocess.run([sys.executable, "-W", "ignore", "-c", code], capture_output=True, text=True)
+    assert result.stdout == "done\n", result.stderr
