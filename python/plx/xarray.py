@@ -12,7 +12,6 @@ Nothing is computed before it is asked for where the data are chunked by Dask. x
 the datetimes are instants in UTC, as in `plx.set`.
 """
 
-import numpy as np
 import xarray as xr
 
 from . import _functions
@@ -42,10 +41,19 @@ class DataArrayAccessor:
             With the coordinates, attributes and name of this one; with ``check="mask"``, a second one of bool.
         """
         options = dict(component=component, zone=zone, fold=fold, gap=gap, check=check, threads=threads)
-        # What is wrong with the arguments shows now, not when the results are asked for.
-        _functions.set(np.empty(0, self._datetimes.dtype), component, 1, zone=zone, fold=fold, gap=gap, check=check)
-        outputs = [self._datetimes.dtype, np.dtype(bool)] if check == "mask" else [self._datetimes.dtype]
-        return self._apply(_set_block, value, options, outputs)
+        inputs = [self._datetimes]
+        if isinstance(value, xr.DataArray):
+            more = [dimension for dimension in value.dims if dimension not in self._datetimes.dims]
+            if more:
+                raise ValueError(f"value: has dimensions that the datetimes have not: {more}")
+            inputs.append(value)
+        else:
+            # Of the datetimes' shape, by position.
+            options["value"] = value
+        return xr.apply_ufunc(
+            _set, *inputs, kwargs=options, dask="allowed", join="left", keep_attrs=_first_attributes,
+            output_core_dims=[[]] * (2 if check == "mask" else 1),
+        )  # fmt: skip
 
     def get(self, component, *, zone=None, threads=1):
         """Reads one component of every datetime, as `plx.get`.
@@ -55,42 +63,38 @@ class DataArrayAccessor:
         DataArray
             Of float64, NaN for NaT.
         """
-        _functions.get(np.empty(0, self._datetimes.dtype), component, zone=zone)
         options = dict(component=component, zone=zone, threads=threads)
-        return xr.apply_ufunc(
-            _functions.get, self._datetimes, kwargs=options, dask="parallelized", output_dtypes=[np.float64],
-            keep_attrs=False,
-        )  # fmt: skip
+        return xr.apply_ufunc(_get, self._datetimes, kwargs=options, dask="allowed", keep_attrs=False)
 
     def explain(self, component, value, *, zone=None, fold="later", gap="shift"):
         """Explains what setting a component does to a single datetime, as `plx.explain`."""
         return _functions.explain(self._datetimes.to_numpy(), component, value, zone=zone, fold=fold, gap=gap)
-
-    def _apply(self, function, value, options, outputs):
-        inputs = [self._datetimes]
-        if isinstance(value, xr.DataArray):
-            more = [dimension for dimension in value.dims if dimension not in self._datetimes.dims]
-            if more:
-                raise ValueError(f"value: has dimensions that the datetimes have not: {more}")
-            inputs.append(value)
-        else:
-            if not isinstance(value, str) and np.ndim(value) > 0:
-                # Of the datetimes' shape, by position.
-                inputs.append(self._datetimes.copy(data=np.broadcast_to(value, self._datetimes.shape)))
-            else:
-                options["value"] = value
-        return xr.apply_ufunc(
-            function, *inputs, kwargs=options, dask="parallelized", output_dtypes=outputs,
-            output_core_dims=[[]] * len(outputs), join="left", keep_attrs=_first_attributes,
-        )  # fmt: skip
 
 
 def _first_attributes(attributes, context=None):
     return dict(attributes[0])
 
 
-def _set_block(datetimes, value, **options):
-    return _functions.set(datetimes, options.pop("component"), value, **options)
+def _set(datetimes, value, component, **options):
+    if not (_is_lazy(datetimes) or _is_lazy(value)):
+        return _functions.set(datetimes, component, value, **options)
+    from . import dask
+
+    if not _is_lazy(datetimes):
+        datetimes = dask.chunked_like(datetimes, value)
+    return dask.set(datetimes, component, value, **options)
+
+
+def _get(datetimes, component, **options):
+    if not _is_lazy(datetimes):
+        return _functions.get(datetimes, component, **options)
+    from . import dask
+
+    return dask.get(datetimes, component, **options)
+
+
+def _is_lazy(array):
+    return hasattr(array, "dask")
 
 
 xr.register_dataarray_accessor("plx")(DataArrayAccessor)

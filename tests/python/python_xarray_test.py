@@ -6,7 +6,7 @@ import xarray as xr
 
 import plx
 import plx.xarray
-from support import random_datetimes, same_bits
+from support import Cases, random_datetimes, same_bits
 
 T = random_datetimes(12, "ns").reshape(3, 4)
 
@@ -68,10 +68,37 @@ def test_other_kinds_and_refusals():
 
 
 def test_lazy_where_the_data_are():
-    pytest.importorskip("dask.array")
-    da = array().chunk({"station": 1})
-    result = da.plx.set("day", xr.DataArray([5, 6, 7], dims="station"), zone="Europe/Paris")
-    assert result.chunks == da.chunks and result.dtype == da.dtype
-    assert same_bits(result.values, plx.set(T, "day", [[5], [6], [7]], zone="Europe/Paris"))
+    dask_array = pytest.importorskip("dask.array", reason="python3-dask is missing")
+    da = array().chunk({"station": 1, "day": 3})
+    by_station = xr.DataArray([5, 6, 7], dims="station")
+    whole = np.arange(12).reshape(3, 4)
+    with Cases(8) as cases:
+        for datetimes, value, expected in [
+            (da, 5, 5),
+            (da, "last", "last"),
+            (da, whole, whole),
+            (da, dask_array.from_array(whole, chunks=2), whole),
+            (da, by_station, [[5], [6], [7]]),
+            (da, by_station.chunk({"station": 2}), [[5], [6], [7]]),
+            (da, xr.DataArray(whole.T, dims=("day", "station")), whole),
+            (array(), xr.DataArray(whole, dims=("station", "day")).chunk({"day": 3}), whole),
+        ]:
+            result = datetimes.plx.set("day", value, zone="Europe/Paris")
+            assert isinstance(result.data, dask_array.Array) and result.dtype == da.dtype
+            assert result.chunks == (datetimes.chunks or ((3,), (3, 1)))
+            assert result.attrs == da.attrs and result.name == "seen" and set(result.coords) == set(da.coords)
+            assert same_bits(result.values, plx.set(T, "day", expected, zone="Europe/Paris"))
+            cases.add()
+    read = da.plx.get("hour")
+    assert read.chunks == da.chunks and np.array_equal(read.values, plx.get(T, "hour")) and read.attrs == {}
+    result, otherwise = da.plx.set("day", 31, check="mask")
+    expected = plx.set(T, "day", 31, check="mask")
+    assert otherwise.chunks == da.chunks and same_bits(otherwise.values, expected[1])
+    assert same_bits(result.values, expected[0])
+    # What is wrong with the call shows now; an element's index is that in the whole.
     with pytest.raises(plx.UnknownZone):
         da.plx.set("day", 1, zone="Europe/Pariss")
+    wrong = da.plx.set("day", xr.DataArray([5, 6.5, 7], dims="station"))
+    with pytest.raises(plx.NotWhole, match=r"^element \(1, [03]\): ") as raised:
+        wrong.compute(scheduler="synchronous")
+    assert raised.value.index in ((1, 0), (1, 3))
