@@ -67,6 +67,14 @@ bool isSkipped(int128 wall, const std::optional<Transition>& change) {
   return change && change->isGap() && change->wallBefore() <= wall && wall < change->wallAfter();
 }
 
+bool isSecondOfTwo(const Stretch& stretch, int128 shown) {
+  return stretch.begin && !stretch.begin->isGap() && shown < stretch.begin->wallBefore();
+}
+
+bool isFirstOfTwo(const Stretch& stretch, int128 shown) {
+  return stretch.end && !stretch.end->isGap() && shown >= stretch.end->wallAfter();
+}
+
 std::string date(int128 wall) {
   std::string text;
   writeDatetime(text, {}, {floorDiv(wall, 86400).quotient * 86400}, "");
@@ -122,16 +130,42 @@ Finding Checker::check(const doubledouble& before, const doubledouble& after,
   finding.shifted = shown != finding.askedWall;
   for (const auto& change : {stretch.begin, stretch.end})
     if (finding.shifted && isSkipped(finding.askedWall, change)) finding.gap = change;
-  if (stretch.begin && !stretch.begin->isGap() && shown < stretch.begin->wallBefore()) {
+  if (isSecondOfTwo(stretch, shown)) {
     finding.overlap = stretch.begin;
     const int128 secondBefore = secondOf(before);
     finding.moved =
         secondBefore < stretch.begin->second && secondBefore + stretch.begin->before == shown;
+  } else if (isFirstOfTwo(stretch, shown)) {
+    finding.overlap = stretch.end;
+    finding.isFirst = true;
   }
   return finding;
 }
 
+std::optional<Transition> Checker::doubtOf(int128 wall, int128 second) const {
+  if (!zone_.isCalendar()) return std::nullopt;
+  const Stretch stretch = zone_.stretchAt(second);
+  for (const auto& change : {stretch.begin, stretch.end})
+    if (second + stretch.offset != wall && isSkipped(wall, change)) return change;
+  if (isSecondOfTwo(stretch, wall)) return stretch.begin;
+  return isFirstOfTwo(stretch, wall) ? stretch.end : std::nullopt;
+}
+
+std::string Checker::describeGap(int128 wall, const Transition& change) {
+  return fmt::format("{} is skipped on {}, when the clock goes {}", clockText(wall), date(wall),
+                     edges(change));
+}
+
+std::string Checker::describeOverlap(const Transition& change) {
+  return "as the clock goes back " + edges(change);
+}
+
 std::string Checker::describe(const Finding& finding, const doubledouble& after) const {
+  const std::string text = describe(finding);
+  return text.empty() ? text : text + ": " + datetime(after, zone_);
+}
+
+std::string Checker::describe(const Finding& finding) {
   std::string text;
   const auto tell = [&](const std::string& what) { text += (text.empty() ? "" : "; ") + what; };
   if (finding.noSuchDate) {
@@ -144,17 +178,17 @@ std::string Checker::describe(const Finding& finding, const doubledouble& after)
                      finding.carried->value));
   }
   if (finding.gap) {
-    tell(fmt::format("{} is skipped on {}, when the clock goes {}", clockText(finding.askedWall),
-                     date(finding.askedWall), edges(*finding.gap)));
+    tell(describeGap(finding.askedWall, *finding.gap));
   } else if (finding.shifted) {
     tell("one of the settings led to a time that a change of the clock skips");
   }
   if (finding.overlap) {
-    tell(fmt::format("this time comes twice, as the clock goes back {}, and {} second",
-                     edges(*finding.overlap),
-                     finding.moved ? "moved from the first to the" : "is the"));
+    tell(fmt::format("this time comes twice, {}, and {}", describeOverlap(*finding.overlap),
+                     finding.isFirst ? "is the first"
+                     : finding.moved ? "moved from the first to the second"
+                                     : "is the second"));
   }
-  return text.empty() ? text : text + ": " + datetime(after, zone_);
+  return text;
 }
 
 }  // namespace plx

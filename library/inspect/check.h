@@ -30,9 +30,10 @@ struct Finding {
   // another. Without a transition that happened on the way, in an earlier one of several settings.
   bool shifted = false;
   std::optional<Transition> gap;
-  // The result is the second of two instants that show the same wall time.
+  // The result is one of two instants that show the same wall time, the second if not the first.
   std::optional<Transition> overlap;
-  // And the datetime was the first of them before: nothing but the instant has moved.
+  bool isFirst = false;
+  // It is the second, and the datetime was the first before: nothing but the instant has moved.
   bool moved = false;
 
   // What was asked for, by arithmetic on what the clock showed before: seconds since
@@ -56,6 +57,17 @@ class Checker {
   // For messages, one line: "there is no 31 April 2014: 2014-05-01T08:30:00". Empty where nothing
   // was found.
   std::string describe(const Finding& finding, const doubledouble& after) const;
+  // The same without the result.
+  static std::string describe(const Finding& finding);
+
+  // The change of the clock that makes a wall time doubtful that was read as a second: a gap with it
+  // inside, or an overlap that shows it twice.
+  std::optional<Transition> doubtOf(int128 wall, int128 second) const;
+
+  // "02:30:00 is skipped on 2014-03-09, when the clock goes from 02:00:00 to 03:00:00".
+  static std::string describeGap(int128 wall, const Transition& change);
+  // "as the clock goes back from 02:00:00 to 01:00:00".
+  static std::string describeOverlap(const Transition& change);
 
  private:
   const Zone& zone_;

@@ -206,6 +206,7 @@ class Explanation {
           "The datetime lies inside an inserted second: setting starts from 23:59:59 of the same "
           "day, and the result is never inside one.");
     }
+    if (const auto change = doubt()) sentences.push_back(doubtful(*change));
     if (finding_.noSuchDate) sentences.push_back(noSuchDate());
     if (finding_.carried) sentences.push_back(carried());
     if (finding_.gap) sentences.push_back(gap());
@@ -213,6 +214,31 @@ class Explanation {
     out_ += '\n';
     if (sentences.empty()) return line("  The result is what was asked for.");
     for (const std::string& sentence : sentences) paragraph(sentence);
+  }
+
+  // Of the datetime as it was written.
+  std::optional<Transition> doubt() const {
+    if (!e_.wall) return std::nullopt;
+    return checker_.doubtOf(*e_.wall, secondOf(e_.before));
+  }
+
+  std::string doubtful(const Transition& change) const {
+    const std::string written = clockText(*e_.wall);
+    const int128 second = secondOf(e_.before);
+    if (change.isGap()) {
+      return fmt::format(
+          "The datetime is written as {}, which the clock skips: there it goes from {} straight to "
+          "{}. It is read as {}.",
+          written, edgeText(change, true), edgeText(change, false),
+          clockText(e_.zone.wallTime(second).seconds));
+    }
+    return fmt::format(
+        "The datetime is written as {}, which comes twice: the clock goes from {} back to {}. It "
+        "is "
+        "read as the {} one, with the offset {}.",
+        written, edgeText(change, true), edgeText(change, false),
+        second < change.second ? "first" : "second",
+        offset(second < change.second ? change.before : change.after));
   }
 
   std::string noSuchDate() const {
@@ -247,6 +273,10 @@ class Explanation {
         edgeText(change, false));
     const int length = change.after - change.before;
     const int128 shown = e_.zone.wallTime(secondOf(e_.after)).seconds;
+    if (shown == change.wallBefore() - 1)
+      return skipped + fmt::format("The result is the last second before, {}.", clockText(shown));
+    if (shown == change.wallAfter() && shown != finding_.askedWall + length)
+      return skipped + fmt::format("The result is the first second after, {}.", clockText(shown));
     if (shown != finding_.askedWall + length)
       return skipped + fmt::format("The result is {}.", clockText(shown));
     return skipped + fmt::format(
@@ -258,6 +288,14 @@ class Explanation {
 
   std::string overlap() const {
     const Transition& change = *finding_.overlap;
+    if (finding_.isFirst) {
+      return fmt::format(
+          "{} comes twice: the clock goes from {} back to {}. The result is the first one, with "
+          "the "
+          "offset {}.",
+          clockText(secondOf(e_.after) + change.before), edgeText(change, true),
+          edgeText(change, false), offset(change.before));
+    }
     std::string text = fmt::format(
         "{} comes twice: the clock goes from {} back to {}. A time that comes twice is read as the "
         "second one, with the offset {}.",

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "arith/doubledouble.h"
+#include "datetime/exact.h"
 #include "datetime/zone.h"
 #include "inspect/check.h"
 
@@ -16,6 +18,8 @@ struct Explained {
   std::string asked;           // the value as it was written: "2", "last", "mon"
   doubledouble before, after;  // around the module's call; finite and within the zone's range
   std::size_t digits = 9;      // most digits of a second's fraction
+  // What the text of the datetime says where it has no offset: seconds on the clock.
+  std::optional<int128> wall = std::nullopt;
 };
 
 // Lines, each ending with LF: the title, both datetimes, what happened in words, the edges of a gap

@@ -11,7 +11,6 @@
 #include "elements/bytes.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
-#include "inspect/wall.h"
 #include "setting/refusals.h"
 #include "setting/stream_copy.h"
 #include "setting/zone_of.h"
@@ -59,7 +58,8 @@ void swapEach(std::size_t count, const char* from, char* to) {
 
 }  // namespace
 
-BlockSetter::BlockSetter(const SetJob& job) : job_(job), zoneText_(hostText(job.zoneText)) {
+BlockSetter::BlockSetter(const SetJob& job)
+    : job_(job), choice_{job.options.fold, job.options.gap}, zoneText_(hostText(job.zoneText)) {
   if (job.needsZone) {
     zone_ = job.zone;
     if (zone_ == nullptr) {
@@ -294,7 +294,7 @@ bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
 // Of wall times that come twice or not at all, chooses as the options say.
 bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* before,
                                std::size_t count) {
-  if (job_.options.fold == plxFOLD_LATER && job_.options.gap == plxGAP_SHIFT) return true;
+  if (choice_.isTheModules()) return true;
   if (zone_ == nullptr || !zone_->isCalendar()) return true;
   constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
   settled_ += count;
@@ -309,41 +309,17 @@ bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* 
 
 bool BlockSetter::settleClock(const Step& step, std::size_t at, const paArray* before,
                               std::size_t i) {
+  const Setting setting{step.values.component, step.at(i)};
   const doubledouble after = pairAt(result_.get(), i);
-  const int128 second = secondOf(after);
-  const Stretch stretch = zone_->stretchAt(second);
-  const int128 shown = second + stretch.offset;
-  if (!stretch.begin) return true;
-  const auto finding = [&] {
-    const Setting setting{step.values.component, step.at(i)};
-    return checker_->check(pairAt(before, i), after, {&setting, 1});
-  };
-  const auto refuse = [&](const Finding& found) {
-    return fails(wrong({checker_->describe(found, after), {}, Status::badData, id::kRefused}), at);
-  };
-  if (!stretch.begin->isGap()) {
-    if (shown >= stretch.begin->wallBefore()) return true;
-    if (job_.options.fold == plxFOLD_ERROR) return refuse(finding());
-    const bool isFirst =
-        job_.options.fold == plxFOLD_EARLIER ||
-        (job_.options.fold == plxFOLD_SAME &&
-         zone_->wallTime(secondOf(pairAt(before, i))).offsetSeconds == stretch.begin->before);
-    if (!isFirst) return true;
-    const doubledouble first =
-        dd::subtract(after, 1000.0 * (stretch.begin->before - stretch.begin->after));
-    highOf(result_.get())[i] = first.hi;
-    lowOf(result_.get())[i] = first.lo;
-    return true;
+  const Settled settled = settle(choice_, *checker_, *zone_, setting, pairAt(before, i), after);
+  if (settled.kind == Settled::Kind::kept) return true;
+  if (settled.kind == Settled::Kind::refused) {
+    return fails(
+        wrong({checker_->describe(settled.finding, after), {}, Status::badData, id::kRefused}), at);
   }
-  const bool isBehindGap =
-      shown < stretch.begin->wallAfter() + (stretch.begin->after - stretch.begin->before);
-  if (job_.options.gap == plxGAP_SHIFT || !isBehindGap) return true;
-  const Finding found = finding();
-  if (!found.shifted || !found.gap) return true;
-  if (job_.options.gap == plxGAP_ERROR) return refuse(found);
-  const int128 edge = job_.options.gap == plxGAP_START ? found.gap->second - 1 : found.gap->second;
-  highOf(result_.get())[i] = static_cast<double>(edge) * 1000.0;
-  lowOf(result_.get())[i] = 0;
+  highOf(result_.get())[i] = settled.result.hi;
+  lowOf(result_.get())[i] = settled.result.lo;
+  if (settled.kind != Settled::Kind::edge) return true;
   if (!isAnyAtEdge_) atEdge_.assign(room_, 0);
   isAnyAtEdge_ = true;
   atEdge_[i] = 1;
@@ -368,18 +344,9 @@ bool BlockSetter::judge(std::size_t count) {
     if (finding.shifted) bits |= plxSHIFTED;
     if (finding.overlap) bits |= plxTWICE;
     if (finding.moved) bits |= plxMOVED;
-    if (!finding.overlap && zone_->isCalendar()) {  // the first of two
-      const int128 second = secondOf(after);
-      const Stretch stretch = zone_->stretchAt(second);
-      if (stretch.end && !stretch.end->isGap() &&
-          second + stretch.offset >= stretch.end->wallAfter())
-        bits |= plxTWICE;
-    }
     findings_[i] = static_cast<std::uint8_t>(bits);
     if ((bits & job_.options.refused) != 0) {
-      std::string text = checker_->describe(finding, after);
-      if (text.empty()) text = "this time comes twice, and is the first";
-      return fails(wrong({std::move(text), {}, Status::badData, id::kRefused}));
+      return fails(wrong({checker_->describe(finding, after), {}, Status::badData, id::kRefused}));
     }
   }
   return true;

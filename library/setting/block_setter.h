@@ -16,6 +16,7 @@
 #include "inspect/check.h"
 #include "module/module.h"
 #include "setting/clock_changes.h"
+#include "setting/clock_choice.h"
 #include "setting/job.h"
 
 namespace plx {
@@ -73,6 +74,7 @@ class BlockSetter : public BlockWorker {
   std::string elementText(std::size_t i) const;
 
   const SetJob& job_;
+  const ClockChoice choice_;
   std::optional<Zone> ownZone_;
   const Zone* zone_ = nullptr;
   std::optional<ClockChanges> changes_;
