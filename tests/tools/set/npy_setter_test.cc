@@ -54,7 +54,8 @@ class NpySetterTest : public testing::Test {
                           a.file.empty() ? std::string() : folder_.path(a.file)});
     NpyFile file(path);
     std::string out;
-    setNpy(module_, file, settings, Zone::named(zone), [&](std::string_view some) { out += some; });
+    setNpy(module_, file, settings, Zone::named(zone), {},
+           [&](std::string_view some) { out += some; });
     EXPECT_EQ(readNpyHeader(out, "out").header.shape, file.header().shape);
     EXPECT_EQ(readNpyHeader(out, "out").header.type, file.header().type);
     return out;
@@ -480,7 +481,7 @@ TEST_F(NpySetterTest, AFileThatBecomesShorter) {
   const std::string path = folder_.write("times.npy", npyOf("<f8", Doubles(100'000)));
   NpyFile file(path);
   try {
-    setNpy(module_, file, {{findComponent("day"), 1}}, Zone::named(""),
+    setNpy(module_, file, {{findComponent("day"), 1}}, Zone::named(""), {},
            [&](std::string_view) { ASSERT_EQ(::truncate(path.c_str(), 4096), 0); });
     FAIL() << "the end was set";
   } catch (const Failure& failure) {

@@ -10,13 +10,12 @@
 #include <vector>
 
 #include "command/arguments.h"
+#include "command/text_command.h"
 #include "datetime/datetime_text.h"
-#include "datetime/exact.h"
+#include "datetime/reading.h"
 #include "datetime/rules_in_use.h"
-#include "datetime/zone.h"
 #include "inspect/explain.h"
 #include "inspect/leap_table.h"
-#include "inspect/named.h"
 #include "module/components.h"
 #include "module/module.h"
 #include "set/setter.h"
@@ -32,7 +31,7 @@ struct Options {
   std::string component, value;  // a number or a name
   std::string datetime;
   std::optional<std::string> zone;  // none: the datetime's own
-  std::optional<std::string> module;
+  std::optional<std::string> module, fold, gap;
   bool quiet = false;
 };
 
@@ -60,30 +59,25 @@ std::string explanation(const Options& options, bool colour) {
   SetterOptions setting;
   setting.assignments = {{component, valueOf(options, component)}};
   setting.reading.zone = options.zone;
-  TaskReader reader(setting.reading);
+  setting.reading.clock = clockChoice(options.fold, options.gap);
   Module module(locateModule(options.module));
   const Task task{options.datetime, {}, {}};
   Batch batch;
-  Setter(module, setting).work({&task, 1}, batch);
+  Setter setter(module, setting);
+  setter.work({&task, 1}, batch);
   refuseTrouble(options, batch);
   if (batch.warnings > 0) std::fprintf(stderr, "plx: %s\n", std::string(kPastLeapTable).c_str());
 
-  Trouble none{};
-  const auto reading = reader.read(task, none);
-  if (!reading || reading->missing) {
+  const auto result = setter.resultOf(0);
+  if (!result) {
     throw Failure{Status::badData,
                   describe("argument", {"not a datetime", kAcceptedDatetimes}, options.datetime)};
   }
-  const Zone& zone = *reading->zone;
-  double value = *setting.assignments.front().value;
-  if (isLast(value)) value = resolve({true, 0}, component, reading->pair, zone);
-  Datetimes one;
-  one.push(reading->pair);
-  if (const auto error = module.set(one, {value}, factsOf(component).selector, zone.text()))
-    throw Failure{Status::badData, escapeText(error->message)};
-  const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
-  const Explained explained{zone,          {component, value}, options.value,
-                            reading->pair, one.at(0),          digits};
+  const Reading& reading = result->reading;
+  Explained explained{*reading.zone, result->settings.front(), options.value, reading.pair,
+                      result->after};
+  explained.digits = std::max<std::size_t>(9, reading.text.fraction.size());
+  explained.wall = wallOf(reading);
   return explain(explained, colour);
 }
 
@@ -100,6 +94,7 @@ void runExplainCommand(const std::vector<std::string>& given, Output& output) {
   arguments.positional("DATETIME", options.datetime, "The datetime");
   arguments.option("-z,--zone", options.zone, "ZONE",
                    "The time zone to work in; see plx set --help");
+  declareClockOptions(arguments, options.fold, options.gap);
   arguments.flag("--quiet", options.quiet, "Say nothing of other time-zone rules");
   arguments.module(options.module);
   arguments.footer(

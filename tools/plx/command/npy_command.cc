@@ -34,9 +34,11 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {checks, "--check"}};
   for (const auto& row : rows) {
     if (!row.given) continue;
-    throw Failure{Status::usage, fmt::format("{} is for text, and the input is an .npy array; "
-                                             "accepted: --zone, --output, --progress, --quiet",
-                                             row.name)};
+    throw Failure{Status::usage,
+                  fmt::format("{} is for text, and the input is an .npy array; "
+                              "accepted: --zone, --fold, --gap, --output, --progress, "
+                              "--quiet",
+                              row.name)};
   }
 }
 
@@ -60,8 +62,9 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
   Module module(locateModule(modulePath));
   const std::uint64_t size = file.header().count * file.header().type.bytes;
   Sink sink(options, standard, size);
-  const bool pastLeapTable = setNpy(module, file, settings, zone,
-                                    [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
+  const bool pastLeapTable =
+      setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),
+             [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
   if (pastLeapTable) sink.warnPastLeapTable();
   sink.finish(OnError::stop, OnFinding::report);
 }

@@ -151,6 +151,7 @@ void runSetCommand(const std::vector<std::string>& given, Output& output) {
                    "Report, blank or stop at results that differ from what was\n"
                    "asked: carried into larger units, moved by a gap of the clock,\n"
                    "or ambiguous (one of two equal wall times)");
+  declareClockOptions(arguments, options.fold, options.gap);
   arguments.module(module);
   arguments.footer("Datetimes: " + std::string(kAcceptedDatetimes) + "\n\n" + componentExamples() +
                    "\n" + kStatusHelp);

@@ -341,8 +341,37 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                  "Show no progress, and say nothing of other time-zone rules");
 }
 
+void declareClockOptions(Arguments& arguments, std::optional<std::string>& fold,
+                         std::optional<std::string>& gap) {
+  arguments.option("--fold", fold, "later|earlier|same|error",
+                   "Of results that the clock shows twice: the later (default),\n"
+                   "the earlier, the one with the offset that the datetime had,\n"
+                   "or an error");
+  arguments.option("--gap", gap, "shift|error|start|end",
+                   "Of times that the clock skips: as much later as the gap is\n"
+                   "long (default), an error, the last second before, or the first\n"
+                   "after");
+}
+
+ClockChoice clockChoice(const std::optional<std::string>& fold,
+                        const std::optional<std::string>& gap) {
+  ClockChoice choice;
+  if (fold) {
+    const auto named = foldNamed(*fold);
+    if (!named) throw usage("--fold", "unknown", *fold, kAcceptedFolds);
+    choice.fold = *named;
+  }
+  if (gap) {
+    const auto named = gapNamed(*gap);
+    if (!named) throw usage("--gap", "unknown", *gap, kAcceptedGaps);
+    choice.gap = *named;
+  }
+  return choice;
+}
+
 ReadingOptions readingOptions(const TextOptions& options) {
   ReadingOptions reading;
+  reading.clock = clockChoice(options.fold, options.gap);
   reading.notation.from = formOf(options.from, "--from").value_or(Form::recognised);
   reading.notation.to = formOf(options.to, "--to");
   reading.notation.exact = options.exact;

@@ -20,7 +20,7 @@ namespace plx {
 
 struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
-  std::optional<std::string> zone, zoneColumn, output, from, to, digits, onError, jobs;
+  std::optional<std::string> zone, zoneColumn, output, from, to, digits, onError, jobs, fold, gap;
   std::vector<std::string> columns, newColumns;
   bool csv = false, tsv = false, noHeader = false, exact = false, progress = false, quiet = false;
 
@@ -30,6 +30,12 @@ struct TextOptions {
 
 // Declares them. Those that have to do with writing datetimes only where the command does.
 void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesDatetimes);
+
+// Of --fold and --gap. Throws a Failure of Status::usage.
+void declareClockOptions(Arguments& arguments, std::optional<std::string>& fold,
+                         std::optional<std::string>& gap);
+ClockChoice clockChoice(const std::optional<std::string>& fold,
+                        const std::optional<std::string>& gap);
 
 // Throws a Failure of Status::usage.
 ReadingOptions readingOptions(const TextOptions& options);

@@ -126,7 +126,7 @@ class SettingValues {
 class NpySetter {
  public:
   NpySetter(const Module& module, NpyFile& file, const std::vector<NpySetting>& settings,
-            const Zone& zone)
+            const Zone& zone, const ClockChoice& clock)
       : file_(file), job_(module) {
     const NpyHeader& header = file.header();
     for (const NpySetting& setting : settings) {
@@ -152,6 +152,8 @@ class NpySetter {
     job_.zoneText = zone.text();
     job_.countsLeapSeconds = zone.countsLeapSeconds();
     job_.options.notes = &notes_;
+    job_.options.fold = clock.fold;
+    job_.options.gap = clock.gap;
   }
 
   // Whether there are results past the table of leap seconds.
@@ -192,8 +194,8 @@ class NpySetter {
 }  // namespace
 
 bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone& zone, const WriteBytes& write) {
-  return NpySetter(module, datetimes, settings, zone).run(write);
+            const Zone& zone, const ClockChoice& clock, const WriteBytes& write) {
+  return NpySetter(module, datetimes, settings, zone, clock).run(write);
 }
 
 }  // namespace plx

@@ -20,6 +20,7 @@
 #include "base/component.h"
 #include "module/module.h"
 #include "npy/npy_file.h"
+#include "setting/clock_choice.h"
 
 namespace plx {
 
@@ -43,6 +44,6 @@ using WriteBytes = std::function<void(std::string_view)>;
 //
 // Throws a Failure for the first element that is wrong, after all before its chunk were written.
 bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone& zone, const WriteBytes& write);
+            const Zone& zone, const ClockChoice& clock, const WriteBytes& write);
 
 }  // namespace plx

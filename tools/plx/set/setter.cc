@@ -1,5 +1,7 @@
 #include "set/setter.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <string_view>
@@ -8,6 +10,7 @@
 #include "base/calendar_limits.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
+#include "inspect/wall.h"
 #include "setting/refusals.h"
 
 namespace plx {
@@ -104,7 +107,33 @@ void Setter::set(Group& group, std::size_t assignment) {
     const bool inRange = std::fabs(now.hi) <= kMaxMillis;
     values[i] = inRange ? resolve({true, 0}, component, now, group.zone) : kAnyValue;
   }
+  const bool settles = !options_.reading.clock.isTheModules() && group.zone.isCalendar();
+  const Datetimes before = settles ? group.datetimes : Datetimes();
   setPart(group, assignment, 0, values.size());
+  if (settles) settleClocks(group, assignment, before);
+}
+
+// Of wall times that come twice or not at all, chooses as the options say.
+void Setter::settleClocks(Group& group, std::size_t assignment, const Datetimes& before) {
+  constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
+  group.settled += group.tasks.size();
+  if (!group.changes && group.settled >= kWorthwhile) group.changes.emplace(group.zone);
+  const Component component = options_.assignments[assignment].component;
+  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
+    const doubledouble after = group.datetimes.at(i);
+    if (group.changes && !group.changes->mayBeNear(after.hi)) continue;
+    if (!(std::fabs(after.hi) <= kMaxCalendarMillis)) continue;  // which is told elsewhere
+    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+    const Settled settled = settle(options_.reading.clock, group.checker, group.zone,
+                                   {component, group.values[assignment][i]}, before.at(i), after);
+    if (settled.kind == Settled::Kind::refused) {
+      giveUp(group, i,
+             {Checker::describe(settled.finding),
+              settled.finding.overlap ? kAcceptedForFolds : kAcceptedForGaps});
+    } else if (settled.kind != Settled::Kind::kept) {
+      group.datetimes.replace(i, settled.result);
+    }
+  }
 }
 
 // The result of an earlier assignment, which is written nowhere.
@@ -145,19 +174,46 @@ void Setter::setPart(Group& group, std::size_t assignment, std::size_t begin, st
 }
 
 void Setter::check(Group& group) {
-  std::vector<Setting> asked(options_.assignments.size());
+  std::vector<Setting> asked;
   for (std::size_t i = 0; i < group.tasks.size(); ++i) {
     const std::size_t task = group.tasks[i];
     if (batch_->outcomes[task].kind == Outcome::Kind::failed) continue;
-    for (std::size_t a = 0; a < asked.size(); ++a)
-      asked[a] = {options_.assignments[a].component, group.values[a][i]};
+    settingsOf(group, i, asked);
     const doubledouble after = group.datetimes.at(i);
     if (!(std::fabs(after.hi) <= kMaxMillis)) continue;  // out of range, which is told elsewhere
     const Finding finding = group.checker.check(group.before.at(i), after, asked);
-    if (!finding.any()) continue;
-    batch_->troubles.push_back(
-        {task, Trouble::Kind::finding, 0, {group.checker.describe(finding, after), {}}});
+    std::string text = doubtOf(group, task);
+    if (finding.any()) text += (text.empty() ? "" : "; ") + group.checker.describe(finding, after);
+    if (text.empty()) continue;
+    batch_->troubles.push_back({task, Trouble::Kind::finding, 0, {std::move(text), {}}});
   }
+}
+
+void Setter::settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const {
+  settings.clear();
+  for (std::size_t a = 0; a < options_.assignments.size(); ++a)
+    settings.push_back({options_.assignments[a].component, group.values[a][at]});
+}
+
+std::optional<Setter::Result> Setter::resultOf(std::size_t task) const {
+  const Item& item = items_[task];
+  if (item.group == nullptr || batch_->outcomes[task].kind != Outcome::Kind::changed)
+    return std::nullopt;
+  Result result{item.reading, item.group->datetimes.at(item.index), {}};
+  settingsOf(*item.group, item.index, result.settings);
+  return result;
+}
+
+// What the clock of the zone makes doubtful of the datetime itself.
+std::string Setter::doubtOf(const Group& group, std::size_t task) const {
+  const Reading& reading = items_[task].reading;
+  const auto wall = wallOf(reading);
+  if (!wall) return {};
+  const auto change = group.checker.doubtOf(*wall, secondOf(reading.pair));
+  if (!change) return {};
+  if (change->isGap())
+    return "the datetime does not exist: " + Checker::describeGap(*wall, *change);
+  return fmt::format("the datetime comes twice, {}", Checker::describeOverlap(*change));
 }
 
 void Setter::write(std::size_t at) {

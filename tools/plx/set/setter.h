@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -10,6 +12,7 @@
 #include "module/module.h"
 #include "set/cell_work.h"
 #include "set/task_reader.h"
+#include "setting/clock_changes.h"
 #include "setting/value.h"
 
 namespace plx {
@@ -27,6 +30,15 @@ class Setter : public CellWork {
 
   void work(std::span<const Task> tasks, Batch& batch) override;
 
+  // What a datetime of the last batch was and became, by what it was set to. Nothing where it is
+  // missing or wrong.
+  struct Result {
+    Reading reading;
+    doubledouble after;
+    std::vector<Setting> settings;
+  };
+  std::optional<Result> resultOf(std::size_t task) const;
+
  private:
   // The datetimes of a batch that share a zone. All columns have one entry for each of them.
   struct Group {
@@ -38,6 +50,9 @@ class Setter : public CellWork {
     std::vector<std::size_t> tasks;
     std::vector<std::vector<double>> values;  // for each assignment a column
     Checker checker;
+    std::optional<ClockChanges>
+        changes;  // once so many datetimes were settled that it is worthwhile
+    std::size_t settled = 0;
   };
   // A task of the batch that has a datetime.
   struct Item {
@@ -51,9 +66,12 @@ class Setter : public CellWork {
   Group& groupOf(const Zone& zone);
   void set(Group& group, std::size_t assignment);
   void refuseOtherClock(Group& group);
+  void settleClocks(Group& group, std::size_t assignment, const Datetimes& before);
   void giveUp(Group& group, std::size_t at, Complaint complaint);
   void setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end);
   void check(Group& group);
+  std::string doubtOf(const Group& group, std::size_t task) const;
+  void settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const;
   void write(std::size_t at);
 
   Module& module_;

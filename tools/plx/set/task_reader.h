@@ -9,6 +9,7 @@
 #include "datetime/zone.h"
 #include "datetime/zones.h"
 #include "set/cell_work.h"
+#include "setting/clock_choice.h"
 
 namespace plx {
 
@@ -16,7 +17,11 @@ struct ReadingOptions {
   Notation notation;
   std::optional<std::string> zone;  // of all datetimes; nothing where each has its own
   bool zoneOfTask = false;          // a task names its zone
+  ClockChoice clock;                // of results, and of datetimes without an offset
 };
+
+// What a text without an offset says of the clock of a zone, in seconds; nothing for other texts.
+std::optional<int128> wallOf(const Reading& reading);
 
 class TaskReader {
  public:
@@ -31,6 +36,8 @@ class TaskReader {
   bool trim() { return zones_.trim(); }
 
  private:
+  bool settleClock(Reading& reading, Complaint& complaint) const;
+
   const ReadingOptions& options_;
   std::optional<Zone> zone_;  // of all
   Zones zones_;
