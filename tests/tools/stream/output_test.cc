@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -363,6 +364,40 @@ TEST(OutputFile, LeavesProtectedFilesAlone) {
   EXPECT_EQ(status, 0);
   EXPECT_EQ(folder.read("file"), "old");
   EXPECT_EQ(filesIn(folder.path("")), 1u);
+}
+
+// Lines that a program appends to its log meanwhile are not lost.
+TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
+  Cases cases(6);
+  const struct {
+    const char* name;
+    std::function<void(const std::string& path)> change;
+    const char* left;
+  } rows[] = {
+      {"longer", [](const auto& path) { std::ofstream(path, std::ios::app) << "er"; }, "older"},
+      {"of the same length", [](const auto& path) { std::ofstream(path) << "OLD"; }, "OLD"},
+      {"replaced",
+       [](const auto& path) {
+         fs::remove(path);
+         std::ofstream(path) << "old";
+       },
+       "old"},
+  };
+  for (const auto& r : rows) {
+    for (const bool prepared : {false, true}) {
+      const TemporaryFolder folder;
+      const std::string path = folder.write("file", "old");
+      OutputFile file(path, InPlace{});
+      Output(file.descriptor()).write("new");
+      if (prepared) file.prepare();
+      ::usleep(20'000);  // the file system's clock goes on
+      r.change(path);
+      const std::string message = failureOf([&] { file.commit(); });
+      EXPECT_TRUE(message.starts_with(path + ": was changed by something else")) << message;
+      EXPECT_EQ(folder.read("file"), r.left) << r.name;
+      ++cases;
+    }
+  }
 }
 
 TEST(OutputFile, AFullDiskLeavesTheOldFile) {

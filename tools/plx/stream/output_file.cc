@@ -97,16 +97,35 @@ OutputFile::OutputFile(const std::string& path) : OutputFile() {
     if (descriptor_ < 0) fail("open");
     return;
   }
-  // Renaming needs no right to write to the file, but replacing what is protected is not meant.
-  if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) fail("write");
   replaces_ = exists;
+  begin(path);
+}
+
+OutputFile::OutputFile(const std::string& path, const InPlace& inPlace) : OutputFile() {
+  name_ = path.empty() ? "\"\"" : escapeText(path);
+  inPlace_ = inPlace;
+  if (::stat(path.c_str(), &old_) != 0) fail("open");
+  if (!S_ISREG(old_.st_mode)) {
+    throw Failure{Status::inputOutput,
+                  fmt::format("{}: cannot be changed in place; accepted: regular files", name_)};
+  }
+  replaces_ = true;
+  begin(path);
+  struct stat backup;
+  if (inPlace_->backupSuffix && ::lstat(backupPath().c_str(), &backup) == 0 && !hasBackup())
+    failBackup(EEXIST);
+}
+
+OutputFile::~OutputFile() { discard(); }
+
+void OutputFile::begin(const std::string& path) {
+  // Renaming needs no right to write to the file, but replacing what is protected is not meant.
+  if (replaces_ && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) fail("write");
   target_ = withoutLinks(path).string();
   openTemporary();
   // What cannot be kept is told before the work is done.
   keepAttributes();
 }
-
-OutputFile::~OutputFile() { discard(); }
 
 void OutputFile::openTemporary() {
   // What a new file may be read by is for the system to say, which knows the umask and the folder's
@@ -124,27 +143,79 @@ void OutputFile::keepAttributes() {
   if (!replaces_ || ::access(target_.c_str(), F_OK) != 0) return;  // it may be gone by now
   const auto loss = copyAttributes(target_, descriptor_);
   if (!loss) return;
-  throw Failure{
-      Status::inputOutput,
-      fmt::format(
-          "{}: cannot keep {}: {}; it is left as it was; accepted: another file, or, unless it "
-          "is the input, > {} in place of -o, which writes into the file as it is",
-          name_, loss->what, std::strerror(loss->error), name_)};
+  const std::string instead =
+      inPlace_ ? "-o and another file"
+               : fmt::format(
+                     "another file, or, unless it is the input, > {} in place of -o, which "
+                     "writes into the file as it is",
+                     name_);
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: cannot keep {}: {}; it is left as it was; accepted: {}", name_,
+                            loss->what, std::strerror(loss->error), instead)};
 }
 
-void OutputFile::commit() {
+// What others write to the input meanwhile would be lost.
+void OutputFile::refuseChangedInput() const {
+  struct stat now;
+  if (!inPlace_ || ::stat(target_.c_str(), &now) != 0) return;  // gone, and nothing is lost
+  const bool isSame = now.st_dev == old_.st_dev && now.st_ino == old_.st_ino &&
+                      now.st_size == old_.st_size && now.st_mtim.tv_sec == old_.st_mtim.tv_sec &&
+                      now.st_mtim.tv_nsec == old_.st_mtim.tv_nsec;
+  if (isSame) return;
+  throw Failure{
+      Status::inputOutput,
+      fmt::format("{}: was changed by something else while plx worked on it; it is left as "
+                  "it is now; accepted: files that nothing else writes to",
+                  name_)};
+}
+
+std::string OutputFile::backupPath() const { return target_ + *inPlace_->backupSuffix; }
+
+// Whether the backup is there, from a run that was ended before it could replace the file.
+bool OutputFile::hasBackup() const {
+  struct stat old, backup;
+  return ::stat(target_.c_str(), &old) == 0 && ::lstat(backupPath().c_str(), &backup) == 0 &&
+         old.st_dev == backup.st_dev && old.st_ino == backup.st_ino;
+}
+
+// Two names of one file until the new one takes the place of the first: at no moment is there none.
+void OutputFile::keepBackup() {
+  if (!inPlace_ || !inPlace_->backupSuffix) return;
+  if (::link(target_.c_str(), backupPath().c_str()) == 0) return;
+  const int error = errno;
+  if (error != EEXIST || !hasBackup()) failBackup(error);
+}
+
+void OutputFile::failBackup(int error) const {
+  const bool isThere = error == EEXIST;
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: cannot keep a backup as {}: {}; accepted: {}", name_,
+                            escapeText(backupPath()), std::strerror(error),
+                            isThere ? "a --backup SUFFIX that no file has yet"
+                                    : "a folder whose file system has hard links")};
+}
+
+void OutputFile::prepare() {
+  if (descriptor_ < 0) return;
   if (!temporary_.empty()) {
     // Writing takes special bits and capabilities away, and the old file may have changed.
     keepAttributes();
     if (::fsync(descriptor_) != 0) fail("write");
   }
+  refuseChangedInput();
   // Some file systems tell only now that the disk is full.
   if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) fail("write");
+}
+
+void OutputFile::commit() {
+  prepare();
   if (temporary_.empty()) return;
+  refuseChangedInput();
+  keepBackup();
   {
     const SignalsHeld held;
     if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail("replace");
-    keepOnSignal();
+    keepOnSignal(temporary_);
     temporary_.clear();
   }
   syncFolder(folderOf(target_));
@@ -155,7 +226,7 @@ void OutputFile::discard() {
   if (temporary_.empty()) return;
   const SignalsHeld held;
   ::unlink(temporary_.c_str());
-  keepOnSignal();
+  keepOnSignal(temporary_);
   temporary_.clear();
 }
 

@@ -2,12 +2,21 @@
 //
 // The bytes go to a temporary file in the same folder, which takes the target's place when all are
 // there and on the disk. Whatever ends the program before that (an error, a signal that can be
-// caught) leaves the old file as it was and no temporary. The input may be the same file.
+// caught) leaves the old file as it was and no temporary. The input may be the same file. Of several
+// files, all may be prepared before the first is committed.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
 #include <string>
 
 namespace plx {
+
+// Of a file that is changed in place.
+struct InPlace {
+  std::optional<std::string> backupSuffix;  // behind the name that the old file keeps
+};
 
 class OutputFile {
  public:
@@ -17,6 +26,11 @@ class OutputFile {
   // /dev/stdout, "-") is written to directly. Throws a Failure of Status::inputOutput where that
   // cannot be, where the file may not be written to, and where it has what cannot be kept.
   explicit OutputFile(const std::string& path);
+  // The same for a file that is there and regular, the input itself. Its backup is a second name of the
+  // old file, with everything that it has; a Failure too where something else has that name. To be made
+  // before the input is read: what is written to it from then on is not to be lost, and a Failure of
+  // prepare and commit.
+  OutputFile(const std::string& path, const InPlace& inPlace);
   // Without a commit, the temporary file goes.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -27,18 +41,30 @@ class OutputFile {
   // Where to write.
   int descriptor() const { return descriptor_; }
 
-  // Puts the file in its place. Throws a Failure of Status::inputOutput; the old file then is whole.
+  // All bytes are written: closes the file when they are on the disk, with the attributes of the old
+  // one. Throws a Failure of Status::inputOutput.
+  void prepare();
+  // Prepares the file where that has not been done, and puts it in its place. Throws a Failure of
+  // Status::inputOutput; the old file then is whole.
   void commit();
 
  private:
   OutputFile() = default;
+  void begin(const std::string& path);
   void openTemporary();
   void keepAttributes();
+  void refuseChangedInput() const;
+  std::string backupPath() const;
+  bool hasBackup() const;
+  void keepBackup();
+  [[noreturn]] void failBackup(int error) const;
   void discard();
   [[noreturn]] void fail(const char* action);
 
   std::string name_;       // for messages
   bool replaces_ = false;  // there was a file
+  std::optional<InPlace> inPlace_;
+  struct stat old_ = {};   // the file that is changed in place, before it is read
   std::string target_;     // the path without links
   std::string temporary_;  // empty where written directly
   int descriptor_ = -1;

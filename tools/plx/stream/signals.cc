@@ -2,10 +2,10 @@
 
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
-#include <climits>
-#include <cstring>
+#include <string>
+#include <vector>
 
 namespace plx {
 
@@ -13,17 +13,20 @@ namespace {
 
 constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
-// What the handler reads. The path is changed while the signals are held back, in the only thread that
-// gets them. The terminal is changed by whichever thread draws: an atomic without a lock may be read in
+// What the handler reads. The paths are changed while the signals are held back, in the only thread that
+// gets them; they are never destroyed, since a signal may come while the program ends. The terminal is changed by whichever thread draws: an atomic without a lock may be read in
 // a handler meanwhile.
-std::array<char, PATH_MAX> fileToRemove;
+std::vector<std::string>& filesToRemove() {
+  static auto* const paths = new std::vector<std::string>;
+  return *paths;
+}
 std::atomic<int> terminalToClear = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 // Only calls that are safe in a handler. The signal had its default restored when it came, and is
 // held back until the handler returns: then it ends the program.
 void cleanUp(int signal) {
-  if (fileToRemove[0] != '\0') ::unlink(fileToRemove.data());
+  for (const std::string& path : filesToRemove()) ::unlink(path.c_str());
   const int terminal = terminalToClear;
   if (terminal >= 0 && ::write(terminal, kClearLine, sizeof kClearLine - 1) < 0) {
     // The terminal is gone, and nobody is left to be told.
@@ -41,6 +44,7 @@ sigset_t handledSignals() {
 }  // namespace
 
 void handleSignals() {
+  filesToRemove();  // makes the list: a handler must not
   struct sigaction action = {};
   action.sa_handler = cleanUp;
   action.sa_mask = handledSignals();
@@ -60,13 +64,13 @@ SignalsHeld::SignalsHeld() {
 
 SignalsHeld::~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
-bool removeOnSignal(const std::string& path) {
-  if (path.size() >= fileToRemove.size()) return false;
-  std::memcpy(fileToRemove.data(), path.c_str(), path.size() + 1);
-  return true;
-}
+void removeOnSignal(const std::string& path) { filesToRemove().push_back(path); }
 
-void keepOnSignal() { fileToRemove[0] = '\0'; }
+void keepOnSignal(const std::string& path) {
+  auto& paths = filesToRemove();
+  const auto found = std::find(paths.begin(), paths.end(), path);
+  if (found != paths.end()) paths.erase(found);
+}
 
 void clearOnSignal(int descriptor) { terminalToClear = descriptor; }
 

@@ -6,7 +6,7 @@
 
 namespace plx {
 
-// From here on SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGXCPU remove the temporary file and clear the
+// From here on SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGXCPU remove the temporary files and clear the
 // progress line, if there are any, and then end the program as they would have; those that were
 // ignored stay so. Writing to a closed pipe or beyond a limit becomes an error of the call instead of
 // a signal.
@@ -24,10 +24,9 @@ class SignalsHeld {
   sigset_t before_;
 };
 
-// The file to remove when a signal comes. There is at most one; called with signals held. False for
-// a path that is too long for the system (PATH_MAX).
-bool removeOnSignal(const std::string& path);
-void keepOnSignal();
+// A file to remove when a signal comes, and one that no longer is. Called with signals held.
+void removeOnSignal(const std::string& path);
+void keepOnSignal(const std::string& path);
 
 // What clears the line that a terminal's cursor is in.
 inline constexpr char kClearLine[] = "\r\x1b[K";
