@@ -31,6 +31,10 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   if (namesArray(options.inputs))
     throw Failure{Status::usage,
                   "get reads text, and the input is an .npy array; accepted: plx set"};
+  if (options.inPlace && options.newColumns.empty())
+    throw Failure{Status::usage,
+                  "get -i would leave nothing but the values in the files; accepted: with "
+                  "--new-column"};
   const Component component = findComponent(name);
   const ReadingOptions reading = readingOptions(options);
   TextWork work;

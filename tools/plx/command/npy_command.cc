@@ -36,8 +36,8 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
     if (!row.given) continue;
     throw Failure{Status::usage,
                   fmt::format("{} is for text, and the input is an .npy array; "
-                              "accepted: --zone, --fold, --gap, --output, --progress, "
-                              "--quiet",
+                              "accepted: --zone, --fold, --gap, --output, --in-place, --backup, "
+                              "--progress, --quiet",
                               row.name)};
   }
 }
@@ -53,20 +53,27 @@ bool namesArray(const std::vector<std::string>& inputs) {
 void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings, bool checks,
             const std::optional<std::string>& modulePath, Output& standard) {
   refuseTextOptions(options, checks);
-  if (options.inputs.size() != 1)
-    throw Failure{Status::usage, "of .npy arrays, one at a time is set; accepted: one INPUT"};
-  if (!options.output && ::isatty(STDOUT_FILENO) == 1)
+  if (options.inputs.size() != 1 && !options.inPlace)
+    throw Failure{Status::usage,
+                  "of .npy arrays, one at a time is set; accepted: one INPUT, or several with -i"};
+  if (!options.output && !options.inPlace && ::isatty(STDOUT_FILENO) == 1)
     throw Failure{Status::usage, "an array is no text for a terminal; accepted: -o FILE"};
   const Zone zone = Zone::named(options.zone.value_or(""));
-  NpyFile file(options.inputs.front());
   Module module(locateModule(modulePath));
-  const std::uint64_t size = file.header().count * file.header().type.bytes;
-  Sink sink(options, standard, size);
-  const bool pastLeapTable =
-      setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),
-             [&](std::string_view bytes) { sink.put(bytes, bytes.size()); });
-  if (pastLeapTable) sink.warnPastLeapTable();
-  sink.finish(OnError::stop, OnFinding::report);
+  std::optional<Sink> sink;
+  for (const std::string& input : options.inputs) {
+    if (options.inPlace) {
+      if (!sink) sink.emplace(options, standard, std::nullopt);
+      sink->replace(input);
+    }
+    NpyFile file(input);
+    if (!sink) sink.emplace(options, standard, file.header().count * file.header().type.bytes);
+    const bool pastLeapTable =
+        setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),
+               [&](std::string_view bytes) { sink->put(bytes, bytes.size()); });
+    if (pastLeapTable) sink->warnPastLeapTable();
+  }
+  sink->finish(OnError::stop, OnFinding::report);
 }
 
 }  // namespace plx

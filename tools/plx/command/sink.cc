@@ -28,13 +28,23 @@ std::string_view were(std::size_t count) { return count == 1 ? "was" : "were"; }
 }  // namespace
 
 Sink::Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total)
-    : out_(&standard) {
+    : inPlace_(options.changesInPlace()), out_(&standard) {
   if (options.output) {
-    file_.emplace(*options.output);
-    out_ = &ownOutput_.emplace(file_->descriptor(), file_->name());
+    files_.push_back(std::make_unique<OutputFile>(*options.output));
+    out_ = &ownOutput_.emplace(files_.back()->descriptor(), files_.back()->name());
   }
-  progress_.emplace(showProgress(options), STDERR_FILENO,
-                    file_ ? file_->descriptor() : STDOUT_FILENO, total);
+  const int elsewhere = -1;  // no terminal
+  const int results = inPlace_         ? elsewhere
+                      : files_.empty() ? STDOUT_FILENO
+                                       : files_[0]->descriptor();
+  progress_.emplace(showProgress(options), STDERR_FILENO, results, total);
+}
+
+void Sink::replace(const std::string& input) {
+  if (!files_.empty()) files_.back()->prepare();
+  files_.push_back(std::make_unique<OutputFile>(input, *inPlace_));
+  out_ = &ownOutput_.emplace(files_.back()->descriptor(), files_.back()->name());
+  begun_ = false;
 }
 
 void Sink::take(const Piece& piece, std::size_t bytes) {
@@ -59,7 +69,7 @@ void Sink::put(std::string_view bytes, std::size_t inputBytes) {
 }
 
 void Sink::finish(OnError onError, OnFinding onFinding) {
-  if (file_) file_->commit();
+  commit();
   progress_.reset();
   if (findings_ > 0) {
     tell(
@@ -72,6 +82,20 @@ void Sink::finish(OnError onError, OnFinding onFinding) {
   throw Failure{Status::badData,
                 fmt::format("{0} {1} wrong and {1} left {2}", datetimes(errors_), were(errors_),
                             onError == OnError::blank ? "blank" : asBefore)};
+}
+
+void Sink::commit() {
+  if (!files_.empty()) files_.back()->prepare();
+  std::size_t done = 0;
+  try {
+    for (; done < files_.size(); ++done) files_[done]->commit();
+  } catch (Failure& failure) {
+    if (done > 0)
+      failure.message +=
+          fmt::format("; {} before it {} changed", done == 1 ? "the file" : "the files",
+                      done == 1 ? "is" : "are");
+    throw;
+  }
 }
 
 void Sink::tell(std::string_view message) {

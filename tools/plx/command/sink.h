@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "command/text_command.h"
 #include "set/chunk_editor.h"
@@ -17,9 +20,13 @@ namespace plx {
 
 class Sink {
  public:
-  // To the file that the options name, else to `standard`. `total`: bytes of input, where that is
-  // known. Throws a Failure of Status::inputOutput.
+  // To the file that the options name, else to `standard`; where files are changed in place, to those
+  // that `replace` names. `total`: bytes of input, where that is known. Throws a Failure of
+  // Status::inputOutput.
   Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total);
+
+  // Where files are changed in place: the next one, before it is read. The one before it is done.
+  void replace(const std::string& input);
 
   // What became of a chunk of so many bytes. Throws a Failure where writing fails.
   void take(const Piece& piece, std::size_t bytes);
@@ -28,16 +35,18 @@ class Sink {
   // That there are values past the table of leap seconds is told once.
   void warnPastLeapTable();
 
-  // Something has been written.
+  // Something has been written, to the file that is being changed where there are several.
   bool begun() const { return begun_; }
 
-  // Puts a file in its place. Throws a Failure of Status::badData where errors were passed over.
+  // Puts files in their places, none before all are on the disk. Throws a Failure of Status::badData where errors were passed over.
   void finish(OnError onError, OnFinding onFinding);
 
  private:
   void tell(std::string_view message);
+  void commit();
 
-  std::optional<OutputFile> file_;
+  const std::optional<InPlace> inPlace_;
+  std::vector<std::unique_ptr<OutputFile>> files_;
   std::optional<Output> ownOutput_;
   Output* out_;
   std::optional<Progress> progress_;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
+#include <set>
 #include <string_view>
 
 #include "base/component.h"
@@ -22,6 +24,8 @@
 namespace plx {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 Failure usage(std::string_view option, std::string_view what, std::string_view text,
               std::string_view accepted) {
@@ -119,6 +123,22 @@ bool isNamedAsATable(std::string_view name) {
   return name.ends_with(".csv") || name.ends_with(".tsv");
 }
 
+// None stands for standard input.
+std::vector<std::string> inputsOf(const TextOptions& options) {
+  return options.inputs.empty() ? std::vector<std::string>{"-"} : options.inputs;
+}
+
+// Of a file that is named twice, also by way of a link, one result would be lost.
+void refuseOneFileTwice(const std::vector<std::string>& inputs) {
+  std::set<fs::path> files;
+  for (const std::string& input : inputs) {
+    std::error_code unknown;  // told when the file is opened
+    const fs::path file = fs::canonical(input, unknown);
+    if (!unknown && !files.insert(file).second)
+      throw usage("-i", "named twice", input, "each file once");
+  }
+}
+
 // One run over all inputs.
 class Run {
  public:
@@ -158,16 +178,30 @@ class Run {
       throw Failure{Status::usage,
                     "no column of datetimes is given; accepted: --column, with a name or a number"};
     }
-    if (options_.inputs.size() > 1)
-      throw Failure{Status::usage, "only one table can be read at a time; accepted: one INPUT"};
-    const std::string input = options_.inputs.empty() ? "-" : options_.inputs.front();
-    edit_.table = formatOf(options_, input);
-    Source source(input);
-    ChunkReader reader(source, true, kLongestRecord);
-    chooseAll(reader);
-    sink_.emplace(options_, standard_, source.size());
-    Pipeline pipeline(jobs_, [&] { return makeEditor(); });
-    through(pipeline, reader);
+    if (options_.inputs.size() > 1 && !options_.inPlace)
+      throw Failure{
+          Status::usage,
+          "only one table can be read at a time; accepted: one INPUT, or several with -i"};
+    const std::vector<std::string> inputs = inputsOf(options_);
+    const EditOptions common = edit_;
+    for (const std::string& input : inputs) {
+      edit_ = common;
+      edit_.table = formatOf(options_, input);
+      // The file that is replaced is looked at before it is read, and a wrong table leaves -o alone.
+      if (options_.inPlace) begin(inputs, input);
+      Source source(input);
+      ChunkReader reader(source, true, kLongestRecord);
+      chooseAll(reader);
+      if (!sink_) sink_.emplace(options_, standard_, source.size());
+      Pipeline pipeline(jobs_, [&] { return makeEditor(); });
+      through(pipeline, reader);
+    }
+  }
+
+  // The next file that is changed in place.
+  void begin(const std::vector<std::string>& inputs, const std::string& input) {
+    if (!sink_) sink_.emplace(options_, standard_, sizeOf(inputs));
+    sink_->replace(input);
   }
 
   // The columns that are used, and for what.
@@ -228,36 +262,46 @@ class Run {
                     "--column"};
     }
     edit_.datetimes = {0};
-    const std::vector<std::string> inputs =
-        options_.inputs.empty() ? std::vector<std::string>{"-"} : options_.inputs;
+    const std::vector<std::string> inputs = inputsOf(options_);
     refuseOneStreamForTwo(inputs);
     sink_.emplace(options_, standard_, sizeOf(inputs));
     Pipeline pipeline(jobs_, [&] { return makeEditor(); });
     const ReadingOptions reading = readingOptions(options_);
     for (const std::string& input : inputs) {
+      if (options_.inPlace) begin(inputs, input);
       edit_.dropMark = sink_->begun();
-      Complaint complaint;
-      if (isDatetime(input, reading, complaint)) {
-        argument(input);
-      } else if (input != "-" && looksLikeDatetime(input, reading.notation.from) &&
-                 !exists(input)) {
-        complaint.what += ", and there is no such file";
-        throw Failure{Status::badData, describe("argument", complaint, input)};
-      } else if (const auto meant = otherThanAFile(input)) {
-        throw Failure{Status::inputOutput, describe("argument", *meant, input)};
+      if (options_.inPlace || !isArgument(input, reading)) {
+        file(pipeline, input);
       } else {
-        Source source(input);
-        ChunkReader reader(source, false, kLongestLineBytes);
-        try {
-          through(pipeline, reader);
-        } catch (Failure& failure) {
-          if (failure.status == Status::badData && isNamedAsATable(input))
-            failure.message += "; of a table, choose a column with --column";
-          throw;
-        }
+        argument(input);
       }
     }
     if (values_) values_->finish();
+  }
+
+  // A datetime, and no file. Throws a Failure where a word is neither.
+  static bool isArgument(const std::string& input, const ReadingOptions& reading) {
+    Complaint complaint;
+    if (isDatetime(input, reading, complaint)) return true;
+    if (input != "-" && looksLikeDatetime(input, reading.notation.from) && !exists(input)) {
+      complaint.what += ", and there is no such file";
+      throw Failure{Status::badData, describe("argument", complaint, input)};
+    }
+    if (const auto meant = otherThanAFile(input))
+      throw Failure{Status::inputOutput, describe("argument", *meant, input)};
+    return false;
+  }
+
+  void file(Pipeline& pipeline, const std::string& input) {
+    Source source(input);
+    ChunkReader reader(source, false, kLongestLineBytes);
+    try {
+      through(pipeline, reader);
+    } catch (Failure& failure) {
+      if (failure.status == Status::badData && isNamedAsATable(input))
+        failure.message += "; of a table, choose a column with --column";
+      throw;
+    }
   }
 
   void argument(const std::string& text) {
@@ -279,10 +323,13 @@ class Run {
 
   // Bytes of all inputs, where that is known.
   static std::optional<std::uint64_t> sizeOf(const std::vector<std::string>& inputs) {
-    if (inputs.size() != 1) return std::nullopt;
-    struct stat info;
-    const bool file = ::stat(inputs.front().c_str(), &info) == 0 && S_ISREG(info.st_mode);
-    return file ? std::optional(static_cast<std::uint64_t>(info.st_size)) : std::nullopt;
+    std::uint64_t size = 0;
+    for (const std::string& input : inputs) {
+      struct stat info;
+      if (::stat(input.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+      size += static_cast<std::uint64_t>(info.st_size);
+    }
+    return size;
   }
 
   const TextOptions& options_;
@@ -296,6 +343,23 @@ class Run {
 };
 
 }  // namespace
+
+std::optional<InPlace> TextOptions::changesInPlace() const {
+  if (!inPlace) {
+    if (backup) throw Failure{Status::usage, "--backup goes with files that -i changes"};
+    return std::nullopt;
+  }
+  if (output)
+    throw Failure{Status::usage, "results go either to -o FILE or, with -i, to the inputs"};
+  if (inputs.empty() || std::find(inputs.begin(), inputs.end(), "-") != inputs.end())
+    throw Failure{
+        Status::usage,
+        "-i changes files, and standard input is none; accepted: the names of one or more"};
+  if (backup && (backup->empty() || backup->find('/') != std::string::npos))
+    throw usage("--backup", "not the end of a file's name", *backup, "a suffix such as .bak");
+  refuseOneFileTwice(inputs);
+  return InPlace{backup};
+}
 
 bool TextOptions::isTable() const { return !columns.empty() || csv || tsv; }
 
@@ -319,6 +383,11 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
   arguments.flag("--no-header", options.noHeader, "Its first row is no header");
   arguments.option("-o,--output", options.output, "FILE",
                    "Write there once all is done; it may be the input");
+  arguments.flag("-i,--in-place", options.inPlace,
+                 "Change the INPUT files themselves, once all is done; of tables\n"
+                 "too there may then be several");
+  arguments.option("--backup", options.backup, "SUFFIX",
+                   "With -i, keep each old file under its name with SUFFIX");
   arguments.option("--from", options.from, "FORM",
                    "How datetimes are written: iso, ordinal, week, rfc3339,\n"
                    "rfc9557, or as numbers since 1970: s, ms, us, ns, pair.\n"

@@ -15,17 +15,23 @@
 #include "set/task_reader.h"
 #include "set/value_file.h"
 #include "stream/output.h"
+#include "stream/output_file.h"
 
 namespace plx {
 
 struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
-  std::optional<std::string> zone, zoneColumn, output, from, to, digits, onError, jobs, fold, gap;
+  std::optional<std::string> zone, zoneColumn, output, backup, from, to, digits, onError, jobs,
+      fold, gap;
   std::vector<std::string> columns, newColumns;
-  bool csv = false, tsv = false, noHeader = false, exact = false, progress = false, quiet = false;
+  bool inPlace = false, csv = false, tsv = false, noHeader = false, exact = false, progress = false,
+       quiet = false;
 
   // Of a table; else of lines.
   bool isTable() const;
+  // Nothing where the results go elsewhere. Throws a Failure of Status::usage for what cannot be changed in
+  // place.
+  std::optional<InPlace> changesInPlace() const;
 };
 
 // Declares them. Those that have to do with writing datetimes only where the command does.
