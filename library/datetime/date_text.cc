@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "arith/civil.h"
 #include "datetime/datetime_text.h"
+#include "datetime/day_number.h"
 #include "messages/calendar_names.h"
 
 namespace plx {
@@ -15,38 +15,6 @@ namespace {
 
 // Years whose days are all beyond kMaxDays need no exact number.
 constexpr std::int64_t kEndlessYear = 100'000'000'000'000;
-
-std::int64_t dayOf(std::int64_t year, int month, int day) {
-  return static_cast<std::int64_t>(ymd2days(static_cast<double>(year), month, day));
-}
-
-// In integers: each datetime that is read asks.
-bool isLeap(std::int64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
-
-int daysInMonth(std::int64_t year, int month) {
-  if (month == 2) return isLeap(year) ? 29 : 28;
-  return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
-}
-
-int daysInYear(std::int64_t year) { return isLeap(year) ? 366 : 365; }
-
-// Monday 0 .. Sunday 6.
-int weekday(std::int64_t day) {
-  const auto rest = static_cast<int>((day + 3) % 7);  // 1970-01-01 was a Thursday
-  return rest < 0 ? rest + 7 : rest;
-}
-
-std::int64_t firstMonday(std::int64_t year) {  // of week 1
-  const std::int64_t fourth = dayOf(year, 1, 4);
-  return fourth - weekday(fourth);
-}
-
-std::int64_t yearOf(std::int64_t day) {
-  return static_cast<std::int64_t>(dateOf(static_cast<double>(day)).year);
-}
-
-// A week belongs to the year that has its Thursday.
-std::int64_t thursdayOf(std::int64_t day) { return day - weekday(day) + 3; }
 
 // Reads a date of which the year's digits and the format are known.
 class Date {
@@ -85,7 +53,7 @@ class Date {
     date_.form = Form::week;
     if (isEndless()) return failTooFar();
     const std::int64_t first = firstMonday(year_);
-    const auto weeks = static_cast<int>((firstMonday(year_ + 1) - first) / 7);
+    const int weeks = weeksInYear(year_);
     if (number < 1 || number > weeks) return fail(fmt::format("{} has {} weeks", year_, weeks));
     if (day < 1 || day > 7) return fail("days of the week reach from 1, Monday, to 7");
     return set(first + 7 * (number - 1) + day - 1);
@@ -184,16 +152,16 @@ void writeDate(ShortText& out, Form form, bool basic, std::int64_t day) {
     writeYear(out, year);
     dash();
     out.put('W');
-    out.twoDigits(static_cast<int>((thursday - dayOf(year, 1, 1)) / 7) + 1);
+    out.twoDigits(weekNumber(year, thursday));
     dash();
-    out.put(static_cast<char>('1' + weekday(day)));
+    out.put(static_cast<char>('1' + daysSinceMonday(day)));
     return;
   }
   const auto [year, month, ofMonth] = dateOf(static_cast<double>(day));
   writeYear(out, static_cast<std::int64_t>(year));
   dash();
   if (form == Form::ordinal) {
-    const auto ofYear = static_cast<int>(day - dayOf(static_cast<std::int64_t>(year), 1, 1)) + 1;
+    const int ofYear = dayOfYear(static_cast<std::int64_t>(year), day);
     out.put(static_cast<char>('0' + ofYear / 100));
     out.twoDigits(ofYear % 100);
     return;
