@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace plx {
 
@@ -29,8 +31,12 @@ std::optional<Form> formNamed(std::string_view name);
 inline constexpr std::string_view kAcceptedForms =
     "iso, ordinal, week, rfc3339, rfc9557, s, ms, us, ns, pair";
 
+class Format;
+
 struct Notation {
   Form from = Form::recognised;
+  std::vector<std::shared_ptr<const Format>> formats;  // in place of `from`: any of them
+  std::shared_ptr<const Format> toFormat;              // in place of `to`
   std::optional<Form> to;             // never Form::recognised; without it, as a datetime came in
   bool exact = false;                 // write what reads back to the same pair of doubles
   std::optional<std::size_t> digits;  // at most so many behind the point, the rest cut off

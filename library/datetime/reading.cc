@@ -17,6 +17,9 @@ constexpr std::string_view kAcceptedOffsets = "an offset that its zone has at th
 constexpr std::string_view kAcceptedKnownOffset =
     "datetimes that have an offset from UTC, or a time zone for all";
 constexpr std::string_view kAcceptedElsewhere = "the form iso";
+constexpr std::string_view kAcceptedInFormats = "a datetime in one of them, or another --format";
+constexpr std::string_view kAcceptedOneFormat =
+    "formats of which one at most reads a text, or which read the same";
 constexpr std::string_view kAcceptedWithDigits = "a form with a decimal point";
 
 // Whether a pair and its floored second can be set and written. Those of a calendar are bounded to
@@ -64,9 +67,8 @@ std::optional<DatetimeText> settled(const Zone& own, const DatetimeText& datetim
   return result;
 }
 
-bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
-              Reading& reading, Complaint& complaint) {
-  if (!readDatetime(text, form, reading.text, complaint)) return false;
+// Puts a reading of which the text is known into its zone, and finds its pair.
+bool place(const Zone* zoneForAll, Zones& zones, Reading& reading, Complaint& complaint) {
   const DatetimeText* datetime = &reading.text;
   std::optional<DatetimeText> withOffset;
   reading.zone = zoneForAll;
@@ -89,26 +91,88 @@ bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& z
   return false;
 }
 
+// The pair of a count of seconds in a zone, which `reading` has.
+bool placeCount(const std::optional<CountText>& count, Reading& reading, Complaint& complaint) {
+  if (!count) return false;
+  const Zone& zone = *reading.zone;
+  reading.pair = count->pair;
+  reading.text.fraction = count->fraction;
+  if (isInRange(zone, count->pair, count->second)) return zone.isRight(reading.pair, complaint);
+  complaint = {"out of range", zone.acceptedRange()};
+  return false;
+}
+
+bool saySame(const FormatReading& a, const FormatReading& b) {
+  const auto digits = [](std::string_view fraction) {
+    return fraction.substr(0, fraction.find_last_not_of('0') + 1);
+  };
+  const DatetimeText &x = a.datetime, &y = b.datetime;
+  return a.count == b.count && x.day == y.day && x.secondOfDay == y.secondOfDay &&
+         x.insertedSecond == y.insertedSecond && digits(x.fraction) == digits(y.fraction) &&
+         x.offset == y.offset && x.offsetSeconds == y.offsetSeconds &&
+         x.suffix.zone == y.suffix.zone;
+}
+
+// What the formats say of a text that none of them reads.
+Complaint noneOf(const std::vector<std::shared_ptr<const Format>>& formats, std::string_view text) {
+  if (formats.size() == 1) return formats.front()->complaintOf(text);
+  std::string list;
+  for (const auto& format : formats) list += (list.empty() ? "" : ", ") + format->text();
+  return {"in none of the formats " + list, kAcceptedInFormats};
+}
+
+// The format that reads a text; null, and a complaint, where none does or two of them differ.
+const Format* formatOf(std::string_view text,
+                       const std::vector<std::shared_ptr<const Format>>& formats,
+                       FormatReading& reading, Complaint& complaint) {
+  const Format* found = nullptr;
+  for (const auto& format : formats) {
+    FormatReading other;
+    if (!format->read(text, found == nullptr ? reading : other)) continue;
+    if (found == nullptr) {
+      found = format.get();
+    } else if (!saySame(reading, other)) {
+      complaint = {"the formats " + found->text() + " and " + format->text() +
+                       " read it as two different datetimes",
+                   kAcceptedOneFormat};
+      complaint.endsRun = true;
+      return nullptr;
+    }
+  }
+  if (found == nullptr) complaint = noneOf(formats, text);
+  return found;
+}
+
+bool readInFormats(std::string_view text, const Notation& notation, const Zone* zoneForAll,
+                   Zones& zones, Reading& reading, Complaint& complaint) {
+  FormatReading found;
+  reading.format = formatOf(text, notation.formats, found, complaint);
+  if (reading.format == nullptr) return false;
+  reading.text = found.datetime;
+  reading.spelling = found.spelling;
+  if (!reading.format->isCount()) return place(zoneForAll, zones, reading, complaint);
+  reading.text.form = Form::seconds;
+  reading.zone = zoneForAll != nullptr ? zoneForAll : zones.of(reading.text, complaint);
+  return placeCount(readCount(found.count, Form::seconds, complaint), reading, complaint);
+}
+
+bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
+              Reading& reading, Complaint& complaint) {
+  return readDatetime(text, form, reading.text, complaint) &&
+         place(zoneForAll, zones, reading, complaint);
+}
+
 bool readNumber(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
                 Reading& reading, Complaint& complaint) {
   const Zone& zone = zoneForAll != nullptr ? *zoneForAll : *zones.plain();
   reading.zone = &zone;
   reading.text.form = form;
   reading.text.separator = 'T';  // for another form
-  bool good = false;
-  if (form == Form::pair) {
-    const auto pair = readPair(text, complaint);
-    if (!pair) return false;
-    reading.pair = *pair;
-    good = isInRange(zone, *pair);
-  } else {
-    const auto count = readCount(text, form, complaint);
-    if (!count) return false;
-    reading.pair = count->pair;
-    reading.text.fraction = count->fraction;
-    good = isInRange(zone, count->pair, count->second);
-  }
-  if (good) return zone.isRight(reading.pair, complaint);
+  if (form != Form::pair) return placeCount(readCount(text, form, complaint), reading, complaint);
+  const auto pair = readPair(text, complaint);
+  if (!pair) return false;
+  reading.pair = *pair;
+  if (isInRange(zone, *pair)) return zone.isRight(reading.pair, complaint);
   complaint = {"out of range", zone.acceptedRange()};
   return false;
 }
@@ -163,6 +227,25 @@ bool isDateEnough(const Zone& zone, const WallTime& wall, int128 second) {
   return zone.secondOf(date, complaint) == second;
 }
 
+const Format* formatToWrite(const Reading& reading, const Notation& notation) {
+  if (notation.toFormat) return notation.toFormat.get();
+  return notation.to ? nullptr : reading.format;
+}
+
+bool writeInFormat(const Format& format, const Reading& reading, const Notation& notation,
+                   const DecimalSeconds& decimal, std::string& out, Complaint& complaint) {
+  const WallTime wall = reading.zone->wallTime(decimal.seconds);
+  const bool isAsRead = &format == reading.format;
+  FormatTime time{decimal, wall, reading.zone->suffix()};
+  if (isAsRead) {
+    time.fractionDigits = reading.text.fraction.size();
+    if (notation.digits) time.fractionDigits = std::min(time.fractionDigits, *notation.digits);
+  } else if (notation.digits) {
+    time.fractionDigits = *notation.digits;
+  }
+  return format.write(out, time, isAsRead ? &reading.spelling : nullptr, complaint);
+}
+
 bool writeDate(const Reading& reading, const Notation& notation, const DecimalSeconds& decimal,
                std::string& out, Complaint& complaint) {
   const WallTime wall = reading.zone->wallTime(decimal.seconds);
@@ -201,8 +284,14 @@ std::optional<Reading> read(std::string_view text, const Notation& notation, con
     reading->missing = true;
     return reading;
   }
-  const bool good = isNumber(form) ? readNumber(text, form, zoneForAll, zones, *reading, complaint)
-                                   : readDate(text, form, zoneForAll, zones, *reading, complaint);
+  bool good = false;
+  if (!notation.formats.empty()) {
+    good = readInFormats(text, notation, zoneForAll, zones, *reading, complaint);
+  } else if (isNumber(form)) {
+    good = readNumber(text, form, zoneForAll, zones, *reading, complaint);
+  } else {
+    good = readDate(text, form, zoneForAll, zones, *reading, complaint);
+  }
   if (!good) reading.reset();
   return reading;
 }
@@ -214,7 +303,8 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
     return true;
   }
   const Zone& zone = *reading.zone;
-  const Form form = notation.to.value_or(reading.text.form);
+  const Format* const format = formatToWrite(reading, notation);
+  const Form form = format != nullptr ? Form::calendar : notation.to.value_or(reading.text.form);
   const auto failRange = [&] {
     complaint = {"the result is out of range", zone.acceptedRange()};
     return false;
@@ -234,6 +324,7 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
   if (!isInRange(zone, pair, decimal.seconds)) return failRange();
   if (!zone.isRight(pair, complaint)) return false;
   if (notation.digits) cut(decimal, digitsOfUnit(form) + *notation.digits);
+  if (format != nullptr) return writeInFormat(*format, reading, notation, decimal, out, complaint);
   if (!isCount(form)) return writeDate(reading, notation, decimal, out, complaint);
   writeCount(out, form, decimal);
   return true;

@@ -8,6 +8,7 @@
 
 #include "arith/doubledouble.h"
 #include "datetime/datetime_text.h"
+#include "datetime/format.h"
 #include "datetime/notation.h"
 #include "datetime/zone.h"
 #include "datetime/zones.h"
@@ -17,9 +18,11 @@ namespace plx {
 
 // What a text says. It points into the text, which has to stay as long as the reading is written.
 struct Reading {
-  bool missing = false;        // an empty field or NaN, NaT, NA: it has no zone and no pair
-  std::string_view field;      // the whole text
-  DatetimeText text;           // in which form it came; of a number, form and fraction
+  bool missing = false;            // an empty field or NaN, NaT, NA: it has no zone and no pair
+  std::string_view field;          // the whole text
+  DatetimeText text;               // in which form it came; of a number, form and fraction
+  const Format* format = nullptr;  // of the notation, which it came in
+  FormatSpelling spelling;
   const Zone* zone = nullptr;  // where it is to be worked on
   doubledouble pair{0.0, 0.0};
 };
@@ -27,7 +30,8 @@ struct Reading {
 // Reads a text in a zone for all datetimes or, where that is null, in the zone it brings along,
 // which `zones` then keeps; a number without either is plain time. Nothing, and a complaint, for a
 // text that is no datetime of the form that is expected, for one that is out of range and for one
-// that contradicts itself.
+// that contradicts itself. Of several formats all are tried: a text that two of them read differently
+// has a complaint that ends the run.
 std::optional<Reading> read(std::string_view text, const Notation& notation, const Zone* zoneForAll,
                             Zones& zones, Complaint& complaint);
 

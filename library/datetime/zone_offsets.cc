@@ -11,7 +11,7 @@ namespace plx {
 
 namespace {
 
-constexpr double kMillis = 1000.0;
+constexpr double kMillisOfSecond = 1000.0;
 
 double offsetOf(const icu::TimeZoneRule& rule) {
   return static_cast<double>(rule.getRawOffset()) + rule.getDSTSavings();
@@ -46,7 +46,7 @@ ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules)
 int ZoneOffsets::ask(std::int64_t second) const {
   std::int32_t raw = 0, saving = 0;
   UErrorCode status = U_ZERO_ERROR;
-  rules_->getOffset(static_cast<double>(second) * kMillis, false, raw, saving, status);
+  rules_->getOffset(static_cast<double>(second) * kMillisOfSecond, false, raw, saving, status);
   checkICU(status);
   return (raw + saving) / 1000;  // zones differ from UTC by whole seconds
 }
@@ -54,16 +54,16 @@ int ZoneOffsets::ask(std::int64_t second) const {
 int ZoneOffsets::askOfWallTime(std::int64_t wallSecond) const {
   std::int32_t raw = 0, saving = 0;
   UErrorCode status = U_ZERO_ERROR;
-  rules_->getOffsetFromLocal(static_cast<double>(wallSecond) * kMillis, UCAL_TZ_LOCAL_FORMER,
-                             UCAL_TZ_LOCAL_LATTER, raw, saving, status);
+  rules_->getOffsetFromLocal(static_cast<double>(wallSecond) * kMillisOfSecond,
+                             UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_LATTER, raw, saving, status);
   checkICU(status);
   return (raw + saving) / 1000;
 }
 
 OffsetStretch ZoneOffsets::stretchAt(std::int64_t second) const {
-  const double ms = static_cast<double>(second) * kMillis;
+  const double ms = static_cast<double>(second) * kMillisOfSecond;
   return table_ ? ::stretchAt(table_->instants(), ms)
-                : stretchByICU(*rules_, ms, ask(second) * kMillis);
+                : stretchByICU(*rules_, ms, ask(second) * kMillisOfSecond);
 }
 
 }  // namespace plx

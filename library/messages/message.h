@@ -27,7 +27,8 @@ struct Complaint {
   std::string_view accepted;  // of static storage
   Status status = Status::badData;
   std::string_view identifier =
-      {};  // one of identifiers.h, where callers of the library may read it
+      {};                // one of identifiers.h, where callers of the library may read it
+  bool endsRun = false;  // whatever is asked to become of a wrong text
 };
 
 // A text in double quotes, fit for one line of a terminal: control characters and bytes that are no
