@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "stream/line_reader.h"
 #include "support/cases.h"
 #include "tools/support/tables.h"
 
@@ -69,7 +70,7 @@ TEST(CellWriter, LinesHaveEnds) {
   for (const char* bytes : {"a\nb\r\n", "a\nb"}) {
     const Chunk chunk = chunkOf(bytes);
     Cells cells;
-    splitLines(chunk, cells);
+    splitLines(chunk, kLongestLine, cells);
     std::string out;
     CellWriter writer(chunk, out);
     for (const Cell& cell : cells.cells) writer.replace(cell, "\"x");
@@ -83,7 +84,7 @@ TEST(CellWriter, BeginsAndStopsWhereAsked) {
       "\xEF\xBB\xBF"
       "a\nb\nc\n");
   Cells cells;
-  splitLines(chunk, cells);
+  splitLines(chunk, kLongestLine, cells);
   std::string out;
   CellWriter writer(chunk, out, 3);
   writer.replace(cells.cells[0], "x");

@@ -169,11 +169,11 @@ TEST(Cells, LinesAreCells) {
       "\xEF\xBB\xBF"
       "a,b\r\n\n\"c\nd");
   Cells cells;
-  splitLines(chunk, cells);
+  splitLines(chunk, kLongestLine, cells);
   EXPECT_EQ(textsOf(chunk, cells), (Rows{{"a,b"}, {""}, {"\"c"}, {"d"}}));
 
   const Chunk tooLong = chunkOf("a\n" + std::string(kLongestLine + 1, 'x') + "\n");
-  splitLines(tooLong, cells);
+  splitLines(tooLong, kLongestLine, cells);
   ASSERT_TRUE(cells.failure);
   EXPECT_EQ(cells.failure->message.substr(0, 35), "table.csv:2:1: the line is too long");
   EXPECT_EQ(cells.records.size(), 1u);

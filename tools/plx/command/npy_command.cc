@@ -25,6 +25,8 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {!options.newColumns.empty(), "--new-column"},
               {options.csv, "--csv"},
               {options.tsv, "--tsv"},
+              {options.delimiter.has_value(), "--delimiter"},
+              {options.longest.has_value(), "--longest"},
               {options.noHeader, "--no-header"},
               {options.from.has_value(), "--from"},
               {options.to.has_value(), "--to"},

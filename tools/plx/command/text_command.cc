@@ -20,6 +20,7 @@
 #include "stream/line_reader.h"
 #include "stream/pipeline.h"
 #include "stream/source.h"
+#include "table/separator.h"
 
 namespace plx {
 
@@ -57,16 +58,33 @@ OnError onErrorOf(const std::optional<std::string>& text) {
   throw usage("--on-error", "unknown", *text, "stop, blank or pass");
 }
 
-TableFormat formatOf(const TextOptions& options, const std::string& input) {
-  if (options.csv && options.tsv) throw Failure{Status::usage, "a table is either --csv or --tsv"};
-  TableFormat format;
-  format.header = !options.noHeader;
-  if (options.tsv) {
-    format.separator = '\t';
-  } else if (!options.csv) {
-    format.separator = separatorOf(input).value_or(',');
+// The separator of a table as the options and its name tell it; nothing where the header has to.
+std::optional<char> separatorTold(const TextOptions& options, const std::string& input) {
+  if (options.csv + options.tsv + options.delimiter.has_value() > 1)
+    throw Failure{Status::usage, "a table has one of --csv, --tsv and --delimiter"};
+  if (options.tsv) return '\t';
+  if (options.csv) return ',';
+  if (!options.delimiter) return separatorOf(input);
+  const auto separator = separatorNamed(*options.delimiter);
+  if (!separator) {
+    throw usage("--delimiter", "no character between fields", *options.delimiter,
+                "one character of ASCII that is no quote, tab or space");
   }
-  return format;
+  return separator;
+}
+
+// How long a record may be.
+std::size_t longestOf(const TextOptions& options, std::size_t usual) {
+  if (!options.longest) return usual;
+  constexpr std::string_view kAccepted =
+      "1 to 1099511627776 bytes, or with K, M or G behind the number";
+  std::string number = *options.longest;
+  constexpr std::string_view kUnits = "KMG";
+  const std::size_t unit = number.empty() ? std::string_view::npos : kUnits.find(number.back());
+  const std::size_t shift = unit == std::string_view::npos ? 0 : 10 * (unit + 1);
+  if (shift > 0) number.pop_back();
+  constexpr std::size_t kMost = std::size_t{1} << 40;
+  return numberOf(number, "--longest", 1, kMost >> shift, kAccepted) << shift;
 }
 
 // Of all that goes wrong, only this says that there is none; the rest is told when it is opened.
@@ -186,12 +204,14 @@ class Run {
     const EditOptions common = edit_;
     for (const std::string& input : inputs) {
       edit_ = common;
-      edit_.table = formatOf(options_, input);
+      const auto separator = separatorTold(options_, input);
+      edit_.table = {separator.value_or(','), !options_.noHeader,
+                     longestOf(options_, kLongestRecord)};
       // The file that is replaced is looked at before it is read, and a wrong table leaves -o alone.
       if (options_.inPlace) begin(inputs, input);
       Source source(input);
-      ChunkReader reader(source, true, kLongestRecord);
-      chooseAll(reader);
+      ChunkReader reader(source, true, edit_.table->longest);
+      chooseAll(reader, separator.has_value());
       if (!sink_) sink_.emplace(options_, standard_, source.size());
       Pipeline pipeline(jobs_, [&] { return makeEditor(); });
       through(pipeline, reader);
@@ -204,8 +224,8 @@ class Run {
     sink_->replace(input);
   }
 
-  // The columns that are used, and for what.
-  void chooseAll(ChunkReader& reader) {
+  // The columns that are used, and for what; the separator too, where that is not told.
+  void chooseAll(ChunkReader& reader, bool separatorIsTold) {
     std::vector<std::string> asked;
     const auto ask = [&](const std::string& name) {
       if (std::find(asked.begin(), asked.end(), name) == asked.end()) asked.push_back(name);
@@ -223,7 +243,7 @@ class Run {
 
     const std::string& name = reader.source().name();
     edit_.columns = edit_.table->header
-                        ? chooseColumns(readHeader(reader.peek(), *edit_.table, name), asked, name)
+                        ? chooseByHeader(reader.peek(), *edit_.table, separatorIsTold, asked, name)
                         : chooseColumns(asked);
     for (const std::string& column : options_.columns) edit_.datetimes.push_back(placeOf(column));
     std::sort(edit_.datetimes.begin(), edit_.datetimes.end());
@@ -262,6 +282,7 @@ class Run {
                     "--column"};
     }
     edit_.datetimes = {0};
+    edit_.longestLine = longestOf(options_, kLongestLine);
     const std::vector<std::string> inputs = inputsOf(options_);
     refuseOneStreamForTwo(inputs);
     sink_.emplace(options_, standard_, sizeOf(inputs));
@@ -294,7 +315,7 @@ class Run {
 
   void file(Pipeline& pipeline, const std::string& input) {
     Source source(input);
-    ChunkReader reader(source, false, kLongestLineBytes);
+    ChunkReader reader(source, false, edit_.longestLine + kAroundLine);
     try {
       through(pipeline, reader);
     } catch (Failure& failure) {
@@ -361,7 +382,7 @@ std::optional<InPlace> TextOptions::changesInPlace() const {
   return InPlace{backup};
 }
 
-bool TextOptions::isTable() const { return !columns.empty() || csv || tsv; }
+bool TextOptions::isTable() const { return !columns.empty() || csv || tsv || delimiter; }
 
 void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesDatetimes) {
   arguments.option("-z,--zone", options.zone, "ZONE",
@@ -376,10 +397,12 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                    "Of a table, the column that names each row's time zone");
   arguments.options("--new-column", options.newColumns, "NAME",
                     "Add the results as a column, one for each -c in turn");
-  arguments.flag("--csv", options.csv,
-                 "The table is comma-separated (default, unless its name ends in\n"
-                 ".tsv or .tab)");
-  arguments.flag("--tsv", options.tsv, "The table is tab-separated");
+  arguments.option("--delimiter", options.delimiter, "CHARACTER",
+                   "What stands between the fields of the table: one character,\n"
+                   "tab or space. Without it, the one of , ; tab and | with which\n"
+                   "the header has the columns; tab where the name ends in .tsv");
+  arguments.flag("--csv", options.csv, "The same as --delimiter ,");
+  arguments.flag("--tsv", options.tsv, "The same as --delimiter tab");
   arguments.flag("--no-header", options.noHeader, "Its first row is no header");
   arguments.option("-o,--output", options.output, "FILE",
                    "Write there once all is done; it may be the input");
@@ -403,6 +426,8 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
   arguments.option("--on-error", options.onError, "stop|blank|pass",
                    "What to do about a datetime that is wrong: stop, blank or\n"
                    "pass it as it is (default: stop)");
+  arguments.option("--longest", options.longest, "SIZE",
+                   "How many bytes a record may have (default: 4M), or a line (1M)");
   arguments.option("--jobs", options.jobs, "N", "Work with N threads");
   arguments.flag("--progress", options.progress,
                  "Show progress even if standard error is no terminal");

@@ -23,6 +23,7 @@ struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
   std::optional<std::string> zone, zoneColumn, output, backup, from, to, digits, onError, jobs,
       fold, gap;
+  std::optional<std::string> delimiter, longest;
   std::vector<std::string> columns, newColumns;
   bool inPlace = false, csv = false, tsv = false, noHeader = false, exact = false, progress = false,
        quiet = false;

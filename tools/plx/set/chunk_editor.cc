@@ -36,8 +36,9 @@ std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
 void ChunkEditor::split(const Chunk& chunk) {
   if (options_.table) {
     splitTable(chunk, *options_.table, options_.columns, cells_);
+    dropBlanks(chunk, *options_.table, cells_);
   } else {
-    splitLines(chunk, cells_);
+    splitLines(chunk, options_.longestLine, cells_);
   }
   end_ = cells_.records.size();
   failure_ = std::move(cells_.failure);

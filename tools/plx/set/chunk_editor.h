@@ -14,6 +14,7 @@
 #include "set/cell_work.h"
 #include "set/value_file.h"
 #include "stream/chunk.h"
+#include "stream/line_reader.h"
 #include "stream/pipeline.h"
 #include "table/cells.h"
 #include "table/columns.h"
@@ -52,7 +53,8 @@ struct EditOptions {
       resultOrder;  // of a table, in which results are added or listed: places in `datetimes`
   bool dropMark =
       false;  // a byte-order mark at the start of a source, as there is output before it
-  bool resultsOnly = false;  // of a table, write nothing else
+  bool resultsOnly = false;                // of a table, write nothing else
+  std::size_t longestLine = kLongestLine;  // of lines, in bytes
   OnError onError = OnError::stop;
   OnFinding onFinding = OnFinding::report;
 };

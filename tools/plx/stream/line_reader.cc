@@ -20,7 +20,7 @@ std::string_view endingOf(std::string_view line) {
 }  // namespace
 
 LineReader::LineReader(const std::string& path)
-    : source_(path), reader_(source_, false, kLongestLineBytes) {}
+    : source_(path), reader_(source_, false, kLongestLine + kAroundLine) {}
 
 bool LineReader::read(std::vector<Line>& lines) {
   lines.clear();
@@ -30,7 +30,7 @@ bool LineReader::read(std::vector<Line>& lines) {
   for (std::size_t at = 0; at < chunk_.size;) {
     const Line line = lineAt(chunk_, at, number++);
     if (line.text.size() > kLongestLine) {
-      failure_ = lineTooLong(name(), line);
+      failure_ = lineTooLong(name(), line, kLongestLine);
       if (lines.empty()) throw *failure_;
       break;
     }
@@ -53,10 +53,11 @@ Line lineAt(const Chunk& chunk, std::size_t begin, std::size_t number) {
   return {lead, text, ending, number};
 }
 
-Failure lineTooLong(std::string_view name, const Line& line) {
+Failure lineTooLong(std::string_view name, const Line& line, std::size_t longest) {
+  const std::string accepted =
+      fmt::format("lines of up to {} bytes, or a larger --longest", longest);
   return {Status::badData,
-          describe(location(name, line.number),
-                   {"the line is too long, it begins", "lines of up to 1048576 bytes"},
+          describe(location(name, line.number), {"the line is too long, it begins", accepted},
                    line.text.substr(0, kShownOfLongLine))};
 }
 

@@ -22,10 +22,10 @@ struct Line {
   std::size_t number;       // from 1; 0 for a text that comes from no file
 };
 
-// Of the text, in bytes.
+// Of the text, in bytes, unless that is told.
 inline constexpr std::size_t kLongestLine = std::size_t{1} << 20;
-// With a byte-order mark and a line end.
-inline constexpr std::size_t kLongestLineBytes = kLongestLine + 5;
+// What a line has beside its text at most: a byte-order mark and a line end.
+inline constexpr std::size_t kAroundLine = 5;
 
 class LineReader {
  public:
@@ -50,8 +50,8 @@ class LineReader {
 // A line of a chunk at `begin`, up to its line end or to the end of the chunk.
 Line lineAt(const Chunk& chunk, std::size_t begin, std::size_t number);
 
-// A line that exceeds kLongestLine.
-Failure lineTooLong(std::string_view name, const Line& line);
+// A line of more bytes than a line may have.
+Failure lineTooLong(std::string_view name, const Line& line, std::size_t longest);
 
 // "name:line:1", as a line begins with its first character, or "argument" for line 0.
 std::string location(std::string_view name, std::size_t line);

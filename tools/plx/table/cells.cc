@@ -14,7 +14,6 @@ namespace {
 constexpr std::string_view kAcceptedRecords = "records with all the columns that were asked for";
 // How long the record is in the end is not known where it is refused.
 constexpr std::size_t kShownOfLongRecord = 60;
-constexpr std::string_view kAcceptedLengths = "records of up to 4194304 bytes, all quotes closed";
 
 // The first such byte at `begin` or behind it; the size where there is none.
 std::size_t findByte(std::string_view bytes, char byte, std::size_t begin) {
@@ -136,7 +135,7 @@ bool TableSplitter::splitQuoted() {
 }
 
 bool TableSplitter::finishRecord(std::size_t end, std::size_t next) {
-  if (isCut(next) || end - at_ > kLongestRecord) return failTooLong();
+  if (isCut(next) || end - at_ > format_.longest) return failTooLong();
   cells_.records.push_back({at_, end});
   at_ = next;
   return true;
@@ -161,10 +160,11 @@ bool TableSplitter::failUncertain(const FieldError& error) {
 }
 
 bool TableSplitter::failTooLong() {
-  cells_.failure = {
-      Status::badData,
-      describe(location(chunk_, at_), {"the record is too long, it begins", kAcceptedLengths},
-               bytes_.substr(at_, kShownOfLongRecord))};
+  const std::string accepted = fmt::format(
+      "records of up to {} bytes, all quotes closed; or a larger --longest", format_.longest);
+  cells_.failure = {Status::badData,
+                    describe(location(chunk_, at_), {"the record is too long, it begins", accepted},
+                             bytes_.substr(at_, kShownOfLongRecord))};
   return false;
 }
 
@@ -177,13 +177,13 @@ void clear(Cells& cells) {
 
 }  // namespace
 
-void splitLines(const Chunk& chunk, Cells& cells) {
+void splitLines(const Chunk& chunk, std::size_t longest, Cells& cells) {
   clear(cells);
   std::size_t number = chunk.line;
   while (cells.end < chunk.size) {
     const Line line = lineAt(chunk, cells.end, number++);
-    if (line.text.size() > kLongestLine) {
-      cells.failure = lineTooLong(chunk.source, line);
+    if (line.text.size() > longest) {
+      cells.failure = lineTooLong(chunk.source, line, longest);
       return;
     }
     const std::size_t begin = cells.end + line.lead.size(), end = begin + line.text.size();
@@ -197,6 +197,14 @@ void splitTable(const Chunk& chunk, const TableFormat& format, const std::vector
                 Cells& cells) {
   clear(cells);
   TableSplitter(chunk, format, columns, cells).split();
+}
+
+void dropBlanks(const Chunk& chunk, const TableFormat& format, Cells& cells) {
+  const std::string_view bytes = chunk.bytes();
+  for (Cell& cell : cells.cells) {
+    while (cell.begin < cell.end && isBlank(bytes[cell.begin], format)) ++cell.begin;
+    while (cell.begin < cell.end && isBlank(bytes[cell.end - 1], format)) --cell.end;
+  }
 }
 
 std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffer) {

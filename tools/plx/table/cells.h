@@ -36,14 +36,17 @@ struct Cells {
 };
 
 // Each line of a chunk is a record with one cell, its text without a byte-order mark; empty lines
-// too. A failure is a line longer than kLongestLine.
-void splitLines(const Chunk& chunk, Cells& cells);
+// too. A failure is a line longer than `longest` bytes.
+void splitLines(const Chunk& chunk, std::size_t longest, Cells& cells);
 
 // The records of a chunk of a table with the fields of the columns; neither the header nor empty
 // lines. A failure is a record that lacks one of the columns, is too long, or can be read in more
 // than one way.
 void splitTable(const Chunk& chunk, const TableFormat& format, const std::vector<Column>& columns,
                 Cells& cells);
+
+// Takes the blanks around their texts from all cells.
+void dropBlanks(const Chunk& chunk, const TableFormat& format, Cells& cells);
 
 // The text of a cell. In `buffer` where quotes had to be undoubled, else in the chunk.
 std::string_view textOf(const Chunk& chunk, const Cell& cell, std::string& buffer);

@@ -42,6 +42,12 @@ std::size_t numberOf(std::string_view text) {
   throw Failure{Status::unknownName, describe(source, {std::move(what), accepted}, text)};
 }
 
+std::string_view withoutBlanks(std::string_view text, const TableFormat& format) {
+  while (!text.empty() && isBlank(text.front(), format)) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back(), format)) text.remove_suffix(1);
+  return text;
+}
+
 std::vector<Column> ascending(std::vector<Column> columns) {
   std::sort(columns.begin(), columns.end(),
             [](const Column& a, const Column& b) { return a.index < b.index; });
@@ -61,10 +67,6 @@ std::size_t indexOf(const Header& header, const std::string& asked, std::string_
   const auto found = std::find(names.begin(), names.end(), asked);
   if (found == names.end()) {
     const std::size_t number = numberOf(asked);
-    if ((number == 0 || number > names.size()) && names.size() == 1 &&
-        names[0].find_first_of(";\t|") != std::string::npos)
-      failUnknown(source, "the header is one field, " + quoteText(names[0]) + "; no such column",
-                  "fields between commas, or between tabs with --tsv", asked);
     if (number == 0 || number > names.size())
       failUnknown(source, "there is no such column", listOf(names), asked);
     return number - 1;
@@ -99,8 +101,8 @@ Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_vie
     const auto field = readField(bytes, at, format, error);
     if (!field) throw uncertainField(*chunk, error);
     std::string buffer;
-    header.names.emplace_back(
-        textOf(*chunk, {field->begin, field->end, field->quoted, field->doubled}, buffer));
+    header.names.emplace_back(withoutBlanks(
+        textOf(*chunk, {field->begin, field->end, field->quoted, field->doubled}, buffer), format));
     header.end = field->end + (field->quoted ? 1 : 0);
     at = field->next;
     if (field->lastOfRecord) return header;

@@ -19,7 +19,7 @@ struct Column {
 // The first record of a table.
 struct Header {
   std::size_t begin = 0, end = 0;  // in the first chunk, without the line end
-  std::vector<std::string> names;  // unquoted
+  std::vector<std::string> names;  // unquoted, without blanks around them
 };
 
 // The header in the first chunk of a source; `chunk` is null for an empty source, of which `source`

@@ -1,0 +1,75 @@
+#include "table/separator.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "messages/message.h"
+
+namespace plx {
+
+namespace {
+
+constexpr char kUsual[] = {',', ';', '\t', '|'};
+
+bool readsWith(char separator, const Chunk* chunk, const std::vector<std::string>& asked,
+               std::string_view source) {
+  TableFormat format;
+  format.separator = separator;
+  try {
+    const Header header = readHeader(chunk, format, source);
+    return header.names.size() > 1 && chooseColumns(header, asked, source).size() == asked.size();
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
+char separatorOfHeader(const Chunk* chunk, const std::vector<std::string>& asked,
+                       std::string_view source) {
+  std::optional<char> found;
+  for (const char separator : kUsual) {
+    if (!readsWith(separator, chunk, asked, source)) continue;
+    if (found) {
+      throw Failure{Status::usage,
+                    fmt::format("{}: the header can be read with {} and with {} between its "
+                                "columns; accepted: --delimiter with one of them",
+                                source, nameOfSeparator(*found), nameOfSeparator(separator))};
+    }
+    found = separator;
+  }
+  return found.value_or(',');
+}
+
+// Tells of a column that is missing only by the separator that was told.
+void refuseHidden(const Chunk* chunk, const TableFormat& format,
+                  const std::vector<std::string>& asked, std::string_view source) {
+  for (const std::string& column : asked) {
+    if (readsWith(format.separator, chunk, {column}, source)) continue;
+    for (const char separator : kUsual) {
+      if (!readsWith(separator, chunk, {column}, source)) continue;
+      throw Failure{
+          Status::unknownName,
+          describe(source,
+                   {fmt::format("there is no such column between {}, but between {}",
+                                nameOfSeparator(format.separator), nameOfSeparator(separator)),
+                    "--delimiter with that one"},
+                   column)};
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Column> chooseByHeader(const Chunk* chunk, TableFormat& format, bool separatorIsTold,
+                                   const std::vector<std::string>& asked, std::string_view source) {
+  if (!separatorIsTold) format.separator = separatorOfHeader(chunk, asked, source);
+  const Header header = readHeader(chunk, format, source);
+  try {
+    return chooseColumns(header, asked, source);
+  } catch (const Failure& failure) {
+    if (failure.status == Status::unknownName) refuseHidden(chunk, format, asked, source);
+    throw;
+  }
+}
+
+}  // namespace plx
