@@ -2,6 +2,7 @@
 which are not imported for it."""
 
 import functools
+import glob
 import hashlib
 import os
 from typing import NamedTuple
@@ -25,19 +26,27 @@ class Identity(NamedTuple):
 def identity():
     """That of this process; the rules that a process has in use never change."""
     used = versions()
-    rules = f"{used.rules}, {used.rules_from}"
-    if os.path.isdir(used.rules_from):
-        # Releases are names: what is in the files decides. The folder may be another one elsewhere.
-        rules = f"{used.rules}, {_digest(os.path.join(used.rules_from, 'zoneinfo64.res'))}"
-    return Identity(used.plx, _digest(used.module), used.icu, rules)
+    return Identity(used.plx, _digest([used.module]), used.icu, f"{used.rules}, {_origin(used.rules_from)}")
 
 
-def _digest(path):
-    try:
+def _origin(told):
+    """Where rules are from: ICU's own, or a digest of the files in a folder, which may be another one elsewhere."""
+    # "ICU_TIMEZONE_FILES_DIR, /srv/rules, from /usr/share/zoneinfo", of which the folder is always there.
+    folder = told.removeprefix("ICU_TIMEZONE_FILES_DIR, ")
+    while folder:
+        files = sorted(glob.glob(os.path.join(glob.escape(folder), "*.res")))
+        if files:
+            return _digest(files)
+        folder = folder.rpartition(", from ")[0]
+    return told
+
+
+def _digest(paths):
+    digest = hashlib.sha256()
+    for path in paths:
         with open(path, "rb") as file:
-            return hashlib.sha256(file.read()).hexdigest()[:16]
-    except OSError as error:
-        return f"unreadable: {error}"
+            digest.update(file.read())
+    return digest.hexdigest()[:16]
 
 
 class WorkersDiffer(RuntimeError):
