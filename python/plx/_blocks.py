@@ -76,6 +76,38 @@ def moved(error, index, where):
     return type(error)(f"{where}: {message}", identifier=error.identifier, index=index)
 
 
+# ------------------------------------------------------------------------------------------ .npy files
+
+
+class NpyFile:
+    """To Dask an array in a file, blocks of which are read and written; a worker has to reach the file by the same path.
+    A block is mapped for as long as it is copied: what stays mapped would count as the worker's memory."""
+
+    def __init__(self, path):
+        self.path = os.path.abspath(path)
+        elements = self._mapped("r")
+        self.shape, self.dtype, self.ndim = elements.shape, elements.dtype, elements.ndim
+
+    def _mapped(self, mode):
+        # Refuses what is no array of plain elements.
+        return np.lib.format.open_memmap(self.path, mode)
+
+    def __getitem__(self, slices):
+        return np.array(self._mapped("r")[slices])
+
+    def __setitem__(self, slices, block):
+        # Other machines see what was written as soon as the file is closed, or what was mapped is flushed.
+        elements = self._mapped("r+")
+        rest = zip(slices[1:], self.shape[1:])
+        if self.ndim and elements.flags.c_contiguous and all(one == slice(0, length) for one, length in rest):
+            with open(self.path, "r+b") as file:
+                file.seek(elements.offset + slices[0].start * elements.strides[0])
+                file.write(np.ascontiguousarray(block, self.dtype).reshape(-1).view(np.uint8))
+        else:
+            elements[slices] = block
+            elements.flush()
+
+
 # ------------------------------------------------------------------------------------ blocks of arrays
 
 

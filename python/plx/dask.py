@@ -13,6 +13,7 @@ an element that is wrong shows on a worker, and the error that arrives has its i
 
 import functools
 import math
+import os
 import sys
 import warnings
 import weakref
@@ -34,7 +35,7 @@ with warnings.catch_warnings():
     except ImportError:  # without pandas
         dd = None
 
-__all__ = ["DatetimeAccessor", "Identity", "WorkersDiffer", "check", "get", "set"]
+__all__ = ["DatetimeAccessor", "Identity", "WorkersDiffer", "check", "from_npy", "get", "set", "to_npy"]
 
 
 def set(x, component, value, *, zone=None, fold="later", gap="shift", check=None, threads=1):
@@ -162,6 +163,62 @@ def chunked_like(array, values):
 
 def _none_of(array):
     return array._meta if array.ndim else array._meta.reshape(1)[:0]
+
+
+# ------------------------------------------------------------------------------------------ .npy files
+
+
+def from_npy(path, chunks="auto"):
+    """Reads a `.npy` file in chunks, each by the worker that needs it.
+
+    Parameters
+    ----------
+    path : path_like
+        Of a file that every worker reaches by this path.
+    chunks : int, tuple or str, optional
+        As in `dask.array.from_array`; datetimes take 8 or 16 bytes, and a million in a chunk is a good number.
+
+    Returns
+    -------
+    dask array
+    """
+    file = _blocks.NpyFile(path)
+    state = os.stat(file.path)
+    name = "plx-npy-" + tokenize(file.path, state.st_mtime_ns, state.st_size, chunks)
+    return da.from_array(
+        file, chunks=chunks, name=name, asarray=False, inline_array=True, meta=np.empty((0,) * file.ndim, file.dtype)
+    )
+
+
+def to_npy(path, x, *, compute=True):
+    """Writes a Dask array into a `.npy` file, each chunk by the worker that has it.
+
+    Parameters
+    ----------
+    path : path_like
+        Of a file that every worker reaches by this path. What it held before is lost at once.
+    x : dask array
+        Of chunks whose lengths are known.
+    compute : bool, optional
+        Whether to write now, or to return what writes when it is computed.
+
+    Returns
+    -------
+    None or dask.delayed.Delayed
+
+    Examples
+    --------
+    >>> import dask.array as da, numpy as np, os, plx.dask, tempfile
+    >>> with tempfile.TemporaryDirectory() as folder:
+    ...     path = os.path.join(folder, 't.npy')
+    ...     plx.dask.to_npy(path, da.from_array(np.array(['2014-05-31', '2016-02-29'], 'M8[D]'), chunks=1))
+    ...     plx.dask.set(plx.dask.from_npy(path, chunks=1), 'day', 1).compute()
+    array(['2014-05-01', '2016-02-01'], dtype='datetime64[D]')
+    """
+    if any(math.isnan(length) for length in x.shape):
+        raise library_error("InvalidArgument", f"x: of shape {x.shape}; accepted: lengths that Dask knows")
+    np.lib.format.open_memmap(path, "w+", dtype=x.dtype, shape=x.shape)
+    return da.store(x, _blocks.NpyFile(path), lock=False, compute=compute)
 
 
 # ------------------------------------------------------------------------------------------ new values

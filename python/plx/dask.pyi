@@ -1,8 +1,9 @@
+import os
 from typing import Any, Literal, NamedTuple
 
 from . import _Check, _Component, _Fold, _Gap, _Zone
 
-__all__ = ["DatetimeAccessor", "Identity", "WorkersDiffer", "check", "get", "set"]
+__all__ = ["DatetimeAccessor", "Identity", "WorkersDiffer", "check", "from_npy", "get", "set", "to_npy"]
 
 class Identity(NamedTuple):
     plx: str
@@ -26,6 +27,8 @@ def set(
     threads: int = 1,
 ) -> Any: ...
 def get(x: Any, component: _Component, *, zone: _Zone = None, threads: int = 1) -> Any: ...
+def from_npy(path: str | os.PathLike[str], chunks: Any = "auto") -> Any: ...
+def to_npy(path: str | os.PathLike[str], x: Any, *, compute: bool = True) -> Any: ...
 def check(client: Any = None) -> dict[str, Identity]: ...
 
 class DatetimeAccessor:

@@ -295,6 +295,38 @@ def test_a_block_takes_one_task():
     assert len(dask.optimize(results)[0].dask) == x.npartitions == 100
 
 
+def test_npy_files(tmp_path):
+    t = moments("M8[s]")
+    with Cases(6) as cases:
+        for given, chunks in [
+            (t, 700),
+            (t.reshape(50, 100), (7, 33)),
+            (np.asfortranarray(t.reshape(50, 100)), (7, 33)),
+            (t.astype(">M8[s]"), 700),
+            (moments("complex128"), 4096),
+            (t[:0], 1),
+        ]:
+            np.save(tmp_path / "x.npy", given)
+            x = plx.dask.from_npy(tmp_path / "x.npy", chunks)
+            assert x.dtype == given.dtype and x.shape == given.shape
+            plx.dask.to_npy(tmp_path / "y.npy", plx.dask.set(x, "day", "last"))
+            expected = plx.set(given, "day", "last")
+            # In the order of C, whatever that of the first file.
+            assert same_bits(np.load(tmp_path / "y.npy"), expected)
+            cases.add()
+    x = plx.dask.from_npy(tmp_path / "y.npy")
+    assert x.name == plx.dask.from_npy(tmp_path / "y.npy").name
+    later = plx.dask.to_npy(tmp_path / "y.npy", da.from_array(t, chunks=700), compute=False)
+    assert (np.load(tmp_path / "y.npy").astype("i8") == 0).all()
+    later.compute()
+    assert same_bits(np.load(tmp_path / "y.npy"), t) and x.name != plx.dask.from_npy(tmp_path / "y.npy").name
+    np.save(tmp_path / "objects.npy", np.array([None, 1], object))
+    with pytest.raises(ValueError, match="(?i)python objects"):
+        plx.dask.from_npy(tmp_path / "objects.npy")
+    with pytest.raises(plx.Error, match="lengths that Dask knows"):
+        plx.dask.to_npy(tmp_path / "z.npy", x[x == x])
+
+
 def test_local_is_the_clock_of_the_caller(monkeypatch):
     t = moments("M8[s]")
     monkeypatch.setenv("TZ", "Europe/Paris")
