@@ -5,7 +5,8 @@
 # The first two are ON or OFF, as the build was configured.
 set -euo pipefail
 hardened=$1 branches=$2 program=$3 binaries=("${@:3:4}")
-mapfile -t objects < <(printf '%s\n' "${@:7}" | grep -v '\.gch$')  # precompiled headers are no objects
+# Precompiled headers are no objects, and CMake may leave empty names.
+mapfile -t objects < <(printf '%s\n' "${@:7}" | grep -vE '\.gch$|^$')
 if [ "$hardened" != ON ]; then
   echo "skipped: this build is not hardened (PLX_HARDENING)"
   exit 77
