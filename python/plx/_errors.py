@@ -52,6 +52,7 @@ class RulesWarning(UserWarning):
 # By the names that people know them by, in tracebacks and in what is pickled.
 for _class in (Error, UnknownZone, NotWhole, OutOfRange, Refused, LeapTableWarning, RulesWarning):
     _class.__module__ = "plx"
+del _class
 
 _CLASSES = {
     "Pelmor:datetime:UnknownTimeZone": UnknownZone,
