@@ -60,21 +60,35 @@ paArray* noMemory(std::size_t ndim, const std::size_t* dims) {
 
 using ArrayOwner = std::unique_ptr<paArray>;
 
+// Somebody else's, or in the body of the array.
+template <class T>
+Block<T> borrowed(T* block) {
+  return Block<T>(block, GiveBack{0, true});
+}
+
 // An array without data blocks; null where the product of the extents overflows or memory is short.
 ArrayOwner makeBody(std::size_t ndim, const std::size_t* dims, paClassID classId, bool complex) {
-  Block<std::size_t> copy = allocate<std::size_t>(ndim);
   std::size_t count = 0;
-  if (!copy || !countElements(ndim, dims, count)) return nullptr;
-  std::memcpy(copy.get(), dims, ndim * sizeof(std::size_t));
-  return ArrayOwner(new (std::nothrow) paArray{.classId = classId,
-                                               .sparse = false,
-                                               .complex = complex,
-                                               .dimensionCount = ndim,
-                                               .elementCount = count,
-                                               .dimensions = std::move(copy),
-                                               .real = nullptr,
-                                               .imaginary = nullptr,
-                                               .units = nullptr});
+  if (!countElements(ndim, dims, count)) return nullptr;
+  ArrayOwner array(new (std::nothrow) paArray);
+  if (!array) return nullptr;
+  array->classId = classId;
+  array->complex = complex;
+  array->dimensionCount = ndim;
+  array->elementCount = count;
+  array->dimensions = ndim <= SmallBlocks::kDimensions ? borrowed(array->small.dimensions())
+                                                       : allocate<std::size_t>(ndim);
+  if (!array->dimensions) return nullptr;
+  std::memcpy(array->dimensions.get(), dims, ndim * sizeof(std::size_t));
+  return array;
+}
+
+// A block of the array's elements: `room` in its body where that is enough, else memory of its own.
+template <class T>
+Block<T> blockOf(const paArray& array, void* room) {
+  if (kKeepsBlocks && array.elementCount <= SmallBlocks::kBytes / sizeof(T))
+    return borrowed(static_cast<T*>(room));
+  return allocate<T>(array.elementCount);
 }
 
 const char* findFault(std::size_t ndim, const std::size_t* dims) {
@@ -87,11 +101,6 @@ const char* findFault(paClassID classId, paComplexity complexity) {
   if (classId != paDOUBLE_CLASS) return "the class paDOUBLE_CLASS";
   if (complexity != paREAL && complexity != paCOMPLEX) return "paREAL or paCOMPLEX";
   return nullptr;
-}
-
-template <class T>
-Block<T> borrowed(T* block) {
-  return Block<T>(block, GiveBack{0, true});
 }
 
 // Whether the blocks that the running call lends are those of such an array.
@@ -116,8 +125,8 @@ paArray* createNumeric(const char* function, std::size_t ndim, const std::size_t
     array->real = borrowed(lent->real.get());
     if (array->complex) array->imaginary = borrowed(lent->imaginary.get());
   } else {
-    array->real = allocate<double>(array->elementCount);
-    if (array->complex) array->imaginary = allocate<double>(array->elementCount);
+    array->real = blockOf<double>(*array, array->small.first());
+    if (array->complex) array->imaginary = blockOf<double>(*array, array->small.second());
   }
   if (!array->real || (array->complex && !array->imaginary)) {
     array.reset();  // the memory there is may be needed to report the error
@@ -163,7 +172,7 @@ paArray* paCreateCharArray(size_t ndim, const size_t* dims, const uint16_t* unit
     array.reset();
     return host::refuse(__func__, "code units that are not null, unless the array is empty");
   }
-  array->units = host::allocate<std::uint16_t>(array->elementCount);
+  array->units = host::blockOf<std::uint16_t>(*array, array->small.first());
   if (!array->units) {
     array.reset();
     return host::noMemory(ndim, dims);

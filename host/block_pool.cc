@@ -15,19 +15,6 @@
 namespace host {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kKeepsBlocks = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
-    __has_feature(memory_sanitizer)
-constexpr bool kKeepsBlocks = false;
-#else
-constexpr bool kKeepsBlocks = true;
-#endif
-#else
-constexpr bool kKeepsBlocks = true;
-#endif
-
 // Which memory a block is of follows from its size alone.
 bool isLarge(std::size_t bytes) { return kKeepsBlocks && bytes >= kLeastKeptBytes; }
 

@@ -17,6 +17,19 @@
 
 namespace host {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kKeepsBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
+inline constexpr bool kKeepsBlocks = false;
+#else
+inline constexpr bool kKeepsBlocks = true;
+#endif
+#else
+inline constexpr bool kKeepsBlocks = true;
+#endif
+
 // Wide enough for every vector register there is, and a cache line.
 inline constexpr std::size_t kBlockAlignment = 64;
 
