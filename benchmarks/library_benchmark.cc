@@ -83,11 +83,13 @@ Data dataOf(const std::string& type, std::ptrdiff_t step = 1, bool hasLow = fals
         count += static_cast<std::int64_t>(random.below(static_cast<std::uint64_t>(per)));
       std::memcpy(place, &count, 8);
     } else {
-      const auto high = static_cast<double>(millis);
-      const double low = hasFraction ? static_cast<double>(random.below(1 << 20)) * 0x1p-34 : 0.0;
-      std::memcpy(place, &high, 8);
-      if (data.bytes == 16) std::memcpy(place + 8, &low, 8);
-      if (hasLow) data.low.push_back(low);
+      // Normalised, as every result of pair arithmetic is.
+      const doubledouble pair = quick_two_sum(
+          static_cast<double>(millis) + 1.0,
+          hasFraction ? static_cast<double>(1 + random.below(1'000'000)) * 0x1p-36 : 0.0);
+      std::memcpy(place, &pair.hi, 8);
+      if (data.bytes == 16) std::memcpy(place + 8, &pair.lo, 8);
+      if (hasLow) data.low.push_back(pair.lo);
     }
   }
   data.newLow = data.low;
