@@ -74,6 +74,17 @@ std::int64_t nearestInteger(double x) {
                                    std::bit_cast<std::uint64_t>(kRounder));
 }
 
+// The double nearest to an integer. Not all processors convert vectors of them: so the halves are put where the
+// places of doubles are, beside numbers of which nothing but an exact difference stays; the sum is rounded once.
+double toDouble(std::int64_t integer) {
+  const auto bits = static_cast<std::uint64_t>(integer);
+  const auto low =
+      std::bit_cast<double>((bits & 0xFFFF'FFFF) | std::bit_cast<std::uint64_t>(0x1p52));
+  const auto high =
+      std::bit_cast<double>(((bits >> 32) ^ 0x8000'0000) | std::bit_cast<std::uint64_t>(0x1p84));
+  return (high - (0x1p84 + 0x1p63 + 0x1p52)) + low;
+}
+
 // ---- complex128 ----
 
 template <bool isSwapped>
@@ -342,7 +353,7 @@ class LargeCounts : public CountElements<isSwapped> {
     const auto most = static_cast<double>(mostCounts);
     return convert(count, [=, millis = static_cast<double>(perCount)](std::size_t i) PLX_LOOP {
       const std::int64_t c = CountElements<isSwapped>::countAt(bytes + 8 * i);
-      const auto number = static_cast<double>(c);
+      const double number = toDouble(c);
       const bool isNaT = c == kNaT;
       high[i] = isNaT ? kNaN : number * millis;
       return bit(!(std::fabs(number) <= most)) & bit(!isNaT);
@@ -351,11 +362,12 @@ class LargeCounts : public CountElements<isSwapped> {
 
   bool write(const DatetimeElements::Results& r, char* out) const override {
     const auto perCount = static_cast<double>(this->scale().millisPerCount());
-    return convert(r.count, [=](std::size_t i) PLX_LOOP {
+    return convert(r.count, [=, inverse = 1 / perCount](std::size_t i) PLX_LOOP {
       const double millis = r.resultHigh[i];
       const bool isNaT = std::isnan(r.high[i]);
-      // Where the result is a whole number of counts, quotient and product are exact.
-      const double number = millis / perCount;
+      // Of a whole number of counts this is off by far less than a half, and the product of the number nearest
+      // to it is exact: so that product tells whether the result is one.
+      const double number = millis * inverse;
       const std::uint64_t fails = bit(!(std::fabs(millis) <= static_cast<double>(kPlainMillis))) |
                                   bit(nearestWhole(number) * perCount != millis) |
                                   bit(r.resultLow[i] != 0);
@@ -378,7 +390,7 @@ class SmallCounts : public CountElements<isSwapped> {
     return convert(count, [=](std::size_t i) PLX_LOOP {
       const std::int64_t c = CountElements<isSwapped>::countAt(bytes + 8 * i);
       const bool isNaT = c == kNaT;
-      const double quotient = static_cast<double>(c) / static_cast<double>(kPerMilli);
+      const double quotient = toDouble(c) * (1 / static_cast<double>(kPerMilli));
       const std::uint64_t below = times(nearestInteger(quotient));
       const double isNext = static_cast<std::int64_t>(static_cast<std::uint64_t>(c) - below) < 0;
       high[i] = isNaT ? kNaN : nearestWhole(quotient) - isNext;
