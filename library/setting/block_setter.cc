@@ -77,15 +77,14 @@ BlockSetter::BlockSetter(const SetJob& job)
   }
   if (job.datetimes.isPair) return;
   elements_ = DatetimeElements::of(job.datetimes.type, job.keepsParts);
-  elementsWithoutParts_ = DatetimeElements::of(job.datetimes.type, false);
 }
 
 std::optional<Stop> BlockSetter::work(std::size_t start, std::size_t count) {
   isAlone_ = count <= 1;
   if (trySet(start, count)) return std::nullopt;
   if (stop_) {
-    stop_->done = start;
-    if (stop_->index != PLX_NO_INDEX) stop_->index = start;
+    stop_->done += start;
+    if (stop_->index != PLX_NO_INDEX) stop_->index += start;
     return stop_;
   }
   const std::size_t half = count / 2;
@@ -121,10 +120,11 @@ bool BlockSetter::trySet(std::size_t start, std::size_t count) {
     datetimes = result_.get();
     if (!agreesWithClock(datetimes, count)) return false;
   }
-  if (!judge(count) || !write(count)) return false;
-  put(start - job_.firstResult, count, start);
-  takeNotes(count);
-  return true;
+  if (!judge(count)) return false;
+  const std::size_t done = put(start - job_.firstResult, count);
+  if (job_.options.findings != nullptr) putFindings(start, done);
+  takeNotes(done);
+  return done == count;
 }
 
 void BlockSetter::makeRoom(std::size_t count) {
@@ -133,7 +133,8 @@ void BlockSetter::makeRoom(std::size_t count) {
   room_ = count;
   const bool hasLow = job_.datetimes.isPair || elements_->hasLow();
   column_ = hostColumn(count, hasLow ? paCOMPLEX : paREAL);
-  out_.resize(count * job_.datetimes.type.bytes);
+  result_.reset();
+  for (HostArray& lent : lent_) lent.reset();
 }
 
 // Elements one behind the other, those that are left out as ones that are missing.
@@ -245,9 +246,12 @@ bool BlockSetter::prepareLast(Step& step, const paArray* datetimes, std::size_t 
 }
 
 bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count) {
+  HostArray& into = lent_[isSecondLent_ ? 1 : 0];
+  if (!into) into = hostColumn(count, paCOMPLEX);
+  isSecondLent_ = !isSecondLent_;
   HostArray next;
-  const auto error =
-      job_.module.set(datetimes, step.array.get(), step.selector.get(), zoneText_.get(), next);
+  const auto error = job_.module.set(datetimes, step.array.get(), step.selector.get(),
+                                     zoneText_.get(), next, into.get());
   if (!error) {
     const HostArray before = std::exchange(result_, std::move(next));
     return settleClocks(step, at, datetimes, count);
@@ -352,25 +356,51 @@ bool BlockSetter::judge(std::size_t count) {
   return true;
 }
 
-bool BlockSetter::write(std::size_t count) {
-  if (job_.datetimes.isPair) return true;
-  const DatetimeElements::Results results{in_, highOf(datetimes_), highOf(result_.get()),
-                                          lowOf(result_.get()), count};
-  if (!isReadFast_ || !elements_->write(results, out_.data())) return writeEach(count);
-  if (!isAnyAtEdge_) return true;
-  return writeEach(count);
+DatetimeElements::Results BlockSetter::resultsFrom(std::size_t first, std::size_t count) const {
+  return {element(first), highOf(datetimes_) + first, highOf(result_.get()) + first,
+          lowOf(result_.get()) + first, count};
 }
 
-bool BlockSetter::writeEach(std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
+// Puts the results where they belong; returns how many, before one that cannot be held.
+std::size_t BlockSetter::put(std::size_t start, std::size_t count) {
+  if (job_.datetimes.isPair) {
+    putPairs(start, count);
+    return count;
+  }
+  // A few at a time, so that those that were converted are in the first cache when they are put.
+  constexpr std::size_t kTileBytes = 4096, kLine = 64;
+  alignas(kLine) char room[kTileBytes];
+  const std::size_t bytes = job_.datetimes.type.bytes, tile = kTileBytes / bytes;
+  // From the second tile on, lines of the caches are written whole.
+  const auto address = reinterpret_cast<std::uintptr_t>(job_.results.elements.data());
+  std::size_t now = tile - (start + address % kLine / bytes) % (kLine / bytes), done = 0;
+  for (std::size_t first = 0; first < count; first += now, now = tile) {
+    now = std::min(now, count - first);
+    const std::size_t written = write(first, now, room);
+    putTile(start + first, first, written, room);
+    done += written;
+    if (written < now) break;
+  }
+  endStreams();
+  return done;
+}
+
+// Converts results, from that of element `first` of the block on; returns how many, before one that cannot be held.
+std::size_t BlockSetter::write(std::size_t first, std::size_t count, char* out) {
+  if (isReadFast_ && !isAnyAtEdge_ && elements_->write(resultsFrom(first, count), out))
+    return count;
+  if (isAnyAtEdge_ && !elementsWithoutParts_)
+    elementsWithoutParts_ = DatetimeElements::of(job_.datetimes.type, false);
+  for (std::size_t i = first; i < first + count; ++i, out += job_.datetimes.type.bytes) {
     const doubledouble pair = pairAt(result_.get(), i);
     const DatetimeElements& elements =
         isAnyAtEdge_ && atEdge_[i] != 0 ? *elementsWithoutParts_ : *elements_;
-    char* out = out_.data() + i * job_.datetimes.type.bytes;
-    if (const auto complaint = elements.writeOne(element(i), pair, slackOf(i), out))
-      return fails(wrong(*complaint, elements.resultText(element(i), pair)));
+    const auto complaint = elements.writeOne(element(i), pair, slackOf(i), out);
+    if (!complaint) continue;
+    stop_ = Stop{wrong(*complaint, elements.resultText(element(i), pair)), i, i};
+    return i - first;
   }
-  return true;
+  return count;
 }
 
 // The double next to the number that was meant is off by 2^-53 of it at most, and so is its
@@ -386,17 +416,16 @@ Slack BlockSetter::slackOf(std::size_t i) const {
   return slack;
 }
 
-void BlockSetter::put(std::size_t start, std::size_t count, std::size_t position) {
-  if (job_.datetimes.isPair) {
-    putPairs(start, count);
-  } else if (where_ == nullptr) {
-    putRun(job_.results.elements, job_.datetimes.type.bytes, start, count, out_.data());
-  } else {
-    const std::size_t bytes = job_.datetimes.type.bytes;
-    for (std::size_t i = 0; i < count; ++i)
-      if (!isLeftOut(i)) job_.results.elements.scatter(start + i, 1, out_.data() + i * bytes);
-  }
-  if (job_.options.findings == nullptr) return;
+// Converted results, from that of element `first` of the block on.
+void BlockSetter::putTile(std::size_t start, std::size_t first, std::size_t count,
+                          const char* converted) const {
+  const std::size_t bytes = job_.datetimes.type.bytes;
+  if (where_ == nullptr) return putRun(job_.results.elements, bytes, start, count, converted);
+  for (std::size_t i = 0; i < count; ++i)
+    if (!isLeftOut(first + i)) job_.results.elements.scatter(start + i, 1, converted + i * bytes);
+}
+
+void BlockSetter::putFindings(std::size_t position, std::size_t count) const {
   for (std::size_t i = 0; i < count; ++i) {
     if (isLeftOut(i)) continue;
     job_.findings.scatter(position + i, 1, reinterpret_cast<const char*>(&findings_[i]));
@@ -408,7 +437,6 @@ void BlockSetter::putRun(const Strided& to, std::size_t bytes, std::size_t start
   if (!to.isContiguous() || job_.results.count * bytes < kPastCachesBytes)
     return to.scatter(start, count, from);
   streamCopy(to.data() + start * bytes, from, count * bytes);
-  endStreams();
 }
 
 void BlockSetter::putPairs(std::size_t start, std::size_t count) {
@@ -416,8 +444,9 @@ void BlockSetter::putPairs(std::size_t start, std::size_t count) {
                                  {&job_.results.low, lowOf(result_.get())}}) {
     const char* bytes = reinterpret_cast<const char*>(from);
     if (job_.results.type.isSwapped()) {
-      swapEach(count, bytes, out_.data());
-      bytes = out_.data();
+      swappedRoom_.resize(count * 8);
+      swapEach(count, bytes, swappedRoom_.data());
+      bytes = swappedRoom_.data();
     }
     if (where_ == nullptr) {
       putRun(*to, 8, start, count, bytes);
@@ -426,6 +455,7 @@ void BlockSetter::putPairs(std::size_t start, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
       if (!isLeftOut(i)) to->scatter(start + i, 1, bytes + 8 * i);
   }
+  endStreams();
 }
 
 void BlockSetter::takeNotes(std::size_t count) {

@@ -61,15 +61,18 @@ class BlockSetter : public BlockWorker {
   bool settleClocks(const Step& step, std::size_t at, const paArray* before, std::size_t count);
   bool settleClock(const Step& step, std::size_t at, const paArray* before, std::size_t i);
   bool judge(std::size_t count);
-  bool write(std::size_t count);
-  bool writeEach(std::size_t count);
-  void put(std::size_t start, std::size_t count, std::size_t position);
+  std::size_t put(std::size_t start, std::size_t count);
+  std::size_t write(std::size_t first, std::size_t count, char* out);
+  void putTile(std::size_t start, std::size_t first, std::size_t count,
+               const char* converted) const;
+  void putFindings(std::size_t position, std::size_t count) const;
   void putRun(const Strided& to, std::size_t bytes, std::size_t start, std::size_t count,
               const char* from) const;
   void putPairs(std::size_t start, std::size_t count);
   void takeNotes(std::size_t count);
   Slack slackOf(std::size_t i) const;
   bool isLeftOut(std::size_t i) const { return where_ != nullptr && where_[i] == 0; }
+  DatetimeElements::Results resultsFrom(std::size_t first, std::size_t count) const;
   const char* element(std::size_t i) const { return in_ + i * job_.datetimes.type.bytes; }
   std::string elementText(std::size_t i) const;
 
@@ -92,8 +95,11 @@ class BlockSetter : public BlockWorker {
   HostArray column_;                    // of the block's size, for what is read
   HostArray each_;                      // the same with low parts, for what is read one by one
   const paArray* datetimes_ = nullptr;  // one of both
-  HostArray result_;
-  std::vector<char> inRoom_, lowRoom_, valueRoom_, out_, whereRoom_;
+  // Two blocks for results, lent to the module in turn: what one setting gives, the next one takes.
+  HostArray lent_[2];
+  bool isSecondLent_ = false;
+  HostArray result_;  // in one of them
+  std::vector<char> inRoom_, lowRoom_, valueRoom_, swappedRoom_, whereRoom_;
   const char* where_ = nullptr;
   std::vector<char> atEdge_;  // elements whose result is a gap's edge
   bool isAnyAtEdge_ = false;

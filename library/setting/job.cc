@@ -12,8 +12,6 @@ namespace {
 
 // Few enough for all that is kept of a block to stay in the second cache.
 constexpr std::size_t kBlock = std::size_t{1} << 13;
-// A call in a time zone costs more before its first element.
-constexpr std::size_t kZonedBlock = std::size_t{1} << 16;
 
 // Enough for the module to write past the caches.
 constexpr std::size_t kPairBlock = std::size_t{1} << 20;
@@ -28,8 +26,8 @@ std::optional<Stop> run(const SetJob& job, unsigned& notes) {
         job.options, [&] { return std::make_unique<PairSetter>(job); }, notes);
   }
   return runBlocks(
-      job.datetimes.count, job.hasZone ? kZonedBlock : kBlock, job.options,
-      [&] { return std::make_unique<BlockSetter>(job); }, notes);
+      job.datetimes.count, kBlock, job.options, [&] { return std::make_unique<BlockSetter>(job); },
+      notes);
 }
 
 }  // namespace plx

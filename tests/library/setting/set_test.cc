@@ -4,12 +4,14 @@
 
 #include <complex>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "library/setting/support.h"
 #include "plx/plx.h"
+#include "support/cases.h"
 
 namespace {
 
@@ -92,6 +94,62 @@ TEST(Set, TellsTheFirstElementThatIsWrong) {
   EXPECT_EQ(plxSet(&in, &setting, 1, nullptr, &results, &error), 1);
   EXPECT_STREQ(error.identifier, "Pelmor:datetime:MustBeInteger");
   EXPECT_EQ(error.index, 1U);
+}
+
+// Whichever element it is that cannot be set, of the blocks and the parts of blocks that are worked on as one: all
+// before it are set, and nothing behind it is written.
+TEST(Set, StopsAtAnyElementOfAnyBlock) {
+  constexpr std::size_t kBlock = 8192, kCount = 2 * kBlock + 700;
+  std::vector<std::size_t> positions = {0, 1, kCount - 1};
+  for (const std::size_t edge : {256, 504, 512, 1024, 4096, 8192, 8192 + 512, 2 * 8192})
+    for (std::size_t at = edge - 2; at <= edge + 1; ++at) positions.push_back(at);
+  struct Row {
+    const char* why;
+    const char* type;
+    int component;
+    double value, wrongValue;
+    std::int64_t wrongDatetime;
+    const char* identifier;
+  };
+  const Row rows[] = {
+      {"no whole day", "<M8[D]", paHOUR, 0, 5, 0, "Pelmor:library:CannotHold"},
+      {"no whole number", "<M8[ms]", paHOUR, 0, 0.5, 0, "Pelmor:datetime:MustBeInteger"},
+      {"no whole second", "<M8[s]", paSECOND, 1, 0.25, 0, "Pelmor:library:CannotHold"},
+      {"too many for 64 bits", "<M8[ns]", paYEAR, 1970, 2500, 0, "Pelmor:library:CannotHold"},
+      {"out of range", "<M8[W]", paYEAR, 1970, 1970, 1LL << 60, "Pelmor:library:OutOfRange"},
+  };
+  Cases cases(std::size(rows) * positions.size() * 4);
+  for (const Row& row : rows) {
+    for (const std::size_t at : positions) {
+      for (const bool isInPlace : {false, true}) {
+        for (const std::size_t offset : {0, 3}) {  // bytes beside what is aligned
+          std::vector<std::int64_t> datetimes(kCount, 0);
+          std::vector<double> values(kCount, row.value);
+          datetimes[at] = row.wrongDatetime;
+          values[at] = row.wrongValue;
+          std::vector<char> in(8 * kCount + 8, 'x'), out = in;
+          std::memcpy(in.data() + offset, datetimes.data(), 8 * kCount);
+          std::vector<char>& results = isInPlace ? in : out;
+          const std::vector<char> before = results;
+          plxArray from = arrayOf(datetimes, row.type, kCount), to = from;
+          from.data = in.data() + offset;
+          to.data = results.data() + offset;
+          const plxSetting setting{row.component, arrayOf(values, "<f8", kCount), nullptr};
+          plxError error;
+          EXPECT_EQ(plxSet(&from, &setting, 1, nullptr, &to, &error), 1);
+          EXPECT_STREQ(error.identifier, row.identifier) << row.why << ' ' << at;
+          EXPECT_EQ(error.index, at) << row.why;
+          EXPECT_EQ(error.done, at) << row.why;
+          std::vector<char> expected = before;
+          // The first instant of 1970 is what all but those of the second setting were.
+          const std::int64_t set = row.component == paSECOND ? 1 : 0;
+          for (std::size_t i = 0; i < at; ++i) std::memcpy(&expected[offset + 8 * i], &set, 8);
+          EXPECT_TRUE(results == expected) << row.why << ' ' << at;
+          ++cases;
+        }
+      }
+    }
+  }
 }
 
 TEST(Set, RefusesValuesThatNoCalendarTakes) {
