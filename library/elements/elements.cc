@@ -11,6 +11,7 @@
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "elements/bytes.h"
+#include "elements/for_processors.h"
 #include "elements/time_scale.h"
 #include "messages/identifiers.h"
 
@@ -41,16 +42,6 @@ Complaint outOfRange(const char* what) {
   return {what, kAcceptedRange, Status::badData, id::kOutOfRange};
 }
 
-// The loops over chunks are compiled for several generations of processors, of which one is chosen
-// when the program starts. The results are the same: nothing but additions, divisions and so on that
-// IEEE defines, and none fused. The sanitizers see the plain loops, as they are not ready when the
-// choice is made.
-#if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
-#define PLX_FOR_PROCESSORS \
-  __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
-#else
-#define PLX_FOR_PROCESSORS
-#endif
 #define PLX_LOOP __attribute__((always_inline))
 
 // Whether no element of a chunk fails. `fails(i)` converts element i, and is 0 where that is right:

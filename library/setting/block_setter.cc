@@ -304,9 +304,15 @@ bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* 
   settled_ += count;
   if (!changes_ && settled_ >= kWorthwhile) changes_.emplace(*zone_);
   const double* high = highOf(result_.get());
-  for (std::size_t i = 0; i < count; ++i) {
-    if (changes_ && !changes_->mayBeNear(high[i])) continue;
-    if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(step, at, before, i)) return false;
+  constexpr std::size_t kTogether = 32;
+  for (std::size_t first = 0; first < count; first += kTogether) {
+    const std::size_t end = std::min(first + kTogether, count);
+    if (changes_ && !changes_->areAnyNear(high + first, end - first)) continue;
+    for (std::size_t i = first; i < end; ++i) {
+      if (changes_ && !changes_->mayBeNear(high[i])) continue;
+      if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(step, at, before, i))
+        return false;
+    }
   }
   return true;
 }
