@@ -1,5 +1,7 @@
 // How long the long tests are. By default a tenth of their whole length, so that a change is tested within
-// minutes; PLX_WHOLE_TESTS in the environment (scripts/test --nightly sets it) asks for all of it.
+// minutes; PLX_WHOLE_TESTS in the environment (scripts/test --nightly sets it) asks for all of it. Under the sanitizers,
+// where everything takes several times as long and what is asked is whether memory is used as it may be, PLX_SHORT_TESTS
+// (the preset sets it) asks for a quarter of that.
 #pragma once
 
 #include <cstdint>
@@ -10,5 +12,15 @@ inline bool testsAreWhole() {
   return isSet;
 }
 
+inline bool testsAreShort() {
+  static const bool isSet = !testsAreWhole() && std::getenv("PLX_SHORT_TESTS") != nullptr;
+  return isSet;
+}
+
 // As many of so many cases as are visited now.
-inline std::int64_t ofWhole(std::int64_t whole) { return testsAreWhole() ? whole : whole / 10; }
+inline std::int64_t ofWhole(std::int64_t whole) {
+  return testsAreWhole() ? whole : whole / (testsAreShort() ? 40 : 10);
+}
+
+// Of what every run visits whole, but for short ones, which visit a quarter.
+inline std::int64_t ofUsual(std::int64_t usual) { return testsAreShort() ? usual / 4 : usual; }

@@ -383,8 +383,8 @@ TEST_F(Walks, AroundEveryTransition) {
 }
 
 TEST_F(Walks, UsualElements) {
-  Cases cases(800000);
-  for (const std::string& id : everyZone()) {
+  Cases cases(ofUsual(800000));
+  for (const std::string& id : everyUsualZone()) {
     const Zone zone(id);
     for (const Component component : kComponents) {
       Inputs in;
@@ -397,8 +397,8 @@ TEST_F(Walks, UsualElements) {
 
 // The same in order, as in a time series.
 TEST_F(Walks, Series) {
-  Cases cases(500000);
-  for (const std::string& id : everyZone()) {
+  Cases cases(ofUsual(500000));
+  for (const std::string& id : everyUsualZone()) {
     const Zone zone(id);
     const auto start = static_cast<double>(random_.whole(-2000000000000, 2500000000000));
     const double step = std::exp2(random_.real(0.0, 34.0));
@@ -438,7 +438,7 @@ TEST_F(Walks, SeriesTooThinForTheirStretches) {
 // A series of many stretches, with values around those from which on a component can lead out of
 // the stretches that its datetimes are in.
 TEST_F(Walks, SeriesOfFarValues) {
-  Cases cases(600000);
+  Cases cases(ofUsual(600000));
   const auto furthestOf = [](Component component) {
     switch (component) {
       case Component::dayOfMonth:
@@ -454,8 +454,9 @@ TEST_F(Walks, SeriesOfFarValues) {
         return 24.0;
     }
   };
-  for (std::size_t zone = 0; zone < everyZone().size(); zone += 3) {
-    const Zone at(everyZone()[zone]);
+  const std::vector<std::string> ids = everyUsualZone();
+  for (std::size_t zone = 0; zone < ids.size(); zone += 3) {
+    const Zone at(ids[zone]);
     for (const Component component : kComponents) {
       const auto start = static_cast<double>(random_.whole(-2100000000000, 3500000000000));
       const double step = std::exp2(random_.real(20.0, 33.0));

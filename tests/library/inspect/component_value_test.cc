@@ -277,7 +277,7 @@ TEST_F(SettingWhatWasRead, OfTheLeapSecondLineIsTheSameOutsideInsertedSeconds) {
   for (const double instant : leapInstantsElapsed) pushAround(pairs, instant);
   for (const double instant : leapInstantsElapsed) pairs.push({instant + 999, 0.5});
   check(zone, pairs);
-  Cases cases(testsAreWhole() ? 30'000 : 7'000);
+  Cases cases(testsAreWhole() ? 30'000 : ofUsual(6'000));
   cases += visited_;
   EXPECT_EQ(exceptions_[Why::inserted], 25 * 4 * 11);
   EXPECT_EQ(
@@ -306,7 +306,7 @@ TEST_F(SettingWhatWasRead, InZonesIsTheSameButInTheFirstOfTwo) {
     check(zone, pairs);
     if (HasFatalFailure()) return;
   }
-  Cases cases(testsAreWhole() ? 300'000 : 100'000);
+  Cases cases(testsAreWhole() ? 300'000 : ofUsual(100'000));
   cases += visited_;
   EXPECT_GT(exceptions_[Why::secondOfTwo], 3'000);
   EXPECT_GT(exceptions_[Why::quarter], 3'000);

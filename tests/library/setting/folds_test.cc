@@ -99,7 +99,7 @@ std::vector<std::int64_t> set(std::vector<std::int64_t> seconds, std::vector<dou
 
 // Setting what the clock shows, at the first and at the last second of each overlap, both times that they come.
 TEST(Folds, EveryOverlapOfEveryZone) {
-  Cases cases(testsAreWhole() ? 1'000'000 : 100'000);
+  Cases cases(testsAreWhole() ? 1'000'000 : ofUsual(100'000));
   for (const std::string& name : zonesOfThisRun()) {
     const std::unique_ptr<icu::BasicTimeZone> made = zoneOf(name);
     const icu::BasicTimeZone& zone = *made;
@@ -154,7 +154,7 @@ TEST(Folds, EveryOverlapOfEveryZone) {
 
 // Setting the time of day to the first and the last second that is skipped, and to those beside them.
 TEST(Folds, EveryGapOfEveryZone) {
-  Cases cases(testsAreWhole() ? 200'000 : 20'000);
+  Cases cases(testsAreWhole() ? 200'000 : ofUsual(20'000));
   for (const std::string& name : zonesOfThisRun()) {
     const std::unique_ptr<icu::BasicTimeZone> made = zoneOf(name);
     const icu::BasicTimeZone& zone = *made;
