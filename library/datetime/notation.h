@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -38,6 +39,7 @@ struct Notation {
   std::vector<std::shared_ptr<const Format>> formats;  // in place of `from`: any of them
   std::shared_ptr<const Format> toFormat;              // in place of `to`
   std::optional<Form> to;             // never Form::recognised; without it, as a datetime came in
+  std::vector<std::string> missing;   // texts that stand for no datetime, beside those of isMissing
   bool exact = false;                 // write what reads back to the same pair of doubles
   std::optional<std::size_t> digits;  // at most so many behind the point, the rest cut off
 };

@@ -280,7 +280,8 @@ std::optional<Reading> read(std::string_view text, const Notation& notation, con
   std::optional<Reading> reading(std::in_place);
   reading->field = text;
   const Form form = notation.from;
-  if (isMissing(text) || (form == Form::pair && isMissingPair(text))) {
+  if (isMissing(text) || (form == Form::pair && isMissingPair(text)) ||
+      std::ranges::find(notation.missing, text) != notation.missing.end()) {
     reading->missing = true;
     return reading;
   }

@@ -18,7 +18,7 @@ namespace plx {
 
 // What a text says. It points into the text, which has to stay as long as the reading is written.
 struct Reading {
-  bool missing = false;            // an empty field or NaN, NaT, NA: it has no zone and no pair
+  bool missing = false;            // there is no datetime: it has no zone and no pair
   std::string_view field;          // the whole text
   DatetimeText text;               // in which form it came; of a number, form and fraction
   const Format* format = nullptr;  // of the notation, which it came in

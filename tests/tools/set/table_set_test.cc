@@ -1,6 +1,7 @@
 // Columns of tables, set by the program as people run it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,13 @@ const char* const kOrders =
     "2,\"2014-06-11T08:30:00\",\"two\nlines\"\r\n"
     "3,,x\r\n"
     "4,NaT,\"say \"\"hi\"\"\"";
+
+// The words of a command line in which a space inside a word is written as \x01.
+std::vector<std::string> wordsWithSpaces(const char* command) {
+  std::vector<std::string> result = words(command);
+  for (std::string& word : result) std::replace(word.begin(), word.end(), '\x01', ' ');
+  return result;
+}
 
 TEST(TableSet, Rows) {
   const struct {
@@ -59,6 +67,21 @@ TEST(TableSet, Rows) {
        "a;when;\"x;y\"\n1;2014-05-10;2014-05-10T05:00:00\n", "quotes where they are needed"},
       {"a.csv", "a ; when ;n\n1 ; 2014-05-10\t;x\n2;  ;y\n", "set day last -c when a.csv",
        "a ; when ;n\n1 ; 2014-05-31\t;x\n2;  ;y\n", "blanks around fields stay"},
+      {"a.csv", "id;at;due\n1;1399710615250;5/7/2014\n2;;-\n3;NULL; 12/31/2014\n",
+       "set day last -c at:ms -c due:%m/%d/%Y --na NULL,- a.csv",
+       "id;at;due\n1;1401525015250;5/31/2014\n2;;-\n3;NULL; 12/31/2014\n",
+       "a form and a format of each column, and what is missing"},
+      {"a.csv", "at:ms,at\n2014-05-10,1399710615250\n", "set day 1 -c at:ms a.csv",
+       "at:ms,at\n2014-05-01,1399710615250\n", "a name with a colon"},
+      {"a.csv", "at\n10.05.2014 08:30\n05/13/2014 8:30 AM\n",
+       "set day 1 -c at --format %d.%m.%Y\x01%H:%M --format %m/%d/%Y\x01%I:%M\x01%p a.csv",
+       "at\n01.05.2014 08:30\n05/01/2014 8:30 AM\n", "each datetime in its own format"},
+      {"a.csv", "at\n10/05/2014\n", "set day 1 -c at:%d/%m/%Y --to iso a.csv", "at\n2014-05-01\n",
+       "a format written in a form"},
+      {"a.csv", "at\n2014-05-10\n", "set day 1 -c at --to-format %d;%m,%y a.csv",
+       "at\n\"01;05,14\"\n", "a format that needs quotes"},
+      {"a.csv", "at\n10/05/2014\n", "get month -c at --format %d/%m/%Y a.csv", "5\n",
+       "what is read alone"},
       {"a.csv", "2014-05-10,7\n2014-05-11,8\n", "set day 1 -c 1 --no-header a.csv",
        "2014-05-01,7\n2014-05-01,8\n", "by position"},
       {"a.csv", "start,shift\n2014-05-10T00:00:00,7\n2014-05-11T00:00:00,-1\n",
@@ -105,7 +128,7 @@ TEST(TableSet, Rows) {
     ++cases;
     const TemporaryFolder folder;
     folder.write(row.file, row.content);
-    const PlxResult result = runPlxIn(folder.path(""), words(row.command));
+    const PlxResult result = runPlxIn(folder.path(""), wordsWithSpaces(row.command));
     EXPECT_EQ(result.out, row.printed) << row.command << ": " << row.why << "\n" << result.err;
   }
 }
@@ -148,6 +171,22 @@ TEST(TableSet, Complaints) {
       {"t\n2014-05-10\n", "set day 1 -c t --longest 9X a.csv", "--longest: not a number", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 a.csv", "; of a table, choose a column with --column", 1},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c t a.csv", "given twice", 2},
+      {"t\n10/05/2014\n",
+       "set day 1 -c t --format %d/%m/%Y --format %m/%d/%Y --on-error pass a.csv",
+       "plx: a.csv:2:1: the formats %d/%m/%Y and %m/%d/%Y read it as two different datetimes", 1},
+      {"t\n10/05/2014\n", "set hour 1 -c t --format %d/%m/%Y a.csv",
+       "a.csv:2:1: the format has no place for the hour: \"10/05/2014\"", 1},
+      {"t\n2014-05-10\n", "set day 1 -c t --format %d/%m/%Y a.csv",
+       "a.csv:2:1: not in the format %d/%m/%Y, as in 10/05/2014: \"2014-05-10\"", 1},
+      {"t\n10/05\n", "set day 1 -c t --format %d/%m a.csv", "the format has no year: \"%d/%m\"", 2},
+      {"t\n10/05\n", "set day 1 -c t:%d/%Q a.csv", "--column: \"%Q\" is not known in formats", 2},
+      {"t\n10/05\n", "set day 1 -c t --format %d/%m --year x a.csv", "--year: not a number", 2},
+      {"t\n10/05\n", "set day 1 -c t --format %F --from iso a.csv", "either by --from or by", 2},
+      {"t\n10/05\n", "set day 1 -c t --to-format %F --to iso a.csv", "either by --to or by", 2},
+      {"t\n10/05\n", "set day 1 -c t --to-format x a.csv", "--to-format: the format has no letters",
+       2},
+      {"t\n10/05\n", "set day 1 -c t --from %F a.csv", "--from: a format and no form", 2},
+      {"t\n10/05/2014\n", "set day 1 -c t:%d/%m/%Y -c t a.csv", "given twice", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --jobs 0 a.csv", "plx: --jobs: ", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --from seconds a.csv", "unknown form: \"seconds\"",
        2},

@@ -44,13 +44,6 @@ std::size_t numberOf(const std::string& text, std::string_view option, std::size
   return number;
 }
 
-std::optional<Form> formOf(const std::optional<std::string>& name, std::string_view option) {
-  if (!name) return std::nullopt;
-  const auto form = formNamed(*name);
-  if (!form) throw usage(option, "unknown form", *name, kAcceptedForms);
-  return form;
-}
-
 OnError onErrorOf(const std::optional<std::string>& text) {
   if (!text || *text == "stop") return OnError::stop;
   if (*text == "blank") return OnError::blank;
@@ -110,7 +103,8 @@ Chunk chunkOf(const std::string& argument) {
 bool isDatetime(const std::string& input, const ReadingOptions& options, Complaint& complaint) {
   if (input == "-" || input.empty()) return false;
   const Form form = options.notation.from;
-  if (!isCount(form) && form != Form::pair) {
+  const bool isInForm = options.notation.formats.empty();
+  if (isInForm && !isCount(form) && form != Form::pair) {
     DatetimeText datetime;
     return readDatetime(input, form, datetime, complaint);
   }
@@ -120,7 +114,9 @@ bool isDatetime(const std::string& input, const ReadingOptions& options, Complai
 }
 
 // Somebody seems to have meant one.
-bool looksLikeDatetime(std::string_view input, Form form) {
+bool looksLikeDatetime(std::string_view input, const Notation& notation) {
+  const Form form = notation.from;
+  if (!notation.formats.empty()) return input.find_first_of("0123456789") == 0;
   if (!isCount(form) && form != Form::pair) return plx::looksLikeDatetime(input);
   return input.find_first_of("0123456789") == input.find_first_not_of("+-.");
 }
@@ -230,11 +226,14 @@ class Run {
     const auto ask = [&](const std::string& name) {
       if (std::find(asked.begin(), asked.end(), name) == asked.end()) asked.push_back(name);
     };
-    for (const std::string& name : options_.columns) {
-      if (std::find(asked.begin(), asked.end(), name) != asked.end())
+    columnTexts_.clear();
+    for (const std::string& text : options_.columns) {
+      const ColumnText& column =
+          columnTexts_.emplace_back(columnOf(text, headerLine(reader), options_.notation));
+      if (std::find(asked.begin(), asked.end(), column.name) != asked.end())
         throw Failure{Status::usage,
-                      describe("--column", {"given twice", "each column once"}, name)};
-      ask(name);
+                      describe("--column", {"given twice", "each column once"}, column.name)};
+      ask(column.name);
     }
     for (const auto& name : work_.valueColumns) {
       if (name) ask(*name);
@@ -245,17 +244,27 @@ class Run {
     edit_.columns = edit_.table->header
                         ? chooseByHeader(reader.peek(), *edit_.table, separatorIsTold, asked, name)
                         : chooseColumns(asked);
-    for (const std::string& column : options_.columns) edit_.datetimes.push_back(placeOf(column));
+    for (const ColumnText& column : columnTexts_) edit_.datetimes.push_back(placeOf(column.name));
     std::sort(edit_.datetimes.begin(), edit_.datetimes.end());
-    for (const std::string& column : options_.columns) {
-      const auto at = std::ranges::find(edit_.datetimes, placeOf(column));
-      edit_.resultOrder.push_back(static_cast<std::size_t>(at - edit_.datetimes.begin()));
+    edit_.notations.resize(edit_.datetimes.size());
+    for (const ColumnText& column : columnTexts_) {
+      const auto at = static_cast<std::size_t>(
+          std::ranges::find(edit_.datetimes, placeOf(column.name)) - edit_.datetimes.begin());
+      edit_.resultOrder.push_back(at);
+      if (column.notation) edit_.notations[at] = &*column.notation;
     }
     for (std::size_t i = 0; i < work_.valueColumns.size(); ++i) {
       if (work_.valueColumns[i]) edit_.values[i].column = placeOf(*work_.valueColumns[i]);
     }
     if (options_.zoneColumn) edit_.zone = placeOf(*options_.zoneColumn);
     nameNewColumns();
+  }
+
+  // The first line of a table that has a header, as it stands.
+  std::string_view headerLine(ChunkReader& reader) const {
+    const Chunk* const chunk = edit_.table->header ? reader.peek() : nullptr;
+    return chunk == nullptr ? std::string_view()
+                            : chunk->bytes().substr(0, chunk->bytes().find('\n'));
   }
 
   std::size_t placeOf(const std::string& asked) const {
@@ -304,8 +313,8 @@ class Run {
   static bool isArgument(const std::string& input, const ReadingOptions& reading) {
     Complaint complaint;
     if (isDatetime(input, reading, complaint)) return true;
-    if (input != "-" && looksLikeDatetime(input, reading.notation.from) && !exists(input)) {
-      complaint.what += ", and there is no such file";
+    if (input != "-" && looksLikeDatetime(input, reading.notation) && !exists(input)) {
+      if (!complaint.endsRun) complaint.what += ", and there is no such file";
       throw Failure{Status::badData, describe("argument", complaint, input)};
     }
     if (const auto meant = otherThanAFile(input))
@@ -357,6 +366,7 @@ class Run {
   TextWork work_;
   Output& standard_;
   EditOptions edit_;
+  std::vector<ColumnText> columnTexts_;  // of the table that is read
   std::size_t jobs_ = 1;
   std::optional<ValueFile> values_;
   std::optional<Sink> sink_;
@@ -411,18 +421,7 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                  "too there may then be several");
   arguments.option("--backup", options.backup, "SUFFIX",
                    "With -i, keep each old file under its name with SUFFIX");
-  arguments.option("--from", options.from, "FORM",
-                   "How datetimes are written: iso, ordinal, week, rfc3339,\n"
-                   "rfc9557, or as numbers since 1970: s, ms, us, ns, pair.\n"
-                   "Without it all but the numbers are recognised");
-  if (writesDatetimes) {
-    arguments.option("--to", options.to, "FORM", "How to write them, if not as they came in");
-    arguments.option("--digits", options.digits, "N", "Cut the fraction of the second to N digits");
-  }
-  arguments.flag("--exact", options.exact,
-                 "Write every digit that it takes to read back the same pair of\n"
-                 "doubles; else seconds are rounded to nine digits, or to as many\n"
-                 "as came in");
+  declareNotationOptions(arguments, options.notation, writesDatetimes);
   arguments.option("--on-error", options.onError, "stop|blank|pass",
                    "What to do about a datetime that is wrong: stop, blank or\n"
                    "pass it as it is (default: stop)");
@@ -466,11 +465,7 @@ ClockChoice clockChoice(const std::optional<std::string>& fold,
 ReadingOptions readingOptions(const TextOptions& options) {
   ReadingOptions reading;
   reading.clock = clockChoice(options.fold, options.gap);
-  reading.notation.from = formOf(options.from, "--from").value_or(Form::recognised);
-  reading.notation.to = formOf(options.to, "--to");
-  reading.notation.exact = options.exact;
-  if (options.digits)
-    reading.notation.digits = numberOf(*options.digits, "--digits", 0, 1000, "0 to 1000 digits");
+  reading.notation = notationOf(options.notation);
   if (options.zone && !options.zone->empty()) reading.zone = options.zone;
   reading.zoneOfTask = options.zoneColumn.has_value();
   return reading;

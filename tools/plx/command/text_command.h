@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "command/arguments.h"
+#include "command/notation_options.h"
 #include "set/cell_work.h"
 #include "set/chunk_editor.h"
 #include "set/task_reader.h"
@@ -21,12 +22,11 @@ namespace plx {
 
 struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
-  std::optional<std::string> zone, zoneColumn, output, backup, from, to, digits, onError, jobs,
-      fold, gap;
+  std::optional<std::string> zone, zoneColumn, output, backup, onError, jobs, fold, gap;
   std::optional<std::string> delimiter, longest;
+  NotationOptions notation;
   std::vector<std::string> columns, newColumns;
-  bool inPlace = false, csv = false, tsv = false, noHeader = false, exact = false, progress = false,
-       quiet = false;
+  bool inPlace = false, csv = false, tsv = false, noHeader = false, progress = false, quiet = false;
 
   // Of a table; else of lines.
   bool isTable() const;

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "datetime/notation.h"
 #include "messages/message.h"
 
 namespace plx {
@@ -18,6 +19,7 @@ struct Task {
   std::string_view text;
   std::string_view zone;                     // the name of its zone, where each has its own
   std::span<const std::string_view> values;  // one for each assignment without a value for all
+  const Notation* notation = nullptr;        // of its own, where it does not have that of all
 };
 
 // What was wrong with a task, or worth telling.

@@ -65,8 +65,9 @@ void ChunkEditor::collect(const Chunk& chunk) {
     }
     Task task{{}, {}, own};
     if (options_.zone) task.zone = keep(chunk, cellOf(r, *options_.zone));
-    for (const std::size_t column : options_.datetimes) {
-      task.text = keep(chunk, cellOf(r, column));
+    for (std::size_t i = 0; i < datetimes_; ++i) {
+      task.text = keep(chunk, cellOf(r, options_.datetimes[i]));
+      if (!options_.notations.empty()) task.notation = options_.notations[i];
       tasks_.push_back(task);
     }
   }
@@ -106,7 +107,9 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
     Outcome& outcome = batch_.outcomes[trouble.task];
     const bool isFinding = trouble.kind == Trouble::Kind::finding;
     if (isFinding && outcome.kind == Outcome::Kind::failed) continue;  // which says more
-    if (isFinding ? options_.onFinding == OnFinding::stop : options_.onError == OnError::stop) {
+    const bool stops = isFinding ? options_.onFinding == OnFinding::stop
+                                 : options_.onError == OnError::stop || trouble.complaint.endsRun;
+    if (stops) {
       end_ = trouble.task / datetimes_;
       failure_ = failureOf(chunk, trouble);
       return;

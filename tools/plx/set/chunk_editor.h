@@ -45,8 +45,10 @@ struct EditOptions {
   std::optional<TableFormat> table;    // nothing: each line is a datetime
   std::vector<Column> columns;         // of a table: those in use, ascending
   std::vector<std::size_t> datetimes;  // places in `columns`
-  std::optional<std::size_t> zone;     // likewise
-  std::vector<ValueSource> values;     // for each assignment
+  std::vector<const Notation*>
+      notations;                    // for each of the datetimes; null, or empty, for that of all
+  std::optional<std::size_t> zone;  // likewise
+  std::vector<ValueSource> values;  // for each assignment
   std::vector<std::string>
       newColumns;  // names of columns to add for the results, else they replace
   std::vector<std::size_t>

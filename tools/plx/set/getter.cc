@@ -8,12 +8,11 @@
 namespace plx {
 
 Getter::Getter(Component component, const ReadingOptions& options)
-    : component_(component), options_(options), reader_(options) {}
+    : component_(component), reader_(options) {}
 
 void Getter::work(std::span<const Task> tasks, Batch& batch) {
   batch.clear(tasks.size());
   reader_.trim();
-  const Notation& notation = options_.notation;
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     Trouble trouble{i, Trouble::Kind::datetime, 0, {}};
     const auto reading = reader_.read(tasks[i], trouble);
@@ -23,7 +22,7 @@ void Getter::work(std::span<const Task> tasks, Batch& batch) {
       const std::size_t begin = batch.text.size();
       const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
       writeComponentValue(batch.text, component_, reading->pair, *reading->zone, digits,
-                          notation.exact);
+                          reader_.notationOf(tasks[i]).exact);
       batch.outcomes[i] = {Outcome::Kind::changed, begin, batch.text.size()};
       if (reading->zone->countsLeapSeconds() && pastLeapTable(reading->pair)) ++batch.warnings;
     }

@@ -16,7 +16,6 @@ class Getter : public CellWork {
 
  private:
   const Component component_;
-  const ReadingOptions& options_;
   TaskReader reader_;
 };
 

@@ -83,7 +83,7 @@ void Setter::read(const Task& task, std::size_t at) {
   }
 
   Group& group = groupOf(*reading->zone);
-  items_[at] = {*reading, &group, group.tasks.size()};
+  items_[at] = {*reading, &group, group.tasks.size(), &reader_.notationOf(task)};
   group.datetimes.push(reading->pair);
   group.tasks.push_back(at);
   for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
@@ -223,7 +223,7 @@ void Setter::write(std::size_t at) {
   const doubledouble pair = item.group->datetimes.at(item.index);
   Complaint complaint;
   const std::size_t begin = batch_->text.size();
-  if (!plx::write(item.reading, pair, options_.reading.notation, batch_->text, complaint))
+  if (!plx::write(item.reading, pair, *item.notation, batch_->text, complaint))
     return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
   outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
   if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;

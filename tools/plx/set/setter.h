@@ -59,6 +59,7 @@ class Setter : public CellWork {
     Reading reading;
     Group* group = nullptr;
     std::size_t index = 0;  // in the group
+    const Notation* notation = nullptr;
   };
 
   void begin(std::size_t tasks);

@@ -27,7 +27,7 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
     if (zone == nullptr) return std::nullopt;
   }
   trouble.kind = Trouble::Kind::datetime;
-  auto reading = plx::read(task.text, options_.notation, zone, zones_, trouble.complaint);
+  auto reading = plx::read(task.text, notationOf(task), zone, zones_, trouble.complaint);
   if (reading && !options_.clock.isTheModules() && !settleClock(*reading, trouble.complaint))
     return std::nullopt;
   return reading;

@@ -32,6 +32,11 @@ class TaskReader {
   // is wrong. Zones stay where they are until the next trim.
   std::optional<Reading> read(const Task& task, Trouble& trouble);
 
+  // In which a task is read and written.
+  const Notation& notationOf(const Task& task) const {
+    return task.notation != nullptr ? *task.notation : options_.notation;
+  }
+
   // Between batches: drops zones where there are too many. Whether it did.
   bool trim() { return zones_.trim(); }
 
