@@ -392,6 +392,21 @@ def test_series_say_what_is_wrong():
 # ------------------------------------------------------------------------------------------- what is asked
 
 
+@pytest.mark.parametrize("name", ["instants.npy", "instants.zarr"] if WHOLE else ["instants.npy"])
+def test_the_example(tmp_path, name):
+    if name.endswith(".zarr"):
+        zarr = pytest.importorskip("zarr", reason="python3-zarr is missing")
+    program = os.path.join(os.environ["PLX_SOURCE_DIR"], "examples", "dask_instants.py")
+    command = [sys.executable, "-W", "ignore", program, name, "--count", "3e5", "--chunk", "7e4"]
+    told = subprocess.run(command, cwd=tmp_path, capture_output=True, text=True, check=True).stdout
+    assert "100% Completed" in told and "300000 instants in" in told
+    path = str(tmp_path / name)
+    results = np.load(path) if name.endswith(".npy") else zarr.open(path, mode="r")[:].view("M8[s]")
+    step = np.datetime64("2038-01-01", "s").astype("i8") // 300_000
+    expected = plx.set((np.arange(300_000) * step).astype("M8[s]"), "hour", 9, zone="America/New_York")
+    assert same_bits(results, expected)
+
+
 def test_nothing_imports_dask_unasked():
     code = """
 import sys
