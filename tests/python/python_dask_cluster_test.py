@@ -2,6 +2,8 @@
 workers that differ, workers that are killed."""
 
 import contextlib
+import doctest
+import hashlib
 import itertools
 import os
 import shutil
@@ -101,6 +103,16 @@ def test_the_bytes_of_one_call_and_of_the_command_line(client, tmp_path):
     )  # fmt: skip
     x = da.from_array(np.load(tmp_path / "x.npy", mmap_mode="r"), chunks=1733)
     assert same_bits(plx.dask.set(x, "hour", 9, zone="America/New_York").compute(), np.load(tmp_path / "y.npy"))
+
+
+def test_the_page(cluster, monkeypatch):
+    # One cluster is enough.
+    monkeypatch.setattr(distributed, "LocalCluster", lambda **options: cluster)
+    page = os.path.join(os.environ["PLX_SOURCE_DIR"], "docs", "dask.md")
+    failed, tried = doctest.testfile(page, module_relative=False, optionflags=doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE)
+    with Cases(25) as cases:
+        cases.add(tried)
+    assert failed == 0
 
 
 def test_an_error_crosses_the_wire_and_nothing_else_is_lost(client):
@@ -218,3 +230,55 @@ def test_workers_are_killed_at_any_time(tmp_path):
             with local_cluster() as own, Client(own) as client:
                 assert killed(client, share, number)
             cases.add()
+
+
+def peak():
+    """The most memory that this process had, in MiB."""
+    with open("/proc/self/status") as status:
+        return next(int(line.split()[1]) for line in status if line.startswith("VmHWM:")) / 1024
+
+
+def digest(path):
+    with open(path, "rb") as file:
+        return hashlib.file_digest(file, "sha256").hexdigest()
+
+
+def through_a_file(client, folder, count):
+    """Sets datetimes of one file into another, by the workers, and by the command line; what the workers took for it."""
+    generator = da.random.RandomState(7)
+    counts = generator.randint(0, 2**60, size=count, chunks=2**20, dtype="i8")
+    plx.dask.to_npy(folder / "x.npy", counts.view("M8[ns]"))
+    processes = client.run(os.getpid)
+    x = plx.dask.from_npy(folder / "x.npy", chunks=2**20)
+    plx.dask.to_npy(folder / "y.npy", plx.dask.set(x, "hour", 9, zone="America/New_York"))
+    # Nobody was ended for having too much, and started anew.
+    assert client.run(os.getpid) == processes
+    arguments = ["set", "hour", "9", "--zone", "America/New_York", "x.npy", "-o", "z.npy"]
+    subprocess.run([PROGRAM, *arguments], cwd=folder, check=True, capture_output=True)
+    assert digest(folder / "y.npy") == digest(folder / "z.npy") != digest(folder / "x.npy")
+    return client.run(peak)
+
+
+def test_a_file_through_the_workers(client, tmp_path):
+    assert len(through_a_file(client, tmp_path, 2**22 + 1)) == 2
+
+
+@pytest.mark.skipif(not WHOLE, reason="4 GiB, and three files of them")
+def test_more_than_memory(tmp_path):
+    options = {"temporary-directory": str(tmp_path)}
+    with dask.config.set(options), local_cluster(memory_limit="400MiB") as own, Client(own) as client:
+        peaks = through_a_file(client, tmp_path, 2**29)
+    print("peaks in MiB:", *(round(one) for one in peaks.values()))
+    assert len(peaks) == 2 and max(peaks.values()) < 400
+    for name in ("x.npy", "y.npy", "z.npy"):
+        assert os.path.getsize(tmp_path / name) > 2**32
+        os.remove(tmp_path / name)
+
+
+def test_every_worker_takes_part(client):
+    t = moments("M8[s]", 40_000)
+    results = plx.dask.set(da.from_array(t, chunks=1000).map_blocks(slowly, dtype=t.dtype, meta=t[:0]), "day", 1).persist()
+    wait(results)
+    assert {holder for holders in client.who_has(results).values() for holder in holders} == {
+        address for address in client.scheduler_info()["workers"]
+    }
