@@ -229,7 +229,8 @@ def _values(value, x):
     if isinstance(value, str):
         return str(value)
     if not isinstance(value, da.Array):
-        if hasattr(value, "dask") or type(value).__module__.split(".")[0] in ("pandas", "xarray"):
+        # NumPy would compute it, here and now.
+        if hasattr(value, "dask"):
             raise TypeError(f"value: of type {type(value).__name__}; accepted: a number, a word, an array of NumPy or of Dask")
         value = np.asanyarray(value) if np.ndim(value) else value
     if np.ndim(value) == 0:

@@ -112,9 +112,10 @@ def test_other_shapes_and_kinds():
     t = moments("M8[s]").reshape(50, 100)
     x = da.from_array(t, chunks=(7, 33))
     days = np.arange(50)[:, None] % 28
-    with Cases(9) as cases:
+    with Cases(10) as cases:
         for value, given in [
             (days, days),
+            (pd.Series(np.arange(100)), np.arange(100)),
             (days[None], days[None]),
             (da.from_array(days, chunks=(50, 1)), days),
             (np.arange(100), np.arange(100)),
@@ -167,7 +168,7 @@ def test_marks_beside_results():
 
 def test_what_is_wrong_with_a_call_shows_at_once():
     x = da.from_array(moments("M8[s]"), chunks=700)
-    with Cases(12) as cases:
+    with Cases(13) as cases:
         for call, kind, text in [
             (lambda: plx.dask.set(x, "dday", 1), plx.Error, "component: 'dday'"),
             (lambda: plx.dask.set(x, "day", 1, zone="Europe/Pariss"), plx.UnknownZone, "Pariss"),
@@ -175,6 +176,7 @@ def test_what_is_wrong_with_a_call_shows_at_once():
             (lambda: plx.dask.set(x, "day", "feb"), plx.Error, "not a number"),
             (lambda: plx.dask.set(x, "day", x), TypeError, "value: elements of datetime64"),
             (lambda: plx.dask.set(x, "day", True), TypeError, "value: True"),
+            (lambda: plx.dask.set(x, "day", dd.from_dask_array(x)), TypeError, "value: of type Series"),
             (lambda: plx.dask.set(x, "day", 2**70), plx.OutOfRange, "more than 64 bits"),
             (lambda: plx.dask.set(x, "day", np.arange(3)), plx.Error, r"value: of shape \(3,\)"),
             (lambda: plx.dask.set(x.astype("i8"), "day", 1), TypeError, "elements of int64 are no datetimes"),
