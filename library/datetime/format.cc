@@ -224,14 +224,15 @@ class Format::Compiler {
     if (format_.year_ && (format_.hasAny(kYears) || format_.has(Letter::weekYear)))
       return fail("the format has a year of its own", "--year for formats without %Y, %y and %G");
     constexpr Letters kWeeks = kWeekdays | lettersOf(Letter::weekYear, Letter::week);
-    if (hasYear && format_.hasAny(kMonths)) {
+    // A year alone means its first day.
+    const bool isYearAlone =
+        !format_.hasAny(kWeeks | lettersOf(Letter::day) | lettersOf(Letter::dayOfYear));
+    if (hasYear && (format_.hasAny(kMonths) || isYearAlone)) {
       format_.date_ = Date::monthAndDay;
     } else if (hasYear && format_.has(Letter::dayOfYear)) {
       format_.date_ = Date::dayOfYear;
     } else if (hasWeek && format_.hasAny(kWeekdays)) {
       format_.date_ = Date::week;
-    } else if (hasYear && !format_.hasAny(kWeeks | lettersOf(Letter::day))) {
-      format_.date_ = Date::monthAndDay;  // the first of the year
     } else if (!hasYear && format_.hasAny(kMonths | lettersOf(Letter::dayOfYear))) {
       return fail("the format has no year", "%Y or %y, or --year for all datetimes");
     } else {

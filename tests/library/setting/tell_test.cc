@@ -136,8 +136,7 @@ TEST(Explain, InThreeForms) {
 TEST(Explain, AGapThatIsLeftAtItsStart) {
   plxOptions options = inZone("America/New_York");
   options.gap = plxGAP_START;
-  EXPECT_THAT(explained(plxPLAIN_TEXT, options),
-              HasSubstr("The result is the last second before"));
+  EXPECT_THAT(explained(plxPLAIN_TEXT, options), HasSubstr("The result is the last second before"));
 }
 
 TEST(Explain, RefusesSeveral) {

@@ -161,7 +161,7 @@ TEST(TableFormat, TheSeparatorByTheName) {
     const char* name;
     std::optional<char> separator;
   } rows[] = {{"a.csv", {}}, {"A.CSV", {}}, {"a.tsv", '\t'}, {"a.TaB", '\t'},
-              {"a.txt", {}},  {"csv", {}},    {"-", {}},       {"a.csv/b", {}}};
+              {"a.txt", {}}, {"csv", {}},   {"-", {}},       {"a.csv/b", {}}};
   for (const auto& r : rows) {
     EXPECT_EQ(separatorOf(r.name), r.separator) << r.name;
     ++cases;
