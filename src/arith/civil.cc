@@ -1,7 +1,5 @@
 #include "arith/civil.h"
 
-#include <cstdlib>
-
 #include "arith/float_environment.h"
 #include "arith/remainder.h"
 #include "arith/rounding.h"
@@ -56,14 +54,20 @@ MarchDate marchDate(double n) {
           ((n - floorDouble(((month + 4.0) * 153.0) / 5.0)) + 122.0) + 1.0};
 }
 
-// The same in integers, where div is faster than a double's division and floor. A fraction of n was
-// dropped on the way here; callers pass whole numbers.
+// The compiler makes a multiplication of a division by a constant; std::div is a call and a division.
+struct Division {
+  int quot, rem;
+};
+constexpr Division divide(int n, int divisor) { return {n / divisor, n % divisor}; }
+
+// The same in integers, where multiplications are faster than a double's division and floor. A fraction of n
+// was dropped on the way here; callers pass whole numbers.
 MarchDate marchDate(int n) {
-  const std::div_t by400 = std::div(n, kDaysPer400Years);
-  std::div_t byCentury = std::div(by400.rem, kDaysPerCentury);
+  const Division by400 = divide(n, kDaysPer400Years);
+  Division byCentury = divide(by400.rem, kDaysPerCentury);
   if (byCentury.quot > 3) byCentury = {3, by400.rem - 3 * kDaysPerCentury};
-  const std::div_t by4 = std::div(byCentury.rem, kDaysPer4Years);
-  std::div_t byYear = std::div(by4.rem, kDaysPerYear);
+  const Division by4 = divide(byCentury.rem, kDaysPer4Years);
+  Division byYear = divide(by4.rem, kDaysPerYear);
   if (byYear.quot > 3) byYear = {3, by4.rem - 3 * kDaysPerYear};
   const int month = (5 * byYear.rem + 308) / 153;              // [2, 13]
   const int day = byYear.rem + 123 - (month * 153 + 306) / 5;  // [1, 31]
@@ -107,8 +111,8 @@ double ymd2days(double year, double month, double day) {
 
 void secs2hms(double secs, double& hour, double& minute, double& second) {
   if (0.0 <= secs && secs <= kLargestInt) {
-    const std::div_t byHour = std::div(static_cast<int>(secs), 3600);
-    const std::div_t byMinute = std::div(byHour.rem, 60);
+    const Division byHour = divide(static_cast<int>(secs), 3600);
+    const Division byMinute = divide(byHour.rem, 60);
     hour = byHour.quot;
     minute = byMinute.quot;
     second = byMinute.rem;
