@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "datetime/datetime_text.h"
+#include "datetime/for_processors.h"
 #include "datetime/local_zone.h"
 #include "messages/icu.h"
 #include "messages/message.h"
@@ -97,6 +98,25 @@ std::string dayTextOf(std::int64_t second) {
   return text.substr(0, text.find('T'));
 }
 
+// Chains of comparisons, since one would wait for its own results; as many as fill four of the widest vectors.
+constexpr std::size_t kChains = 32;
+
+// The least and the most of numbers, and of those that are given; NaN is passed over. A multiple of the chains.
+PLX_FOR_PROCESSORS void extend(std::span<const double> numbers, double& least, double& most) {
+  std::array<double, kChains> leasts, mosts;
+  leasts.fill(least);
+  mosts.fill(most);
+  for (std::size_t i = 0; i < numbers.size(); i += kChains) {
+    for (std::size_t chain = 0; chain < kChains; ++chain) {
+      const double x = numbers[i + chain];
+      leasts[chain] = x < leasts[chain] ? x : leasts[chain];
+      mosts[chain] = x > mosts[chain] ? x : mosts[chain];
+    }
+  }
+  least = *std::min_element(leasts.begin(), leasts.end());
+  most = *std::max_element(mosts.begin(), mosts.end());
+}
+
 }  // namespace
 
 RulesInUse rulesInUse() {
@@ -126,21 +146,9 @@ bool RulesWatch::isOn() { return isWatching.load(std::memory_order_relaxed); }
 void RulesWatch::take(std::span<const double> millis) {
   if (!differs_) differs_ = differsAtAnyTime(zone_);
   if (!*differs_) return;
-  // Four chains of comparisons, since one would wait for its own results.
-  std::array<double, 4> least, most;
-  least.fill(least_);
-  most.fill(most_);
-  std::size_t i = 0;
-  for (; i + 4 <= millis.size(); i += 4) {
-    for (std::size_t chain = 0; chain < 4; ++chain) {
-      const double x = millis[i + chain];
-      least[chain] = x < least[chain] ? x : least[chain];  // not NaN
-      most[chain] = x > most[chain] ? x : most[chain];
-    }
-  }
-  least_ = *std::min_element(least.begin(), least.end());
-  most_ = *std::max_element(most.begin(), most.end());
-  for (; i < millis.size(); ++i) take(millis[i]);
+  const std::size_t together = millis.size() / kChains * kChains;
+  extend(millis.first(together), least_, most_);
+  for (const double x : millis.subspan(together)) take(x);
 }
 
 RulesWatch::~RulesWatch() {

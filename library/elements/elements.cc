@@ -10,8 +10,8 @@
 
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
+#include "datetime/for_processors.h"
 #include "elements/bytes.h"
-#include "elements/for_processors.h"
 #include "elements/time_scale.h"
 #include "messages/identifiers.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "elements/for_processors.h"
+#include "datetime/for_processors.h"
 
 namespace plx {
 
