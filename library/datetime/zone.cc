@@ -16,6 +16,7 @@
 #include "datetime/local_zone.h"
 #include "messages/icu.h"
 #include "unzoned/leap_seconds.h"
+#include "zones/system_zones.h"
 
 namespace plx {
 
@@ -24,6 +25,8 @@ namespace {
 constexpr std::string_view kAcceptedZones =
     "UTC, UTCLeapSeconds, local, an identifier such as Europe/Paris in its own letter case, or an "
     "offset such as UTC+05:30 or -08:00";
+constexpr std::string_view kAcceptedKnownZones =
+    "zones that plx zones lists; plx rules update takes the system's rules";
 constexpr std::string_view kAcceptedRules =
     "--zone with an identifier, which means the rules of that data; or newer data";
 constexpr std::string_view kAcceptedInsertedSeconds =
@@ -140,6 +143,16 @@ bool isWithin(int128 second, int128 first, int128 last) {
   return first <= second && second <= last;
 }
 
+// Whether it is one of those that an update of the rules would take.
+bool isZoneOfSystem(std::string_view text) {
+  if (text.starts_with("posix/") || text.starts_with("right/")) return false;
+  try {
+    return zones::SystemZones(zones::systemZonesFolder()).zone(text).has_value();
+  } catch (const zones::BadZones&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 bool isZoneIdentifier(std::string_view text) { return isIdentifier(unicodeText(text)); }
@@ -168,6 +181,11 @@ std::optional<Zone> Zone::find(std::string_view text, Complaint& complaint) {
   auto rules = icuZone(id);
   if (!rules) {
     complaint = unknownZone();
+    if (isZoneOfSystem(text)) {
+      complaint.what = "a time zone of the system's rules that those in use, " + timeZoneData() +
+                       ", do not know";
+      complaint.accepted = kAcceptedKnownZones;
+    }
     return std::nullopt;
   }
   if (const int offset = fixedOffset(*rules)) return Zone(Kind::offset, std::string(text), offset);

@@ -109,6 +109,31 @@ TEST_F(RulesCommand, TellsWhichThereAre) {
   EXPECT_THAT(runPlx({"rules"}).out, HasSubstr("system  none: there is no folder /nowhere\n"));
 }
 
+TEST_F(RulesCommand, AZoneThatTheSystemAloneKnowsIsTold) {
+  zone("Mars/Base", kAhead);
+  folder_.write("zoneinfo/Mars/Notes", "no zone");
+  fs::create_directories(system() + "/right/Mars");
+  zone("right/Mars/Base", kAhead);
+  const std::vector<std::string> get = {"get", "hour", "2031-01-01T00:00Z", "--zone"};
+  const auto getIn = [&](const char* name) {
+    std::vector<std::string> words = get;
+    words.emplace_back(name);
+    return runPlx(words);
+  };
+  const PlxResult before = getIn("Mars/Base");
+  EXPECT_EQ(before.status, 3);
+  EXPECT_EQ(before.err,
+            "plx: --zone: a time zone of the system's rules that those in use, " + own_ +
+                ", do not know: \"Mars/Base\"; accepted: zones that plx zones lists; plx "
+                "rules update takes the system's rules\n");
+  // What is no zone, and zones that an update would not take, are unknown as ever.
+  for (const char* name :
+       {"Mars/Notes", "right/Mars/Base", "Mars", "tzdata.zi", "../zoneinfo/Mars/Base"})
+    EXPECT_THAT(getIn(name).err, StartsWith("plx: --zone: unknown time zone: ")) << name;
+  EXPECT_EQ(update().status, 0);
+  EXPECT_EQ(getIn("Mars/Base").out, "2\n");
+}
+
 TEST_F(RulesCommand, OlderOnesAreNotUsed) {
   zone("Africa/Abidjan", kAhead);
   Cases cases(2);
