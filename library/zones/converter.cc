@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -51,10 +52,15 @@ std::vector<Name> allNames(const SystemZones& system, const OwnRules& own) {
     const auto country = countries.find(name);
     entry.region = country == countries.end() ? kNoRegion : country->second;
   }
-  // What is none of a zone's files is passed over, but where one is missing by damage ICU's old rules must not stand in.
-  for (const OwnRules::Zone& zone : own.zones) {
-    if (!all[zone.name].bytes && system.bytesOf(zone.name))
-      throw BadZones(zone.name + ": not a zone file");
+  // What is none of a zone's files is passed over, but where one is missing by damage ICU's old rules must not stand in,
+  // and a zone of the table of countries must not stay unknown.
+  std::set<std::string> expected;
+  for (const OwnRules::Zone& zone : own.zones) expected.insert(zone.name);
+  for (const auto& [name, country] : countries) expected.insert(name);
+  for (const std::string& name : expected) {
+    const auto found = all.find(name);
+    if ((found == all.end() || !found->second.bytes) && system.bytesOf(name))
+      throw BadZones(name + ": not a zone file");
   }
   std::vector<Name> names;
   names.reserve(all.size());

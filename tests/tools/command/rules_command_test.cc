@@ -276,6 +276,12 @@ TEST_F(RulesCommand, ADamagedZoneLeavesTheOldRulesInPlace) {
                                  0}));
   EXPECT_EQ(folder_.read("data/plx/rules/zoneinfo64.res"), before);
   EXPECT_EQ(left(), (std::vector<std::string>{".lock", "zoneinfo64.res"}));
+  // One that ICU has never heard of is known by the table of countries.
+  zone("Africa/Accra", kAhead);
+  zone("Mars/Base", 'X' + kAhead.substr(1));
+  folder_.write("zoneinfo/zone.tab", "MA\t+0000+00000\tMars/Base\n");
+  EXPECT_THAT(update().err, HasSubstr(": Mars/Base: not a zone file; accepted: "));
+  EXPECT_EQ(folder_.read("data/plx/rules/zoneinfo64.res"), before);
 }
 
 // A limit on a file's size stops writing where a full disk does.
