@@ -202,4 +202,4 @@ def _in_partition(error, series, partition_info):
     if error.index is None or partition_info is None:
         return error
     index = (partition_info["number"], error.index)
-    return moved(error, index, f"element {index}, partition and place, with the label {series.index[error.index]!r}")
+    return moved(error, index, f"element {index}, partition and place, with the label {series.index[error.index]}")
