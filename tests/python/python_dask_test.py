@@ -20,13 +20,17 @@ import pandas as pd
 import plx
 import plx.dask
 import plx.pandas
-from support import COMPONENTS, WHOLE, Cases, random_datetimes, same_bits
+from support import COMPONENTS, SANITIZED, WHOLE, Cases, random_datetimes, same_bits
 
 ZONES = [None, "UTC", "UTCLeapSeconds", "America/New_York", "+05:30"]
 DTYPES = ["M8[ns]", "M8[s]", "complex128"]
 COUNT = 5000
 # Uneven with empty ones among them, and larger than a block that the library works on at once.
 CHUNKS = [1, 7, 4096, ((0, 3, 1700, 0, 41, COUNT - 1744, 0),)]
+
+
+# Processes take long to start under sanitizers, and start what is in Python alone.
+slow_to_start = pytest.mark.skipif(SANITIZED, reason="processes of Python, whose own code is not watched")
 
 
 @pytest.fixture(autouse=True)
@@ -62,8 +66,8 @@ def in_memory(value):
 
 
 def test_the_bytes_of_one_call():
-    with Cases((4 if WHOLE else 1) * len(COMPONENTS) * len(ZONES) * len(DTYPES)) as cases:
-        kinds = itertools.product(COMPONENTS, ZONES, DTYPES)
+    kinds = list(itertools.product(COMPONENTS, ZONES, DTYPES))[:: 4 if SANITIZED and not WHOLE else 1]
+    with Cases((4 if WHOLE else 1) * len(kinds)) as cases:
         for number, (component, zone, dtype) in enumerate(kinds):
             t = moments(dtype)
             # Of chunk sizes and kinds of values each combination comes in turn.
@@ -97,6 +101,7 @@ def test_the_bytes_of_the_command_line(tmp_path):
             cases.add()
 
 
+@slow_to_start
 def test_schedulers_agree():
     t = moments("M8[s]")
     expected = plx.set(t, "hour", 9, zone="America/New_York")
@@ -281,7 +286,11 @@ def test_tokens():
     series = dd.from_pandas(pd.Series(moments("M8[ns]")), npartitions=3)
     made = [series.plx.set("day", 1), series.plx.set("day", 1), series.plx.set("day", 2), series.plx.get("day")]
     assert len({one._name for one in made}) == 3
-    # The same in another process, as clients of one scheduler are.
+
+
+@slow_to_start
+def test_tokens_of_another_process():
+    # As clients of one scheduler are.
     code = (
         "import numpy as np, plx.dask, dask.array as da\n"
         "print(plx.dask.set(da.from_array(np.arange(9).view('M8[s]'), chunks=2), 'hour', 1, zone='Asia/Tokyo').name)"
@@ -394,6 +403,7 @@ def test_series_say_what_is_wrong():
 # ------------------------------------------------------------------------------------------- what is asked
 
 
+@slow_to_start
 @pytest.mark.parametrize("name", ["instants.npy", "instants.zarr"] if WHOLE else ["instants.npy"])
 def test_the_example(tmp_path, name):
     if name.endswith(".zarr"):
@@ -409,6 +419,7 @@ def test_the_example(tmp_path, name):
     assert same_bits(results, expected)
 
 
+@slow_to_start
 def test_nothing_imports_dask_unasked():
     code = """
 import sys
