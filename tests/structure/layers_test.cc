@@ -79,14 +79,17 @@ const Layer kLayers[] = {
      kKnowledge},
     // Of the command line: streams; then tables and arrays; what sets them; the commands.
     {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
-    {"tools/plx/(table|npy)/.*", "(messages|datetime|elements|stream|table|npy)/.*|fmt/.*|sys/.*",
-     kKnowledge},
+    {"tools/plx/json/.*", "(messages|datetime|json)/.*|fmt/.*|simdjson\\.h"},
+    {"tools/plx/(table|npy)/.*",
+     "(messages|datetime|elements|stream|json|table|npy)/.*|fmt/.*|sys/.*", kKnowledge},
     {"tools/plx/set/.*",
-     "(messages|datetime|elements|inspect|module|setting|stream|table|npy|set)/.*|host/.*|unicode/"
+     "(messages|datetime|elements|inspect|module|setting|stream|json|table|npy|set)/.*|host/"
+     ".*|unicode/"
      ".*|fmt/.*",
      kKnowledge},
     {"tools/plx/(main\\.cc|command/.*)",
-     "(messages|datetime|elements|inspect|module|setting|stream|table|npy|set|command)/.*|zones/"
+     "(messages|datetime|elements|inspect|module|setting|stream|json|table|npy|set|command)/"
+     ".*|zones/"
      ".*|host/.*|"
      "unicode/.*|CLI/.*|fmt/.*|sys/.*",
      kKnowledge},

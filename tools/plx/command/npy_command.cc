@@ -27,6 +27,7 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {options.tsv, "--tsv"},
               {options.delimiter.has_value(), "--delimiter"},
               {options.longest.has_value(), "--longest"},
+              {options.jsonl, "--jsonl"},
               {options.noHeader, "--no-header"},
               {options.notation.from.has_value(), "--from"},
               {!options.notation.formats.empty(), "--format"},

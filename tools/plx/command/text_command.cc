@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string_view>
 
@@ -15,6 +16,8 @@
 #include "command/sink.h"
 #include "datetime/datetime_text.h"
 #include "datetime/number_text.h"
+#include "json/json_text.h"
+#include "messages/letters.h"
 #include "messages/message.h"
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
@@ -137,6 +140,11 @@ bool isNamedAsATable(std::string_view name) {
   return name.ends_with(".csv") || name.ends_with(".tsv");
 }
 
+constexpr const char* kNoColumn =
+    "no column of datetimes is given; accepted: --column, with a name or a number";
+constexpr const char* kNoPath =
+    "no value of JSON is given; accepted: --column, with a path such as .created";
+
 // None stands for standard input.
 std::vector<std::string> inputsOf(const TextOptions& options) {
   return options.inputs.empty() ? std::vector<std::string>{"-"} : options.inputs;
@@ -183,34 +191,54 @@ class Run {
   }
 
   void through(Pipeline& pipeline, ChunkReader& reader) {
-    pipeline.run(reader,
-                 [&](const Chunk& chunk, const Piece& piece) { sink_->take(piece, chunk.size); });
+    present_.clear();
+    pipeline.run(reader, [&](const Chunk& chunk, const Piece& piece) {
+      sink_->take(piece, chunk.size);
+      present_.resize(piece.present.size());
+      std::ranges::transform(present_, piece.present, present_.begin(), std::plus());
+    });
   }
 
   void table() {
-    if (options_.columns.empty()) {
-      throw Failure{Status::usage,
-                    "no column of datetimes is given; accepted: --column, with a name or a number"};
-    }
+    const bool isJson = options_.isJson();
+    if (options_.columns.empty()) throw Failure{Status::usage, isJson ? kNoPath : kNoColumn};
     if (options_.inputs.size() > 1 && !options_.inPlace)
       throw Failure{
           Status::usage,
-          "only one table can be read at a time; accepted: one INPUT, or several with -i"};
+          fmt::format("only one {} can be read at a time; accepted: one INPUT, or several "
+                      "with -i",
+                      isJson ? "file of JSON lines" : "table")};
+    if (isJson &&
+        (!options_.newColumns.empty() || options_.noHeader || options_.csv || options_.tsv))
+      throw Failure{Status::usage,
+                    "--new-column, --no-header, --csv and --tsv are for tables, and "
+                    "the input is JSON lines"};
     const std::vector<std::string> inputs = inputsOf(options_);
     const EditOptions common = edit_;
     for (const std::string& input : inputs) {
       edit_ = common;
       const auto separator = separatorTold(options_, input);
-      edit_.table = {separator.value_or(','), !options_.noHeader,
-                     longestOf(options_, kLongestRecord)};
+      edit_.longestLine = longestOf(options_, kLongestRecord);
+      if (!isJson) edit_.table = {separator.value_or(','), !options_.noHeader, edit_.longestLine};
       // The file that is replaced is looked at before it is read, and a wrong table leaves -o alone.
       if (options_.inPlace) begin(inputs, input);
       Source source(input);
-      ChunkReader reader(source, true, edit_.table->longest);
+      ChunkReader reader(source, !isJson, edit_.longestLine + (isJson ? kAroundLine : 0));
       chooseAll(reader, separator.has_value());
       if (!sink_) sink_.emplace(options_, standard_, source.size());
       Pipeline pipeline(jobs_, [&] { return makeEditor(); });
       through(pipeline, reader);
+      if (isJson) refuseAbsentValues(source.name());
+    }
+  }
+
+  // A path that leads nowhere in any line is no path that was meant.
+  void refuseAbsentValues(const std::string& name) const {
+    for (std::size_t i = 0; i < present_.size(); ++i) {
+      if (present_[i] == 0)
+        throw Failure{Status::unknownName,
+                      describe(name, {"no line has this value", "a path that some line has"},
+                               edit_.columns[i].name)};
     }
   }
 
@@ -241,7 +269,8 @@ class Run {
     if (options_.zoneColumn) ask(*options_.zoneColumn);
 
     const std::string& name = reader.source().name();
-    edit_.columns = edit_.table->header
+    edit_.columns = !edit_.table ? choosePaths(asked)
+                    : edit_.table->header
                         ? chooseByHeader(reader.peek(), *edit_.table, separatorIsTold, asked, name)
                         : chooseColumns(asked);
     for (const ColumnText& column : columnTexts_) edit_.datetimes.push_back(placeOf(column.name));
@@ -262,9 +291,26 @@ class Run {
 
   // The first line of a table that has a header, as it stands.
   std::string_view headerLine(ChunkReader& reader) const {
-    const Chunk* const chunk = edit_.table->header ? reader.peek() : nullptr;
+    const Chunk* const chunk = edit_.table && edit_.table->header ? reader.peek() : nullptr;
     return chunk == nullptr ? std::string_view()
                             : chunk->bytes().substr(0, chunk->bytes().find('\n'));
+  }
+
+  // The paths of JSON lines, as columns.
+  std::vector<Column> choosePaths(const std::vector<std::string>& asked) {
+    std::vector<Column> columns;
+    for (const std::string& name : asked) {
+      Complaint complaint;
+      const auto path = readJsonPath(name, complaint);
+      if (!path) throw Failure{Status::usage, describe("--column", complaint, name)};
+      if (std::ranges::find(edit_.json, *path) != edit_.json.end())
+        throw usage("--column", "this value is asked for twice", name, "each value once");
+      edit_.json.push_back(*path);
+      columns.push_back({columns.size(), name});
+    }
+    const auto to = readingOptions(options_).notation.to;
+    edit_.jsonStyle.numbers = to && isCount(*to);
+    return columns;
   }
 
   std::size_t placeOf(const std::string& asked) const {
@@ -371,6 +417,7 @@ class Run {
   std::optional<ValueFile> values_;
   std::optional<Sink> sink_;
   std::unique_ptr<ChunkEditor> argumentEditor_;
+  std::vector<std::size_t> present_;  // of JSON, how many lines of the input have each value
 };
 
 }  // namespace
@@ -392,7 +439,24 @@ std::optional<InPlace> TextOptions::changesInPlace() const {
   return InPlace{backup};
 }
 
-bool TextOptions::isTable() const { return !columns.empty() || csv || tsv || delimiter; }
+bool TextOptions::isTable() const {
+  return !columns.empty() || csv || tsv || delimiter || isJson();
+}
+
+// By the option, by the names of the inputs, or by paths where nothing says that there are tables.
+bool TextOptions::isJson() const {
+  const auto isNamed = [](const std::string& input) {
+    return endsInAnyCase(input, ".jsonl") || endsInAnyCase(input, ".ndjson");
+  };
+  if (jsonl) return true;
+  if (csv || tsv || delimiter) return false;
+  if (std::ranges::any_of(inputs, isNamed)) return true;
+  return !columns.empty() &&
+         std::ranges::all_of(columns, [](const auto& name) { return name.starts_with('.'); }) &&
+         std::ranges::none_of(inputs, [](const auto& input) {
+           return endsInAnyCase(input, ".csv") || separatorOf(input).has_value();
+         });
+}
 
 void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesDatetimes) {
   arguments.option("-z,--zone", options.zone, "ZONE",
@@ -413,6 +477,10 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                    "the header has the columns; tab where the name ends in .tsv");
   arguments.flag("--csv", options.csv, "The same as --delimiter ,");
   arguments.flag("--tsv", options.tsv, "The same as --delimiter tab");
+  arguments.flag("--jsonl", options.jsonl,
+                 "Each line is a value of JSON, and COLUMN a path to a value in it,\n"
+                 "as .created or .order.due (default, if its name ends in .jsonl\n"
+                 "or .ndjson, or COLUMN is such a path)");
   arguments.flag("--no-header", options.noHeader, "Its first row is no header");
   arguments.option("-o,--output", options.output, "FILE",
                    "Write there once all is done; it may be the input");

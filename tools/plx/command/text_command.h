@@ -26,10 +26,12 @@ struct TextOptions {
   std::optional<std::string> delimiter, longest;
   NotationOptions notation;
   std::vector<std::string> columns, newColumns;
-  bool inPlace = false, csv = false, tsv = false, noHeader = false, progress = false, quiet = false;
+  bool inPlace = false, csv = false, tsv = false, jsonl = false, noHeader = false, progress = false,
+       quiet = false;
 
-  // Of a table; else of lines.
+  // Of a table or of JSON lines, with columns; else of lines.
   bool isTable() const;
+  bool isJson() const;
   // Nothing where the results go elsewhere. Throws a Failure of Status::usage for what cannot be changed in
   // place.
   std::optional<InPlace> changesInPlace() const;

@@ -28,6 +28,7 @@ struct Trouble {
     datetime,  // the task's text
     zone,      // its zone's name
     value,     // one of its values
+    record,    // the record that it stands in, of which nothing can be read
     finding,   // nothing: it was set, and something else came out than was asked for
   };
   std::size_t task;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <numeric>
 
 #include "table/cell_writer.h"
 
@@ -11,19 +12,21 @@ namespace plx {
 ChunkEditor::ChunkEditor(const EditOptions& options, std::unique_ptr<CellWork> work,
                          ValueFile* values)
     : options_(options),
-      columns_(options.table ? options.columns.size() : 1),
+      columns_(options.columns.empty() ? 1 : options.columns.size()),
       datetimes_(options.datetimes.size()),
       work_(std::move(work)),
       file_(values) {
   for (const ValueSource& source : options.values) {
     if (source.column || source.file) ++valuesOfRecord_;
   }
+  if (!options.json.empty()) json_.emplace(options.json);
 }
 
 std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
   split(chunk);
   collect(chunk);
   work_->work(tasks_, batch_);
+  addWrongRecords();
   judge(chunk, piece);
   if (options_.resultsOnly) {
     list(piece.text);
@@ -34,7 +37,9 @@ std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
 }
 
 void ChunkEditor::split(const Chunk& chunk) {
-  if (options_.table) {
+  if (json_) {
+    json_->split(chunk, options_.longestLine, cells_);
+  } else if (options_.table) {
     splitTable(chunk, *options_.table, options_.columns, cells_);
     dropBlanks(chunk, *options_.table, cells_);
   } else {
@@ -47,6 +52,7 @@ void ChunkEditor::split(const Chunk& chunk) {
 std::string_view ChunkEditor::keep(const Chunk& chunk, const Cell& cell) {
   if (!cell.doubled) return chunk.bytes().substr(cell.begin, cell.end - cell.begin);
   std::string& buffer = kept_.emplace_back();
+  if (json_) return buffer = unescapedJson(chunk.bytes().substr(cell.begin, cell.end - cell.begin));
   return textOf(chunk, cell, buffer);
 }
 
@@ -101,6 +107,14 @@ bool ChunkEditor::takeFromFile(const Chunk& chunk, std::size_t record) {
   return true;
 }
 
+void ChunkEditor::addWrongRecords() {
+  for (WrongRecord& wrong : cells_.wrong) {
+    batch_.troubles.push_back(
+        {wrong.record * datetimes_, Trouble::Kind::record, 0, std::move(wrong.complaint)});
+  }
+  if (!cells_.wrong.empty()) std::ranges::stable_sort(batch_.troubles, {}, &Trouble::task);
+}
+
 // Decides what becomes of each trouble.
 void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   for (Trouble& trouble : batch_.troubles) {
@@ -119,9 +133,12 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
       piece.messages.push_back(failureOf(chunk, trouble).message);
     const bool blank =
         isFinding ? options_.onFinding == OnFinding::blank : options_.onError == OnError::blank;
-    if (blank) outcome = {Outcome::Kind::changed, 0, 0};
+    const bool hasPlace = trouble.kind != Trouble::Kind::record;
+    if (blank && hasPlace) outcome = {Outcome::Kind::changed, 0, 0};
   }
   piece.warnings += batch_.warnings;
+  piece.present = cells_.present;
+  piece.records = cells_.records.size();
 }
 
 Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const {
@@ -130,7 +147,12 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
   const auto at = [&](const Cell& cell) { return location(chunk, cell.begin); };
   std::string where = at(cellOfTask(trouble.task));
   std::string_view text = task.text;
-  if (trouble.kind == Trouble::Kind::zone) {
+  if (trouble.kind == Trouble::Kind::record) {
+    const auto wrong = std::ranges::find(cells_.wrong, record, &WrongRecord::record);
+    const Record& whole = cells_.records[record];
+    where = location(chunk, wrong->at);
+    text = chunk.bytes().substr(wrong->at, whole.end - wrong->at);
+  } else if (trouble.kind == Trouble::Kind::zone) {
     where = at(cellOf(record, *options_.zone));
     text = task.zone;
   } else if (trouble.kind == Trouble::Kind::value) {
@@ -168,7 +190,8 @@ std::string_view ChunkEditor::orderedResult(std::size_t at) const {
 }
 
 void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
-  CellWriter writer = options_.table
+  CellWriter writer = json_ ? CellWriter(chunk, options_.jsonStyle, out)
+                      : options_.table
                           ? CellWriter(chunk, *options_.table, out)
                           : CellWriter(chunk, out, options_.dropMark ? byteOrderMark(chunk) : 0);
   if (options_.table && options_.table->header && chunk.first) {
@@ -176,20 +199,37 @@ void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
     for (const std::string& name : options_.newColumns)
       writer.append({header.begin, header.end}, name);
   }
-  for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
-    if (!options_.newColumns.empty()) {
+  if (options_.newColumns.empty()) {
+    replaceAll(writer);
+  } else {
+    for (std::size_t task = 0; task < end_ * datetimes_; ++task)
       writer.append(cells_.records[task / datetimes_], orderedResult(task));
-    } else if (batch_.outcomes[task].kind == Outcome::Kind::changed) {
-      writer.replace(cellOfTask(task), result(task));
-    }
   }
   writer.finish(end_ < cells_.records.size() ? cells_.records[end_].begin : cells_.end);
+}
+
+void ChunkEditor::replaceAll(CellWriter& writer) {
+  const auto replace = [&](std::size_t task) {
+    if (batch_.outcomes[task].kind == Outcome::Kind::changed)
+      writer.replace(cellOfTask(task), result(task));
+  };
+  if (!json_ || datetimes_ == 1) {
+    for (std::size_t task = 0; task < end_ * datetimes_; ++task) replace(task);
+    return;
+  }
+  // The keys of an object stand in any order.
+  inOrder_.resize(datetimes_);
+  for (std::size_t record = 0; record < end_; ++record) {
+    std::iota(inOrder_.begin(), inOrder_.end(), record * datetimes_);
+    std::ranges::sort(inOrder_, {}, [&](std::size_t task) { return cellOfTask(task).begin; });
+    for (const std::size_t task : inOrder_) replace(task);
+  }
 }
 
 void ChunkEditor::list(std::string& out) {
   for (std::size_t task = 0; task < end_ * datetimes_; ++task) {
     out += orderedResult(task);
-    out += (task + 1) % datetimes_ == 0 ? '\n' : options_.table->separator;
+    out += (task + 1) % datetimes_ == 0 ? '\n' : options_.table ? options_.table->separator : '\t';
   }
 }
 

@@ -16,8 +16,10 @@
 #include "stream/chunk.h"
 #include "stream/line_reader.h"
 #include "stream/pipeline.h"
+#include "table/cell_writer.h"
 #include "table/cells.h"
 #include "table/columns.h"
+#include "table/json_cells.h"
 #include "table/table_format.h"
 
 namespace plx {
@@ -42,8 +44,10 @@ struct ValueSource {
 };
 
 struct EditOptions {
-  std::optional<TableFormat> table;    // nothing: each line is a datetime
-  std::vector<Column> columns;         // of a table: those in use, ascending
+  std::optional<TableFormat> table;  // nothing: each line is a datetime, or
+  std::vector<JsonPath> json;        // has values of JSON, at the paths of the columns
+  JsonStyle jsonStyle;
+  std::vector<Column> columns;         // those in use; of a table ascending
   std::vector<std::size_t> datetimes;  // places in `columns`
   std::vector<const Notation*>
       notations;                    // for each of the datetimes; null, or empty, for that of all
@@ -56,7 +60,7 @@ struct EditOptions {
   bool dropMark =
       false;  // a byte-order mark at the start of a source, as there is output before it
   bool resultsOnly = false;                // of a table, write nothing else
-  std::size_t longestLine = kLongestLine;  // of lines, in bytes
+  std::size_t longestLine = kLongestLine;  // of lines and JSON lines, in bytes
   OnError onError = OnError::stop;
   OnFinding onFinding = OnFinding::report;
 };
@@ -71,6 +75,7 @@ class ChunkEditor : public Worker {
  private:
   void split(const Chunk& chunk);
   void collect(const Chunk& chunk);
+  void addWrongRecords();
   bool takeFromFile(const Chunk& chunk, std::size_t record);
   std::string_view keep(const Chunk& chunk, const Cell& cell);
   void judge(const Chunk& chunk, Piece& piece);
@@ -78,6 +83,7 @@ class ChunkEditor : public Worker {
   std::string_view result(std::size_t task) const;
   std::string_view orderedResult(std::size_t at) const;
   void edit(const Chunk& chunk, std::string& out);
+  void replaceAll(CellWriter& writer);
   void list(std::string& out);
 
   const Cell& cellOf(std::size_t record, std::size_t column) const {
@@ -93,11 +99,13 @@ class ChunkEditor : public Worker {
   std::unique_ptr<CellWork> work_;
   ValueFile* const file_;
 
+  std::optional<JsonSplitter> json_;
   Cells cells_;
   std::vector<Task> tasks_;
   std::vector<std::string_view> values_;
   std::vector<std::size_t> fileLines_;  // where the values of the file stood, for each record
   std::deque<std::string> kept_;        // texts that do not stand in the chunk
+  std::vector<std::size_t> inOrder_;    // the tasks of a record, as they stand there
   Batch batch_;
   std::size_t end_ = 0;             // the first record that is not written, or all
   std::optional<Failure> failure_;  // of that record

@@ -28,11 +28,14 @@ struct Piece {
   std::size_t errors = 0;    // datetimes that were wrong and passed over
   std::size_t findings = 0;  // datetimes that came out otherwise than asked
   std::size_t warnings = 0;  // datetimes behind the end of the table of leap seconds
+  std::size_t records = 0;   // that the chunk has,
+  std::vector<std::size_t> present;  // and in how many each column is, where one may be absent
 
   void clear() {
     text.clear();
     messages.clear();
-    errors = findings = warnings = 0;
+    errors = findings = warnings = records = 0;
+    present.clear();
   }
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "json/json_text.h"
+
 namespace plx {
 
 CellWriter::CellWriter(const Chunk& chunk, std::string& out, std::size_t from)
@@ -10,18 +12,37 @@ CellWriter::CellWriter(const Chunk& chunk, std::string& out, std::size_t from)
 CellWriter::CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out)
     : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(format) {}
 
+CellWriter::CellWriter(const Chunk& chunk, const JsonStyle& style, std::string& out)
+    : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(), json_(style) {}
+
 void CellWriter::copyTo(std::size_t end) {
   if (end > at_) out_.append(chunk_.storage.data() + at_, end - at_);
   at_ = end;
 }
 
 void CellWriter::replace(const Cell& cell, std::string_view text) {
+  if (json_) return replaceJson(cell, text);
   const bool quotes = isTable_ && !cell.quoted && needsQuotes(text);
   copyTo(cell.begin);
   if (quotes) out_ += '"';
   writeText(text, quotes || cell.quoted);
   if (quotes) out_ += '"';
   at_ = cell.end;
+}
+
+void CellWriter::replaceJson(const Cell& cell, std::string_view text) {
+  const std::size_t quote = cell.quoted ? 1 : 0;
+  copyTo(cell.begin - quote);
+  at_ = cell.end + quote;
+  if (text.empty()) {
+    out_ += "null";
+  } else if (isJsonNumber(text) && (json_->numbers || !cell.quoted)) {
+    out_ += text;
+  } else {
+    out_ += '"';
+    appendJson(out_, text);
+    out_ += '"';
+  }
 }
 
 void CellWriter::append(const Record& record, std::string_view text) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,11 @@
 
 namespace plx {
 
+// How values of JSON are written.
+struct JsonStyle {
+  bool numbers = false;  // a number takes the place of a string
+};
+
 class CellWriter {
  public:
   // Of lines: a last one without its line end gets a LF, as the lines of the next file would go on
@@ -19,9 +25,13 @@ class CellWriter {
   // Of a table.
   CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out);
 
+  // Of JSON lines.
+  CellWriter(const Chunk& chunk, const JsonStyle& style, std::string& out);
+
   // What follows is called in the order of the chunk.
 
-  // In quotes where it had them, and where the text has a separator, a quote, CR or LF.
+  // In quotes where it had them, and where the text has a separator, a quote, CR or LF. In JSON, a number stays
+  // one where the text is one, and an empty text is null.
   void replace(const Cell& cell, std::string_view text);
   // A field behind the last one of a record; several times for several.
   void append(const Record& record, std::string_view text);
@@ -33,12 +43,14 @@ class CellWriter {
   void copyTo(std::size_t end);
   bool needsQuotes(std::string_view text) const;
   void writeText(std::string_view text, bool quoted);
+  void replaceJson(const Cell& cell, std::string_view text);
 
   const Chunk& chunk_;
   std::string& out_;
   std::size_t at_;  // copied up to here
   const bool isTable_;
   const TableFormat format_;
+  const std::optional<JsonStyle> json_;
 };
 
 }  // namespace plx

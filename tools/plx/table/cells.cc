@@ -168,14 +168,16 @@ bool TableSplitter::failTooLong() {
   return false;
 }
 
+}  // namespace
+
 void clear(Cells& cells) {
   cells.cells.clear();
   cells.records.clear();
   cells.end = 0;
   cells.failure.reset();
+  cells.wrong.clear();
+  cells.present.clear();
 }
-
-}  // namespace
 
 void splitLines(const Chunk& chunk, std::size_t longest, Cells& cells) {
   clear(cells);

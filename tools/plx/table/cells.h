@@ -19,12 +19,19 @@ namespace plx {
 struct Cell {
   std::size_t begin, end;
   bool quoted = false;   // stands in quotes
-  bool doubled = false;  // and has quotes inside, which are doubled
+  bool doubled = false;  // and has quotes inside, which are doubled; in JSON, escapes
 };
 
 // A record that is not empty, without its line end.
 struct Record {
   std::size_t begin, end;
+};
+
+// A record in which nothing can be worked on.
+struct WrongRecord {
+  std::size_t record;  // its number among those of the chunk
+  std::size_t at;      // the byte that is wrong
+  Complaint complaint;
 };
 
 struct Cells {
@@ -33,7 +40,13 @@ struct Cells {
   std::size_t end = 0;          // behind the last of them, with its line end and empty lines
   // What is wrong with the record that begins there; the chunk is not read further.
   std::optional<Failure> failure;
+
+  // Of lines whose ends are sure, whatever is in them:
+  std::vector<WrongRecord> wrong;    // in their order
+  std::vector<std::size_t> present;  // for each column, in how many records it is
 };
+
+void clear(Cells& cells);
 
 // Each line of a chunk is a record with one cell, its text without a byte-order mark; empty lines
 // too. A failure is a line longer than `longest` bytes.

@@ -1,0 +1,147 @@
+#include "json/json_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/cases.h"
+
+namespace plx {
+namespace {
+
+// Bytes behind the text that would change it, were they read.
+std::optional<JsonError> readIn(const std::string& text, const std::vector<std::string>& paths,
+                                std::vector<JsonValue>& values) {
+  std::vector<JsonPath> steps;
+  Complaint complaint;
+  for (const std::string& path : paths) steps.push_back(readJsonPath(path, complaint).value());
+  const std::string padded = text + std::string(JsonReader::padding(), '"');
+  return JsonReader(steps).read(std::string_view(padded).substr(0, text.size()), values);
+}
+
+std::string shown(const std::string& text, const JsonValue& value) {
+  const std::string inside = text.substr(value.begin, value.end - value.begin);
+  switch (value.kind) {
+    case JsonValue::Kind::absent:
+      return "absent";
+    case JsonValue::Kind::null:
+      return "null";
+    case JsonValue::Kind::string:
+      return "'" + inside + (value.escaped ? "' escaped" : "'");
+    default:
+      return inside;
+  }
+}
+
+TEST(JsonReader, FindsValues) {
+  Cases cases(18);
+  const struct {
+    const char *text, *path, *value;
+  } rows[] = {
+      {R"({"a":"x"})", ".a", "'x'"},
+      {R"({"a":""})", ".a", "''"},
+      {R"({ "b" : [1, {"a":3}] , "a" : 12.5e3 })", ".a", "12.5e3"},
+      {R"({"a":"x\"y\\"})", ".a", R"('x\"y\\' escaped)"},
+      {R"({"a":null})", ".a", "null"},
+      {R"({"b":1})", ".a", "absent"},
+      {R"({})", ".a", "absent"},
+      {R"({"b":{"a":1}})", ".a", "absent"},
+      {R"({"a":{"a":{"a":7}}})", ".a.a.a", "7"},
+      {R"({"a":null})", ".a.b", "absent"},
+      {R"({"\u0061":"x"})", ".a", "'x'"},
+      {R"({"a.b":1,"a":{"b":2}})", ".\"a.b\"", "1"},
+      {R"({"a":[10,20,30]})", ".a[2]", "30"},
+      {R"({"a":[10,20,30]})", ".a[3]", "absent"},
+      {R"("x")", ".", "'x'"},
+      {R"(17  )", ".", "17"},
+      {"null\r", ".", "null"},
+      {R"([["x"]])", ".[0][0]", "'x'"},
+      {R"({"b":1,"b":2,"a":3})", ".a", "3"},  // twice, but nobody asked for it
+      {"{\"a\":1}\r", ".a", "1"},
+  };
+  for (const auto& r : rows) {
+    std::vector<JsonValue> values;
+    const auto error = readIn(r.text, {r.path}, values);
+    EXPECT_FALSE(error) << r.text << ": " << error->complaint.what;
+    ASSERT_EQ(values.size(), 1u);
+    EXPECT_EQ(shown(r.text, values[0]), r.value) << r.text;
+    ++cases;
+  }
+  std::vector<JsonValue> values;
+  const std::string text = R"({"c":"3","a":"1","b":{"d":4,"e":"5"}})";
+  EXPECT_FALSE(readIn(text, {".a", ".b.e", ".x", ".c", ".b.d"}, values));
+  std::string all;
+  for (const JsonValue& value : values) all += shown(text, value) + " ";
+  EXPECT_EQ(all, "'1' '5' absent '3' 4 ");
+}
+
+TEST(JsonReader, TellsWhatIsWrong) {
+  Cases cases(40);
+  const std::string notJson = "not JSON", more = "not JSON, as there is more behind its end",
+                    open = "not JSON, as a string is not closed";
+  const struct {
+    std::string text, what;
+    std::size_t at;
+  } rows[] = {
+      {R"({"a":1,})", notJson, 0},
+      {R"({"a")", notJson, 0},
+      {R"({"a":)", "not JSON, as the line ends within a value", 0},
+      {R"({"b":[1,)", "not JSON, as the line ends within a value", 0},
+      {R"({"b":[)", notJson, 0},
+      {R"({)", notJson, 0},
+      {R"([)", "the value is an array", 0},
+      {R"({"a":1)", notJson, 0},
+      {R"({"a":1]})", notJson, 0},
+      {R"({"b":[1})", notJson, 0},
+      {R"({"b":[1,]})", notJson, 8},
+      {R"({"b":[,1]})", notJson, 6},
+      {R"({"b":[1 2]})", notJson, 0},
+      {R"({"b":1 "a":2})", notJson, 0},
+      {R"({"b":"c":1})", notJson, 0},
+      {R"({"b":1:2})", notJson, 0},
+      {R"({b:1})", notJson, 0},
+      {R"({'b':1})", notJson, 0},
+      {R"({,})", notJson, 0},
+      {R"({"b":tru})", notJson, 5},
+      {R"({"b":True})", notJson, 5},
+      {R"({"b":nulls})", notJson, 5},
+      {R"({"b":NaN})", notJson, 5},
+      {R"({"b":01})", notJson, 5},
+      {R"({"b":+1})", notJson, 5},
+      {R"({"b":.5})", notJson, 5},
+      {R"({"b":1.})", notJson, 5},
+      {R"({"b":"\x"})", notJson, 5},
+      {R"({"b\q":1})", "not JSON, as a key has a wrong escape", 2},
+      {R"({"a":1} {"a":2})", more, 8},
+      {R"({"a":1},)", more, 7},
+      {R"({"a":1}})", more, 7},
+      {R"({"a":"x)", open, 0},
+      {R"({"a":"x\"})", open, 0},
+      {"{\"a\":\"\x01\"}", "not JSON, as a string has a control character", 0},
+      {"{\"a\":\"\xff\"}", "not JSON, as it is not UTF-8", 0},
+      {"{\"a\":\"\xc3\"}", "not JSON, as it is not UTF-8", 0},
+      {"{\"a\":\"\xed\xa0\x80\"}", "not JSON, as it is not UTF-8", 0},
+      {R"({"a":1,"a":2})", "the key is there twice, and readers differ about which counts", 8},
+      {R"({"a":1,"\u0061":2})", "the key is there twice, and readers differ about which counts", 8},
+      {R"({"a":true})", ".a is true or false, not a string or a number", 5},
+      {R"({"a":[]})", ".a is an array, not a string or a number", 5},
+      {R"({"a":{"b":1}})", ".a is an object, not a string or a number", 5},
+      {R"([1])", "the value is an array, not an object", 0},
+      {R"("a")", "the value is a string, not an object", 0},
+      {std::string(600, '[') + std::string(600, ']'), "the value is an array, not an object", 0},
+      {R"({"b":)" + std::string(600, '[') + std::string(600, ']') + "}", "nested too deeply", 505},
+  };
+  for (const auto& r : rows) {
+    std::vector<JsonValue> values;
+    const auto error = readIn(r.text, {".a"}, values);
+    ASSERT_TRUE(error) << r.text;
+    EXPECT_TRUE(error->complaint.what.starts_with(r.what))
+        << r.text << ": " << error->complaint.what;
+    EXPECT_EQ(error->at, r.at) << r.text;
+    ++cases;
+  }
+}
+
+}  // namespace
+}  // namespace plx
