@@ -18,6 +18,9 @@ from . import _functions
 
 __all__ = ["DatetimeAccessor"]
 
+# pandas 2.1 renamed it, and warns of the old name.
+_NUMPY_ARRAY = getattr(pd.arrays, "NumpyExtensionArray", None) or pd.arrays.PandasArray
+
 
 class DatetimeAccessor:
     """Sets and reads one component of datetimes, in the zone of their dtype."""
@@ -123,7 +126,7 @@ class DatetimeAccessor:
                 value = value.reindex(index)
             value = value.array
         if isinstance(value, pd.api.extensions.ExtensionArray):
-            if isinstance(value, pd.arrays.PandasArray):
+            if isinstance(value, _NUMPY_ARRAY):
                 return value.to_numpy()
             if value.dtype.kind in "iuf":
                 return value.to_numpy(np.float64, na_value=np.nan)

@@ -2,6 +2,7 @@
 
 import subprocess
 import sys
+import warnings
 
 import numpy as np
 import pandas as pd
@@ -110,6 +111,9 @@ def test_values():
         pd.Index(plain),
     ):
         assert s.plx.set("day", value).equals(expected), type(value)
+    with warnings.catch_warnings():
+        warnings.simplefilter("error", FutureWarning)  # of names that a later pandas drops
+        s.plx.set("day", pd.Series(plain))
     missing = s.plx.set("day", pd.Series([1, None, 3], dtype="Int64"))
     assert missing.isna().tolist() == [False, True, False, True]
     assert missing[0] == expected[0]
