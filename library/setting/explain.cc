@@ -41,6 +41,9 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
         fmt::format("{}", before.hi));
   }
   SetJob one = job;
+  one.options = {};
+  one.options.fold = job.options.fold;
+  one.options.gap = job.options.gap;
   one.datetimes = pairIn(before);
   one.results = pairIn(after);
   NewValues& step = one.steps.front();

@@ -139,6 +139,22 @@ TEST(Explain, AGapThatIsLeftAtItsStart) {
   EXPECT_THAT(explained(plxPLAIN_TEXT, options), HasSubstr("The result is the last second before"));
 }
 
+// Of the options the zone, fold and gap count.
+TEST(Explain, LeavesOtherOptionsAside) {
+  const std::string plain = explained(plxPLAIN_TEXT);
+  const std::uint8_t leftOut = 0;
+  std::uint8_t finding = 77;
+  unsigned notes = 77;
+  plxOptions options = inZone("America/New_York");
+  options.where = &leftOut;
+  options.findings = &finding;
+  options.refused = plxSHIFTED;
+  options.notes = &notes;
+  EXPECT_EQ(explained(plxPLAIN_TEXT, options), plain);
+  EXPECT_EQ(finding, 77);
+  EXPECT_EQ(notes, 77U);
+}
+
 TEST(Explain, RefusesSeveral) {
   Column<std::int64_t> datetimes({0, 1}, "<M8[s]");
   const plxArray in = datetimes.array();
