@@ -17,11 +17,11 @@ Wall apart(const doubledouble& t) {
 // In a calendar, whose offset there is known.
 Wall apart(const doubledouble& pair, int offsetSeconds) {
   const doubledouble floor = dd::Floor(pair);
-  const double fraction = dd::collapse(dd::subtract(pair, floor));
+  const doubledouble fraction = dd::subtract(pair, floor);
   const double local = dd::collapse(floor) + offsetSeconds * kMillisPerSecond;
   Wall wall;
   wall.day = floorDouble(local / kMillisPerDay);
-  wall.msOfDay = two_sum(local - wall.day * kMillisPerDay, fraction);
+  wall.msOfDay = dd::add(fraction, local - wall.day * kMillisPerDay);
   return wall;
 }
 

@@ -53,6 +53,38 @@ TEST(Get, InAZoneAndOfWhatIsMissing) {
   EXPECT_EQ(read({1341100824}, "<M8[s]", paSECOND, "UTCLeapSeconds"), std::vector<double>{60});
 }
 
+// Without a zone and in one, the double nearest to the fraction as it was counted.
+TEST(Get, FractionsInAZoneAreThoseWithoutOne) {
+  Cases cases(3000);
+  Random random(18);
+  std::vector<std::int64_t> counts = {4, 2, -1};
+  while (counts.size() < 1000)
+    counts.push_back(random.whole(-1'000'000'000'000, 1'000'000'000'000));
+  for (const char* unit : {"<M8[ns]", "<M8[ps]", "<M8[as]"}) {
+    const std::vector<double> expected = read(counts, unit, paSECOND);
+    const std::vector<double> seconds = read(counts, unit, paSECOND, "+05:30");
+    for (std::size_t i = 0; i < counts.size(); ++i, ++cases)
+      ASSERT_EQ(seconds[i], expected[i]) << counts[i] << unit;
+  }
+  EXPECT_EQ(read({4}, "<M8[ns]", paSECOND, "+05:30"), std::vector<double>{4e-9});
+}
+
+// A fraction of which no double says that it is none: the day, the hour and the minute are still those before.
+TEST(Get, JustBeforeMidnight) {
+  Column<std::complex<double>> datetime({{-1e-20, 0.0}}, "<c16");
+  Column<double> number({0}, "<f8");
+  const plxArray in = datetime.array(), out = number.array();
+  for (const char* zone : {static_cast<const char*>(nullptr), "Etc/UTC"}) {
+    const plxOptions options = inZone(zone);
+    for (const auto& [component, value] :
+         {std::pair(paDAY_OF_MONTH, 31.0), {paHOUR, 23.0}, {paMINUTE, 59.0}, {paSECOND, 60.0}}) {
+      plxError error;
+      EXPECT_EQ(told(plxGet(&in, component, &options, &out, &error), error), "");
+      EXPECT_EQ(number.elements().front(), value) << component;
+    }
+  }
+}
+
 TEST(Get, TellsTheElementThatIsOutOfRange) {
   Column<double> millis({0, 1e300}, "<f8"), numbers({0, 0}, "<f8");
   const plxArray in = millis.array(), out = numbers.array();
