@@ -89,13 +89,18 @@ def _read_pair(pair):
     return Datetimes(high, low, type_of(high.dtype), where, pair)
 
 
+def _where(x):
+    """Which elements are not masked; None where none is, and for records, which are refused anyway."""
+    mask = np.ma.getmask(x)
+    return None if mask is np.ma.nomask or x.dtype.names is not None else ~mask
+
+
 def _read_array(x):
     """The elements as NumPy's own array, and which of them are not masked."""
     if type(x) is ndarray:
         return x, None
     if isinstance(x, np.ma.MaskedArray):
-        mask = np.ma.getmask(x)
-        return np.asarray(x), None if mask is np.ma.nomask else ~mask
+        return np.asarray(x), _where(x)
     library = type(x).__module__.split(".")[0]
     if library in ("pandas", "xarray"):
         raise TypeError(
@@ -127,9 +132,10 @@ def read_values(value, shape):
     array = np.asanyarray(value)
     where = None
     if isinstance(array, np.ma.MaskedArray):
-        mask = np.ma.getmask(array)
-        if mask is not np.ma.nomask:
-            where = _spread(~mask, shape)
+        where = _where(array)
+        if where is not None:
+            # Of each element, where one masked value is for all.
+            where = np.broadcast_to(_spread(where, shape), shape)
     array = np.asarray(array)
     kind = array.dtype.kind
     if kind == "f" and array.dtype.itemsize == 2:
@@ -262,6 +268,8 @@ def apart(array, results):
 
 def _like(x, array, where, value_where):
     """Results as what came in: masked, of its subclass, or a scalar."""
+    if x is masked:
+        return masked
     if isinstance(x, np.ma.MaskedArray):
         result = x.copy()
         np.asarray(result)[...] = array

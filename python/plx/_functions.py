@@ -415,7 +415,9 @@ def explain(x, component, value, *, zone=None, fold="later", gap="shift"):
         raise library_error("ShapeMismatch", f"x: {x.high.size} elements; accepted: a single one")
     if x.where is not None and not x.where.all():
         raise library_error("InvalidArgument", "x: masked; accepted: an element that is not masked")
-    value, _ = read_values(value, x.high.shape)
+    value, where = read_values(value, x.high.shape)
+    if where is not None and not where.all():
+        raise library_error("InvalidArgument", "value: masked; accepted: a value that is not masked")
     given = (x.high, x.low, x.type, component, value, zone, fold, gap)
     text = _plx.explain(*given, 0)
     if type(text) is tuple:

@@ -97,6 +97,8 @@ def test_explain():
         plx.explain(np.array([t, t]), "month", 2)
     with pytest.raises(plx.Error):
         plx.explain(t, "month", "nomonth")
+    with pytest.raises(plx.Error, match="value: masked"):
+        plx.explain(t, "month", np.ma.array(2, mask=True))
 
 
 def test_lists():

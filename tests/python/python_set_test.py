@@ -240,6 +240,14 @@ def test_masked():
     assert result.mask.tolist() == [False, True, True] and same_bits(result.data[1:], T[1:])
     result = plx.set(x, "day", np.ma.array([1, 2, 1.5], mask=[1, 0, 0]))
     assert result.mask.tolist() == [True, False, True]
+    # One masked value for all, whatever stands below its mask and behind it in memory.
+    for value in (np.ma.masked, np.ma.array(1.5, mask=True), np.ma.array([1.5], mask=[True])):
+        for t in (T, np.repeat(T, 1000).reshape(3, -1), np.zeros((2, 0), "M8[s]")):
+            result = plx.set(t, "day", value)
+            assert result.mask.shape == t.shape and result.mask.all() and same_bits(result.data, t)
+    assert plx.set(T, "day", np.ma.array(2, mask=False)).mask.tolist() == [False] * 3
+    # What masked arrays give for an element that is masked.
+    assert plx.set(x[2], "day", 1) is np.ma.masked
     # An element that no setting can take, below a mask.
     far = np.ma.array(np.array([2**62, 0], "M8[s]"), mask=[True, False])
     assert plx.set(far, "day", 2)[1] == np.datetime64("1970-01-02")
@@ -279,6 +287,7 @@ def test_subclasses():
         (np.datetime64("NaT"), r"x\.astype\('M8\[ms\]'\)"),
         (np.array([1], "m8[s]"), "timedelta64"),
         (np.zeros(1, [("high", "f8"), ("low", "f8")]), r"\(x\['high'\], x\['low'\]\)"),
+        (np.ma.array(np.zeros(1, [("high", "f8"), ("low", "f8")]), mask=True), r"\(x\['high'\], x\['low'\]\)"),
         (3, "np.datetime64"),
         (True, "np.datetime64"),
         ((np.zeros(1),), "a tuple of 1"),
@@ -291,8 +300,12 @@ def test_what_is_no_datetime_is_told_how_to_become_one(x, text):
 
 
 @pytest.mark.parametrize(
-    "value", [True, [True, False, True], 1j, None, [None, 1, 2], b"last", np.array(["last"] * 3), T, object()]
-)
+    "value",
+    [
+        True, [True, False, True], 1j, None, [None, 1, 2], b"last", np.array(["last"] * 3), T, object(),
+        np.ma.array([(1,)] * 3, [("a", "i8")], mask=True),
+    ],
+)  # fmt: skip
 def test_what_is_no_value_is_a_type_error(value):
     with pytest.raises(TypeError, match="value: "):
         plx.set(T, "day", value)
