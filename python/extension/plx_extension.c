@@ -177,10 +177,16 @@ static int hasCount(const char* name, Py_ssize_t count, Py_ssize_t expected) {
   return 0;
 }
 
-/* Null for None. */
+/* Null for None. Raises for a text that would end early for the library. */
 static int textOf(PyObject* object, const char** text) {
-  *text = object == Py_None ? NULL : PyUnicode_AsUTF8AndSize(object, NULL);
-  return *text == NULL && object != Py_None ? -1 : 0;
+  *text = NULL;
+  if (object == Py_None) return 0;
+  Py_ssize_t length = 0;
+  *text = PyUnicode_AsUTF8AndSize(object, &length);
+  if (*text == NULL) return -1;
+  if (strlen(*text) == (size_t)length) return 0;
+  PyErr_SetString(PyExc_ValueError, "embedded null character");
+  return -1;
 }
 
 /* A bool or uint8 array of the datetimes' shape, or None. */

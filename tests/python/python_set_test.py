@@ -347,6 +347,19 @@ def test_whole_numbers_of_any_length_are_told_of():
     assert plx.set(T[0], "day", 2**20) == T[0] + np.timedelta64(2**20 - 31, "D")
 
 
+def test_texts_do_not_end_early():
+    for call in (
+        lambda text: plx.set(T, "day", 1, zone="UTC" + text),
+        lambda text: plx.get(T, "day", zone="UTC" + text),
+        lambda text: plx.set(T, "day", "last" + text),
+        lambda text: plx.explain(T[0], "day", "last" + text),
+        lambda text: plx.zones("Paris" + text),
+    ):
+        call("")
+        with pytest.raises(ValueError, match="embedded null character"):
+            call("\0")
+
+
 def test_shape_of_nothing():
     for shape in ((0,), (3, 0), (0, 2, 5)):
         for zone in (None, "Europe/Paris"):
