@@ -4,7 +4,6 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -104,8 +103,8 @@ std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptio
   threads.reserve(most);
   try {
     while (threads.size() + 1 < most) threads.emplace_back(work, false);
-  } catch (const std::system_error&) {
-    // As many as the system lets work.
+  } catch (const std::exception&) {
+    // As many as the system, and the memory there is, let work.
   }
   work(true);
   for (std::thread& thread : threads) thread.join();
