@@ -34,17 +34,14 @@ std::size_t countOf(const plxArray& array, std::string_view what) {
     refuseArgument(what, "too many dimensions", "at most 64 dimensions");
   if (array.ndim > 0 && array.shape == nullptr)
     refuseArgument(what, "the shape is null", "a length for each dimension");
+  const std::size_t* const end = array.shape + array.ndim;
+  if (std::find(array.shape, end, 0) != end) return 0;
   std::size_t count = 1;
-  bool isEmpty = false;
-  for (std::size_t d = 0; d < array.ndim; ++d) {
-    if (array.shape[d] == 0) isEmpty = true;
-    if (!isEmpty && __builtin_mul_overflow(count, array.shape[d], &count))
-      refuseArgument(what, "the product of the lengths is too large", "lengths of an array");
-  }
   constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / 16;
-  if (!isEmpty && count > kMost)
-    refuseArgument(what, "the product of the lengths is too large", "lengths of an array");
-  return isEmpty ? 0 : count;
+  for (const std::size_t* length = array.shape; length != end; ++length)
+    if (__builtin_mul_overflow(count, *length, &count) || count > kMost)
+      refuseArgument(what, "the product of the lengths is too large", "lengths of an array");
+  return count;
 }
 
 ElementType typeOf(const plxArray& array, std::string_view what) {

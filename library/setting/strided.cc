@@ -36,9 +36,9 @@ Strided::Strided(void* data, std::size_t bytes, std::size_t ndim, const std::siz
                  const std::ptrdiff_t* strides)
     : data_(static_cast<char*>(data)), bytes_(bytes) {
   if (strides == nullptr) return;
-  bool isEmpty = false;
+  // Strides of no elements mean nothing, not even a product.
+  if (std::find(shape, shape + ndim, std::size_t{0}) != shape + ndim) return;
   for (std::size_t d = ndim; d-- > 0;) {
-    isEmpty = isEmpty || shape[d] == 0;
     if (shape[d] == 1) continue;
     if (!dimensions_.empty()) {
       Dimension& inner = dimensions_.back();
@@ -50,8 +50,8 @@ Strided::Strided(void* data, std::size_t bytes, std::size_t ndim, const std::siz
     dimensions_.push_back({shape[d], strides[d]});
   }
   const auto size = static_cast<std::ptrdiff_t>(bytes);
-  isContiguous_ = isEmpty || dimensions_.empty() ||
-                  (dimensions_.size() == 1 && dimensions_.front().stride == size);
+  isContiguous_ =
+      dimensions_.empty() || (dimensions_.size() == 1 && dimensions_.front().stride == size);
   if (isContiguous_) dimensions_.clear();
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <complex>
 #include <cstdint>
 #include <cstring>
@@ -163,6 +164,28 @@ TEST(Set, RefusesValuesThatNoCalendarTakes) {
   EXPECT_STREQ(error.identifier, "Pelmor:datetime:RangeError");
   EXPECT_EQ(error.index, 1U);
   EXPECT_EQ(seconds.elements(), (std::vector<std::int64_t>{-3599, 0, 0}));
+}
+
+// Whatever their other lengths and their strides are, and though they have no memory.
+TEST(Set, ArraysWithoutElements) {
+  constexpr std::size_t kLong = std::size_t{1} << 40;
+  constexpr std::ptrdiff_t kFar = std::numeric_limits<std::ptrdiff_t>::max();
+  const std::ptrdiff_t strides[] = {kFar, -kFar, kFar};
+  const double value = 1;
+  const plxSetting day = forAll(paDAY_OF_MONTH, value);
+  for (const char* type : {"<c16", "<f8", ">M8[ns]"}) {
+    for (const auto& shape : {std::array{kLong, kLong, std::size_t{0}},
+                              {kLong, 0, kLong},
+                              {0, kLong, kLong},
+                              {0, 3, 5}}) {
+      for (const std::ptrdiff_t* distances :
+           {strides, static_cast<const std::ptrdiff_t*>(nullptr)}) {
+        const plxArray empty = {nullptr, type, 3, shape.data(), distances, nullptr, nullptr};
+        plxError error;
+        EXPECT_EQ(told(plxSet(&empty, &day, 1, nullptr, &empty, &error), error), "") << type;
+      }
+    }
+  }
 }
 
 TEST(Set, RefusesWhatIsNoCall) {
