@@ -96,7 +96,7 @@ typedef struct {
   size_t index;
   /* How many elements before it were set: all of them; with PLX_NO_INDEX the elements before `done`. */
   size_t done;
-  /* During which of several settings, counted from 0. */
+  /* During which of several settings, counted from 0; 0, too, where it is about the result of all. */
   size_t setting;
 } plxError;
 
@@ -174,7 +174,7 @@ typedef struct {
 
 /* Sets components of all datetimes, one after the other, each as a call of its own would. `results` has
  * the type and the shape of the datetimes; it may be the same memory with the same strides, and does not
- * overlap them otherwise.
+ * overlap them otherwise, nor the values, nor what the options point to. No two of its elements overlap.
  *
  * What is finer than a millisecond stays exactly as it is, unless the second or the time of day is set. NaN
  * and NaT stay, and a value of NaN makes them. Pairs of "<f8" arrays come out as the module sets them,
