@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "datetime/day_number.h"
 #include "datetime/scanner.h"
 
 namespace plx {
@@ -170,6 +171,7 @@ class Format::Compiler {
       if (hasColon) part.letter = Letter::offsetWithColon;
       if (letter == 'e' || letter == 'k' || letter == 'l' || flag == '_')
         part.padding = Padding::blanks;
+      part.smallLetters = letter == 'P';
       if (flag == '0') part.padding = Padding::zeros;
       if (flag == '-') part.padding = Padding::none;
       add(part);
@@ -364,7 +366,7 @@ void Format::findBeginnings() {
 }
 
 void Format::makeExample() {
-  const std::int64_t day = 16200, second = day * 86400 + 30615;  // 2014-05-10T08:30:15
+  const std::int64_t day = dayOf(year_.value_or(2014), 5, 10), second = day * 86400 + 30615;
   const DecimalSeconds decimal{second, "25"};
   const WallTime wall{second, false, OffsetForm::z, 0};
   Complaint none;

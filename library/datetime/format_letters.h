@@ -48,6 +48,7 @@ struct FormatPart {
   Letter letter = Letter::literal;
   Padding padding = Padding::zeros;
   bool touches = false;               // a digit follows, so that a number has all its digits
+  bool smallLetters = false;          // of %P
   bool ofCount = false;               // %s and %f of %s.%f
   std::uint8_t shift = 0;             // where its style stands in FormatSpelling::styles
   std::uint16_t begin = 0, size = 0;  // of a literal

@@ -376,7 +376,8 @@ class Format::Reader {
   bool findOffset() {
     DatetimeText& datetime = reading_.datetime;
     if (!isUTC_) return true;
-    if (datetime.offset == OffsetForm::none) datetime.offset = OffsetForm::z;
+    if (datetime.offsetSeconds == 0 && datetime.offset != OffsetForm::unknown)
+      datetime.offset = OffsetForm::z;
     return datetime.offsetSeconds == 0 || fail("the offset contradicts the zone, which is UTC");
   }
 

@@ -206,11 +206,10 @@ class Format::Writer {
     return kWeekdayNames[static_cast<std::size_t>(daysSinceSunday())];
   }
 
-  // In upper case where the text does not tell.
+  // As the letter has it where there is no text.
   void writeHalf(const FormatPart& part) {
-    const std::string_view half = clock_ < 43200 ? "AM" : "PM";
-    const bool isTitle = spelling_ != nullptr && styleOf(part) == NameStyle::open;
-    putName(out_, half, isTitle ? NameStyle::open : std::max(styleOf(part), +NameStyle::upper));
+    const unsigned ofLetter = part.smallLetters ? NameStyle::lower : NameStyle::upper;
+    putName(out_, clock_ < 43200 ? "AM" : "PM", spelling_ == nullptr ? ofLetter : styleOf(part));
   }
 
   void writeFraction(std::string_view digits) {
