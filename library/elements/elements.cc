@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
@@ -504,7 +505,13 @@ std::size_t readNumbers(const ElementType& type, const char* bytes, std::size_t 
 }
 
 std::string numberText(const ElementType& type, const char* bytes) {
-  return withNumbers(type, [&](auto loadNumber) { return fmt::format("{}", +loadNumber(bytes)); });
+  return withNumbers(type, [&](auto loadNumber) {
+    const auto number = loadNumber(bytes);
+    // The shortest text of a large float is not its number.
+    if constexpr (std::is_same_v<decltype(number), const float>)
+      if (std::floor(number) == number) return fmt::format("{}", static_cast<double>(number));
+    return fmt::format("{}", +number);
+  });
 }
 
 }  // namespace plx

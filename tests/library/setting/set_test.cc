@@ -1,5 +1,6 @@
 // Setting components through plx/plx.h: what comes out, and what is refused.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -164,6 +165,18 @@ TEST(Set, RefusesValuesThatNoCalendarTakes) {
   EXPECT_STREQ(error.identifier, "Pelmor:datetime:RangeError");
   EXPECT_EQ(error.index, 1U);
   EXPECT_EQ(seconds.elements(), (std::vector<std::int64_t>{-3599, 0, 0}));
+}
+
+// The number itself, of which the shortest text that a float could be read from is another one.
+TEST(Set, TellsTheNumberThatIsRefused) {
+  Column<std::int64_t> seconds({0}, "<M8[s]");
+  Column<float> values({2147483648.0F}, "<f4");
+  const plxArray array = seconds.array();
+  const plxSetting month{paMONTH, values.array(), nullptr};
+  const plxOptions options = inZone("+01:00");
+  plxError error;
+  EXPECT_THAT(told(plxSet(&array, &month, 1, &options, &array, &error), error),
+              testing::HasSubstr("\"2147483648\""));
 }
 
 // Whatever their other lengths and their strides are, and though they have no memory.
