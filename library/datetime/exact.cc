@@ -322,6 +322,15 @@ DecimalSeconds rounded(const doubledouble& value, std::size_t digits) {
   return roundedDyadic(dyadic<cpp_int>(b), digits);
 }
 
+std::size_t digitsHeld(const doubledouble& pair) {
+  constexpr int kBits =
+      105;  // of a pair whose low part has half a unit of the high one's last place
+  constexpr int kFinest = -1000;
+  const int exponent = pair.hi == 0.0 ? kFinest : std::max(std::ilogb(pair.hi), kFinest);
+  // A binary digit is 0.30103 decimal ones; three of these lie between milliseconds and seconds.
+  return static_cast<std::size_t>((kBits - exponent) * 30103 / 100000 + 3);
+}
+
 DecimalSeconds shortest(const doubledouble& pair) {
   const doubledouble value = two_sum(pair.hi, pair.lo);
   // What reads back as one pair is less than a nanosecond wide. So one decimal of nine digits at

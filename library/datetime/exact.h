@@ -54,6 +54,10 @@ doubledouble pairOf(int128 seconds, std::string_view fraction);
 // not be normalised: {1000, -0.5} gives 0.9995.
 DecimalSeconds rounded(const doubledouble& value, std::size_t digits);
 
+// How many digits behind the point of the second pairs of this size tell apart, 10 at least: 22 for
+// datetimes of these years, whose pairs are 2^-65 ms apart.
+std::size_t digitsHeld(const doubledouble& pair);
+
 // The decimal of the fewest digits that pairOf turns into the same pair; among two such, the
 // nearer. A pair that is not normalised counts as the normalised one of equal value.
 DecimalSeconds shortest(const doubledouble& pair);

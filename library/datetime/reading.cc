@@ -179,9 +179,47 @@ bool readNumber(std::string_view text, Form form, const Zone* zoneForAll, Zones&
 
 // ---- Writing ----
 
-DecimalSeconds decimalOf(const DatetimeText& text, const doubledouble& pair, bool exact) {
-  if (exact) return shortest(pair);
-  return rounded(pair, std::max<std::size_t>(9, digitsOfUnit(text.form) + text.fraction.size()));
+std::size_t digitsThatCame(const DatetimeText& text) {
+  return digitsOfUnit(text.form) + text.fraction.size();
+}
+
+// A text with more digits than a pair of doubles holds.
+bool isLongerThanPair(const DatetimeText& text, const doubledouble& pair) {
+  return digitsThatCame(text) > 9 && digitsThatCame(text) > digitsHeld(pair);
+}
+
+// Whether the fraction of the second is still that of the text, as far as the pairs tell. A setting may
+// have moved the last digits: the pair of a later datetime holds fewer.
+bool hasFractionOfText(const Reading& reading, const doubledouble& pair) {
+  const std::size_t held = std::min(digitsHeld(pair), digitsHeld(reading.pair));
+  const std::size_t digits = std::max<std::size_t>(held - 2, 9);
+  return !isCount(reading.text.form) &&
+         rounded(pair, digits).fraction == rounded(reading.pair, digits).fraction;
+}
+
+// The digits that the pair holds; where the fraction was left alone, those of the text.
+DecimalSeconds heldDecimal(const Reading& reading, const doubledouble& pair) {
+  DecimalSeconds decimal = rounded(pair, digitsHeld(pair));
+  if (!hasFractionOfText(reading, pair)) return decimal;
+  const std::string_view digits = reading.text.fraction;
+  // Many nines were rounded up into the next second.
+  if (decimal.fraction.empty() && digits.front() == '9') --decimal.seconds;
+  decimal.fraction = digits.substr(0, digits.find_last_not_of('0') + 1);
+  return decimal;
+}
+
+DecimalSeconds decimalOf(const Reading& reading, const doubledouble& pair, const Notation& notation,
+                         std::size_t unit) {
+  if (notation.exact) return shortest(pair);
+  if (isLongerThanPair(reading.text, pair)) return heldDecimal(reading, pair);
+  const std::size_t digits = std::max<std::size_t>(9, digitsThatCame(reading.text));
+  DecimalSeconds decimal = rounded(pair, digits);
+  // Rounded so, 59.9999999999 is the next minute, of which nothing is left to cut. One digit more tells
+  // them apart; further ones do not, as the doubles of a time of day lie 10^-11 s apart.
+  const bool isCut = notation.digits && unit + *notation.digits < 9;
+  if (isCut && digits == 9 && decimal.fraction.size() <= unit + *notation.digits)
+    decimal = rounded(pair, 10);
+  return decimal;
 }
 
 // Drops digits, and with them the zeros that then stand last.
@@ -321,7 +359,7 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
     writePair(out, pair);
     return true;
   }
-  DecimalSeconds decimal = decimalOf(reading.text, pair, notation.exact);
+  DecimalSeconds decimal = decimalOf(reading, pair, notation, digitsOfUnit(form));
   if (!isInRange(zone, pair, decimal.seconds)) return failRange();
   if (!zone.isRight(pair, complaint)) return false;
   if (notation.digits) cut(decimal, digitsOfUnit(form) + *notation.digits);
@@ -329,6 +367,11 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
   if (!isCount(form)) return writeDate(reading, notation, decimal, out, complaint);
   writeCount(out, form, decimal);
   return true;
+}
+
+bool cutsDigits(const Reading& reading, const doubledouble& pair, const Notation& notation) {
+  return !notation.exact && !notation.digits && isLongerThanPair(reading.text, pair) &&
+         !hasFractionOfText(reading, pair);
 }
 
 }  // namespace plx

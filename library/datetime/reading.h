@@ -39,11 +39,15 @@ std::optional<Reading> read(std::string_view text, const Notation& notation, con
 // and a complaint, for a pair that is out of range and for what the form cannot say; `out` is then
 // as it was.
 //
-// Seconds are rounded to nine digits, or to as many as came in where that is more. With
+// Seconds are rounded to nine digits, or to as many as came in where that is more. Digits that came in and
+// that no pair of doubles holds stay where the fraction of the second does; else they are cut. With
 // `notation.exact`, the text reads as the same pair in the same zone, in the fewest digits that do;
 // a pair that is not normalised counts as the normalised one of equal value.
 // `notation.digits` cuts what would be written toward earlier time.
 bool write(const Reading& reading, const doubledouble& pair, const Notation& notation,
            std::string& out, Complaint& complaint);
+
+// Whether `write` cuts digits that came in, as no pair of doubles holds them.
+bool cutsDigits(const Reading& reading, const doubledouble& pair, const Notation& notation);
 
 }  // namespace plx

@@ -56,6 +56,38 @@ TEST(Forms, HaveNames) {
 
 constexpr const char* kNewYork = "America/New_York";
 
+TEST(Reading, DigitsThatNoPairHoldsAreNotMadeUp) {
+  const std::string digits = "123456789012345678901234567890123";
+  Notation notation;
+  Zones zones;
+  Complaint complaint;
+  const std::string text = "2014-05-10T08:30:15." + digits;
+  const auto reading = read(text, notation, nullptr, zones, complaint);
+  ASSERT_TRUE(reading);
+  const struct {
+    double days, seconds;
+    std::string written;
+    bool cut;
+    const char* why;
+  } rows[] = {
+      {0, 0, text, false, "as it came"},
+      {300, 0, "2015-03-06T08:30:15." + digits, false, "another day leaves the second alone"},
+      {0, 1, "2014-05-10T08:30:16." + digits, false, "another second of the same fraction"},
+      {0, 0.5, "2014-05-10T08:30:15.6234567890123456789012", true, "another fraction"},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& r : rows) {
+    std::string out;
+    const doubledouble pair = dd::add(reading->pair, r.days * 86400000 + r.seconds * 1000);
+    ASSERT_TRUE(write(*reading, pair, notation, out, complaint));
+    EXPECT_EQ(out, r.written) << r.why;
+    EXPECT_EQ(cutsDigits(*reading, pair, notation), r.cut) << r.why;
+    ++cases;
+  }
+  const std::string nines = "2014-12-31T23:59:59." + std::string(30, '9');
+  EXPECT_EQ(again(nines, notation, nullptr), nines) << "not the next year";
+}
+
 TEST(Reading, EachFormInEachOther) {
   const struct {
     const char *from, *to, *zone, *text, *written, *why;

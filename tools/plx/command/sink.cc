@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "inspect/leap_table.h"
 #include "messages/message.h"
@@ -54,6 +55,10 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
   errors_ += piece.errors;
   findings_ += piece.findings;
   if (piece.warnings > 0) warnPastLeapTable();
+  if (piece.cutDigits && !std::exchange(toldOfDigits_, true))
+    tell(
+        "digits of seconds that no pair of doubles holds, the twenty-third and further ones as a "
+        "rule, were cut");
   put(piece.text, bytes);
 }
 
@@ -71,6 +76,8 @@ void Sink::put(std::string_view bytes, std::size_t inputBytes) {
 void Sink::finish(OnError onError, OnFinding onFinding) {
   commit();
   progress_.reset();
+  if (const std::size_t all = errors_ + findings_; all > kMostMessages)
+    tell(fmt::format("{} more such messages are not shown", all - kMostMessages));
   if (findings_ > 0) {
     tell(
         fmt::format("{} {} from what was asked", datetimes(findings_),

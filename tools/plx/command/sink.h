@@ -35,6 +35,9 @@ class Sink {
   // That there are values past the table of leap seconds is told once.
   void warnPastLeapTable();
 
+  // Where results are written.
+  int descriptor() const { return out_->descriptor(); }
+
   // Something has been written, to the file that is being changed where there are several.
   bool begun() const { return begun_; }
 
@@ -51,7 +54,7 @@ class Sink {
   Output* out_;
   std::optional<Progress> progress_;
   std::size_t told_ = 0, errors_ = 0, findings_ = 0;
-  bool begun_ = false, warned_ = false;
+  bool begun_ = false, warned_ = false, toldOfDigits_ = false;
 };
 
 }  // namespace plx

@@ -53,6 +53,7 @@ struct Batch {
   std::vector<Outcome> outcomes;  // one for each task
   std::vector<Trouble> troubles;  // in the order of the tasks, at most one failure for each
   std::size_t warnings = 0;       // datetimes after the end of the table of leap seconds
+  bool cutDigits = false;         // there were more than a pair of doubles holds
 
   void fail(Trouble trouble) {
     outcomes[trouble.task].kind = Outcome::Kind::failed;
@@ -63,6 +64,7 @@ struct Batch {
     outcomes.assign(tasks, {});
     troubles.clear();
     warnings = 0;
+    cutDigits = false;
   }
 };
 

@@ -139,6 +139,7 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   piece.warnings += batch_.warnings;
   piece.present = cells_.present;
   piece.records = cells_.records.size();
+  piece.cutDigits = piece.cutDigits || batch_.cutDigits;
 }
 
 Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const {

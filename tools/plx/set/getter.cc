@@ -20,7 +20,8 @@ void Getter::work(std::span<const Task> tasks, Batch& batch) {
       batch.fail(std::move(trouble));
     } else if (!reading->missing) {
       const std::size_t begin = batch.text.size();
-      const std::size_t digits = std::max<std::size_t>(9, reading->text.fraction.size());
+      const std::size_t digits =
+          std::clamp<std::size_t>(reading->text.fraction.size(), 9, digitsHeld(reading->pair));
       writeComponentValue(batch.text, component_, reading->pair, *reading->zone, digits,
                           reader_.notationOf(tasks[i]).exact);
       batch.outcomes[i] = {Outcome::Kind::changed, begin, batch.text.size()};

@@ -226,6 +226,8 @@ void Setter::write(std::size_t at) {
   if (!plx::write(item.reading, pair, *item.notation, batch_->text, complaint))
     return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
   outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
+  if (item.reading.text.fraction.size() > 9 && cutsDigits(item.reading, pair, *item.notation))
+    batch_->cutDigits = true;
   if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
 }
 

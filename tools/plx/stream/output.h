@@ -14,6 +14,8 @@ class Output {
   explicit Output(int descriptor, std::string name = "")
       : descriptor_(descriptor), name_(std::move(name)) {}
 
+  int descriptor() const { return descriptor_; }
+
   // Whatever is appended here goes out with the next flush.
   std::string& text() { return text_; }
   void flush();
