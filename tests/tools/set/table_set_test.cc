@@ -1,5 +1,7 @@
 // Columns of tables, set by the program as people run it.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -122,6 +124,10 @@ TEST(TableSet, Rows) {
       {"a.csv", "t\n1400000000\n", "set hour=0 minute=0 second=0 -c t --from s --to iso a.csv",
        "t\n2014-05-13T00:00:00\n", "numbers where the form is told, several settings"},
       {"a.csv", "", "set day 1 -c 1 --no-header a.csv", "", "nothing at all"},
+      {"a.csv", "t\n2014-12-31T23:59:00\n", "set second 59.9999999999 -c t --digits 3 a.csv",
+       "t\n2014-12-31T23:59:59.999\n", "what is cut stays in its year"},
+      {"a.csv", "t\n2014-12-31T23:59:00\n", "set time-of-day 86399.123 -c t --digits 3 a.csv",
+       "t\n2014-12-31T23:59:59.123\n", "and what the double of 86399.123 is short of is no digit"},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {
@@ -130,6 +136,38 @@ TEST(TableSet, Rows) {
     folder.write(row.file, row.content);
     const PlxResult result = runPlxIn(folder.path(""), wordsWithSpaces(row.command));
     EXPECT_EQ(result.out, row.printed) << row.command << ": " << row.why << "\n" << result.err;
+  }
+}
+
+TEST(TableSet, SaysHowManyMessagesItDoesNotShow) {
+  const TemporaryFolder folder;
+  std::string table = "t\n";
+  for (int i = 0; i < 30; ++i) table += "2014-01-31\n";
+  folder.write("a.csv", table);
+  const PlxResult result =
+      runPlxIn(folder.path(""), words("set month 2 -c t --check report a.csv"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 22) << result.err;
+  EXPECT_TRUE(
+      result.err.ends_with("plx: 10 more such messages are not shown\n"
+                           "plx: 30 datetimes differ from what was asked\n"))
+      << result.err;
+}
+
+TEST(TableSet, RefusesToAppendToItsInput) {
+  const TemporaryFolder folder;
+  const std::string file = folder.write("a.csv", "t\n2014-05-10\n");
+  const std::string err = folder.write("err", "");
+  for (const char* command : {"set day 1 -c t a.csv", "get day -c t a.csv", "set day 1 a.csv"}) {
+    const int in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int out = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const int told = ::open(err.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    EXPECT_EQ(PlxProcess(words(command), in, out, told, folder.path("")).wait().status, 4);
+    for (const int descriptor : {in, out, told}) ::close(descriptor);
+    EXPECT_EQ(folder.read("a.csv"), "t\n2014-05-10\n");
+    EXPECT_EQ(folder.read("err"),
+              "plx: a.csv: the results would be appended to the input, and read again; accepted: "
+              "-i, or -o with another file\n");
   }
 }
 
@@ -169,7 +207,14 @@ TEST(TableSet, Complaints) {
        "bytes",
        1},
       {"t\n2014-05-10\n", "set day 1 -c t --longest 9X a.csv", "--longest: not a number", 2},
-      {"t,n\n2014-05-10,1\n", "set day 1 a.csv", "; of a table, choose a column with --column", 1},
+      {"t,n\n2014-05-10,1\n", "set day 1 a.csv",
+       "; of a table, choose a column with --column, of t, n\n", 1},
+      {"t;n\n2014-05-10;1\n", "set day 1 a.csv", "--column, of t, n\n", 1},
+      {"2014-05-10\nx,y\n", "set day 1 a.csv", "+hh:mm], as in 2014-05-10T08:30:15.25\n", 1},
+      {"t,n\n2014-05-10,1\n", "set day 1 -c t --new-column n a.csv",
+       "plx: --new-column: the table has such a column already: \"n\"; accepted: another name", 2},
+      {"t,n\n2014-05-10,1\n", "get day -c t -c n --new-column x --new-column x a.csv",
+       "plx: --new-column: the table has such a column already: \"x\"", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c t a.csv", "given twice", 2},
       {"t\n10/05/2014\n",
        "set day 1 -c t --format %d/%m/%Y --format %m/%d/%Y --on-error pass a.csv",

@@ -136,8 +136,11 @@ std::optional<Complaint> otherThanAFile(const std::string& word) {
   return Complaint{"no datetime that is read, and there is no such file", kAcceptedDatetimes};
 }
 
-bool isNamedAsATable(std::string_view name) {
-  return name.ends_with(".csv") || name.ends_with(".tsv");
+// What is told of lines that are no datetimes, where the first of them looks like a table's header.
+std::string hintAtColumns(const Chunk* chunk) {
+  const auto columns = columnsInSight(chunk);
+  if (columns.empty()) return {};
+  return "; of a table, choose a column with --column, of " + columns;
 }
 
 constexpr const char* kNoColumn =
@@ -191,6 +194,12 @@ class Run {
   }
 
   void through(Pipeline& pipeline, ChunkReader& reader) {
+    if (reader.source().isWrittenBy(sink_->descriptor())) {
+      throw Failure{Status::inputOutput,
+                    reader.source().name() +
+                        ": the results would be appended to the input, and read again; accepted: "
+                        "-i, or -o with another file"};
+    }
     present_.clear();
     pipeline.run(reader, [&](const Chunk& chunk, const Piece& piece) {
       sink_->take(piece, chunk.size);
@@ -286,7 +295,7 @@ class Run {
       if (work_.valueColumns[i]) edit_.values[i].column = placeOf(*work_.valueColumns[i]);
     }
     if (options_.zoneColumn) edit_.zone = placeOf(*options_.zoneColumn);
-    nameNewColumns();
+    nameNewColumns(reader);
   }
 
   // The first line of a table that has a header, as it stands.
@@ -319,7 +328,7 @@ class Run {
     return static_cast<std::size_t>(found - edit_.columns.begin());
   }
 
-  void nameNewColumns() {
+  void nameNewColumns(ChunkReader& reader) {
     edit_.resultsOnly = work_.resultsOnly && options_.newColumns.empty();
     if (options_.newColumns.empty()) return;
     if (options_.newColumns.size() != edit_.datetimes.size()) {
@@ -328,6 +337,14 @@ class Run {
                     "each --column, in the same order"};
     }
     edit_.newColumns = options_.newColumns;
+    std::vector<std::string> names;
+    if (edit_.table->header)
+      names = readHeader(reader.peek(), *edit_.table, reader.source().name()).names;
+    for (const std::string& name : options_.newColumns) {
+      if (std::find(names.begin(), names.end(), name) != names.end())
+        throw usage("--new-column", "the table has such a column already", name, "another name");
+      names.push_back(name);
+    }
   }
 
   void lines() {
@@ -371,11 +388,11 @@ class Run {
   void file(Pipeline& pipeline, const std::string& input) {
     Source source(input);
     ChunkReader reader(source, false, edit_.longestLine + kAroundLine);
+    const std::string hint = hintAtColumns(reader.peek());
     try {
       through(pipeline, reader);
     } catch (Failure& failure) {
-      if (failure.status == Status::badData && isNamedAsATable(input))
-        failure.message += "; of a table, choose a column with --column";
+      if (failure.status == Status::badData && !sink_->begun()) failure.message += hint;
       throw;
     }
   }

@@ -46,10 +46,33 @@ std::size_t Source::receive(char* to, std::size_t room) {
   for (;;) {
     if (wait && !waitForBytes()) return 0;
     const ssize_t count = ::read(descriptor_, to, room);
-    if (count >= 0) return static_cast<std::size_t>(count);
+    if (count == 0) refuseShorter();
+    if (count >= 0) {
+      received_ += static_cast<std::uint64_t>(count);
+      return static_cast<std::size_t>(count);
+    }
     wait = wait || errno == EAGAIN;  // someone else made the descriptor non-blocking
     if (errno != EINTR && errno != EAGAIN) fail("read");
   }
+}
+
+// Some files tell more bytes than they have, such as those of the kernel: their size stays.
+void Source::refuseShorter() const {
+  if (!size_ || received_ >= *size_) return;
+  struct stat info;
+  if (::fstat(descriptor_, &info) != 0) fail("read");
+  const off_t at = ::lseek(descriptor_, 0, SEEK_CUR);
+  if (info.st_size > at) return;
+  throw Failure{Status::inputOutput,
+                fmt::format("{}: the file became shorter while it was read, by {} bytes at least",
+                            name_, *size_ - received_)};
+}
+
+bool Source::isWrittenBy(int descriptor) const {
+  struct stat own, other;
+  return ::fstat(descriptor_, &own) == 0 && ::fstat(descriptor, &other) == 0 &&
+         S_ISREG(own.st_mode) && own.st_dev == other.st_dev && own.st_ino == other.st_ino &&
+         own.st_size > 0;
 }
 
 // False where wakeUp was called.

@@ -17,12 +17,17 @@ class Source {
   Source& operator=(const Source&) = delete;
 
   // Waits for bytes, and puts at most `room` of those that are there into `to`. How many; 0 at the
-  // end, or when `wakeUp` was called. Throws a Failure where reading fails.
+  // end, or when `wakeUp` was called. Throws a Failure where reading fails, and at the end of a file that
+  // has become shorter since it was opened.
   std::size_t receive(char* to, std::size_t room);
 
   // From here on another thread may call wakeUp, which ends all waiting in receive, now and later.
   void allowWakeUp();
   void wakeUp();
+
+  // Whether a descriptor leads to the same regular file, and that is not empty: what is written there
+  // would be read again.
+  bool isWrittenBy(int descriptor) const;
 
   // The path, fit to begin a message.
   const std::string& name() const { return name_; }
@@ -31,11 +36,13 @@ class Source {
 
  private:
   bool waitForBytes();
+  void refuseShorter() const;
   [[noreturn]] void fail(const char* action) const;
 
   int descriptor_;
   std::string name_;
   std::optional<std::uint64_t> size_;
+  std::uint64_t received_ = 0;
   int wake_[2] = {-1, -1};  // a pipe, where wakeUp is allowed and waiting possible
 };
 

@@ -21,15 +21,6 @@ Failure badHeader(const std::string& where, const Complaint& complaint, std::str
   return {Status::badData, describe(where, complaint, text)};
 }
 
-std::string listOf(const std::vector<std::string>& names) {
-  std::string list;
-  for (std::size_t i = 0; i < std::min(names.size(), kMostNamesTold); ++i)
-    list += (i == 0 ? "" : ", ") + escapeText(names[i]);
-  if (names.size() > kMostNamesTold)
-    list += fmt::format(", and {} more", names.size() - kMostNamesTold);
-  return fmt::format("{}; or a number from 1 to {}", list, names.size());
-}
-
 // A whole number from 1 on, the entire text; 0 for anything else.
 std::size_t numberOf(std::string_view text) {
   std::size_t number = 0;
@@ -68,7 +59,9 @@ std::size_t indexOf(const Header& header, const std::string& asked, std::string_
   if (found == names.end()) {
     const std::size_t number = numberOf(asked);
     if (number == 0 || number > names.size())
-      failUnknown(source, "there is no such column", listOf(names), asked);
+      failUnknown(source, "there is no such column",
+                  fmt::format("{}; or a number from 1 to {}", listOfNames(names), names.size()),
+                  asked);
     return number - 1;
   }
   const auto index = static_cast<std::size_t>(found - names.begin());
@@ -82,6 +75,15 @@ std::size_t indexOf(const Header& header, const std::string& asked, std::string_
 }
 
 }  // namespace
+
+std::string listOfNames(const std::vector<std::string>& names) {
+  std::string list;
+  for (std::size_t i = 0; i < std::min(names.size(), kMostNamesTold); ++i)
+    list += (i == 0 ? "" : ", ") + escapeText(names[i]);
+  if (names.size() > kMostNamesTold)
+    list += fmt::format(", and {} more", names.size() - kMostNamesTold);
+  return list;
+}
 
 Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_view source) {
   constexpr std::string_view kAccepted = "a first record with the names of the columns";

@@ -32,6 +32,9 @@ Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_vie
 std::vector<Column> chooseColumns(const Header& header, const std::vector<std::string>& asked,
                                   std::string_view source);
 
+// Names for messages; of many, the first ones.
+std::string listOfNames(const std::vector<std::string>& names);
+
 // The same for a table without a header: by number only.
 std::vector<Column> chooseColumns(const std::vector<std::string>& asked);
 

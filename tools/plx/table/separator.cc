@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "messages/message.h"
@@ -59,6 +60,24 @@ void refuseHidden(const Chunk* chunk, const TableFormat& format,
 }
 
 }  // namespace
+
+std::string columnsInSight(const Chunk* chunk) {
+  for (const char separator : kUsual) {
+    TableFormat format;
+    format.separator = separator;
+    try {
+      const Header header = readHeader(chunk, format, "");
+      const auto isName = [](const std::string& name) {
+        return name.find_first_of("0123456789") != 0 && !name.empty();
+      };
+      if (header.names.size() < 2 || !std::ranges::all_of(header.names, isName)) continue;
+      return listOfNames(header.names);
+    } catch (const Failure&) {
+      continue;
+    }
+  }
+  return {};
+}
 
 std::vector<Column> chooseByHeader(const Chunk* chunk, TableFormat& format, bool separatorIsTold,
                                    const std::vector<std::string>& asked, std::string_view source) {
