@@ -229,7 +229,8 @@ class Format::Compiler {
     // A year alone means its first day.
     const bool isYearAlone =
         !format_.hasAny(kWeeks | lettersOf(Letter::day) | lettersOf(Letter::dayOfYear));
-    if (hasYear && (format_.hasAny(kMonths) || isYearAlone)) {
+    const bool tellsDay = format_.has(Letter::day) || !format_.has(Letter::dayOfYear);
+    if (hasYear && ((format_.hasAny(kMonths) && tellsDay) || isYearAlone)) {
       format_.date_ = Date::monthAndDay;
     } else if (hasYear && format_.has(Letter::dayOfYear)) {
       format_.date_ = Date::dayOfYear;
@@ -240,6 +241,9 @@ class Format::Compiler {
     } else {
       return fail("the format tells no date", kAcceptedDates);
     }
+    if (format_.date_ == Date::monthAndDay && format_.hasAny(kWeeks) && !format_.has(Letter::day))
+      return fail("the format tells a weekday and no day",
+                  "%d or %e beside a weekday, or %G-W%V-%u");
     format_.isRedundant_ = isRedundant();
     return true;
   }

@@ -283,6 +283,7 @@ TEST(Format, IsRefusedWhereItTellsNoDate) {
       {"%Y-W%V-%u", "the format tells no date"},
       {"%G-W%V", "the format tells no date"},
       {"%d/%m", "the format has no year"},
+      {"%A %B %Y", "the format tells a weekday and no day"},
       {"%Y %Y-%m-%d", "a part stands twice in the format"},
       {"%Y %m %b", "a part stands twice in the format"},
       {"%F %z %:z", "a part stands twice in the format"},

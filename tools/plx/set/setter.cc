@@ -31,7 +31,12 @@ void Setter::Group::clear() {
 }
 
 Setter::Setter(Module& module, const SetterOptions& options)
-    : module_(module), options_(options), reader_(options.reading) {}
+    : module_(module),
+      options_(options),
+      reader_(options.reading),
+      keepsDigits_(std::ranges::none_of(options.assignments, [](const Assignment& assignment) {
+        return factsOf(assignment.component).takesFractions;
+      })) {}
 
 void Setter::work(std::span<const Task> tasks, Batch& batch) {
   batch_ = &batch;
@@ -226,7 +231,8 @@ void Setter::write(std::size_t at) {
   if (!plx::write(item.reading, pair, *item.notation, batch_->text, complaint))
     return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
   outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
-  if (item.reading.text.fraction.size() > 9 && cutsDigits(item.reading, pair, *item.notation))
+  if (keepsDigits_ && item.reading.text.fraction.size() > 9 &&
+      cutsDigits(item.reading, pair, *item.notation))
     batch_->cutDigits = true;
   if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
 }

@@ -78,6 +78,7 @@ class Setter : public CellWork {
   Module& module_;
   const SetterOptions& options_;
   TaskReader reader_;
+  const bool keepsDigits_;  // no component replaces the digits of a second
   std::unordered_map<const Zone*, Group> groups_;
   Group* lastGroup_ = nullptr;  // most often the next one too
   std::vector<Item> items_;
