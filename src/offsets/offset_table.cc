@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <new>
 #include <typeinfo>
 #include <utility>
 
@@ -50,6 +51,12 @@ bool isFromData(const icu::TimeZone& zone) {
   static constinit FoundOnce<const std::type_info> known;
   const std::type_info& dataZones = *known.get([] { return &classOfDataZones(); });
   return dataZones != typeid(icu::SimpleTimeZone) && classOf(zone) == dataZones;
+}
+
+// Whether ICU has refused something. Throws std::bad_alloc where that was for lack of memory.
+bool isRefused(UErrorCode status) {
+  if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+  return U_FAILURE(status);
 }
 
 double offsetOf(const icu::TimeZoneRule& rule) {
@@ -184,10 +191,10 @@ struct OffsetTable::Rules {
   bool read() {
     UErrorCode status = U_ZERO_ERROR;
     int32_t count = zone.countTransitionRules(status);
-    if (U_FAILURE(status)) return false;
+    if (isRefused(status)) return false;
     std::vector<const icu::TimeZoneRule*> all(static_cast<std::size_t>(count));
     zone.getTimeZoneRules(initial, all.data(), count, status);
-    if (U_FAILURE(status) || initial == nullptr) return false;
+    if (isRefused(status) || initial == nullptr) return false;
     all.resize(static_cast<std::size_t>(count));
     for (const icu::TimeZoneRule* rule : all) {
       if (!fits(offsetOf(*rule))) return false;
@@ -212,10 +219,21 @@ struct OffsetTable::Rules {
                           listed->end();
   }
 
-  // Whether a transition counts: where the data list it, after those before it.
-  bool confirms(double instant, double offset) const {
-    if (listed) return std::binary_search(listed->begin(), listed->end(), instant);
-    return hasOffset(instant, offset);
+  // Whether a transition counts, from one offset to another: where the data list it, after those before it.
+  // `place`, 0 at first, is that of the next one in the list.
+  bool confirms(double instant, double from, double to, std::size_t& place) const {
+    if (!listed) return hasOffset(instant, to);
+    if (!passes(instant, from, place)) return false;
+    return place < listed->size() && (*listed)[place++] == instant;
+  }
+
+  // Whether listed transitions up to an instant that no rule has change no offset. Where ICU has no memory for
+  // the transitions of a rule, the rule has none, and ICU does not report it.
+  bool passes(double until, double offset, std::size_t& place) const {
+    while (listed && place < listed->size() && (*listed)[place] < until) {
+      if (!hasOffset((*listed)[place++], offset)) return false;
+    }
+    return true;
   }
 
   bool hasOffset(double instant, double offset) const {
@@ -262,16 +280,17 @@ bool OffsetTable::addPast(const Rules& rules) {
   offsets_.reserve(room);
   instants_.push_back(-HUGE_VAL);
   offsets_.push_back(offsetOf(*rules.initial));
+  std::size_t place = 0;
   while (!all.empty()) {
     Times& earliest = *std::min_element(
         all.begin(), all.end(), [](const Times& a, const Times& b) { return a.next < b.next; });
     if (earliest.next == HUGE_VAL) break;
     if (!isWholeSeconds(earliest.next) || !(instants_.back() < earliest.next)) return false;
-    if (!rules.confirms(earliest.next, earliest.offset)) return false;
+    if (!rules.confirms(earliest.next, offsets_.back(), earliest.offset, place)) return false;
     add(earliest.next, earliest.offset);
     advance(earliest);
   }
-  return true;
+  return rules.passes(HUGE_VAL, offsets_.back(), place);
 }
 
 bool OffsetTable::addYearly(const Rules& rules) {

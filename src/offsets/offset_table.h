@@ -62,7 +62,9 @@ class OffsetTable {
   //   - one whose rules and offsets disagree where the rules change hands;
   //   - one whose past transitions are not in order in ICU's data, or go on beyond the first year of
   //     yearly rules. Where they are, ICU's list of rules and its offsets say the same, since they are
-  //     read off the same numbers.
+  //     read off the same numbers;
+  //   - one of which ICU gives some rules only, for lack of memory. A copy of the zone may give them all.
+  // Throws std::bad_alloc.
   static std::optional<OffsetTable> of(const icu::TimeZone& zone);
 
   // Whether a zone is of a class that has tables: one of ICU's data, or a fixed offset.

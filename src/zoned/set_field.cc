@@ -10,6 +10,7 @@
 #include "base/elements_of.h"
 #include "base/field_codes.h"
 #include "icu/locale.h"
+#include "icu/memory.h"
 #include "offsets/zone_offsets.h"
 #include "zoned/calendar.h"
 #include "zoned/vector_walk.h"
@@ -26,6 +27,15 @@ void setByOffsets(const ZoneOffsets& offsets, Component component, const Element
                    elements, calendar});
 }
 
+// Where there is no memory for a table, the calendar does without.
+std::optional<OffsetTable> tableOf(const icu::TimeZone& zone) {
+  try {
+    return OffsetTable::of(zone);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
 // Whether what names the zone may be an offset, as the locale spells it. Identifiers are the same in all.
 bool isReadByLocale(const icu::TimeZone& zone) {
   return dynamic_cast<const icu::SimpleTimeZone*>(&zone) != nullptr;
@@ -35,7 +45,14 @@ bool isReadByLocale(const icu::TimeZone& zone) {
 RememberedZones::InUse remember(const ZoneKey& key, const icu::TimeZone& zone) {
   try {
     if (isReadByLocale(zone) && !hasOwnData(key.locale)) return {};
-    return rememberedZones().remember(key, OffsetTable::of(zone));
+    auto table = OffsetTable::of(zone);
+    if (!table) {
+      // That a zone has no table is remembered only of one whose rules ICU had memory for. A zone never
+      // reads them again; its copy does.
+      const boost::unique_ptr<icu::TimeZone> copy(checkICUMemory(zone.clone()));
+      table = OffsetTable::of(*copy);
+    }
+    return rememberedZones().remember(key, std::move(table));
   } catch (const std::bad_alloc&) {
     return {};
   }
@@ -51,7 +68,7 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   CalendarWalk calendarWalk(*calendar, component, elements);
   // Whoever calls may give a calendar of its own making, which follows rules that the tables do not know.
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
-    if (auto table = OffsetTable::of(calendar->getTimeZone())) {
+    if (auto table = tableOf(calendar->getTimeZone())) {
       setByOffsets(ZoneOffsets(std::move(*table)), component, elements, calendarWalk);
       return;
     }
