@@ -23,7 +23,8 @@ paArray* createResult(const paArray* datetimes) {
 }
 
 // The default zone can be another one at each call, and bear any name: it is asked for, and held against
-// the zone that ICU makes of its name. What is remembered saves the calendar and the table.
+// the zone that ICU makes of its name, unless it has one offset, that of the table. What is remembered saves
+// the calendar and the table.
 void setInLocalZone(const Arguments& in, paArray* result) {
   const boost::unique_ptr<icu::TimeZone> zone(makeTimeZone(in.timeZone, ZoneKind::local));
   const auto makeCalendar = [&] {
@@ -32,7 +33,9 @@ void setInLocalZone(const Arguments& in, paArray* result) {
   std::vector<std::uint16_t> units;
   if (const auto key = zoneKeyOf(*zone, units)) {
     setField(in.datetimes, in.values, in.field, result, *key, makeCalendar,
-             [&] { return isOfItsName(*zone); });
+             [&](const OffsetTable* remembered) {
+               return (remembered && remembered->isOneOffsetOf(*zone)) || isOfItsName(*zone);
+             });
   } else {
     setField(in.datetimes, in.values, in.field, result, makeCalendar());
   }

@@ -257,6 +257,15 @@ std::optional<OffsetTable> OffsetTable::of(const icu::TimeZone& zone) {
   return table;
 }
 
+bool OffsetTable::isOneOffsetOf(const icu::TimeZone& zone) const {
+  constexpr std::size_t kStretches = 3;  // the only one and two at its end
+  if (instants().stretches != kStretches || cycleEnd_ != HUGE_VAL) return false;
+  const Rules rules(dynamic_cast<const icu::BasicTimeZone&>(zone));
+  UErrorCode status = U_ZERO_ERROR;
+  return rules.zone.countTransitionRules(status) == 0 && U_SUCCESS(status) &&
+         rules.hasOffset(0.0, offsets_.front());
+}
+
 // The times of each rule stand in order; the earliest of their next ones comes next.
 bool OffsetTable::addPast(const Rules& rules) {
   struct Times {

@@ -70,6 +70,10 @@ class OffsetTable {
   // Whether a zone is of a class that has tables: one of ICU's data, or a fixed offset.
   static bool isForClassOf(const icu::TimeZone& zone);
 
+  // Whether a zone, of a class that has tables, has one offset for ever, the only one of this table. Told
+  // by the zone alone and soon; for a zone that has transitions, the table may be the zone's all the same.
+  bool isOneOffsetOf(const icu::TimeZone& zone) const;
+
   OffsetLine instants() const { return line(instants_); }
   OffsetLine walls() const { return line(walls_); }
 

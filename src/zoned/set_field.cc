@@ -78,11 +78,11 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar,
-              const std::function<bool()>& isOfKey) {
+              const std::function<bool(const OffsetTable*)>& isOfKey) {
   const Elements elements = elementsOf(datetimes, values, result);
   const Component component = componentOf(field);
   const auto found = rememberedZones().find(key);
-  if (found.offsets() && (!isOfKey || isOfKey())) {
+  if (found.offsets() && (!isOfKey || isOfKey(&found.offsets()->table))) {
     if (elements.count == 0) return;
     CalendarWalk calendarWalk(makeCalendar, component, elements);
     setByOffsets(*found.offsets(), component, elements, calendarWalk);
@@ -94,7 +94,7 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   // what a first call takes.
   const bool isRepaid =
       elements.count >= kRepaysTable && !isOfKey && !isReadByLocale(calendar->getTimeZone());
-  if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey())) {
+  if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey(nullptr))) {
     const auto zone = remember(key, calendar->getTimeZone());
     CalendarWalk calendarWalk(*calendar, component, elements);
     if (zone.offsets()) return setByOffsets(*zone.offsets(), component, elements, calendarWalk);

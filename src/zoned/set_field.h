@@ -33,7 +33,8 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
 // The same in a zone that may be remembered, and is from its second call on, or from its first one on many
 // elements. `makeCalendar`, a call of createCalendar, is called where the zone is not remembered, or an
 // element cannot be set without: that raises what it raises. Where the key may be that of another zone,
-// `isOfKey` tells, which takes long: it is asked before anything that is remembered is used or changed.
+// `isOfKey` tells, which takes long: it is asked before anything that is remembered is used, with the table
+// that would be, or changed, with null.
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar,
-              const std::function<bool()>& isOfKey = nullptr);
+              const std::function<bool(const OffsetTable*)>& isOfKey = nullptr);

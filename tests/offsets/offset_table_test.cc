@@ -49,6 +49,30 @@ TEST(OffsetTable, EveryZoneFits) {
   }
 }
 
+// Of the zones of one offset those that have the table's; of others none, not even the table's own.
+TEST(OffsetTable, OfOneOffsetIsSeenAtOnce) {
+  const std::vector<std::string> all = allZones();
+  const auto soleOffset = [](const OffsetTable& table) {
+    const OffsetLine line = table.instants();
+    return line.starts[1] == HUGE_VAL ? line.offsets[0] : kNan;
+  };
+  Cases cases(all.size() * 6);
+  std::size_t same = 0;
+  for (const char* id :
+       {"Etc/UTC", "GMT+3", "Etc/GMT+12", "Asia/Tokyo", "America/New_York", "Africa/Algiers"}) {
+    const auto table = OffsetTable::of(*zoneOf(id));
+    ASSERT_TRUE(table) << id;
+    for (const std::string& other : all) {
+      const auto zone = zoneOf(other);
+      const bool isSame = soleOffset(*table) == soleOffset(*OffsetTable::of(*zone));
+      EXPECT_EQ(table->isOneOffsetOf(*zone), isSame) << id << " and " << other;
+      same += isSame;
+      ++cases;
+    }
+  }
+  EXPECT_GT(same, 10U);
+}
+
 TEST(OffsetTable, AgreesWithICUInEveryZone) {
   Cases cases(2000000);
   Random random(3);
