@@ -31,7 +31,8 @@ std::uint64_t icuLife() {
   const auto number = reinterpret_cast<std::uintptr_t>(context);
   if ((number & kMarkBits) == kMark) return number;
   if (context != nullptr || entry != nullptr || exit != nullptr || data != nullptr) return 0;
-  // Two threads may both come here; what the first one remembers is then not found again.
+  // Two threads may both come here and put a number each. The second number stands: what was remembered by the
+  // first is not found again.
   const std::uint64_t life = newLife();
   utrace_setFunctions(reinterpret_cast<const void*>(life), nullptr, nullptr, nullptr);
   return life;

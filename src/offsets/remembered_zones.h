@@ -139,7 +139,7 @@ class RememberedZones {
   void fill(std::size_t i, std::unique_ptr<const Remembered> zone, std::uint64_t hash,
             std::uint64_t time);
 
-  // Of each slot, what is asked before it is entered: hints, as long as it is not taken.
+  // Of each slot, what is asked before it is entered. Only hints: another zone may be there by then.
   Numbers hashes_{};    // of the keys
   Numbers lastUsed_{};  // 0: empty
   std::array<Slot, kMostZones> slots_;

@@ -90,8 +90,8 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   }
   auto calendar = makeCalendar();
   if (elements.count == 0) return;
-  // A table that is made in any case is kept, but where something has to be asked before: that would add to
-  // what a first call takes.
+  // For many elements a table is made in any case, and it is kept. Not where the zone or the locale have to be
+  // asked about first: that would add to what a first call takes.
   const bool isRepaid =
       elements.count >= kRepaysTable && !isOfKey && !isReadByLocale(calendar->getTimeZone());
   if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey(nullptr))) {
