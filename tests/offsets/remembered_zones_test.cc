@@ -68,6 +68,21 @@ TEST_F(Remembered, ByTextLocaleAndLife) {
   EXPECT_FALSE(zones.find(texts.key("A")));
 }
 
+// The hash of a key begins with the text's length and the life as one number, and goes on with the text and the
+// locale in a row.
+TEST_F(Remembered, KeysOfOneHashAreToldApart) {
+  const ZoneKey one = texts.key("AB", "en", 4), other = texts.key("A", "Ben", 4 ^ 2 ^ 1);
+  EXPECT_FALSE(zones.meet(one));
+  ASSERT_TRUE(zones.meet(other)) << "of another hash: find keys that have the same";
+  zones.remember(one, hours(1));
+  EXPECT_FALSE(zones.find(other));
+  zones.remember(other, hours(2));
+  EXPECT_EQ(offsetOf(zones.find(one)), 1.0);
+  EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
+  zones.forget();
+  EXPECT_FALSE(zones.find(one)) << "in use, by nobody";
+}
+
 TEST_F(Remembered, ThatThereIsNoTable) {
   zones.remember(texts.key("A"), std::nullopt);
   EXPECT_TRUE(zones.find(texts.key("A")));
