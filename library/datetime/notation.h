@@ -37,6 +37,7 @@ class Format;
 struct Notation {
   Form from = Form::recognised;
   std::vector<std::shared_ptr<const Format>> formats;  // in place of `from`: any of them
+  bool recognisedToo = false;                          // beside the formats, `from` all the same
   std::shared_ptr<const Format> toFormat;              // in place of `to`
   std::optional<Form> to;             // never Form::recognised; without it, as a datetime came in
   std::vector<std::string> missing;   // texts that stand for no datetime, beside those of isMissing

@@ -156,6 +156,18 @@ bool readInFormats(std::string_view text, const Notation& notation, const Zone* 
   return placeCount(readCount(found.count, Form::seconds, complaint), reading, complaint);
 }
 
+// In the form or, where it is none of it, in the formats. What looks like a date of ISO 8601 is told as one.
+bool readInEither(std::string_view text, const Notation& notation, const Zone* zoneForAll,
+                  Zones& zones, Reading& reading, Complaint& complaint) {
+  const bool isIso = text.size() > 4 && text[4] == '-';
+  if (isIso && readDatetime(text, notation.from, reading.text, complaint))
+    return place(zoneForAll, zones, reading, complaint);
+  const Complaint ofIso = complaint;
+  if (readInFormats(text, notation, zoneForAll, zones, reading, complaint)) return true;
+  if (isIso && reading.format == nullptr) complaint = ofIso;
+  return false;
+}
+
 bool readDate(std::string_view text, Form form, const Zone* zoneForAll, Zones& zones,
               Reading& reading, Complaint& complaint) {
   return readDatetime(text, form, reading.text, complaint) &&
@@ -324,7 +336,9 @@ std::optional<Reading> read(std::string_view text, const Notation& notation, con
     return reading;
   }
   bool good = false;
-  if (!notation.formats.empty()) {
+  if (notation.recognisedToo) {
+    good = readInEither(text, notation, zoneForAll, zones, *reading, complaint);
+  } else if (!notation.formats.empty()) {
     good = readInFormats(text, notation, zoneForAll, zones, *reading, complaint);
   } else if (isNumber(form)) {
     good = readNumber(text, form, zoneForAll, zones, *reading, complaint);

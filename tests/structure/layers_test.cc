@@ -81,7 +81,7 @@ const Layer kLayers[] = {
     {"tools/plx/stream/.*", "(messages|stream)/.*|fmt/.*|sys/.*"},
     {"tools/plx/json/.*", "(messages|datetime|json)/.*|fmt/.*|simdjson\\.h"},
     {"tools/plx/(table|npy)/.*",
-     "(messages|datetime|elements|stream|json|table|npy)/.*|fmt/.*|sys/.*", kKnowledge},
+     "(messages|datetime|elements|stream|json|table|npy)/.*|fmt/.*|sys/.*|pcre2\\.h", kKnowledge},
     {"tools/plx/set/.*",
      "(messages|datetime|elements|inspect|module|setting|stream|json|table|npy|set)/.*|host/"
      ".*|unicode/"

@@ -72,8 +72,8 @@ void checkRows(const std::string& name, const std::regex& row, Cases& cases) {
 
 TEST(Docs, Sessions) {
   Cases cases(30);
-  for (const char* name :
-       {"README.md", "docs/time_zones.md", "docs/plx.md", "docs/recipes.md", "docs/json_lines.md"})
+  for (const char* name : {"README.md", "docs/time_zones.md", "docs/plx.md", "docs/recipes.md",
+                           "docs/json_lines.md", "docs/logs.md"})
     checkSessions(name, cases);
 }
 

@@ -6,6 +6,7 @@
 
 #include "datetime/format.h"
 #include "messages/message.h"
+#include "table/in_line.h"
 
 namespace plx {
 
@@ -107,6 +108,14 @@ Notation notationOf(const NotationOptions& options) {
   const std::optional<int> year = yearOf(options);
   for (const std::string& text : options.formats)
     notation.formats.push_back(formatToRead(text, "--format", year));
+  if (options.inLine && options.from)
+    throw Failure{
+        Status::usage,
+        "--in-line finds datetimes of the recognised forms; accepted: --format for others"};
+  if (options.inLine && options.formats.empty()) {
+    notation.formats = logFormats(year);
+    notation.recognisedToo = true;
+  }
   if (options.toFormat) {
     Complaint complaint;
     auto format = Format::forWriting(*options.toFormat, complaint);

@@ -15,6 +15,7 @@ struct NotationOptions {
   std::optional<std::string> from, to, digits, toFormat, year, missing;
   std::vector<std::string> formats;
   bool exact = false;
+  bool inLine = false;  // datetimes stand anywhere in lines
 };
 
 // Declares them. Those that have to do with writing datetimes only where the command does.

@@ -148,6 +148,10 @@ constexpr const char* kNoColumn =
 constexpr const char* kNoPath =
     "no value of JSON is given; accepted: --column, with a path such as .created";
 
+constexpr const char* kNoDatetimeInLines =
+    ": no line has a datetime that is known; accepted: logs of web servers, journald and the like, "
+    "those of syslog with --year, and any other with --format";
+
 // None stands for standard input.
 std::vector<std::string> inputsOf(const TextOptions& options) {
   return options.inputs.empty() ? std::vector<std::string>{"-"} : options.inputs;
@@ -180,6 +184,10 @@ class Run {
   }
 
   void all() {
+    if (options_.match && !options_.notation.inLine)
+      throw Failure{Status::usage, "--match goes with --in-line"};
+    if (options_.notation.inLine && options_.isTable())
+      throw Failure{Status::usage, "--in-line is for lines, and --column for tables"};
     if (options_.isTable()) {
       table();
     } else {
@@ -355,6 +363,7 @@ class Run {
     }
     edit_.datetimes = {0};
     edit_.longestLine = longestOf(options_, kLongestLine);
+    if (options_.notation.inLine) findInLines();
     const std::vector<std::string> inputs = inputsOf(options_);
     refuseOneStreamForTwo(inputs);
     sink_.emplace(options_, standard_, sizeOf(inputs));
@@ -363,13 +372,21 @@ class Run {
     for (const std::string& input : inputs) {
       if (options_.inPlace) begin(inputs, input);
       edit_.dropMark = sink_->begun();
-      if (options_.inPlace || !isArgument(input, reading)) {
+      if (options_.inPlace || edit_.inLine || !isArgument(input, reading)) {
         file(pipeline, input);
       } else {
         argument(input);
       }
     }
     if (values_) values_->finish();
+  }
+
+  void findInLines() {
+    const Notation notation = notationOf(options_.notation);
+    edit_.inLine = {notation.formats, notation.recognisedToo, options_.match};
+    if (options_.match) Pattern(*options_.match);  // a wrong one is told before anything is opened
+    edit_.resultsOnly = work_.resultsOnly;
+    edit_.resultOrder = {0};
   }
 
   // A datetime, and no file. Throws a Failure where a word is neither.
@@ -391,6 +408,8 @@ class Run {
     const std::string hint = hintAtColumns(reader.peek());
     try {
       through(pipeline, reader);
+      if (edit_.inLine && !present_.empty() && present_[0] == 0)
+        throw Failure{Status::badData, source.name() + kNoDatetimeInLines};
     } catch (Failure& failure) {
       if (failure.status == Status::badData && !sink_->begun()) failure.message += hint;
       throw;
@@ -498,6 +517,12 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
                  "Each line is a value of JSON, and COLUMN a path to a value in it,\n"
                  "as .created or .order.due (default, if its name ends in .jsonl\n"
                  "or .ndjson, or COLUMN is such a path)");
+  arguments.flag("--in-line", options.notation.inLine,
+                 "The datetime stands anywhere in each line, as in a log; all else\n"
+                 "stays, and so do lines without one");
+  arguments.option("--match", options.match, "REGEX",
+                   "With --in-line, the part of a line that has the datetime: what\n"
+                   "REGEX matches, or its first group");
   arguments.flag("--no-header", options.noHeader, "Its first row is no header");
   arguments.option("-o,--output", options.output, "FILE",
                    "Write there once all is done; it may be the input");

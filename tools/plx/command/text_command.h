@@ -23,7 +23,7 @@ namespace plx {
 struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
   std::optional<std::string> zone, zoneColumn, output, backup, onError, jobs, fold, gap;
-  std::optional<std::string> delimiter, longest;
+  std::optional<std::string> delimiter, longest, match;
   NotationOptions notation;
   std::vector<std::string> columns, newColumns;
   bool inPlace = false, csv = false, tsv = false, jsonl = false, noHeader = false, progress = false,

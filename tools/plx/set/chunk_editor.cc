@@ -20,6 +20,7 @@ ChunkEditor::ChunkEditor(const EditOptions& options, std::unique_ptr<CellWork> w
     if (source.column || source.file) ++valuesOfRecord_;
   }
   if (!options.json.empty()) json_.emplace(options.json);
+  if (options.inLine) inLine_.emplace(*options.inLine);
 }
 
 std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
@@ -39,6 +40,8 @@ std::optional<Failure> ChunkEditor::run(const Chunk& chunk, Piece& piece) {
 void ChunkEditor::split(const Chunk& chunk) {
   if (json_) {
     json_->split(chunk, options_.longestLine, cells_);
+  } else if (inLine_) {
+    inLine_->split(chunk, options_.longestLine, cells_);
   } else if (options_.table) {
     splitTable(chunk, *options_.table, options_.columns, cells_);
     dropBlanks(chunk, *options_.table, cells_);

@@ -19,6 +19,7 @@
 #include "table/cell_writer.h"
 #include "table/cells.h"
 #include "table/columns.h"
+#include "table/in_line.h"
 #include "table/json_cells.h"
 #include "table/table_format.h"
 
@@ -47,8 +48,9 @@ struct EditOptions {
   std::optional<TableFormat> table;  // nothing: each line is a datetime, or
   std::vector<JsonPath> json;        // has values of JSON, at the paths of the columns
   JsonStyle jsonStyle;
-  std::vector<Column> columns;         // those in use; of a table ascending
-  std::vector<std::size_t> datetimes;  // places in `columns`
+  std::optional<InLineOptions> inLine;  // or has a datetime somewhere
+  std::vector<Column> columns;          // those in use; of a table ascending
+  std::vector<std::size_t> datetimes;   // places in `columns`
   std::vector<const Notation*>
       notations;                    // for each of the datetimes; null, or empty, for that of all
   std::optional<std::size_t> zone;  // likewise
@@ -100,6 +102,7 @@ class ChunkEditor : public Worker {
   ValueFile* const file_;
 
   std::optional<JsonSplitter> json_;
+  std::optional<InLineSplitter> inLine_;
   Cells cells_;
   std::vector<Task> tasks_;
   std::vector<std::string_view> values_;

@@ -1,0 +1,173 @@
+// plx on logs: the datetime in each line is set, and everything else stays.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/cases.h"
+#include "tools/support/run_plx.h"
+
+namespace {
+
+PlxResult inLine(const std::vector<std::string>& more, std::string_view input) {
+  std::vector<std::string> arguments = {"set", "minute=0", "second=0", "--in-line"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return runPlx(arguments, input);
+}
+
+TEST(InLine, LogsAsTheyAre) {
+  Cases cases(24);
+  const struct {
+    const char *in, *out, *why;
+  } rows[] = {
+      {"2014-05-10T08:30:15.25Z INFO started", "2014-05-10T08:00:00Z INFO started", "ISO"},
+      {"[2014-05-10 08:30:15,123] x", "[2014-05-10 08:00:00] x", "a blank and a comma"},
+      {"2014-05-10T08:30:15+0200 host cron[12]: x", "2014-05-10T08:00:00+02:00 host cron[12]: x",
+       "journald, short-iso"},
+      {"at=2014-05-10T08:30 user=12", "at=2014-05-10T08:00:00 user=12", "without seconds"},
+      {"x (2014-05-10T08:30:15Z).", "x (2014-05-10T08:00:00Z).", "at the end of a sentence"},
+      {"2014-05-10T08:30:15-04:00[America/New_York] x",
+       "2014-05-10T08:00:00-04:00[America/New_York] x", "a zone in brackets"},
+      {"2014-05-10T08:30:15Z[main] x", "2014-05-10T08:00:00Z[main] x",
+       "brackets of something else"},
+      {"2014-05-10 08:30:15 +0200 x", "2014-05-10 08:00:00 +0200 x", "git's offset"},
+      {"2014-05-10 08:30:15.123 UTC [7] LOG:  x", "2014-05-10 08:00:00.000 UTC [7] LOG:  x",
+       "a database's"},
+      {"127.0.0.1 - - [10/Oct/2000:13:55:36 -0700] \"GET /a/2014-05-10.png HTTP/1.0\" 200 2326",
+       "127.0.0.1 - - [10/Oct/2000:13:00:00 -0700] \"GET /a/2014-05-10.png HTTP/1.0\" 200 2326",
+       "a web server's; the name of a file is no datetime"},
+      {"2014/05/10 08:30:15 [error] 31#0: *5 open()", "2014/05/10 08:00:00 [error] 31#0: *5 open()",
+       "nginx's errors"},
+      {"2014/05/10 08:30:15.123456 x", "2014/05/10 08:00:00.000000 x", "with a fraction"},
+      {"[Wed Oct 11 14:32:52 2000] [error] x", "[Wed Oct 11 14:00:00 2000] [error] x",
+       "Apache's errors"},
+      {"[Wed Oct 11 14:32:52.123456 2000] x", "[Wed Oct 11 14:00:00.000000 2000] x",
+       "and newer ones"},
+      {"Date: Sat, 10 May 2014 08:30:15 +0200", "Date: Sat, 10 May 2014 08:00:00 +0200", "mail"},
+      {"2014-05-10 08:30:15 ERROR id 1234-567 v1.2.3",
+       "2014-05-10 08:00:00 ERROR id 1234-567 v1.2.3", "other numbers"},
+      {"550e8400-e29b-41d4-2014-05-10 2014-05-10T08:30:15 x",
+       "550e8400-e29b-41d4-2014-05-10 2014-05-10T08:00:00 x", "the end of a longer name"},
+      {"2014-05-10T08:30:15 backup-2014-05-09.tar.gz 2014-05-08-b",
+       "2014-05-10T08:00:00 backup-2014-05-09.tar.gz 2014-05-08-b", "names with dates"},
+      {"2014-05-10T08:30:15Z due 2014-06-01", "2014-05-10T08:00:00Z due 2014-06-01",
+       "a time of day goes before a date alone"},
+      {"\xff\xfe 2014-05-10T08:30:15Z \x80", "\xff\xfe 2014-05-10T08:00:00Z \x80", "any bytes"},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(inLine({}, std::string(r.in) + "\r\n"),
+              (PlxResult{0, std::string(r.out) + "\r\n", "", 0}))
+        << r.why;
+    ++cases;
+  }
+  for (const char* line : {"Oct 10 13:55:36 host cron[12]: x", "Oct  1 13:55:36 host x",
+                           "Feb 29 13:55:36.123456 host x"}) {
+    std::string expected = line;
+    expected.replace(expected.find("55:36"), 5, "00:00");
+    if (const std::size_t at = expected.find(".123456"); at != std::string::npos)
+      expected.replace(at, 7, ".000000");
+    EXPECT_EQ(inLine({"--year", "2016"}, line).out, expected + "\n");
+    ++cases;
+  }
+  EXPECT_EQ(
+      runPlx(words("set day=1 --in-line --format %d.%m.%Y"), "am 10.05.2014, nicht 2014-05-10\n"),
+      (PlxResult{0, "am 01.05.2014, nicht 2014-05-10\n", "", 0}));
+  ++cases;
+  EXPECT_EQ(runPlx(words("get hour --in-line"), "a 2014-05-10T08:30 b\nnone\n").out, "8\n\n");
+}
+
+TEST(InLine, LinesWithoutADatetimePass) {
+  const std::string log = "2014-05-10T08:30:15Z failed\n  at f (x.cc:12)\n\n\tcaused by 17\n";
+  EXPECT_EQ(inLine({}, log).out,
+            "2014-05-10T08:00:00Z failed\n  at f (x.cc:12)\n\n\tcaused by 17\n");
+  const PlxResult none = inLine({}, "Oct 10 13:55:36 host x\nnothing\n");
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "Oct 10 13:55:36 host x\nnothing\n");
+  EXPECT_EQ(
+      none.err,
+      "plx: -: no line has a datetime that is known; accepted: logs of web servers, journald and "
+      "the like, those of syslog with --year, and any other with --format\n");
+  EXPECT_EQ(inLine({}, ""), (PlxResult{0, "", "", 0}));
+}
+
+TEST(InLine, WhatIsNotSureIsToldAndLeft) {
+  Cases cases(4);
+  const struct {
+    const char *line, *message;
+  } rows[] = {
+      {"from 2014-05-10T08:30:15Z to 2014-05-11T08:30:15Z",
+       "-:1:30: one of 2 datetimes in this line: \"2014-05-11T08:30:15Z\"; accepted: one that has "
+       "a "
+       "time of day; or --match REGEX for the part of the line that has it"},
+      {"from 2014-05-10 to 2014-05-11",
+       "-:1:20: one of 2 datetimes in this line: \"2014-05-11\"; accepted: one that has a time of "
+       "day; "
+       "or --match REGEX for the part of the line that has it"},
+      {"Sat 2014-05-10 08:30:15 CEST host x",
+       "-:1:25: the abbreviation of a zone would stay behind the datetime: \"CEST host x\"; "
+       "accepted: "
+       "times with an offset, with UTC or with a zone's identifier"},
+      {"2014-02-30T08:30:15Z x",
+       "-:1:1: February 2014 has 28 days: \"2014-02-30T08:30:15Z\"; accepted: "
+       "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25"},
+  };
+  for (const auto& r : rows) {
+    const std::string line = r.line + std::string("\n");
+    EXPECT_EQ(inLine({}, line), (PlxResult{1, "", "plx: " + std::string(r.message) + "\n", 0}));
+    EXPECT_EQ(inLine({"--on-error", "pass"}, line).out, line);
+    ++cases;
+  }
+}
+
+TEST(InLine, MatchChoosesThePart) {
+  Cases cases(7);
+  const std::string line = "from 2014-05-10T08:30:15Z to 2014-05-11T08:30:15Z\n";
+  const std::string first = "from 2014-05-10T08:00:00Z to 2014-05-11T08:30:15Z\n",
+                    second = "from 2014-05-10T08:30:15Z to 2014-05-11T08:00:00Z\n";
+  const struct {
+    const char* pattern;
+    std::string out;
+  } rows[] = {{"from (\\S+)", first}, {"^.{25}", first},        {"to (\\S+)", second},
+              {"to .*", second},      {"(?i)TO (.*)$", second}, {"(?<=to )\\d.*", second}};
+  for (const auto& r : rows) {
+    EXPECT_EQ(inLine({"--match", r.pattern}, line), (PlxResult{0, r.out, "", 0})) << r.pattern;
+    ++cases;
+  }
+  EXPECT_EQ(inLine({"--match", "until (.*)"}, line).status, 1) << "no line has it";
+  const PlxResult wrong = inLine({"--match", "to (.*"}, line);
+  EXPECT_EQ(wrong.status, 2);
+  EXPECT_TRUE(wrong.err.starts_with(
+      "plx: --match: not a regular expression at character 7: missing closing parenthesis: "))
+      << wrong.err;
+  EXPECT_EQ(inLine({"--match", "(a+)+$"}, std::string(40, 'a') + "b\n" + line).status, 1);
+  ++cases;
+}
+
+TEST(InLine, SeveralLogsInPlace) {
+  const TemporaryFolder folder;
+  folder.write("a.log", "2014-05-10T08:30:15Z a\n");
+  folder.write("b.log", "b [10/Oct/2000:13:55:36 -0700]\n");
+  EXPECT_EQ(runPlxIn(folder.path(""), words("set minute=0 second=0 --in-line -i a.log b.log")),
+            (PlxResult{0, "", "", 0}));
+  EXPECT_EQ(folder.read("a.log") + folder.read("b.log"),
+            "2014-05-10T08:00:00Z a\nb [10/Oct/2000:13:00:00 -0700]\n");
+}
+
+TEST(InLine, Refusals) {
+  Cases cases(3);
+  const struct {
+    const char *command, *message;
+  } rows[] = {
+      {"set day 1 --match x", "--match goes with --in-line"},
+      {"set day 1 --in-line -c x", "--in-line is for lines, and --column for tables"},
+      {"set day 1 --in-line --from s",
+       "--in-line finds datetimes of the recognised forms; accepted: --format for others"},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(runPlx(words(r.command)),
+              (PlxResult{2, "", "plx: " + std::string(r.message) + "\n", 0}))
+        << r.command;
+    ++cases;
+  }
+}
+
+}  // namespace
