@@ -165,7 +165,7 @@ TEST(Layers, WhatTheModuleDoesNotDo) {
       throws += line.find("throw error;") != std::string::npos;
     }
   }
-  EXPECT_EQ(catches, 2);
+  EXPECT_EQ(catches, 3);
   EXPECT_EQ(throws, 1);
 }
 

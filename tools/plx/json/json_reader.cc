@@ -208,7 +208,7 @@ bool JsonReader::Walk::array(ondemand::array array, const Node* node, int depth)
   std::size_t index = 0;
   for (auto result : array) {
     ondemand::value next;
-    if (const auto code = std::move(result).get(next)) return fail(code);
+    if (const auto code = result.get(next)) return fail(code);
     if (!value(next, node == nullptr ? nullptr : element(index, node), depth + 1)) return false;
     ++index;
   }
