@@ -323,12 +323,13 @@ DecimalSeconds rounded(const doubledouble& value, std::size_t digits) {
 }
 
 std::size_t digitsHeld(const doubledouble& pair) {
-  constexpr int kBits =
-      105;  // of a pair whose low part has half a unit of the high one's last place
+  // Of a pair whose low part has half a unit of the high one's last place.
+  constexpr int kBits = 105;
   constexpr int kFinest = -1000;
   const int exponent = pair.hi == 0.0 ? kFinest : std::max(std::ilogb(pair.hi), kFinest);
   // A binary digit is 0.30103 decimal ones; three of these lie between milliseconds and seconds.
-  return static_cast<std::size_t>((kBits - exponent) * 30103 / 100000 + 3);
+  const int digits = (kBits - exponent) * 30103 / 100000 + 3;
+  return static_cast<std::size_t>(digits);
 }
 
 DecimalSeconds shortest(const doubledouble& pair) {

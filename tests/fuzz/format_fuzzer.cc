@@ -50,8 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(mayWrite, "what is read can be written:", text);
   const plx::Format& format = *compiled;
   plx::FormatReading example;
-  require(format.read(format.example(), example), "the example is in the format:",
-          text + " as " + format.example());
+  require(format.read(format.example(), example),
+          "the example is in the format:", text + " as " + format.example());
   require(format.beginnings()[static_cast<unsigned char>(format.example()[0])],
           "what a datetime begins with is known:", text);
 
@@ -66,8 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string written;
   const bool isWritten = plx::write(*reading, reading->pair, notation, written, complaint);
   if (keepsItsSpelling(format, *reading)) {
-    require(isWritten && plx::areEqualInAnyCase(written, datetime), "a text stays as it was:",
-            text + ": " + datetime + " as " + written);
+    require(isWritten && plx::areEqualInAnyCase(written, datetime),
+            "a text stays as it was:", text + ": " + datetime + " as " + written);
   }
 
   const doubledouble moved = two_sum(reading->pair.hi + seconds * 1000.0, reading->pair.lo);
@@ -79,10 +79,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   written.erase(0, 7);
-  if (!reading->text.suffix.zone.empty()) return 0;  // a time that comes twice is read as the later one
+  if (!reading->text.suffix.zone.empty())
+    return 0;  // a time that comes twice is read as the later one
   const auto again = plx::read(written, notation, nullptr, zones, complaint);
   require(again.has_value(), "what is written is read:", text + ": " + written);
-  require(again->pair.hi == moved.hi && again->pair.lo == moved.lo, "as the same pair:",
-          text + ": " + datetime + " as " + written);
+  require(again->pair.hi == moved.hi && again->pair.lo == moved.lo,
+          "as the same pair:", text + ": " + datetime + " as " + written);
   return 0;
 }

@@ -30,7 +30,7 @@ struct Piece {
   std::size_t warnings = 0;  // datetimes behind the end of the table of leap seconds
   std::size_t records = 0;   // that the chunk has,
   std::vector<std::size_t> present;  // and in how many each column is, where one may be absent
-  bool cutDigits = false;    // there were more than a pair of doubles holds
+  bool cutDigits = false;            // there were more than a pair of doubles holds
 
   void clear() {
     text.clear();

@@ -70,7 +70,8 @@ std::size_t isoAt(std::string_view text, bool& hasTime) {
   int number = 0;
   const auto pair = [&] { return scan.twoDigits(number); };
   const auto size = [&] { return text.size() - scan.rest().size(); };
-  if (!pair() || !pair() || !scan.skip('-') || !pair() || !scan.skip('-') || !pair()) return 0;
+  const bool hasYear = pair() && scan.twoDigits(number);
+  if (!hasYear || !scan.skip('-') || !pair() || !scan.skip('-') || !pair()) return 0;
   std::size_t end = size();
   hasTime = false;
   if (scan.oneOf("Tt ") == 0 || !pair() || !scan.skip(':') || !pair()) return end;
