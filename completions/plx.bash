@@ -5,7 +5,7 @@ _plx_described() { # kind column [command]
   command plx $3 --describe 2>/dev/null | awk -F '\t' -v kind="$1" -v column="$2" '$1 == kind { print $column }'
 }
 
-_plx_components() { command plx components 2>/dev/null | awk '$1 ~ /^[0-9]+,?$/ { print $1 ~ /,/ ? $3 : $2 }'; }
+_plx_components() { command plx components 2>/dev/null | awk '$1 ~ /^([0-9]+,?|-)$/ { print $1 ~ /,/ ? $3 : $2 }'; }
 
 _plx_zones() { command plx zones 2>/dev/null | awk '{ print $1 }'; }
 

@@ -7,7 +7,7 @@ function __plx_type_of --argument-names option name
 end
 
 function __plx_components
-    command plx components 2>/dev/null | awk '$1 ~ /^[0-9]+,?$/ { print $1 ~ /,/ ? $3 : $2 }'
+    command plx components 2>/dev/null | awk '$1 ~ /^([0-9]+,?|-)$/ { print $1 ~ /,/ ? $3 : $2 }'
 end
 
 function __plx_zones

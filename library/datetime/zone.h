@@ -52,6 +52,13 @@ struct Stretch {
   int offset;                            // in seconds east of UTC
 };
 
+// How weeks of the year and days of the week are counted where it is not left to the module, whose rule for
+// weeks depends on the zone: from that day, Sunday being 0, with 1 January in week 1 of its year, and so 31
+// December in week 53 or 54.
+struct Weeks {
+  int firstDay = 0;
+};
+
 // For one thread at a time: a zone keeps what it has looked up.
 class Zone {
  public:
@@ -97,6 +104,10 @@ class Zone {
   std::optional<std::size_t> firstWrong(std::span<const double> millis, Complaint& complaint) const;
   bool isLocal() const { return system_ != nullptr; }
 
+  // Nothing: as the module counts.
+  const std::optional<Weeks>& weeks() const { return weeks_; }
+  void setWeeks(const std::optional<Weeks>& weeks) { weeks_ = weeks; }
+
   // What the clock shows at a second; for a calendar, within its range.
   WallTime wallTime(int128 second) const;
 
@@ -114,6 +125,7 @@ class Zone {
   Complaint otherClock(std::int64_t second) const;
 
   Kind kind_;
+  std::optional<Weeks> weeks_;
   std::string text_, suffix_;
   int offsetSeconds_;                     // of Kind::offset
   std::unique_ptr<ZoneOffsets> offsets_;  // of Kind::calendar

@@ -39,7 +39,9 @@ const Zone& Zones::byOffset(OffsetForm form, int offsetSeconds) {
   DatetimeText datetime;
   datetime.offset = form;
   datetime.offsetSeconds = offsetSeconds;
-  return byOffset_.emplace(key, Zone::of(datetime)).first->second;
+  Zone& zone = byOffset_.emplace(key, Zone::of(datetime)).first->second;
+  zone.setWeeks(weeks_);
+  return zone;
 }
 
 const Zone* Zones::bySuffix(std::string_view text, Complaint& complaint) {
@@ -47,8 +49,10 @@ const Zone* Zones::bySuffix(std::string_view text, Complaint& complaint) {
   if (found != byName_.end()) return &found->second;
   if (const auto offset = offsetOf(text)) return &byOffset(OffsetForm::numeric, *offset);
   if (isZoneIdentifier(text)) {
-    if (auto zone = Zone::find(text, complaint))
+    if (auto zone = Zone::find(text, complaint)) {
+      zone->setWeeks(weeks_);
       return &byName_.emplace(text, std::move(*zone)).first->second;
+    }
   }
   complaint = {"unknown time zone [" + std::string(text) + "]", kAcceptedSuffixes};
   return nullptr;
@@ -59,6 +63,7 @@ const Zone* Zones::named(std::string_view text, Complaint& complaint) {
   if (found == byText_.end()) {
     Named named;
     named.zone = Zone::find(text, named.complaint);
+    if (named.zone) named.zone->setWeeks(weeks_);
     found = byText_.emplace(text, std::move(named)).first;
   }
   if (found->second.zone) return &*found->second.zone;

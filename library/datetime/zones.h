@@ -19,6 +19,9 @@ namespace plx {
 // drops it.
 class Zones {
  public:
+  // Zones that count weeks so.
+  explicit Zones(const std::optional<Weeks>& weeks = std::nullopt) : weeks_(weeks) {}
+
   // The zone of a datetime: that of its suffix, else that of its offset. Null, and a complaint, for
   // a suffix that names none.
   const Zone* of(const DatetimeText& datetime, Complaint& complaint);
@@ -39,6 +42,7 @@ class Zones {
   const Zone& byOffset(OffsetForm form, int offsetSeconds);
   const Zone* bySuffix(std::string_view text, Complaint& complaint);
 
+  const std::optional<Weeks> weeks_;
   std::map<std::pair<OffsetForm, int>, Zone> byOffset_;
   std::map<std::string, Zone, std::less<>> byName_;
   // Texts that name none are kept too, with what is told of them: to find that out takes long.

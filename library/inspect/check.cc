@@ -42,16 +42,20 @@ std::optional<Date> lostDate(Component component, double before, double after, d
   return Date{first.year, first.month, was.day};
 }
 
-double flooredValue(const Setting& setting) { return floorDouble(setting.value); }
-
+// Whether a later setting was meant to change what an earlier one set.
 bool isSetAgain(std::span<const Setting> later, const Setting& setting) {
-  for (const Setting& s : later)
-    if (s.component == setting.component) return true;
+  for (const Setting& s : later) {
+    const bool isRelative = s.mayCarry && !s.hasClaim();
+    const bool isOfDate = factsOf(s.component).isOfDate;
+    if (isRelative && (factsOf(setting.field().component).isOfDate || !isOfDate)) return true;
+    if (s.field() == setting.field() || s.claim.own == Own::date) return true;
+  }
   return false;
 }
 
 bool isAnother(const Setting& setting, const Asked& asked, const Zone& zone) {
-  return shownValue(setting.component, asked.day, asked.time, zone) != flooredValue(setting);
+  if (setting.mayCarry && !setting.hasClaim()) return false;
+  return shownValue(setting.field(), asked.day, asked.time, zone) != floorDouble(setting.asked());
 }
 
 std::optional<Setting> firstAnother(std::span<const Setting> settings, const Asked& asked,
@@ -61,6 +65,15 @@ std::optional<Setting> firstAnother(std::span<const Setting> settings, const Ask
     if (isAnother(settings[i], asked, zone)) return settings[i];
   }
   return std::nullopt;
+}
+
+// That month or day is another one follows from the date that does not exist.
+bool followsFrom(const Finding& finding, const Setting& carried) {
+  if (finding.noSuchDate && carried.field() == CalendarField{Component::month, Own::none})
+    return carried.asked() == finding.noSuchDate->month;
+  if (finding.noSuchDate && carried.field() == CalendarField{Component::dayOfMonth, Own::none})
+    return carried.asked() == finding.noSuchDate->day;
+  return finding.noSuchWeek && carried.field().own == Own::isoYear;
 }
 
 bool isSkipped(int128 wall, const std::optional<Transition>& change) {
@@ -114,14 +127,13 @@ Finding Checker::check(const doubledouble& before, const doubledouble& after,
     // A day that is set afterwards takes the place of the one that was kept.
     if (component == Component::dayOfMonth || component == Component::dayOfYear)
       finding.noSuchDate.reset();
+    if (setting.noSuchDate) finding.noSuchDate = setting.noSuchDate;
+    if (setting.noSuchWeek) finding.noSuchWeek = setting.noSuchWeek;
   }
   finding.askedWall = static_cast<int128>(asked.day) * 86400 + static_cast<int128>(asked.time);
   finding.carried = firstAnother(settings, asked, zone_);
   if (finding.carried && carried && isAnother(*carried, asked, zone_)) finding.carried = carried;
-  // That the month is another one follows from the date that does not exist.
-  if (finding.carried && finding.noSuchDate && finding.carried->component == Component::month &&
-      finding.carried->value == finding.noSuchDate->month)
-    finding.carried.reset();
+  if (finding.carried && followsFrom(finding, *finding.carried)) finding.carried.reset();
   if (!zone_.isCalendar()) return finding;
 
   const int128 second = secondOf(after);
@@ -173,9 +185,13 @@ std::string Checker::describe(const Finding& finding) {
     tell(fmt::format("there is no {} {} {}", d.day,
                      kMonthNames[static_cast<std::size_t>(d.month - 1.0)], d.year));
   }
+  if (finding.noSuchWeek) {
+    tell(fmt::format("there is no ISO week {} in {}", finding.noSuchWeek->week,
+                     finding.noSuchWeek->year));
+  }
   if (finding.carried) {
-    tell(fmt::format("{} {} carried over", factsOf(finding.carried->component).name,
-                     finding.carried->value));
+    tell(fmt::format("{} {} carried over", finding.carried->field().name(),
+                     finding.carried->asked()));
   }
   if (finding.gap) {
     tell(describeGap(finding.askedWall, *finding.gap));

@@ -9,14 +9,29 @@
 #include "base/component.h"
 #include "datetime/exact.h"
 #include "datetime/zone.h"
+#include "inspect/calendar_field.h"
 #include "inspect/wall.h"
 
 namespace plx {
 
-// A component and the number it was set to, `last` and other names resolved.
+// A component and the number it was set to, `last` and other names resolved. For what was told by the old
+// value, or of a field without a component of its own, that is what the module was told.
 struct Setting {
   Component component;
   double value;
+  // Into larger units, as was asked for: month+=1 in December.
+  bool mayCarry = false;
+  // The field that was asked for and its value, where the module has no component for it, or several settings
+  // became one: Component::none then sets nothing and has a claim.
+  CalendarField claim = {};
+  double claimed = 0;
+  // What the setting was not kept from: the day that the month lacks, the week that the ISO year lacks.
+  std::optional<Date> noSuchDate = std::nullopt;
+  std::optional<IsoWeek> noSuchWeek = std::nullopt;
+
+  bool hasClaim() const { return claim != CalendarField{}; }
+  CalendarField field() const { return hasClaim() ? claim : CalendarField{component, Own::none}; }
+  double asked() const { return hasClaim() ? claimed : value; }
 };
 
 struct Finding {
@@ -26,6 +41,8 @@ struct Finding {
   // A date that does not exist, though every component was set to a usual value: 29 February in a
   // common year, or the 31st of a short month.
   std::optional<Date> noSuchDate;
+  // A week that its ISO year does not have: week 53, as the year was set.
+  std::optional<IsoWeek> noSuchWeek;
   // The wall time that was asked for is skipped by a change of the clock, and the result is
   // another. Without a transition that happened on the way, in an earlier one of several settings.
   bool shifted = false;
@@ -41,7 +58,7 @@ struct Finding {
   int128 askedWall = 0;
 
   // An overlap alone counts, too: which of the two was meant is not known.
-  bool any() const { return carried || noSuchDate || shifted || overlap; }
+  bool any() const { return carried || noSuchDate || noSuchWeek || shifted || overlap; }
 };
 
 class Checker {

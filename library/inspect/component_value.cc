@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "arith/civil.h"
+#include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "inspect/wall.h"
 
@@ -50,7 +51,7 @@ double shownValue(Component component, double day, double secondOfDay, const Zon
     case Component::dayOfYear:
       return daysBeforeMonth(date.year, date.month) + date.day;
     case Component::dayOfWeek:
-      return weekdayOf(day) + 1.0;
+      return dayOfWeekOf(day, zone);
     case Component::hour:
       return clockOf(secondOfDay).hour;
     case Component::minute:
@@ -73,6 +74,24 @@ void writeComponentValue(std::string& out, Component component, const doubledoub
   if (!factsOf(component).takesFractions) return;
   const std::string fraction = fractionOf(pair, digits, exact);
   if (!fraction.empty()) out += '.' + fraction;
+}
+
+void writeFieldValue(std::string& out, const CalendarField& field, const doubledouble& pair,
+                     const Zone& zone, std::size_t digits, bool exact) {
+  if (field.own == Own::none)
+    return writeComponentValue(out, field.component, pair, zone, digits, exact);
+  const Wall wall = wallOf(pair, zone);
+  const auto second = static_cast<int128>(secondOfDay(wall));
+  if (field.own == Own::date) {
+    writeDatetime(out, {}, {static_cast<int128>(wall.day) * 86400}, "");
+  } else if (field.own == Own::time) {
+    out += clockText(second);
+    if (wall.insertedSecond) out.replace(out.size() - 2, 2, "60");
+    const std::string fraction = fractionOf(pair, digits, exact);
+    if (!fraction.empty()) out += '.' + fraction;
+  } else {
+    out += std::to_string(static_cast<std::int64_t>(shownValue(field, wall.day, 0.0, zone)));
+  }
 }
 
 }  // namespace plx

@@ -19,6 +19,7 @@
 #include "arith/doubledouble.h"
 #include "base/component.h"
 #include "datetime/zone.h"
+#include "inspect/calendar_field.h"
 
 namespace plx {
 
@@ -31,5 +32,9 @@ double shownValue(Component component, double day, double secondOfDay, const Zon
 // rounding would reach the next second, they have more: 59.9999999999 is not 60.
 void writeComponentValue(std::string& out, Component component, const doubledouble& pair,
                          const Zone& zone, std::size_t digits, bool exact);
+
+// The same of a field; a date as 2014-05-10, a time of day as 08:30:15.25.
+void writeFieldValue(std::string& out, const CalendarField& field, const doubledouble& pair,
+                     const Zone& zone, std::size_t digits, bool exact);
 
 }  // namespace plx

@@ -139,8 +139,13 @@ class Explanation {
   }
 
  private:
-  Component component() const { return e_.setting.component; }
-  std::string_view name() const { return factsOf(component()).name; }
+  CalendarField field() const {
+    return e_.field == CalendarField{} ? e_.setting.field() : e_.field;
+  }
+  Component component() const {
+    return field().own == Own::none ? field().component : Component::none;
+  }
+  std::string_view name() const { return field().name(); }
 
   Side sideOf(const doubledouble& pair) const {
     const DecimalSeconds decimal = rounded(pair, e_.digits);
@@ -155,7 +160,7 @@ class Explanation {
     const Date date = dateOf(side.day);
     side.week = fmt::format("{}", weekOf(side.day, e_.zone));
     side.dayOfYear = fmt::format("{}", daysBeforeMonth(date.year, date.month) + date.day);
-    writeComponentValue(side.value, component(), pair, e_.zone, e_.digits, false);
+    writeFieldValue(side.value, field(), pair, e_.zone, e_.digits, false);
     return side;
   }
 
@@ -166,8 +171,14 @@ class Explanation {
   }
 
   void title() {
+    if (!e_.typed.empty()) {
+      line(paint_(Style::title,
+                  fmt::format("Set {}, in {}", escapeText(e_.typed), titleOf(e_.zone))));
+      out_ += '\n';
+      return;
+    }
     std::string value = escapeText(e_.asked);
-    const std::string number = fmt::format("{}", e_.setting.value);
+    const std::string number = fmt::format("{}", e_.setting.asked());
     if (value.find_first_of("0123456789") == std::string::npos || value[0] == 'q' ||
         value[0] == 'Q')
       value += " (" + number + ')';
@@ -208,6 +219,7 @@ class Explanation {
     }
     if (const auto change = doubt()) sentences.push_back(doubtful(*change));
     if (finding_.noSuchDate) sentences.push_back(noSuchDate());
+    if (finding_.noSuchWeek) sentences.push_back(noSuchWeek());
     if (finding_.carried) sentences.push_back(carried());
     if (finding_.gap) sentences.push_back(gap());
     if (finding_.overlap) sentences.push_back(overlap());
@@ -249,12 +261,23 @@ class Explanation {
         date.day, monthName(date), monthName(date), daysOfMonth(date.year, date.month), date.day);
   }
 
+  std::string noSuchWeek() const {
+    const IsoWeek& week = *finding_.noSuchWeek;
+    return fmt::format(
+        "The ISO year {} has {} weeks, and week {}, which is kept, carries over into the year "
+        "after.",
+        week.year, isoWeeksIn(week.year), week.week);
+  }
+
   std::string carried() const {
-    const double v = e_.setting.value;
+    const double v = finding_.carried->asked();
+    if (finding_.carried->field().own == Own::isoWeek)
+      return fmt::format("iso-week takes 1 to 52 or 53: {} carries over into another year.", v);
     if (component() == Component::dayOfWeek) {
       return fmt::format("day-of-week takes {}: {} {}.", usualValues(component()), v,
-                         v > 7.0 || e_.zone.isCalendar() ? "wraps into the same week"
-                                                         : "counts back into an earlier week");
+                         e_.zone.weeks() && e_.zone.isCalendar() ? "counts on into another week"
+                         : v > 7.0 || e_.zone.isCalendar()       ? "wraps into the same week"
+                                                           : "counts back into an earlier week");
     }
     if (component() == Component::dayOfMonth && v > 28.0 && v <= 31.0) {
       const Date before = dateOf(before_.day);

@@ -20,6 +20,10 @@ struct Explained {
   std::size_t digits = 9;      // most digits of a second's fraction
   // What the text of the datetime says where it has no offset: seconds on the clock.
   std::optional<int128> wall = std::nullopt;
+  // The field, where it is another than the setting's component, and the whole setting as it was typed,
+  // where it is no new value: "month+=1".
+  CalendarField field = {};
+  std::string typed = {};
 };
 
 // Lines, each ending with LF: the title, both datetimes, what happened in words, the edges of a gap

@@ -26,6 +26,14 @@ std::string cell(double day, const Marks& marks, const Paint& paint) {
   return fmt::format(" {:2} ", number);
 }
 
+std::string weekdaysFrom(const Zone& zone) {
+  const std::size_t first = zone.weeks() ? static_cast<std::size_t>(zone.weeks()->firstDay) : 0;
+  std::string line = "week";
+  for (std::size_t i = 0; i < 7; ++i)
+    line += fmt::format(" {} ", kWeekdayNames[(first + i) % 7].substr(0, 2));
+  return line;
+}
+
 std::string centred(const std::string& text) {
   return text.size() < kWidth ? std::string((kWidth - text.size()) / 2, ' ') + text : text;
 }
@@ -40,12 +48,12 @@ std::vector<std::string> oneMonth(double anyDay, const Marks& marks, const Zone&
   const std::string title =
       centred(fmt::format("{} {}", name, static_cast<std::int64_t>(date.year)));
   std::vector<std::string> lines = {paint(Style::title, fmt::format("{:{}}", title, kWidth)),
-                                    "week Su  Mo  Tu  We  Th  Fr  Sa "};
-  for (double sunday = first - weekdayOf(first); sunday < end; sunday += 7.0) {
+                                    weekdaysFrom(zone)};
+  for (double start = first - dayOfWeekOf(first, zone) + 1.0; start < end; start += 7.0) {
     // By its own days: of a week with a new year in it, arithmetic numbers the two parts apart.
-    const double shown = sunday < first ? first : sunday;
+    const double shown = start < first ? first : start;
     std::string line = fmt::format("{:3} ", weekOf(shown, zone));
-    for (double day = sunday; day < sunday + 7.0; ++day)
+    for (double day = start; day < start + 7.0; ++day)
       line += first <= day && day < end ? cell(day, marks, paint) : "    ";
     lines.push_back(std::move(line));
   }

@@ -10,7 +10,7 @@
 namespace plx {
 
 // The months of two day numbers, as lines without their ends: one month if both lie in it, else two
-// beside each other. Weeks begin on Sunday and bear the number that the module gives them in the
+// beside each other. Weeks begin on Sunday, or as the zone's own do, and bear their number in the
 // zone. (10) is the day before, [10] the day after.
 std::vector<std::string> monthCalendar(double dayBefore, double dayAfter, const Zone& zone,
                                        const Paint& paint);

@@ -27,7 +27,7 @@ std::optional<NamedValue> find(std::span<const std::string_view> names, std::str
 
 // The weeks of the year that a date's week belongs to.
 double weeksInYear(double day, const Zone& zone) {
-  const double saturday = zone.isCalendar() ? day - weekdayOf(day) + 6.0 : day;
+  const double saturday = zone.isCalendar() && !zone.weeks() ? day - weekdayOf(day) + 6.0 : day;
   const double december = ymd2days(dateOf(saturday).year, 12.0, 31.0);
   // Where a calendar counts 31 December in the next year, the week before is the last.
   return std::max(weekOf(december, zone), weekOf(december - 7.0, zone));
@@ -37,9 +37,9 @@ bool hasLast(Component component) {
   return component != Component::year && !factsOf(component).takesFractions;
 }
 
-// 0 for a component that has none.
-double last(Component component, const doubledouble& pair, const Zone& zone) {
-  const double day = wallOf(pair, zone).day;
+}  // namespace
+
+double lastOf(Component component, double day, const Zone& zone) {
   const Date date = dateOf(day);
   switch (component) {
     case Component::quarter:
@@ -67,8 +67,6 @@ double last(Component component, const doubledouble& pair, const Zone& zone) {
   return 0.0;
 }
 
-}  // namespace
-
 std::optional<NamedValue> named(Component component, std::string_view text) {
   if (areEqualInAnyCase(text, "last"))
     return hasLast(component) ? std::optional(NamedValue{true, 0.0}) : std::nullopt;
@@ -86,7 +84,7 @@ std::optional<NamedValue> named(Component component, std::string_view text) {
 
 double resolve(const NamedValue& value, Component component, const doubledouble& pair,
                const Zone& zone) {
-  return value.isLast ? last(component, pair, zone) : value.number;
+  return value.isLast ? lastOf(component, wallOf(pair, zone).day, zone) : value.number;
 }
 
 }  // namespace plx

@@ -27,6 +27,9 @@ struct NamedValue {
 // Nothing for a text that is no name for a value of this component.
 std::optional<NamedValue> named(Component component, std::string_view text);
 
+// What `last` is of a component of the date on a day; 0 where it has none.
+double lastOf(Component component, double day, const Zone& zone);
+
 // The number to set at a datetime. The pair is finite and, in a calendar, within its range.
 double resolve(const NamedValue& value, Component component, const doubledouble& pair,
                const Zone& zone);

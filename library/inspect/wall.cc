@@ -49,7 +49,16 @@ double secondOfDay(const Wall& wall) {
   return dd::collapse(dd::Floor(dd::divide(wall.msOfDay, kMillisPerSecond)));
 }
 
+double dayOfWeekOf(double day, const Zone& zone) {
+  const double first = zone.weeks() ? zone.weeks()->firstDay : 0.0;
+  return floorRemainder(weekdayOf(day) - first, 7.0) + 1.0;
+}
+
 double weekOf(double day, const Zone& zone) {
+  if (zone.weeks()) {
+    const double january = ymd2days(dateOf(day).year, 1.0, 1.0);
+    return floorDivide(day - january + dayOfWeekOf(january, zone) - 1.0, 7.0) + 1.0;
+  }
   if (!zone.isCalendar()) {
     const Date date = dateOf(day);
     return weekOfYear(day, date.year, date.month, date.day);

@@ -31,7 +31,11 @@ double secondOfDay(const Wall& wall);
 
 // The week of the year as the module counts in a zone. Weeks begin on Sunday, and week 1 is the
 // one with 1 January. On the lines without a calendar 31 December is always in week 53 or 54; a
-// calendar counts the last days of December that share the week of the next 1 January as week 1.
+// calendar counts the last days of December that share the week of the next 1 January as week 1. Or as the
+// zone's own weeks count.
 double weekOf(double day, const Zone& zone);
+
+// The day of the week from 1, Sunday or the first day of the zone's own weeks.
+double dayOfWeekOf(double day, const Zone& zone);
 
 }  // namespace plx

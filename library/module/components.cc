@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <vector>
 
 #include "messages/message.h"
+#include "messages/near_names.h"
 
 namespace plx {
 
@@ -17,23 +19,29 @@ int selectorOf(std::string_view text) {
   return error == std::errc() && end == text.data() + text.size() ? number : 0;
 }
 
-std::string listOfNames() {
-  std::string names;
-  for (const ComponentFacts& facts : kComponentFacts) names.append(facts.name).append(", ");
+std::vector<std::string_view> namesWith(std::span<const std::string_view> others) {
+  std::vector<std::string_view> names;
+  for (const ComponentFacts& facts : kComponentFacts) names.push_back(facts.name);
+  names.insert(names.end(), others.begin(), others.end());
   return names;
 }
 
 }  // namespace
 
-Component findComponent(std::string_view text) {
+Component findComponent(std::string_view text, std::span<const std::string_view> others) {
   const int selector = selectorOf(text);
   for (const ComponentFacts& facts : kComponentFacts) {
     const bool isSelected =
         selector != 0 && (selector == facts.selector || selector == facts.otherSelector);
     if (facts.name == text || isSelected) return facts.component;
   }
-  static const std::string accepted = listOfNames() + "or a selector number; see plx components";
-  throw Failure{Status::unknownName, describe("COMPONENT", {"unknown component", accepted}, text)};
+  const std::vector<std::string_view> names = namesWith(others);
+  std::string accepted;
+  for (const std::string_view name : names) accepted.append(name).append(", ");
+  accepted += "or a selector number; see plx components";
+  throw Failure{
+      Status::unknownName,
+      describe("COMPONENT", {"unknown component" + didYouMean(text, names), accepted}, text)};
 }
 
 Example exampleOf(Component component) {
@@ -66,7 +74,7 @@ Example exampleOf(Component component) {
   return {};
 }
 
-std::string componentTable() {
+std::string componentTable(std::span<const ListedField> others) {
   std::string table;
   table += fmt::format("{:9} {:13} {:30} {}\n", "selector", "name", "values", "example");
   for (const ComponentFacts& facts : kComponentFacts) {
@@ -76,6 +84,10 @@ std::string componentTable() {
     const auto [arguments, result] = exampleOf(facts.component);
     table += fmt::format("{:9} {:13} {:30} plx {}\n{:54} {}\n", selectors, facts.name, facts.unit,
                          arguments, "", result);
+  }
+  for (const ListedField& field : others) {
+    table += fmt::format("{:9} {:13} {:30} plx {}\n{:54} {}\n", "-", field.name, field.unit,
+                         field.example.arguments, "", field.example.result);
   }
   table +=
       "\nValues outside these ranges carry into the larger units: month 13 is January of the "

@@ -2,6 +2,8 @@
 
 #include "datetime/number_text.h"
 #include "inspect/named.h"
+#include "messages/calendar_names.h"
+#include "messages/near_names.h"
 
 namespace plx {
 
@@ -25,6 +27,12 @@ std::string_view acceptedOf(Component component) {
   }
 }
 
+std::string wordMeant(std::string_view text, Component component) {
+  if (component == Component::month) return didYouMean(text, kMonthNames);
+  if (component == Component::dayOfWeek) return didYouMean(text, kWeekdayNames);
+  return {};
+}
+
 }  // namespace
 
 std::optional<double> readValue(std::string_view text, Component component, Complaint& complaint) {
@@ -42,7 +50,7 @@ std::optional<double> readValue(std::string_view text, Component component, Comp
       complaint = {"the number is nearer to 0 than any double", kAcceptedNumbers};
       break;
     case DecimalText::none:
-      complaint = {"not a number", acceptedOf(component)};
+      complaint = {"not a number" + wordMeant(text, component), acceptedOf(component)};
       break;
   }
   return std::nullopt;

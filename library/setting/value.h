@@ -20,10 +20,4 @@ inline bool isLast(double value) { return std::isnan(value); }
 // the component does not take.
 std::optional<double> readValue(std::string_view text, Component component, Complaint& complaint);
 
-// One component to set.
-struct Assignment {
-  Component component;
-  std::optional<double> value;  // of all datetimes; nothing where each has its own
-};
-
 }  // namespace plx

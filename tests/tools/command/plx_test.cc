@@ -60,7 +60,7 @@ TEST(Plx, SetsOneDatetime) {
       {"set month 4 -0044-03-15", "-0044-04-15", "a negative year"},
       {"set second -.5 2014-05-10", "2014-05-09T23:59:59.5", "no digit before the point"},
       {"set second -1e3 2014-05-10", "2014-05-09T23:43:20", "an exponent"},
-      {"set second +5 2014-05-10", "2014-05-10T00:00:05", "a plus"},
+      {"set second 1e+1 2014-05-10", "2014-05-10T00:00:10", "a plus in the exponent"},
       {"set year 12024 2014-05-10", "+12024-05-10", "five digits take a sign"},
       {"set year 0 2014-05-10", "0000-05-10", "year 0"},
       {"set 7 13 2014-05-10", "2015-01-10", "by selector"},
@@ -273,7 +273,8 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "argument: no datetime that is read, and there is no such file: \"10.05.2024\"; accepted: "
        "YYYY-MM-DD[Thh:mm[:ss[.digits]][Z|+hh:mm]], as in 2014-05-10T08:30:15.25"},
       {"set month janury 2014-05-10", 1, "",
-       "VALUE: not a number: \"janury\"; accepted: a number such as 13, jan to dec, last"},
+       "VALUE: not a number (did you mean January?): \"janury\"; accepted: a number such as 13, "
+       "jan to dec, last"},
       {"set day 1 2014-05-10 --zone", 2, "", "--zone needs a ZONE; see plx set --help"},
       {"set day 1 .", 4, "", ".: cannot read: Is a directory"},
       {"set day @none 2014-05-10", 4, "", "none: cannot open: No such file or directory"},
@@ -322,12 +323,15 @@ TEST(Plx, SaysWhatIsWrongAndWhere) {
        "identifier such as Europe/Paris in its own letter case, or an offset such as UTC+05:30 or "
        "-08:00"},
       {"set days 1 2014-05-10", 3, "",
-       "COMPONENT: unknown component: \"days\"; accepted: year, quarter, month, week-of-year, day, "
-       "day-of-year, day-of-week, hour, minute, second, time-of-day, or a selector number; see plx "
+       "COMPONENT: unknown component (did you mean day?): \"days\"; accepted: year, quarter, "
+       "month, week-of-year, day, "
+       "day-of-year, day-of-week, hour, minute, second, time-of-day, date, time, iso-year, "
+       "iso-week, or a selector number; see plx "
        "components"},
       {"set 8 1 2014-05-10", 3, "",
        "COMPONENT: unknown component: \"8\"; accepted: year, quarter, month, week-of-year, day, "
-       "day-of-year, day-of-week, hour, minute, second, time-of-day, or a selector number; see plx "
+       "day-of-year, day-of-week, hour, minute, second, time-of-day, date, time, iso-year, "
+       "iso-week, or a selector number; see plx "
        "components"},
       {"set day @- -", 2, "",
        "the values and the datetimes cannot both come from standard input; "

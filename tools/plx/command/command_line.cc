@@ -14,6 +14,7 @@
 #include "messages/message.h"
 #include "module/components.h"
 #include "module/module.h"
+#include "setting/named_field.h"
 
 namespace plx {
 
@@ -24,7 +25,7 @@ using CommandArguments = std::vector<std::string>;
 void runComponentsCommand(const CommandArguments& given, Output& output) {
   Arguments arguments("Lists the components that can be set.", "plx components");
   arguments.ignoredModule();
-  if (arguments.parse(given, output)) output.text() += componentTable();
+  if (arguments.parse(given, output)) output.text() += fieldTable();
 }
 
 struct Command {

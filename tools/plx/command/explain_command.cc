@@ -11,16 +11,16 @@
 
 #include "command/arguments.h"
 #include "command/text_command.h"
+#include "command/typed_setting.h"
 #include "datetime/datetime_text.h"
 #include "datetime/reading.h"
 #include "datetime/rules_in_use.h"
 #include "inspect/explain.h"
 #include "inspect/leap_table.h"
-#include "module/components.h"
 #include "module/module.h"
 #include "set/setter.h"
 #include "set/task_reader.h"
-#include "setting/value.h"
+#include "setting/change.h"
 #include "stream/line_reader.h"
 
 namespace plx {
@@ -28,10 +28,11 @@ namespace plx {
 namespace {
 
 struct Options {
-  std::string component, value;  // a number or a name
+  TypedSetting setting;
   std::string datetime;
   std::optional<std::string> zone;  // none: the datetime's own
-  std::optional<std::string> module, fold, gap;
+  std::optional<std::string> module, fold, gap, weekStart;
+  bool clips = false;
   bool quiet = false;
 };
 
@@ -42,22 +43,21 @@ void refuseTrouble(const Options& options, const Batch& batch) {
   const bool ofValue = trouble.kind == Trouble::Kind::value;
   throw Failure{trouble.complaint.status,
                 describe(ofValue ? "VALUE" : "argument", trouble.complaint,
-                         ofValue ? options.value : options.datetime)};
+                         ofValue ? options.setting.value : options.datetime)};
 }
 
-double valueOf(const Options& options, Component component) {
-  if (options.value.starts_with('@'))
+Assignment assignmentOf(const Options& options, const TypedSetting& setting) {
+  if (setting.isEach())
     throw Failure{Status::usage, "explain takes one value; values of a file are for plx set"};
-  Complaint complaint;
-  const auto value = readValue(options.value, component, complaint);
-  if (!value) throw Failure{Status::badData, describe("VALUE", complaint, options.value)};
-  return *value;
+  return plx::assignmentOf(setting, weeksFrom(options.weekStart).firstDay);
 }
 
 std::string explanation(const Options& options, bool colour) {
-  const Component component = findComponent(options.component);
+  const Assignment assignment = assignmentOf(options, options.setting);
   SetterOptions setting;
-  setting.assignments = {{component, valueOf(options, component)}};
+  setting.assignments = {assignment};
+  setting.clips = options.clips;
+  setting.reading.weeks = weeksFrom(options.weekStart);
   setting.reading.zone = options.zone;
   setting.reading.clock = clockChoice(options.fold, options.gap);
   Module module(locateModule(options.module));
@@ -74,10 +74,13 @@ std::string explanation(const Options& options, bool colour) {
                   describe("argument", {"not a datetime", kAcceptedDatetimes}, options.datetime)};
   }
   const Reading& reading = result->reading;
-  Explained explained{*reading.zone, result->settings.front(), options.value, reading.pair,
+  Explained explained{*reading.zone, result->settings.front(), options.setting.value, reading.pair,
                       result->after};
   explained.digits = std::max<std::size_t>(9, reading.text.fraction.size());
   explained.wall = wallOf(reading);
+  explained.field = assignment.field();
+  if (assignment.change != Change::to || !options.setting.sign.empty())
+    explained.typed = options.setting.text();
   return explain(explained, colour);
 }
 
@@ -87,22 +90,33 @@ void runExplainCommand(const std::vector<std::string>& given, Output& output) {
   Options options;
   Arguments arguments("Tells what setting one component of one datetime does, and why.",
                       "plx explain");
-  arguments.positional("COMPONENT", options.component,
-                       "A name or selector that plx components lists");
-  arguments.positional("VALUE", options.value,
-                       "Its new value: a number, or last, mon, jan, q1 ...");
-  arguments.positional("DATETIME", options.datetime, "The datetime");
+  std::string component, value;
+  std::optional<std::string> datetime;
+  arguments.positional("COMPONENT", component, "A name or selector that plx components lists");
+  arguments.positional("VALUE", value,
+                       "Its new value: a number, or last, mon, jan, q1 ... Or\n"
+                       "COMPONENT=VALUE for the two, month+=1 and the like");
+  arguments.positional("DATETIME", datetime, "The datetime");
   arguments.option("-z,--zone", options.zone, "ZONE",
                    "The time zone to work in; see plx set --help");
+  arguments.flag("--clip", options.clips, "Where a month lacks the day, take its last");
+  arguments.option("--week-start", options.weekStart, "DAY",
+                   "The day that week-of-year and day-of-week count from");
   declareClockOptions(arguments, options.fold, options.gap);
   arguments.flag("--quiet", options.quiet, "Say nothing of other time-zone rules");
   arguments.module(options.module);
   arguments.footer(
       "Colours are used on a terminal, unless the environment variable NO_COLOR is set.\n\n"
-      "Example:\n  plx explain hour 2 2014-03-09T12:50 --zone America/New_York\n\n" +
+      "Examples:\n  plx explain hour 2 2014-03-09T12:50 --zone America/New_York\n"
+      "  plx explain month+=1 2014-01-31\n\n" +
       std::string(kStatusHelp));
   if (!arguments.parse(given, output)) return;
   if (!options.quiet) RulesWatch::begin();
+  const auto typed = datetime ? std::nullopt : typedSetting(component);
+  if (!datetime && !typed)
+    throw Failure{Status::usage, "DATETIME is required; see plx explain --help"};
+  options.setting = typed.value_or(TypedSetting{component, value});
+  options.datetime = datetime.value_or(value);
   output.text() += explanation(options, takesColour(STDOUT_FILENO));
 }
 

@@ -8,8 +8,8 @@
 #include "command/npy_command.h"
 #include "command/text_command.h"
 #include "datetime/rules_in_use.h"
-#include "module/components.h"
 #include "set/getter.h"
+#include "setting/named_field.h"
 
 namespace plx {
 
@@ -35,10 +35,10 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
     throw Failure{Status::usage,
                   "get -i would leave nothing but the values in the files; accepted: with "
                   "--new-column"};
-  const Component component = findComponent(name);
+  const CalendarField field = findField(name);
   const ReadingOptions reading = readingOptions(options);
   TextWork work;
-  work.make = [&] { return std::make_unique<Getter>(component, reading); };
+  work.make = [&] { return std::make_unique<Getter>(field, reading); };
   work.resultsOnly = true;
   runText(options, std::move(work), output);
 }

@@ -59,6 +59,12 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
     tell(
         "digits of seconds that no pair of doubles holds, the twenty-third and further ones as a "
         "rule, were cut");
+  if (piece.carriedOnTheWay && !hinted_) {
+    tell(
+        "one setting after the other leads by way of a date that does not exist; --together "
+        "resolves those of the date as one");
+    hinted_ = true;
+  }
   put(piece.text, bytes);
 }
 

@@ -54,7 +54,7 @@ class Sink {
   Output* out_;
   std::optional<Progress> progress_;
   std::size_t told_ = 0, errors_ = 0, findings_ = 0;
-  bool begun_ = false, warned_ = false, toldOfDigits_ = false;
+  bool begun_ = false, warned_ = false, toldOfDigits_ = false, hinted_ = false;
 };
 
 }  // namespace plx

@@ -16,9 +16,12 @@
 #include "command/sink.h"
 #include "datetime/datetime_text.h"
 #include "datetime/number_text.h"
+#include "inspect/named.h"
 #include "json/json_text.h"
+#include "messages/calendar_names.h"
 #include "messages/letters.h"
 #include "messages/message.h"
+#include "messages/near_names.h"
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
 #include "stream/pipeline.h"
@@ -532,6 +535,9 @@ void declareTextOptions(Arguments& arguments, TextOptions& options, bool writesD
   arguments.option("--backup", options.backup, "SUFFIX",
                    "With -i, keep each old file under its name with SUFFIX");
   declareNotationOptions(arguments, options.notation, writesDatetimes);
+  arguments.option("--week-start", options.weekStart, "DAY",
+                   "The day that week-of-year and day-of-week count from: sun\n"
+                   "(default) to sat");
   arguments.option("--on-error", options.onError, "stop|blank|pass",
                    "What to do about a datetime that is wrong: stop, blank or\n"
                    "pass it as it is (default: stop)");
@@ -572,9 +578,19 @@ ClockChoice clockChoice(const std::optional<std::string>& fold,
   return choice;
 }
 
+Weeks weeksFrom(const std::optional<std::string>& start) {
+  if (!start) return {};
+  const auto day = named(Component::dayOfWeek, *start);
+  if (!day || day->isLast)
+    throw usage("--week-start", "not a day of the week" + didYouMean(*start, kWeekdayNames), *start,
+                "sun to sat");
+  return {static_cast<int>(day->number) - 1};
+}
+
 ReadingOptions readingOptions(const TextOptions& options) {
   ReadingOptions reading;
   reading.clock = clockChoice(options.fold, options.gap);
+  reading.weeks = weeksFrom(options.weekStart);
   reading.notation = notationOf(options.notation);
   if (options.zone && !options.zone->empty()) reading.zone = options.zone;
   reading.zoneOfTask = options.zoneColumn.has_value();

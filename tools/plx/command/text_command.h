@@ -22,7 +22,7 @@ namespace plx {
 
 struct TextOptions {
   std::vector<std::string> inputs;  // datetimes, files, "-"; none for standard input
-  std::optional<std::string> zone, zoneColumn, output, backup, onError, jobs, fold, gap;
+  std::optional<std::string> zone, zoneColumn, output, backup, onError, jobs, fold, gap, weekStart;
   std::optional<std::string> delimiter, longest, match;
   NotationOptions notation;
   std::vector<std::string> columns, newColumns;
@@ -45,6 +45,9 @@ void declareClockOptions(Arguments& arguments, std::optional<std::string>& fold,
                          std::optional<std::string>& gap);
 ClockChoice clockChoice(const std::optional<std::string>& fold,
                         const std::optional<std::string>& gap);
+
+// Of --week-start. Throws a Failure of Status::usage.
+Weeks weeksFrom(const std::optional<std::string>& start);
 
 // Throws a Failure of Status::usage.
 ReadingOptions readingOptions(const TextOptions& options);

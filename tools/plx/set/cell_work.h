@@ -54,6 +54,7 @@ struct Batch {
   std::vector<Trouble> troubles;  // in the order of the tasks, at most one failure for each
   std::size_t warnings = 0;       // datetimes after the end of the table of leap seconds
   bool cutDigits = false;         // there were more than a pair of doubles holds
+  bool carriedOnTheWay = false;   // settings in turn led by way of a date that does not exist
 
   void fail(Trouble trouble) {
     outcomes[trouble.task].kind = Outcome::Kind::failed;
@@ -65,6 +66,7 @@ struct Batch {
     troubles.clear();
     warnings = 0;
     cutDigits = false;
+    carriedOnTheWay = false;
   }
 };
 

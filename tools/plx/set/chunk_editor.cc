@@ -143,6 +143,7 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   piece.present = cells_.present;
   piece.records = cells_.records.size();
   piece.cutDigits = piece.cutDigits || batch_.cutDigits;
+  piece.carriedOnTheWay = piece.carriedOnTheWay || batch_.carriedOnTheWay;
 }
 
 Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const {

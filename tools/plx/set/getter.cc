@@ -7,8 +7,8 @@
 
 namespace plx {
 
-Getter::Getter(Component component, const ReadingOptions& options)
-    : component_(component), reader_(options) {}
+Getter::Getter(const CalendarField& field, const ReadingOptions& options)
+    : field_(field), reader_(options) {}
 
 void Getter::work(std::span<const Task> tasks, Batch& batch) {
   batch.clear(tasks.size());
@@ -22,8 +22,8 @@ void Getter::work(std::span<const Task> tasks, Batch& batch) {
       const std::size_t begin = batch.text.size();
       const std::size_t digits =
           std::clamp<std::size_t>(reading->text.fraction.size(), 9, digitsHeld(reading->pair));
-      writeComponentValue(batch.text, component_, reading->pair, *reading->zone, digits,
-                          reader_.notationOf(tasks[i]).exact);
+      writeFieldValue(batch.text, field_, reading->pair, *reading->zone, digits,
+                      reader_.notationOf(tasks[i]).exact);
       batch.outcomes[i] = {Outcome::Kind::changed, begin, batch.text.size()};
       if (reading->zone->countsLeapSeconds() && pastLeapTable(reading->pair)) ++batch.warnings;
     }

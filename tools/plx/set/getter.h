@@ -1,7 +1,7 @@
 // Reads a component of datetimes in text.
 #pragma once
 
-#include "base/component.h"
+#include "inspect/calendar_field.h"
 #include "set/cell_work.h"
 #include "set/task_reader.h"
 
@@ -10,12 +10,12 @@ namespace plx {
 class Getter : public CellWork {
  public:
   // The options outlive the getter. Throws a Failure of Status::unknownName for the zone.
-  Getter(Component component, const ReadingOptions& options);
+  Getter(const CalendarField& field, const ReadingOptions& options);
 
   void work(std::span<const Task> tasks, Batch& batch) override;
 
  private:
-  const Component component_;
+  const CalendarField field_;
   TaskReader reader_;
 };
 

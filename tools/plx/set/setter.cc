@@ -12,6 +12,7 @@
 #include "inspect/named.h"
 #include "inspect/wall.h"
 #include "setting/refusals.h"
+#include "setting/value.h"
 
 namespace plx {
 
@@ -35,8 +36,26 @@ Setter::Setter(Module& module, const SetterOptions& options)
       options_(options),
       reader_(options.reading),
       keepsDigits_(std::ranges::none_of(options.assignments, [](const Assignment& assignment) {
-        return factsOf(assignment.component).takesFractions;
-      })) {}
+        return factsOf(assignment.component).takesFractions || assignment.isMultiple();
+      })) {
+  const auto& assignments = options.assignments;
+  std::optional<std::size_t> ofDate;
+  bool hasMonths = false;
+  for (std::size_t a = 0; a < assignments.size(); ++a) {
+    const bool isOfDate = assignments[a].isOfDate();
+    if (options.together && isOfDate && ofDate) {
+      parts_[*ofDate].push_back(a);
+    } else {
+      if (isOfDate) ofDate = parts_.size();
+      parts_.push_back({a});
+    }
+    // A day that is kept may carry, and another setting of the date goes on from there.
+    const bool goesOn = isOfDate && assignments[a].own != Own::date;
+    mayCarryOnTheWay_ = mayCarryOnTheWay_ || (hasMonths && goesOn);
+    hasMonths = hasMonths || isOfMonths(assignments[a]);
+  }
+  mayCarryOnTheWay_ = mayCarryOnTheWay_ && !options.together && !options.clips;
+}
 
 void Setter::work(std::span<const Task> tasks, Batch& batch) {
   batch_ = &batch;
@@ -45,7 +64,8 @@ void Setter::work(std::span<const Task> tasks, Batch& batch) {
   for (auto& [zone, group] : groups_) {
     if (group.tasks.empty()) continue;
     if (options_.check) group.before = group.datetimes;
-    for (std::size_t a = 0; a < options_.assignments.size(); ++a) set(group, a);
+    if (mayCarryOnTheWay_ && !batch.carriedOnTheWay) lookOnTheWay(group);
+    for (std::size_t part = 0; part < parts_.size(); ++part) set(group, part);
     if (options_.check) check(group);
   }
   for (std::size_t i = 0; i < tasks.size(); ++i) write(i);
@@ -75,10 +95,16 @@ void Setter::read(const Task& task, std::size_t at) {
     const Assignment& assignment = options_.assignments[a];
     std::optional<double> value = assignment.value;
     trouble = {at, Trouble::Kind::value, a, {}};
-    if (!value) value = readValue(task.values[given++], assignment.component, trouble.complaint);
+    if (!value) {
+      Assignment own = assignment;
+      value = readValueOf(own, task.values[given++], options_.reading.weeks.firstDay,
+                          trouble.complaint);
+    }
     if (!value) return batch_->fail(std::move(trouble));
-    auto wrong = reading->zone->isCalendar() ? refusedByCalendar(assignment.component, *value)
-                                             : std::nullopt;
+    const bool isValue = assignment.own != Own::date && assignment.change == Change::to;
+    auto wrong = isValue && reading->zone->isCalendar()
+                     ? refusedByCalendar(assignment.component, *value)
+                     : std::nullopt;
     if (wrong) {
       wrong->what += " for " + quoteText(task.text);  // in another zone it may be right
       trouble.complaint = std::move(*wrong);
@@ -97,40 +123,125 @@ void Setter::read(const Task& task, std::size_t at) {
 Setter::Group& Setter::groupOf(const Zone& zone) {
   if (lastGroup_ != nullptr && &lastGroup_->zone == &zone) return *lastGroup_;
   const auto [found, isNew] = groups_.try_emplace(&zone, zone);
-  if (isNew) found->second.values.resize(options_.assignments.size());
+  if (isNew) {
+    found->second.values.resize(options_.assignments.size());
+    found->second.steps.resize(parts_.size());
+  }
   return *(lastGroup_ = &found->second);
 }
 
-void Setter::set(Group& group, std::size_t assignment) {
-  const Component component = options_.assignments[assignment].component;
-  std::vector<double>& values = group.values[assignment];
-  if (assignment > 0) refuseOtherClock(group);
-  for (std::size_t i = 0; i < values.size(); ++i) {
+// What a part sets, in the zone.
+Component Setter::componentOf(const Part& part, const Zone& zone) const {
+  if (part.size() > 1) return Component::dayOfMonth;
+  return steppedComponent(options_.assignments[part.front()], zone, options_.clips);
+}
+
+// Whether its values are not the module's as they are.
+bool Setter::needsSteps(const Part& part, const Zone& zone) const {
+  const Assignment& first = options_.assignments[part.front()];
+  return part.size() > 1 || isChange(first, zone, options_.clips);
+}
+
+Step Setter::stepAt(const Group& group, const Part& part, std::size_t at) const {
+  const doubledouble now = group.datetimes.at(at);
+  const double value = group.values[part.front()][at];
+  const Assignment& first = options_.assignments[part.front()];
+  if (part.size() == 1) return stepOf(first, value, now, group.zone, options_.clips);
+  std::vector<Assignment> assignments;
+  std::vector<double> values;
+  for (const std::size_t a : part) {
+    assignments.push_back(options_.assignments[a]);
+    values.push_back(group.values[a][at]);
+  }
+  return togetherOf(assignments, values, now, group.zone, options_.clips);
+}
+
+void Setter::makeSteps(Group& group, std::size_t part) {
+  const Component component = componentOf(parts_[part], group.zone);
+  const double most = group.zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
+  std::vector<Step>& steps = group.steps[part];
+  steps.assign(group.tasks.size(), {{component, kAnyValue}});
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    // An earlier setting may have led out of range, which shows in the end.
+    if (!(std::fabs(group.datetimes.at(i).hi) <= most)) continue;
+    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+    steps[i] = stepAt(group, parts_[part], i);
+    const double value = steps[i].setting.value;
+    const bool isTaken =
+        std::isfinite(value) && (!group.zone.isCalendar() || !refusedByCalendar(component, value));
+    if (isTaken) continue;
+    steps[i] = {{component, kAnyValue}};
+    giveUp(group, i, {"the result is out of range", group.zone.acceptedRange()});
+  }
+  told_.clear();
+  for (const Step& step : steps) told_.push_back(step.setting.value);
+}
+
+void Setter::set(Group& group, std::size_t part) {
+  const std::size_t first = parts_[part].front();
+  if (part > 0) refuseOtherClock(group);
+  const bool hasSteps = needsSteps(parts_[part], group.zone);
+  if (hasSteps) makeSteps(group, part);
+  std::vector<double>& values = hasSteps ? told_ : group.values[first];
+  for (std::size_t i = 0; i < values.size() && !hasSteps; ++i) {
     if (!isLast(values[i])) continue;
     const doubledouble now = group.datetimes.at(i);
-    // An earlier assignment may have led out of range, which shows in the end.
     const bool inRange = std::fabs(now.hi) <= kMaxMillis;
-    values[i] = inRange ? resolve({true, 0}, component, now, group.zone) : kAnyValue;
+    values[i] = inRange ? resolve({true, 0}, options_.assignments[first].component, now, group.zone)
+                        : kAnyValue;
   }
   const bool settles = !options_.reading.clock.isTheModules() && group.zone.isCalendar();
   const Datetimes before = settles ? group.datetimes : Datetimes();
-  setPart(group, assignment, 0, values.size());
-  if (settles) settleClocks(group, assignment, before);
+  setRange(group, componentOf(parts_[part], group.zone), values, 0, values.size());
+  for (std::size_t i = 0; i < values.size() && hasSteps; ++i) {
+    const doubledouble& rest = group.steps[part][i].rest;
+    if (rest.hi != 0.0) group.datetimes.replace(i, dd::add(group.datetimes.at(i), rest));
+  }
+  if (settles) settleClocks(group, part, before);
+}
+
+// Whether settings in turn lead to another day than resolved as one: a day that was kept on the way did not
+// exist.
+void Setter::lookOnTheWay(const Group& group) {
+  std::vector<Assignment> assignments;
+  std::vector<double> values;
+  for (const Assignment& assignment : options_.assignments)
+    if (assignment.isOfDate()) assignments.push_back(assignment);
+  if (areApart(assignments)) return;
+  const double most = group.zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
+  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
+    const doubledouble before = group.datetimes.at(i);
+    if (!(std::fabs(before.hi) <= most)) continue;
+    const double day = wallOf(before, group.zone).day, dayOfMonth = dateOf(day).day;
+    if (dayOfMonth <= 28.0) continue;
+    values.clear();
+    for (std::size_t a = 0; a < options_.assignments.size(); ++a)
+      if (options_.assignments[a].isOfDate()) values.push_back(group.values[a][i]);
+    const Setting together = togetherOf(assignments, values, before, group.zone, false).setting;
+    const double asOne = day + together.value - dayOfMonth;
+    if (together.noSuchDate || asOne == dayInTurn(assignments, values, day, group.zone)) continue;
+    batch_->carriedOnTheWay = true;
+    return;
+  }
 }
 
 // Of wall times that come twice or not at all, chooses as the options say.
-void Setter::settleClocks(Group& group, std::size_t assignment, const Datetimes& before) {
+void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& before) {
   constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
   group.settled += group.tasks.size();
   if (!group.changes && group.settled >= kWorthwhile) group.changes.emplace(group.zone);
-  const Component component = options_.assignments[assignment].component;
+  const bool hasSteps = needsSteps(parts_[part], group.zone);
+  const std::size_t first = parts_[part].front();
   for (std::size_t i = 0; i < group.tasks.size(); ++i) {
     const doubledouble after = group.datetimes.at(i);
     if (group.changes && !group.changes->mayBeNear(after.hi)) continue;
     if (!(std::fabs(after.hi) <= kMaxCalendarMillis)) continue;  // which is told elsewhere
     if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
-    const Settled settled = settle(options_.reading.clock, group.checker, group.zone,
-                                   {component, group.values[assignment][i]}, before.at(i), after);
+    const Setting setting =
+        hasSteps ? group.steps[part][i].setting
+                 : Setting{options_.assignments[first].component, group.values[first][i]};
+    const Settled settled =
+        settle(options_.reading.clock, group.checker, group.zone, setting, before.at(i), after);
     if (settled.kind == Settled::Kind::refused) {
       giveUp(group, i,
              {Checker::describe(settled.finding),
@@ -161,18 +272,18 @@ void Setter::giveUp(Group& group, std::size_t at, Complaint complaint) {
 
 // All at once; where one of them cannot be set, each half on its own, so that a few among many cost
 // little.
-void Setter::setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end) {
-  const auto part = [&](std::vector<double>& column) {
+void Setter::setRange(Group& group, Component component, std::vector<double>& values,
+                      std::size_t begin, std::size_t end) {
+  const auto range = [&](std::vector<double>& column) {
     return std::span(column).subspan(begin, end - begin);
   };
-  const int selector = factsOf(options_.assignments[assignment].component).selector;
-  const auto error = module_.set(part(group.datetimes.hi), part(group.datetimes.lo),
-                                 part(group.values[assignment]), selector, group.zone.text());
+  const auto error = module_.set(range(group.datetimes.hi), range(group.datetimes.lo),
+                                 range(values), factsOf(component).selector, group.zone.text());
   if (!error) return;
   if (end - begin > 1) {
     const std::size_t middle = begin + (end - begin) / 2;
-    setPart(group, assignment, begin, middle);
-    setPart(group, assignment, middle, end);
+    setRange(group, component, values, begin, middle);
+    setRange(group, component, values, middle, end);
     return;
   }
   giveUp(group, begin, complaintOf(*error));
@@ -196,8 +307,24 @@ void Setter::check(Group& group) {
 
 void Setter::settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const {
   settings.clear();
-  for (std::size_t a = 0; a < options_.assignments.size(); ++a)
-    settings.push_back({options_.assignments[a].component, group.values[a][at]});
+  for (std::size_t part = 0; part < parts_.size(); ++part) {
+    const std::size_t first = parts_[part].front();
+    if (!needsSteps(parts_[part], group.zone)) {
+      settings.push_back({options_.assignments[first].component, group.values[first][at]});
+      continue;
+    }
+    settings.push_back(group.steps[part][at].setting);
+    if (parts_[part].size() == 1) continue;
+    for (const std::size_t a : parts_[part]) {
+      const Assignment& assignment = options_.assignments[a];
+      const double value = group.values[a][at];
+      if (assignment.change != Change::to || isLast(value)) continue;
+      Setting claim{Component::none, 0};
+      claim.claim = assignment.field();
+      claim.claimed = value;
+      settings.push_back(claim);
+    }
+  }
 }
 
 std::optional<Setter::Result> Setter::resultOf(std::size_t task) const {

@@ -12,13 +12,15 @@
 #include "module/module.h"
 #include "set/cell_work.h"
 #include "set/task_reader.h"
+#include "setting/change.h"
 #include "setting/clock_changes.h"
-#include "setting/value.h"
 
 namespace plx {
 
 struct SetterOptions {
   std::vector<Assignment> assignments;  // applied in their order; at least one
+  bool together = false;  // those of the date are resolved as one, where the first stands
+  bool clips = false;     // a day that a month lacks is its last
   ReadingOptions reading;
   bool check = false;  // tell where something else came out than was asked for
 };
@@ -49,6 +51,7 @@ class Setter : public CellWork {
     Datetimes datetimes, before;
     std::vector<std::size_t> tasks;
     std::vector<std::vector<double>> values;  // for each assignment a column
+    std::vector<std::vector<Step>> steps;     // for each part a column, where it needs one
     Checker checker;
     std::optional<ClockChanges>
         changes;  // once so many datetimes were settled that it is worthwhile
@@ -62,14 +65,23 @@ class Setter : public CellWork {
     const Notation* notation = nullptr;
   };
 
+  // Assignments that become one call of the module: one of them, or all of the date.
+  using Part = std::vector<std::size_t>;
+
   void begin(std::size_t tasks);
   void read(const Task& task, std::size_t at);
   Group& groupOf(const Zone& zone);
-  void set(Group& group, std::size_t assignment);
+  void set(Group& group, std::size_t part);
+  Component componentOf(const Part& part, const Zone& zone) const;
+  bool needsSteps(const Part& part, const Zone& zone) const;
+  Step stepAt(const Group& group, const Part& part, std::size_t at) const;
+  void makeSteps(Group& group, std::size_t part);
+  void lookOnTheWay(const Group& group);
   void refuseOtherClock(Group& group);
-  void settleClocks(Group& group, std::size_t assignment, const Datetimes& before);
+  void settleClocks(Group& group, std::size_t part, const Datetimes& before);
   void giveUp(Group& group, std::size_t at, Complaint complaint);
-  void setPart(Group& group, std::size_t assignment, std::size_t begin, std::size_t end);
+  void setRange(Group& group, Component component, std::vector<double>& values, std::size_t begin,
+                std::size_t end);
   void check(Group& group);
   std::string doubtOf(const Group& group, std::size_t task) const;
   void settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const;
@@ -79,6 +91,9 @@ class Setter : public CellWork {
   const SetterOptions& options_;
   TaskReader reader_;
   const bool keepsDigits_;  // no component replaces the digits of a second
+  std::vector<Part> parts_;
+  bool mayCarryOnTheWay_ = false;
+  std::vector<double> told_;  // the values of a part that has steps
   std::unordered_map<const Zone*, Group> groups_;
   Group* lastGroup_ = nullptr;  // most often the next one too
   std::vector<Item> items_;

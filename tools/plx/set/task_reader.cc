@@ -15,8 +15,10 @@ std::optional<int128> wallOf(const Reading& reading) {
   return int128{text.day} * 86400 + text.secondOfDay;
 }
 
-TaskReader::TaskReader(const ReadingOptions& options) : options_(options) {
-  if (options.zone) zone_ = Zone::named(*options.zone);
+TaskReader::TaskReader(const ReadingOptions& options) : options_(options), zones_(options.weeks) {
+  if (!options.zone) return;
+  zone_ = Zone::named(*options.zone);
+  zone_->setWeeks(options.weeks);
 }
 
 std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {

@@ -18,6 +18,8 @@ struct ReadingOptions {
   std::optional<std::string> zone;  // of all datetimes; nothing where each has its own
   bool zoneOfTask = false;          // a task names its zone
   ClockChoice clock;                // of results, and of datetimes without an offset
+  // One rule for all zones, so that in a column with Z and +00:00 weeks do not differ.
+  Weeks weeks;
 };
 
 // What a text without an offset says of the clock of a zone, in seconds; nothing for other texts.

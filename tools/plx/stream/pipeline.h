@@ -31,6 +31,7 @@ struct Piece {
   std::size_t records = 0;   // that the chunk has,
   std::vector<std::size_t> present;  // and in how many each column is, where one may be absent
   bool cutDigits = false;            // there were more than a pair of doubles holds
+  bool carriedOnTheWay = false;      // settings in turn led by way of a date that does not exist
 
   void clear() {
     text.clear();
@@ -38,6 +39,7 @@ struct Piece {
     errors = findings = warnings = records = 0;
     present.clear();
     cutDigits = false;
+    carriedOnTheWay = false;
   }
 };
 

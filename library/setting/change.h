@@ -1,0 +1,90 @@
+// Settings that tell the new value by the old one, or set what the module has no component for: each becomes
+// one call of the module.
+//
+//   change    asks for                                            the module is told
+//   to        the new value                                       the same
+//   by        so much more: month+=1, day-=7, second+=0.5         the value that the datetime has, and so much
+//                                                                 more; of days and weeks, the day of the month
+//   down, up, nearest                                             the time of day
+//             a multiple of hour, minute or second within the next larger unit, with nothing behind it: 08:44:59
+//             by minute=down:15 is 08:30. A time half way between two is the later one
+//
+// With `clips`, a day that the month of the result lacks is the last of that month: 31 January and a month
+// is 28 February. Otherwise it carries as with every value.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "arith/doubledouble.h"
+#include "datetime/zone.h"
+#include "inspect/calendar_field.h"
+#include "inspect/check.h"
+#include "messages/message.h"
+
+namespace plx {
+
+enum class Change : std::uint8_t { to, by, down, up, nearest };
+
+// One setting.
+struct Assignment {
+  Component component;
+  std::optional<double> value = std::nullopt;  // of all datetimes; nothing where each has its own
+  Own own = Own::none;
+  Change change = Change::to;
+  bool isNegated = false;  // of Change::by: so much less
+
+  CalendarField field() const { return {component, own}; }
+  bool isMultiple() const { return change != Change::to && change != Change::by; }
+  // Of the date; else of the clock.
+  bool isOfDate() const { return factsOf(component).isOfDate; }
+};
+
+// Reads the value of a setting whose field is known: of Change::to what readValue reads, dates and times,
+// and with a prefix as in "down:15" a change, which the assignment then has. Nothing, and a complaint, for
+// others.
+// Names of days count from the first day of the weeks, Sunday being 0.
+std::optional<double> readValueOf(Assignment& assignment, std::string_view text, int firstDay,
+                                  Complaint& complaint);
+
+// Of year, quarter or month: such a setting keeps the day of the month, if the month has it.
+inline bool isOfMonths(const Assignment& assignment) {
+  return assignment.own == Own::none &&
+         (assignment.component == Component::year || assignment.component == Component::quarter ||
+          assignment.component == Component::month);
+}
+
+// Whether a setting is more than a call of the module with the value as it is.
+bool isChange(const Assignment& assignment, const Zone& zone, bool clips);
+
+// What the module is told.
+struct Step {
+  Setting setting;
+  doubledouble rest{};  // milliseconds that are added to its result
+};
+
+// For a datetime within the range; `value` is the assignment's, or the datetime's own.
+Step stepOf(const Assignment& assignment, double value, const doubledouble& datetime,
+            const Zone& zone, bool clips);
+// The component that such steps set: the same for all datetimes of a zone.
+Component steppedComponent(const Assignment& assignment, const Zone& zone, bool clips);
+
+// Settings of the date that are resolved as one, whatever their order: first year, quarter and month, with
+// the day within the month that they lead to, then weeks, days of the week and numbers of days. The setting
+// is of the day of the month. `values` are those of the assignments.
+Step togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
+                const doubledouble& datetime, const Zone& zone, bool clips);
+// Two that cannot be: of the same kind, or the day of the year beside the month. Nothing where all can.
+struct Apart {
+  CalendarField a, b;
+};
+std::optional<Apart> areApart(std::span<const Assignment> assignments);
+
+// The day that the settings lead to one after the other, by the same arithmetic.
+double dayInTurn(std::span<const Assignment> assignments, std::span<const double> values,
+                 double day, const Zone& zone);
+
+}  // namespace plx

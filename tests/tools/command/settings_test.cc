@@ -1,0 +1,202 @@
+// Dates, times, relative values, multiples, ISO weeks and settings of the date as one, as people type them.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/cases.h"
+#include "tools/support/run_plx.h"
+
+namespace {
+
+// What is printed, with line ends for the spaces between results.
+TEST(Settings, Rows) {
+  const struct {
+    const char *command, *printed, *why;
+  } rows[] = {
+      {"set time=09:30 2014-05-10T08:30:15.25", "2014-05-10T09:30:00", "the whole time of day"},
+      {"set time 09:30:15.5 2014-05-10", "2014-05-10T09:30:15.5", "with a fraction"},
+      {"set date=2024-02-29 2014-05-10T08:30:15.25", "2024-02-29T08:30:15.25", "the time stays"},
+      {"set date=2024-060 2014-05-10", "2024-02-29", "in any form of a date"},
+      {"set date=2014-03-09 2014-05-10T02:30 -z America/New_York", "2014-03-09T03:30:00-04:00",
+       "one call of the module: only the result meets a gap"},
+      {"set date=2014-01-31 month=feb 2014-05-10", "2014-03-03", "in turn, as others"},
+      {"set month=feb day=last 2014-01-31 2014-01-15 --together", "2014-02-28 2014-02-28",
+       "the last of February"},
+      {"set day=last month=feb 2014-01-31 --together", "2014-02-28", "in any order"},
+      {"set month=feb day=10 2014-05-31 --together", "2014-02-10", "nothing carries on the way"},
+      {"set year=2015 day-of-year=60 2016-02-29 --together --check stop", "2015-03-01",
+       "the day that was kept is set after all"},
+      {"set month+=1 day=last 2014-01-31 2014-12-31 --together", "2014-02-28 2015-01-31",
+       "the end of the next month"},
+      {"set hour=6 month=feb minute=0 day=last 2014-01-31 --together", "2014-02-28T06:00:00",
+       "settings of the clock stay in turn"},
+      {"set day-of-week=mon month=feb day=last 2014-05-10 --together", "2014-02-24",
+       "the day of the week comes last"},
+      {"set date=2014-03-31 month+=-1 2014-05-10 --together --clip", "2014-02-28",
+       "from a date that is set"},
+      {"set month 2 2014-05-31 --clip", "2014-02-28", "a new month, too"},
+      {"set month+=1 2014-01-31 2014-12-15", "2014-03-03 2015-01-15", "as the module carries"},
+      {"set month+=1 2014-01-31 2014-12-15 --clip", "2014-02-28 2015-01-15", "or not"},
+      {"set month-=1 2014-03-31T10:00Z --clip", "2014-02-28T10:00:00Z", "backwards"},
+      {"set year+=1 2016-02-29", "2017-03-01", "from a leap day"},
+      {"set quarter+=1 2014-11-15", "2015-02-15", "three months"},
+      {"set quarter 1 2014-06-15", "2014-01-15", "a new one begins with its first month"},
+      {"set day+=30 2014-11-30T02:30 -z America/New_York", "2014-12-30T02:30:00-05:00",
+       "on the clock of the zone"},
+      {"set hour-=6 2014-03-09T05:30 -z America/New_York", "2014-03-08T23:30:00-05:00",
+       "hours of the clock, not of time that passes"},
+      {"set hour+=24 2014-03-08T05:30 -z America/New_York", "2014-03-09T05:30:00-04:00",
+       "a day of 23 hours"},
+      {"set second+=0.25 2014-05-10T08:30:59.9", "2014-05-10T08:31:00.15", "with a fraction"},
+      {"set second-=60 2014-05-10T08:30:59.123456789123", "2014-05-10T08:29:59.123456789123",
+       "every digit stays"},
+      {"set second+=1 2012-06-30T23:59:59.5 -z UTCLeapSeconds", "2012-07-01T00:00:00.5Z",
+       "an inserted second is passed over, as the module passes it"},
+      {"set week-of-year+=1 2014-12-31", "2015-01-07", "seven days"},
+      {"set iso-year+=1 2015-12-31 --clip", "2016-12-29", "the last week of the year"},
+      {"set minute=down:15 2014-05-10T08:44:59.9", "2014-05-10T08:30:00",
+       "nothing stays behind it"},
+      {"set minute down:15 2014-05-10T08:44:59.9", "2014-05-10T08:30:00", "without the sign"},
+      {"set minute=up:15 2014-05-10T08:45:00 2014-05-10T08:45:00.001 2014-05-10T23:50",
+       "2014-05-10T08:45:00 2014-05-10T09:00:00 2014-05-11T00:00:00", "up to the next hour or day"},
+      {"set minute=nearest:15 2014-05-10T08:37:30 2014-05-10T08:37:29.9999",
+       "2014-05-10T08:45:00 2014-05-10T08:30:00", "half way is the later one"},
+      {"set minute=down:7 2014-05-10T08:59", "2014-05-10T08:56:00", "within the hour"},
+      {"set minute=up:7 2014-05-10T08:59", "2014-05-10T09:00:00", "whose end is a multiple, too"},
+      {"set hour=down:6 2014-05-10T08:37Z", "2014-05-10T06:00:00Z", "of hours"},
+      {"set time-of-day=down:5400 2014-05-10T08:37", "2014-05-10T07:30:00", "of the day"},
+      {"get iso-week 2014-12-29 2021-01-01", "1 53", "by ISO 8601"},
+      {"get iso-year 2014-12-29 2021-01-01", "2015 2020", "and the year that it belongs to"},
+      {"set iso-week=last 2015-05-10 2014-05-10", "2016-01-03 2014-12-27", "53 or 52"},
+      {"set iso-week=1 iso-year=2013 1965-01-01 --together", "2013-01-04",
+       "though 2013 has no week 53"},
+      {"get date 2014-05-11T08:30:15.25", "2014-05-11", "the date"},
+      {"get time 2014-05-11T08:30:15.25", "08:30:15.25", "the time of day"},
+      {"get time 2012-06-30T23:59:60.5 -z UTCLeapSeconds", "23:59:60.5", "inserted"},
+      {"get day-of-week 2014-05-11 --week-start mon", "7", "Sunday comes last"},
+      {"set day-of-week mon 2014-05-11 --week-start mon", "2014-05-05", "a name is a day"},
+      {"set day-of-week sun 2014-05-10 --week-start mon", "2014-05-11", "of the same week"},
+      {"set week-of-year 2 2014-01-01 --week-start wed", "2014-01-08",
+       "1 January begins the first"},
+      {"get week-of-year 2014-12-31 2014-12-31T00:00Z 2014-12-31T00:00+00:00", "53 53 53",
+       "one rule"},
+      {"get week-of-year 2014-12-31 -z Etc/UTC", "53", "for zones, too"},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    std::string printed;
+    for (const std::string& word : words(row.printed)) printed += word + '\n';
+    EXPECT_EQ(runPlx(words(row.command)), (PlxResult{0, printed, "", 0}))
+        << row.command << ": " << row.why;
+  }
+}
+
+TEST(Settings, SaysWhatIsWrong) {
+  const struct {
+    const char *command, *told;
+    int status;
+  } rows[] = {
+      {"set month +1 2014-05-31",
+       "VALUE: looks relative: \"+1\"; accepted: 1 for a new value, "
+       "month+=1",
+       1},
+      {"set month=+1 2014-05-31", "month+=1 for so much more", 1},
+      {"set time=9 2014-05-10", "not a time of day: \"9\"; accepted: a time such as 09:30", 1},
+      {"set time=24:00 2014-05-10", "not a time of day", 1},
+      {"set time=09:30Z 2014-05-10", "not a time of day", 1},
+      {"set date=2014-02-30 2014-05-10", "February 2014 has 28 days", 1},
+      {"set date=2014-02-28T00 2014-05-10", "not a date", 1},
+      {"set date+=1 2014-05-10", "day+=1", 1},
+      {"set hour+=0.5 2014-05-10", "no difference", 1},
+      {"set month+=last 2014-05-10", "no difference", 1},
+      {"set iso-week=1.5 2014-05-10", "not a whole number", 1},
+      {"set day=down:7 2014-05-10", "hour, minute, second and time-of-day", 1},
+      {"set minute=down:61 2014-05-10", "no multiples of this", 1},
+      {"set minute=up:0 2014-05-10", "no multiples of this", 1},
+      {"set month=1 day-of-year=2 --together 2014-05-11",
+       "month and day-of-year cannot be resolved together", 2},
+      {"set iso-week=1 month=2 --together 2014-05-11", "cannot be resolved together", 2},
+      {"get month 2014-05-11 --week-start monady", "did you mean Monday?", 2},
+      {"set moth 1 2014-05-11", "unknown component (did you mean month?): \"moth\"", 3},
+      {"set month janaury 2014-05-11", "not a number (did you mean January?)", 1},
+      {"set year+=300000 2014-05-10 -z Europe/Paris", "out of range", 1},
+      {"set day+=1e300 2014-05-10", "out of range", 1},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const PlxResult result = runPlx(words(row.command));
+    EXPECT_EQ(result.status, row.status) << row.command << '\n' << result;
+    EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
+  }
+}
+
+// That settings in turn carried on the way is said once.
+TEST(Settings, HintsAtTogether) {
+  const std::string hint = "--together";
+  const auto hints = [&](const char* command) {
+    const PlxResult result = runPlx(words(command));
+    EXPECT_EQ(result.status, 0) << result;
+    const std::size_t first = result.err.find(hint);
+    if (first == std::string::npos) return 0;
+    return result.err.find(hint, first + 1) == std::string::npos ? 1 : 2;
+  };
+  EXPECT_EQ(hints("set month=feb day=last 2014-01-31 2014-03-31"), 1);
+  EXPECT_EQ(hints("set month=feb day=10 2014-01-29"), 1);
+  EXPECT_EQ(hints("set month=feb day=last 2014-01-28"), 0) << "nothing carried";
+  EXPECT_EQ(hints("set month=mar day=last 2014-01-31"), 0);
+  EXPECT_EQ(hints("set day=1 month=feb 2014-01-31"), 0);
+  EXPECT_EQ(hints("set month=feb 2014-01-31"), 0) << "one setting, which is told by --check";
+  EXPECT_EQ(hints("set month=feb day=last 2014-01-31 --together"), 0);
+  EXPECT_EQ(hints("set month=feb day=last 2014-01-31 --clip"), 0);
+}
+
+// What --check tells of settings that are more than new values: not that they carry, which was asked.
+TEST(Settings, AreChecked) {
+  const struct {
+    const char *command, *told;
+  } rows[] = {
+      {"month+=1 2014-12-15", ""},
+      {"day-=40 2014-12-15", ""},
+      {"hour+=30 2014-12-15", ""},
+      {"minute=up:15 2014-12-31T23:59", ""},
+      {"date=2024-02-29 2014-12-15", ""},
+      {"month=2 day+=40 2014-12-15", ""},
+      {"month=2 2014-12-31 --clip", ""},
+      {"iso-week=last 2015-12-15", ""},
+      {"month+=1 2014-01-31", "there is no 31 February 2014"},
+      {"year+=1 2016-02-29", "there is no 29 February 2017"},
+      {"iso-week=53 2014-05-10", "iso-week 53 carried over"},
+      {"iso-year=2014 2015-12-31", "there is no ISO week 53 in 2014: 2015-01-01T00:00:00"},
+      {"month=13 day=1 2014-05-01 --together", "month 13 carried over"},
+      {"month=feb day=31 2014-05-01 --together", "there is no 31 February 2014: 2014-03-03"},
+      {"month=feb year=2015 2014-05-31 --together", "there is no 31 February 2015: 2015-03-03"},
+      {"date=2014-03-09 2014-05-10T02:30 -z America/New_York", "02:30:00 is skipped"},
+      {"hour+=1 2014-11-02T00:30 -z America/New_York", "comes twice"},
+      {"day-of-week=0 2014-05-11T00:00Z", "day-of-week 0 carried over"},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const PlxResult result = runPlx(words(std::string("set --check report ") + row.command));
+    EXPECT_EQ(result.status, 0) << result;
+    EXPECT_EQ(result.err.empty(), row.told[0] == '\0') << row.command << '\n' << result;
+    EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
+  }
+}
+
+TEST(Settings, TakeValuesOfEachRow) {
+  EXPECT_EQ(runPlx({"set", "month+=@-", "--clip", "2014-01-31", "2014-03-31"}, "1\n-1\n").out,
+            "2014-02-28\n2014-02-28\n");
+  EXPECT_EQ(runPlx({"set", "day-=@-", "2014-01-31", "2014-03-31"}, "1\n-1\n").out,
+            "2014-01-30\n2014-04-01\n");
+  EXPECT_EQ(runPlx({"set", "date=@-", "2014-01-31T10:00"}, "2024-02-29\n").out,
+            "2024-02-29T10:00:00\n");
+  const PlxResult table =
+      runPlx({"set", "time=@at", "-c", "day"}, "day,at\n2014-01-31,09:30\n2014-02-28,\n");
+  EXPECT_EQ(table.out, "day,at\n2014-01-31T09:30:00,09:30\n");
+  EXPECT_NE(table.err.find("-:3:12: not a time of day"), std::string::npos) << table;
+}
+
+}  // namespace
