@@ -22,9 +22,38 @@ _plx_reply() { # words: those that begin with the current word
 
 _plx_files() { compopt -o default 2>/dev/null; }
 
+# What a component takes beside numbers.
+_plx_values_of() { # component
+  case $1 in
+    month) printf '%s\n' last january february march april may june july august september october november december ;;
+    day-of-week) printf '%s\n' last sunday monday tuesday wednesday thursday friday saturday ;;
+    quarter) printf '%s\n' last q1 q2 q3 q4 ;;
+    date | time | year | second | time-of-day | iso-year) ;;
+    *) echo last ;;
+  esac
+}
+
+# The columns of the first file among some words.
+_plx_columns() { # words
+  local word header separator=,
+  for word; do
+    [ -f "$word" ] || continue
+    IFS= read -r header < "$word"
+    case $word in *.tsv | *.tab) separator='\t' ;; *) [[ $header == *,* || $header != *';'* ]] || separator=';' ;; esac
+    awk -F "$separator" 'NR == 1 {
+      sub(/^\xef\xbb\xbf/, ""); sub(/\r$/, "")
+      for (i = 1; i <= NF; ++i) { gsub(/^"|"$/, "", $i); print $i }
+      exit
+    }' "$word"
+    return
+  done
+}
+
 _plx_value() { # type choices
   case $1 in
     ZONE) _plx_reply "$(_plx_zones)" ;;
+    COLUMN) _plx_reply "$(_plx_columns "${COMP_WORDS[@]:1}")" ;;
+    DAY) _plx_reply "$(_plx_values_of day-of-week | grep -v last)" ;;
     FILE | PATH | DIR) _plx_files ;;
     *) [ -n "$2" ] && _plx_reply "${2// /$'\n'}" ;;
   esac
@@ -77,12 +106,16 @@ _plx() {
   if [[ $current == -* ]]; then
     _plx_reply "$(_plx_described option 2 "$command" | tr , '\n')"
   elif [ -z "$command" ]; then
+    _plx_reply "$(_plx_described command 2)"$'\n'help
+  elif [ "$command" = help ]; then
     _plx_reply "$(_plx_described command 2)"
+  elif [[ $command == set && $before != "${COMP_WORDS[COMP_CWORD - 1]}" && ${#arguments[@]} -gt 0 ]]; then
+    _plx_reply "$(_plx_values_of "$before")"  # month=fe
   else
     case $command:${#arguments[@]} in
       set:0 | get:0 | explain:0) _plx_reply "$(_plx_components)" ;;
       set:1 | explain:1)
-        [[ $command == set && ${arguments[0]} == *=* ]] && _plx_files || _plx_reply last
+        [[ $command == set && ${arguments[0]} == *=* ]] && _plx_files || _plx_reply "$(_plx_values_of "${arguments[0]}")"
         ;;
       rules:0) _plx_reply "$(_plx_described command 2 rules)" ;;
       "rules diff":*) _plx_reply "$(_plx_zones)" ;;

@@ -20,8 +20,47 @@ function __plx_described --argument-names kind name
         '$1 == kind { n = split($2, names, ","); for (i = 1; i <= n; ++i) print names[i] "\t" $5 }'
 end
 
+# What a component takes beside numbers.
+function __plx_values_of --argument-names component
+    switch $component
+        case month
+            printf '%s\n' last january february march april may june july august september october november december
+        case day-of-week
+            printf '%s\n' last sunday monday tuesday wednesday thursday friday saturday
+        case quarter
+            printf '%s\n' last q1 q2 q3 q4
+        case date time year second time-of-day iso-year
+        case '*'
+            echo last
+    end
+end
+
+# The columns of the first file among the words.
+function __plx_columns
+    for word in (commandline -opc)
+        test -f "$word"; or continue
+        set -l separator ,
+        read -l header <"$word"
+        if string match -qr '\.(tsv|tab)$' -- $word
+            set separator '\t'
+        else if string match -q '*;*' -- $header; and not string match -q '*,*' -- $header
+            set separator ';'
+        end
+        awk -F $separator 'NR == 1 {
+            sub(/^\xef\xbb\xbf/, ""); sub(/\r$/, "")
+            for (i = 1; i <= NF; ++i) { gsub(/^"|"$/, "", $i); print $i }
+            exit
+        }' $word
+        return
+    end
+end
+
 function __plx_value --argument-names prefix type choices
     switch $type
+        case COLUMN
+            string replace -r '^' -- "$prefix" (__plx_columns)
+        case DAY
+            string replace -r '^' -- "$prefix" (__plx_values_of day-of-week | string match -v last)
         case ZONE
             string replace -r '^' -- "$prefix" (__plx_zones)
         case FILE PATH DIR
@@ -75,6 +114,12 @@ function __plx_complete
         __plx_described option $name
     else if test -z "$name"
         __plx_described command
+        echo help
+    else if test "$name" = help
+        __plx_described command
+    else if test "$name" = set; and string match -qr '^[a-z-]+=' -- $current
+        set -l component (string split -m 1 = -- $current)[1]
+        string replace -r '^' -- "$component=" (__plx_values_of $component)
     else
         switch $name:(count $arguments)
             case set:0 get:0 explain:0
@@ -83,7 +128,7 @@ function __plx_complete
                 if test $name = set; and string match -q '*=*' -- $arguments[1]
                     __fish_complete_path
                 else
-                    echo last
+                    __plx_values_of $arguments[1]
                 end
             case rules:0
                 __plx_described command rules

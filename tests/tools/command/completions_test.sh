@@ -10,6 +10,8 @@ files=$(mktemp -d)
 trap 'rm -rf "$files"' EXIT
 cd "$files"
 touch data.txt other.csv
+printf 'id,ordered at,"shipped"\r\n1,2,3\r\n' > orders.csv
+printf 'id;due\n1;2\n' > europe.csv
 
 cases=0
 failed=0
@@ -17,10 +19,17 @@ failed=0
 # Each line: a command line up to the cursor; what must be offered; what must not be.
 rows() {
   cat <<'ROWS'
-plx |set get explain zones rules components|month data.txt --zone
+plx |set get explain zones rules components help|month data.txt --zone
 plx s|set|explain zones
 plx -|--version --help --module|set
-plx set |year quarter month week-of-year day day-of-year day-of-week hour minute second time-of-day|selector data.txt 12
+plx set |year quarter month week-of-year day day-of-year day-of-week hour minute second time-of-day date time iso-year iso-week|selector data.txt 12
+plx help |set zones|help month data.txt
+plx set month |last january december|monday data.txt
+plx set day-of-week mo|monday|january last
+plx set quarter |q1 q4 last|january
+plx set date ||last
+plx set day 1 europe.csv -c |id due|ordered data.txt
+plx set day 1 --week-start |monday sunday|last january
 plx set mo|month|year
 plx set day |last|data.txt
 plx set day 1 |data.txt other.csv|last
