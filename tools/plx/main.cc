@@ -12,6 +12,7 @@
 #include "command/rules_command.h"
 #include "host/embed.h"
 #include "messages/message.h"
+#include "set/task_reader.h"
 #include "stream/output.h"
 #include "stream/signals.h"
 
@@ -56,5 +57,6 @@ int main(int argc, char** argv) {
   plx::useSystemRules();
   const int status = run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
   plx::tellOtherRules();
+  plx::tellShortZones();
   return status;
 }

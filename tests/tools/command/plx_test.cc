@@ -464,6 +464,27 @@ TEST(Plx, KnowsAnArrayByItsNameOrItsBytes) {
 }
 
 // Once in a run, by every command, and on no other line.
+TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
+  const TemporaryFolder folder;
+  const std::string bytes = npyOf("<f8", std::vector<double>{0.0, 86400000.0, -1.5});
+  folder.write("t.npy", bytes);
+  const std::string plx = built("plx");
+  const auto run = [&](const std::string& command) {
+    return std::system(("cd '" + folder.path("") + "' && " + command).c_str());
+  };
+  ASSERT_EQ(run(plx + " set day 5 t.npy > whole.npy"), 0);
+  ASSERT_EQ(run("cat t.npy | " + plx + " set day 5 > piped.npy"), 0);
+  ASSERT_EQ(run(plx + " set day 5 - < t.npy > redirected.npy"), 0);
+  ASSERT_EQ(
+      run("(head -c 3 t.npy; sleep 0.1; tail -c +4 t.npy) | " + plx + " set day 5 -o late.npy"), 0);
+  EXPECT_NE(folder.read("whole.npy"), bytes);
+  for (const char* name : {"piped.npy", "redirected.npy", "late.npy"})
+    EXPECT_EQ(folder.read(name), folder.read("whole.npy")) << name;
+  // What only begins like one is text.
+  EXPECT_EQ(run("printf '\\223NUM' | " + plx + " set day 5 2> err"), 256);
+  EXPECT_NE(folder.read("err").find("not a datetime"), std::string::npos) << folder.read("err");
+}
+
 TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
   const TemporaryFolder folder;
   const std::string array = folder.write("times.npy", npyOf("<f8", std::vector<double>{1.5e12}));

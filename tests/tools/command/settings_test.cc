@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "set/short_zone_names.h"
 #include "support/cases.h"
 #include "tools/support/run_plx.h"
 
@@ -183,6 +184,39 @@ TEST(Settings, AreChecked) {
     EXPECT_EQ(result.status, 0) << result;
     EXPECT_EQ(result.err.empty(), row.told[0] == '\0') << row.command << '\n' << result;
     EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
+  }
+}
+
+// Names that mean several zones are read as ICU reads them, and told of once.
+TEST(Settings, TellsOfShortZoneNames) {
+  const char* const told =
+      "plx: time zone BST was read as Asia/Dhaka; if another was meant: Europe/London, "
+      "Pacific/Bougainville\n";
+  EXPECT_EQ(runPlx(words("set hour 0 2014-05-10 -z BST")), (PlxResult{0, "2014-05-10\n", told, 0}));
+  EXPECT_EQ(runPlx(words("set hour 0 2014-05-10 -z BST --quiet")),
+            (PlxResult{0, "2014-05-10\n", "", 0}));
+  EXPECT_EQ(runPlx(words("set hour 0 2014-05-10 -z Asia/Dhaka")),
+            (PlxResult{0, "2014-05-10\n", "", 0}));
+  const PlxResult rows = runPlx({"get", "hour", "-c", "t", "--zone-column", "z"},
+                                "t,z\n2014-05-10T08,BST\n2014-05-10T08,IST\n2014-05-10T08,BST\n");
+  EXPECT_EQ(rows.out, "8\n8\n8\n");
+  EXPECT_EQ(rows.err, std::string(told) +
+                          "plx: time zone IST was read as Asia/Kolkata; if another was meant: "
+                          "Asia/Jerusalem, Europe/Dublin\n");
+}
+
+// What is said that they are read as is so, winter and summer.
+TEST(Settings, KnowsWhatShortZoneNamesAreReadAs) {
+  Cases cases(22);
+  for (const plx::ShortZoneName& zone : plx::kShortZoneNames) {
+    const std::string read(zone.read.substr(0, zone.read.find(" all year")));
+    for (const char* datetime : {"2014-01-10T08:30Z", "2014-07-10T08:30Z"}) {
+      const auto shown = [&](const std::string& name) {
+        return runPlx({"set", "hour+=0", datetime, "-z", name}).out;
+      };
+      EXPECT_EQ(shown(std::string(zone.name)), shown(read)) << zone.name;
+      ++cases;
+    }
   }
 }
 

@@ -253,6 +253,11 @@ TEST(TableSet, Complaints) {
        "plx: 1 datetime differs from what was asked, and was left blank\n", 0},
       {"t\nx\n", "set day 1 -c t --on-error pass a.csv",
        "plx: 1 datetime was wrong and was left as it stood\n", 1},
+      {"t\nx\n", "set day 1 -c t --on-error pass a.csv -o a.csv",
+       "plx: 1 datetime was wrong and was left as it stood; a.csv was replaced\n", 1},
+      {"t\nx\n", "set day 1 -c t --on-error blank a.csv -o b.csv",
+       "plx: 1 datetime was wrong and was left blank; b.csv was written\n", 1},
+      {"when,t\nx\n", "set day 1 -c wehn a.csv", "no such column (did you mean when?)", 3},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {

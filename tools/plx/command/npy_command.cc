@@ -52,15 +52,18 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
 }  // namespace
 
 bool namesArray(const std::vector<std::string>& inputs) {
+  if (inputs.empty()) return isNpyInput();
   return std::any_of(inputs.begin(), inputs.end(), [](const std::string& input) {
-    return endsInAnyCase(input, ".npy") || isNpyFile(input);
+    return input == "-" ? isNpyInput() : endsInAnyCase(input, ".npy") || isNpyFile(input);
   });
 }
 
 void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings, bool checks,
             const std::optional<std::string>& modulePath, Output& standard) {
   refuseTextOptions(options, checks);
-  if (options.inputs.size() != 1 && !options.inPlace)
+  const std::vector<std::string> inputs =
+      options.inputs.empty() ? std::vector<std::string>{"-"} : options.inputs;
+  if (inputs.size() != 1 && !options.inPlace)
     throw Failure{Status::usage,
                   "of .npy arrays, one at a time is set; accepted: one INPUT, or several with -i"};
   if (!options.output && !options.inPlace && ::isatty(STDOUT_FILENO) == 1)
@@ -68,12 +71,12 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
   const Zone zone = Zone::named(options.zone.value_or(""));
   Module module(locateModule(modulePath));
   std::optional<Sink> sink;
-  for (const std::string& input : options.inputs) {
+  for (const std::string& input : inputs) {
     if (options.inPlace) {
       if (!sink) sink.emplace(options, standard, std::nullopt);
       sink->replace(input);
     }
-    NpyFile file(input);
+    NpyFile file(input == "-" ? pathOfNpyInput() : input, input);
     if (!sink) sink.emplace(options, standard, file.header().count * file.header().type.bytes);
     const bool pastLeapTable =
         setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),

@@ -31,6 +31,7 @@ std::string_view were(std::size_t count) { return count == 1 ? "was" : "were"; }
 Sink::Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total)
     : inPlace_(options.changesInPlace()), out_(&standard) {
   if (options.output) {
+    isNew_ = ::access(options.output->c_str(), F_OK) != 0;
     files_.push_back(std::make_unique<OutputFile>(*options.output));
     out_ = &ownOutput_.emplace(files_.back()->descriptor(), files_.back()->name());
   }
@@ -93,8 +94,15 @@ void Sink::finish(OnError onError, OnFinding onFinding) {
   if (errors_ == 0) return;
   const std::string_view asBefore = errors_ == 1 ? "as it stood" : "as they stood";
   throw Failure{Status::badData,
-                fmt::format("{0} {1} wrong and {1} left {2}", datetimes(errors_), were(errors_),
-                            onError == OnError::blank ? "blank" : asBefore)};
+                fmt::format("{0} {1} wrong and {1} left {2}{3}", datetimes(errors_), were(errors_),
+                            onError == OnError::blank ? "blank" : asBefore, replaced())};
+}
+
+// What became of the files, which errors that are passed over do not keep from being written.
+std::string Sink::replaced() const {
+  if (files_.empty()) return {};
+  if (files_.size() > 1) return fmt::format("; all {} files were replaced", files_.size());
+  return fmt::format("; {} was {}", files_[0]->name(), isNew_ ? "written" : "replaced");
 }
 
 void Sink::commit() {

@@ -46,6 +46,7 @@ class Sink {
 
  private:
   void tell(std::string_view message);
+  std::string replaced() const;
   void commit();
 
   const std::optional<InPlace> inPlace_;
@@ -55,6 +56,7 @@ class Sink {
   std::optional<Progress> progress_;
   std::size_t told_ = 0, errors_ = 0, findings_ = 0;
   bool begun_ = false, warned_ = false, toldOfDigits_ = false, hinted_ = false;
+  bool isNew_ = false;  // the file of --output
 };
 
 }  // namespace plx

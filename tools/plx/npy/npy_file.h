@@ -12,11 +12,19 @@ namespace plx {
 // Whether a regular file begins as .npy files do. False where it cannot be read.
 bool isNpyFile(const std::string& path);
 
+// Whether standard input, a file or a pipe, begins so. Waits for its first bytes and leaves them there.
+bool isNpyInput();
+// The path of a file with what standard input has: of itself, or of a copy without a name of what comes through
+// a pipe. Throws a Failure of Status::inputOutput.
+std::string pathOfNpyInput();
+
 class NpyFile {
  public:
   // Throws a Failure of Status::inputOutput where it cannot be mapped, and of Status::badData where
   // it is no array that is read here.
-  explicit NpyFile(const std::string& path);
+  explicit NpyFile(const std::string& path) : NpyFile(path, path) {}
+  // The same, with a name for messages.
+  NpyFile(const std::string& path, const std::string& name);
   ~NpyFile();
   NpyFile(const NpyFile&) = delete;
   NpyFile& operator=(const NpyFile&) = delete;

@@ -1,8 +1,16 @@
 #include "set/task_reader.h"
 
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <mutex>
+#include <set>
+
 #include "datetime/number_text.h"
+#include "datetime/rules_in_use.h"
 #include "inspect/check.h"
 #include "inspect/wall.h"
+#include "set/short_zone_names.h"
 
 namespace plx {
 
@@ -15,9 +23,37 @@ std::optional<int128> wallOf(const Reading& reading) {
   return int128{text.day} * 86400 + text.secondOfDay;
 }
 
+namespace {
+
+std::mutex shortZonesMutex;
+std::set<std::string_view> shortZones;
+
+}  // namespace
+
+void noteShortZone(std::string_view name) {
+  constexpr std::size_t kLength = 3;
+  if (name.size() != kLength || !RulesWatch::isOn()) return;
+  for (const ShortZoneName& zone : kShortZoneNames) {
+    if (zone.name != name) continue;
+    const std::lock_guard lock(shortZonesMutex);
+    shortZones.insert(zone.name);
+  }
+}
+
+void tellShortZones() {
+  for (const ShortZoneName& zone : kShortZoneNames) {
+    if (shortZones.count(zone.name) == 0) continue;
+    const std::string text =
+        fmt::format("plx: time zone {} was read as {}; if another was meant: {}\n", zone.name,
+                    zone.read, zone.others);
+    std::fputs(text.c_str(), stderr);
+  }
+}
+
 TaskReader::TaskReader(const ReadingOptions& options) : options_(options), zones_(options.weeks) {
   if (!options.zone) return;
   zone_ = Zone::named(*options.zone);
+  noteShortZone(*options.zone);
   zone_->setWeeks(options.weeks);
 }
 
@@ -27,9 +63,11 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
     trouble.kind = Trouble::Kind::zone;
     zone = zones_.named(task.zone, trouble.complaint);
     if (zone == nullptr) return std::nullopt;
+    noteShortZone(task.zone);
   }
   trouble.kind = Trouble::Kind::datetime;
   auto reading = plx::read(task.text, notationOf(task), zone, zones_, trouble.complaint);
+  if (reading && !reading->text.suffix.zone.empty()) noteShortZone(reading->text.suffix.zone);
   if (reading && !options_.clock.isTheModules() && !settleClock(*reading, trouble.complaint))
     return std::nullopt;
   return reading;

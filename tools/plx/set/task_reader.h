@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "datetime/notation.h"
 #include "datetime/reading.h"
@@ -24,6 +25,11 @@ struct ReadingOptions {
 
 // What a text without an offset says of the clock of a zone, in seconds; nothing for other texts.
 std::optional<int128> wallOf(const Reading& reading);
+
+// Takes note of a zone by a short name that means several, to be told of at the end of the run. Any thread may.
+void noteShortZone(std::string_view name);
+// Tells on standard error of those that were noted.
+void tellShortZones();
 
 class TaskReader {
  public:

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "messages/message.h"
+#include "messages/near_names.h"
 #include "table/cells.h"
 #include "table/field_reader.h"
 
@@ -53,13 +54,17 @@ std::vector<Column> ascending(std::vector<Column> columns) {
   return columns;
 }
 
+std::vector<std::string_view> viewsOf(const std::vector<std::string>& names) {
+  return {names.begin(), names.end()};
+}
+
 std::size_t indexOf(const Header& header, const std::string& asked, std::string_view source) {
   const auto& names = header.names;
   const auto found = std::find(names.begin(), names.end(), asked);
   if (found == names.end()) {
     const std::size_t number = numberOf(asked);
     if (number == 0 || number > names.size())
-      failUnknown(source, "there is no such column",
+      failUnknown(source, "there is no such column" + didYouMean(asked, viewsOf(names)),
                   fmt::format("{}; or a number from 1 to {}", listOfNames(names), names.size()),
                   asked);
     return number - 1;
