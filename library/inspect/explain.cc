@@ -20,7 +20,8 @@ namespace plx {
 
 namespace {
 
-constexpr std::size_t kColumns = 78;
+// What two sides or two months beside each other take.
+constexpr std::size_t kBesideEachOther = 70;
 
 DatetimeText formOfDatetimes() {
   DatetimeText form;
@@ -170,11 +171,14 @@ class Explanation {
     out_ += '\n';
   }
 
+  void titleLines(const std::string& text) {
+    wrapped(text, "", Style::title);
+    out_ += '\n';
+  }
+
   void title() {
     if (!e_.typed.empty()) {
-      line(paint_(Style::title,
-                  fmt::format("Set {}, in {}", escapeText(e_.typed), titleOf(e_.zone))));
-      out_ += '\n';
+      titleLines(fmt::format("Set {}, in {}", escapeText(e_.typed), titleOf(e_.zone)));
       return;
     }
     std::string value = escapeText(e_.asked);
@@ -182,11 +186,35 @@ class Explanation {
     if (value.find_first_of("0123456789") == std::string::npos || value[0] == 'q' ||
         value[0] == 'Q')
       value += " (" + number + ')';
-    line(paint_(Style::title, fmt::format("Set {} to {}, in {}", name(), value, titleOf(e_.zone))));
-    out_ += '\n';
+    titleLines(fmt::format("Set {} to {}, in {}", name(), value, titleOf(e_.zone)));
+  }
+
+  // Both sides one below the other.
+  void narrowComparison() {
+    const bool isUTC = !e_.zone.isCalendar() && !e_.zone.text().empty();
+    for (const Side* side : {&before_, &after_}) {
+      const bool isBefore = side == &before_;
+      line("  " + paint_(isBefore ? Style::before : Style::after, isBefore ? "before" : "after"));
+      const auto row = [&](std::string_view label, const std::string& value) {
+        line(fmt::format("  {:12}{}", label, value));
+      };
+      row(e_.zone.isCalendar() ? "local time" : isUTC ? "UTC" : "time", side->local);
+      if (e_.zone.isCalendar()) {
+        row("offset", side->offset);
+        row("UTC", side->utc);
+      }
+      row("week", side->week);
+      row("day of year", side->dayOfYear);
+      if (component() != Component::weekOfYear && component() != Component::dayOfYear)
+        row(name(), side->value);
+      out_ += '\n';
+    }
+    line(fmt::format("  {:12}", "moved by") +
+         duration(dd::subtract(e_.after, e_.before), e_.digits));
   }
 
   void comparison() {
+    if (e_.columns < kBesideEachOther) return narrowComparison();
     const std::size_t width =
         std::max({before_.local.size(), before_.offset.size(), before_.utc.size()}) + 2;
     const auto row = [&](std::string_view label, const std::string& before,
@@ -349,26 +377,36 @@ class Explanation {
     return isOneDate ? clockText(wall) : wallText(wall);
   }
 
-  void paragraph(const std::string& text) {
-    std::string row = " ";
-    std::size_t at = 0;
-    while (at < text.size()) {
-      const std::size_t end = std::min(text.find(' ', at), text.size());
-      if (row.size() + 1 + end - at > kColumns) {
-        line(paint_(Style::warning, row));
-        row.assign(1, ' ');
+  void paragraph(const std::string& text) { wrapped(text, "  ", Style::warning); }
+
+  // Lines that are broken between words.
+  void wrapped(std::string_view text, std::string_view indent, Style style) {
+    std::string row(indent);
+    while (!text.empty()) {
+      const std::size_t end = std::min(text.find(' '), text.size());
+      const bool isFirst = row.size() == indent.size();
+      if (!isFirst && row.size() + 1 + end > e_.columns) {
+        line(paint_(style, row));
+        row = indent;
+      } else if (!isFirst) {
+        row += ' ';
       }
-      row += ' ';
-      row.append(text, at, end - at);
-      at = end + 1;
+      row += text.substr(0, end);
+      text.remove_prefix(std::min(end + 1, text.size()));
     }
-    line(paint_(Style::warning, row));
+    line(paint_(style, row));
   }
 
   void edges(const Transition& change) {
     out_ += '\n';
     for (const bool before : {true, false}) {
       const int128 second = before ? change.second - 1 : change.second;
+      if (e_.columns < kBesideEachOther) {
+        line(before ? "  last second before" : "  first second after");
+        line("    " + datetime(e_.zone.wallTime(second), ""));
+        line(fmt::format("    {}  {}Z", offsetWithName(e_.zone, second), clockText(second)));
+        continue;
+      }
       line(fmt::format("  {:19} {}  {:12}  {}Z",
                        before ? "last second before" : "first second after",
                        datetime(e_.zone.wallTime(second), ""), offsetWithName(e_.zone, second),
@@ -378,7 +416,8 @@ class Explanation {
 
   void calendar() {
     out_ += '\n';
-    for (const std::string& row : monthCalendar(before_.day, after_.day, e_.zone, paint_))
+    for (const std::string& row :
+         monthCalendar(before_.day, after_.day, e_.zone, paint_, e_.columns >= kBesideEachOther))
       line("  " + row);
     line("  " + paint_(Style::before, "(before)") + ' ' + paint_(Style::after, "[after]"));
   }

@@ -24,6 +24,8 @@ struct Explained {
   // where it is no new value: "month+=1".
   CalendarField field = {};
   std::string typed = {};
+  // How wide the text may be: narrower ones have less beside each other. No word is broken.
+  std::size_t columns = 78;
 };
 
 // Lines, each ending with LF: the title, both datetimes, what happened in words, the edges of a gap

@@ -68,11 +68,16 @@ bool areInOneMonth(double a, double b) {
 }  // namespace
 
 std::vector<std::string> monthCalendar(double dayBefore, double dayAfter, const Zone& zone,
-                                       const Paint& paint) {
+                                       const Paint& paint, bool besideEachOther) {
   const Marks marks{dayBefore, dayAfter};
   std::vector<std::string> lines = oneMonth(dayBefore, marks, zone, paint);
   if (areInOneMonth(dayBefore, dayAfter)) return lines;
   const std::vector<std::string> right = oneMonth(dayAfter, marks, zone, paint);
+  if (!besideEachOther) {
+    lines.emplace_back();
+    lines.insert(lines.end(), right.begin(), right.end());
+    return lines;
+  }
   for (std::size_t i = 0; i < right.size(); ++i) {
     if (i == lines.size()) lines.emplace_back(kWidth + 1, ' ');
     lines[i] += "    " + right[i];

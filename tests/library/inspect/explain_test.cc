@@ -43,12 +43,28 @@ const std::vector<Session>& sessions() {
 }
 
 TEST(Explain, PrintsWhatWasReviewed) {
+  ASSERT_EQ(::unsetenv("COLUMNS"), 0);
   Cases cases(18);
   for (const Session& session : sessions()) {
     EXPECT_EQ(runPlx(words(session.command)), (PlxResult{0, session.printed, "", 0}))
         << session.command;
     ++cases;
   }
+}
+
+TEST(Explain, FitsFortyColumns) {
+  Cases cases(100);
+  ASSERT_EQ(::setenv("COLUMNS", "40", 1), 0);
+  for (const char* command :
+       {"explain hour 2 2014-03-09T12:50 -z America/New_York", "explain month feb 2014-05-31",
+        "explain day 2 2014-11-10T01:30 -z America/New_York",
+        "explain second+=1 2014-05-31T10:00 -z America/Argentina/ComodRivadavia"}) {
+    const PlxResult told = runPlx(words(command));
+    EXPECT_EQ(told.status, 0) << told;
+    std::istringstream lines(told.out);
+    for (std::string line; std::getline(lines, line); ++cases) EXPECT_LE(line.size(), 40u) << line;
+  }
+  ASSERT_EQ(::unsetenv("COLUMNS"), 0);
 }
 
 TEST(Explain, FitsEightyColumns) {

@@ -1,5 +1,6 @@
 #include "command/explain_command.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,6 +53,20 @@ Assignment assignmentOf(const Options& options, const TypedSetting& setting) {
   return plx::assignmentOf(setting, weeksFrom(options.weekStart).firstDay);
 }
 
+// Those of the terminal, or that COLUMNS tells; of what is wider no more than is good to read.
+std::size_t columnsOf(int descriptor) {
+  constexpr std::size_t kMost = 78, kLeast = 20;
+  std::size_t columns = kMost;
+  struct winsize size = {};
+  const char* const told = std::getenv("COLUMNS");
+  if (told != nullptr && std::atoi(told) > 0) {
+    columns = static_cast<std::size_t>(std::atoi(told));
+  } else if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    columns = size.ws_col;
+  }
+  return std::clamp(columns, kLeast, kMost);
+}
+
 std::string explanation(const Options& options, bool colour) {
   const Assignment assignment = assignmentOf(options, options.setting);
   SetterOptions setting;
@@ -81,6 +96,7 @@ std::string explanation(const Options& options, bool colour) {
   explained.field = assignment.field();
   if (assignment.change != Change::to || !options.setting.sign.empty())
     explained.typed = options.setting.text();
+  explained.columns = columnsOf(STDOUT_FILENO);
   return explain(explained, colour);
 }
 
