@@ -2,6 +2,7 @@
 
 #include <unicode/utrace.h>
 
+#include <atomic>
 #include <chrono>
 
 namespace {
@@ -12,12 +13,16 @@ static_assert(sizeof(void*) == sizeof(std::uint64_t));
 constexpr std::uint64_t kMark = std::uint64_t{0xA7} << 56;
 constexpr std::uint64_t kMarkBits = std::uint64_t{0xFF} << 56;
 
-// Lives are told apart by the nanosecond, of two years, in which their number was first asked for. A
-// cleanup takes longer than that.
+// Lives are told apart by the time, of two years, in which their number was first asked for, in steps of 256
+// nanoseconds, which a cleanup takes; and by a count, should the clock be coarser than that.
 std::uint64_t newLife() {
+  constexpr std::uint64_t kCountBits = 0xFF;
+  static std::atomic<std::uint64_t> count{0};
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-  return kMark | (static_cast<std::uint64_t>(nanoseconds) & ~kMarkBits);
+  const auto nanoseconds =
+      static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+  const std::uint64_t counted = count.fetch_add(1, std::memory_order_relaxed);
+  return kMark | (nanoseconds & ~kMarkBits & ~kCountBits) | (counted & kCountBits);
 }
 
 }  // namespace

@@ -29,6 +29,16 @@ TEST(IcuLife, StaysUntilACleanup) {
   }
 }
 
+// As a cleanup would, and sooner than a clock may tell.
+TEST(IcuLife, FollowOneAnotherQuickly) {
+  Cases cases(200);
+  std::set<std::uint64_t> lives;
+  for (int i = 0; i < 200; ++i, ++cases) {
+    EXPECT_TRUE(lives.insert(icuLife()).second) << i;
+    utrace_setFunctions(nullptr, nullptr, nullptr, nullptr);
+  }
+}
+
 TEST(IcuLife, IsNotToldWhileTheProgramTraces) {
   u_cleanup();
   const int own = 0;
