@@ -116,7 +116,8 @@ TEST(Columns, ThatAreNotThere) {
   } rows[] = {
       {{"Id"},
        Status::unknownName,
-       "table.csv: there is no such column (did you mean id?): \"Id\"; accepted: id, created_at, 2, "
+       "table.csv: there is no such column (did you mean id?): \"Id\"; accepted: id, created_at, "
+       "2, "
        "x, x; or a number from 1 to 5"},
       {{"0"},
        Status::unknownName,
