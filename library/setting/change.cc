@@ -254,11 +254,11 @@ std::optional<double> readDay(std::string_view text, Complaint& complaint) {
 
 // hh:mm, hh:mm:ss or hh:mm:ss.digits, in seconds since midnight.
 std::optional<double> readTime(std::string_view text, Complaint& complaint) {
-  DatetimeText datetime;
+  const std::string whole = "1970-01-01T" + std::string(text);
+  DatetimeText datetime;  // parts of it point into the whole
   const bool isShaped = text.size() >= 5 && text[2] == ':';
-  if (isShaped &&
-      readDatetime("1970-01-01T" + std::string(text), Form::calendar, datetime, complaint) &&
-      datetime.day == 0 && datetime.offset == OffsetForm::none && !datetime.insertedSecond &&
+  if (isShaped && readDatetime(whole, Form::calendar, datetime, complaint) && datetime.day == 0 &&
+      datetime.offset == OffsetForm::none && !datetime.insertedSecond &&
       datetime.suffix.zone.empty()) {
     double fraction = 0;
     if (!datetime.fraction.empty())
