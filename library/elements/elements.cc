@@ -13,6 +13,7 @@
 #include "datetime/exact.h"
 #include "datetime/for_processors.h"
 #include "elements/bytes.h"
+#include "elements/nearest.h"
 #include "elements/time_scale.h"
 #include "messages/identifiers.h"
 
@@ -55,16 +56,6 @@ PLX_FOR_PROCESSORS bool convert(std::size_t count, Fails fails) {
 }
 
 std::uint64_t bit(bool holds) { return holds ? 1 : 0; }
-
-// The whole number nearest to x, |x| <= 2^51: its sum with this number has no place for a fraction.
-constexpr double kRounder = 0x1.8p52;
-double nearestWhole(double x) { return (x + kRounder) - kRounder; }
-// The same as an integer, by bits: not all processors convert vectors. Of NaN and numbers that are
-// too large it makes anything.
-std::int64_t nearestInteger(double x) {
-  return static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x + kRounder) -
-                                   std::bit_cast<std::uint64_t>(kRounder));
-}
 
 // The double nearest to an integer. Not all processors convert vectors of them: so the halves are put where the
 // places of doubles are, beside numbers of which nothing but an exact difference stays; the sum is rounded once.

@@ -5,13 +5,13 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "datetime/zone.h"
+#include "elements/nearest.h"
 
 namespace plx {
 
@@ -29,15 +29,13 @@ class ClockChanges {
  private:
   static constexpr std::int64_t kFirst = -5'364'662'400'000;  // 1800-01-01
   static constexpr int kStepBits = 24;
-  static constexpr std::uint64_t kSteps =
-      564'283;  // to 2100-01-01; the bit behind them stands for all else
+  // To 2100-01-01; the bit behind them stands for all else.
+  static constexpr std::uint64_t kSteps = 564'283;
 
   // The lowest bit tells. Without branches, and in integers of 64 bits, so that the compiler makes vectors of it.
   static std::uint64_t look(const std::uint64_t* bits, double millis) {
-    // The integer nearest to milliseconds that are few enough, by bits: not all processors convert vectors.
-    constexpr double kRounder = 0x1.8p52, kMost = 0x1p50;
-    const std::uint64_t nearest =
-        std::bit_cast<std::uint64_t>(millis + kRounder) - std::bit_cast<std::uint64_t>(kRounder);
+    constexpr double kMost = 0x1p50;
+    const auto nearest = static_cast<std::uint64_t>(nearestInteger(millis));
     const std::uint64_t step =
         std::min((nearest - static_cast<std::uint64_t>(kFirst)) >> kStepBits, kSteps);
     return bits[step / 64] >> (step % 64) | (std::fabs(millis) <= kMost ? 0 : 1);

@@ -1,0 +1,21 @@
+// The whole number nearest to a double, in forms that loops over chunks become vectors of.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+namespace plx {
+
+// Its sum with x, |x| <= 2^51, has no place for a fraction.
+inline constexpr double kRounder = 0x1.8p52;
+
+inline double nearestWhole(double x) { return (x + kRounder) - kRounder; }
+
+// The same as an integer, by bits: not all processors convert vectors. Of NaN and numbers that are too
+// large it makes anything.
+inline std::int64_t nearestInteger(double x) {
+  return static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x + kRounder) -
+                                   std::bit_cast<std::uint64_t>(kRounder));
+}
+
+}  // namespace plx
