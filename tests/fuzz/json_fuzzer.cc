@@ -10,6 +10,7 @@
 
 #include "datetime/scanner.h"
 #include "fuzz/input.h"
+#include "json/json_fault.h"
 #include "json/json_text.h"
 #include "stream/chunk.h"
 #include "table/cell_writer.h"
@@ -47,7 +48,7 @@ bool isUTF8(std::string_view text) {
 
 // What a text says at the path .a; `wrong` where that is none of string, number, null and absent.
 struct Answer {
-  bool valid = false, wrong = false;
+  bool valid = false, wrong = false, grammatical = false, tooDeep = false;
   std::optional<std::string> text;  // of a string, its meaning, or of a number
 };
 
@@ -58,8 +59,9 @@ class ByGrammar {
   Answer read() {
     skipSpace();
     answer_.wrong = scan_.next() != '{' && scan_.rest().substr(0, 4) != "null";
-    answer_.valid =
-        value(0) && (skipSpace(), scan_.atEnd()) && isUTF8(text_) && deepest_ <= kDeepest;
+    answer_.grammatical = value(0) && (skipSpace(), scan_.atEnd());
+    answer_.tooDeep = deepest_ > kDeepest;
+    answer_.valid = answer_.grammatical && !answer_.tooDeep && isUTF8(text_);
     return answer_;
   }
 
@@ -206,6 +208,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Answer answer = ByGrammar(line).read();
     const bool isWrong = wrong != cells.wrong.end() && wrong->record == i;
     require(isWrong == (!answer.valid || answer.wrong), "both readers take the same lines:", line);
+    require(answer.tooDeep || answer.grammatical == !findJsonFault(line),
+            "a fault has a place:", line);
     if (isWrong) {
       require(record.begin <= wrong->at && wrong->at <= record.end, "told within the line");
       ++wrong;

@@ -4,7 +4,10 @@
 #include <simdjson.h>
 
 #include <cstdint>
+#include <new>
 #include <utility>
+
+#include "json/json_fault.h"
 
 namespace plx {
 
@@ -15,6 +18,7 @@ namespace ondemand = simdjson::ondemand;
 // Deeper than any data, and few enough for the stack of a thread.
 constexpr int kDeepest = 500;
 
+constexpr char kNotJson[] = "not JSON";
 constexpr std::string_view kAcceptedJson =
     "one value of JSON in each line, in UTF-8, as jq -c writes them";
 constexpr std::string_view kAcceptedValues = "strings, numbers and null";
@@ -46,21 +50,6 @@ const char* nameOf(ondemand::json_type type) {
       return "true or false";
     default:
       return "null";
-  }
-}
-
-std::string complaintOf(simdjson::error_code error) {
-  switch (error) {
-    case simdjson::UTF8_ERROR:
-      return "not JSON, as it is not UTF-8";
-    case simdjson::UNCLOSED_STRING:
-      return "not JSON, as a string is not closed";
-    case simdjson::UNESCAPED_CHARS:
-      return "not JSON, as a string has a control character";
-    case simdjson::MEMALLOC:
-      throw std::bad_alloc();
-    default:
-      return "not JSON";
   }
 }
 
@@ -105,7 +94,8 @@ struct JsonReader::Walk {
     return false;
   }
   bool fail(simdjson::error_code code, const char* at = nullptr) {
-    return fail(complaintOf(code), at);
+    if (code == simdjson::MEMALLOC) throw std::bad_alloc();
+    return fail(code == simdjson::UTF8_ERROR ? "not JSON, as it is not UTF-8" : kNotJson, at);
   }
 
   const std::size_t count;
@@ -128,6 +118,9 @@ std::optional<JsonError> JsonReader::read(std::string_view text, std::vector<Jso
   values.assign(walk_->count, {});
   walk_->values = &values;
   if (walk_->read(text)) return std::nullopt;
+  // A value of the wrong type is told only where all of the text is JSON: what is wrong with it otherwise says more.
+  if (const auto fault = findJsonFault(text))
+    return JsonError{{fault->what, kAcceptedJson}, fault->at};
   return std::move(walk_->error);
 }
 
@@ -149,14 +142,13 @@ bool JsonReader::Walk::document(ondemand::document& document, std::string_view t
     if (!value(whole, &nodes[0], 0)) return false;
     // All is read where there is no place for more.
     const char* at = nullptr;
-    if (document.current_location().get(at) == simdjson::SUCCESS)
-      return fail("not JSON, as there is more behind its end", at);
+    if (document.current_location().get(at) == simdjson::SUCCESS) return fail(kNotJson, at);
     return true;
   }
   std::string_view token;
   if (const auto code = document.raw_json_token().get(token)) return fail(code);
   if (token.data() + token.size() != text.data() + text.size())
-    return fail("not JSON, as there is more behind its end", token.data() + token.size());
+    return fail(kNotJson, token.data() + token.size());
   return scalar(type, token, &nodes[0]);
 }
 
@@ -164,7 +156,7 @@ bool JsonReader::Walk::value(ondemand::value value, const Node* node, int depth)
   ondemand::json_type type;
   const std::string_view token = value.raw_json_token();
   // Behind the last token there is one more place, whose byte is none of the text.
-  if (token.data() >= base + size) return fail("not JSON, as the line ends within a value", base);
+  if (token.data() >= base + size) return fail(kNotJson, base);
   if (const auto code = value.type().get(type)) return fail(code, token.data());
   if (depth > kDeepest) return fail("nested too deeply", token.data(), "up to 500 levels");
   if (type == ondemand::json_type::object) {
@@ -197,7 +189,7 @@ bool JsonReader::Walk::object(ondemand::object object, const Node* node, int dep
     while (*end != '"') end += *end == '\\' ? 2 : 1;
     const Node* next = node;
     const std::string_view raw(key, static_cast<std::size_t>(end - key));
-    if (!hasJsonEscapes(raw)) return fail("not JSON, as a key has a wrong escape", key);
+    if (!hasJsonEscapes(raw)) return fail(kNotJson, key);
     if (node != nullptr && !member(raw, key, next)) return false;
     if (!value(field.value(), next, depth + 1)) return false;
   }
@@ -231,7 +223,7 @@ bool JsonReader::Walk::scalar(ondemand::json_type type, std::string_view token, 
   } else {
     good = token == "null" || token == "true" || token == "false";
   }
-  if (!good) return fail("not JSON", token.data());
+  if (!good) return fail(kNotJson, token.data());
   if (node == nullptr || !fits(type, token.data(), node)) return node == nullptr;
   if (node->value) (*values)[*node->value] = found;
   return true;
