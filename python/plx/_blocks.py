@@ -108,6 +108,24 @@ class NpyFile:
             elements.flush()
 
 
+class Call:
+    """What Dask calls with blocks: a function, and its options. It has the same token in every process, which
+    `functools.partial` has not: Dask 2024 orders keywords by their hashes."""
+
+    def __init__(self, name, function, **options):
+        self.__name__ = name
+        self.function = function
+        self.options = options
+
+    # Dask gives `partition_info` to what names it so, with partitions alone.
+    def __call__(self, *blocks, partition_info=None):
+        more = {} if partition_info is None else {"partition_info": partition_info}
+        return self.function(*blocks, **self.options, **more)
+
+    def __dask_tokenize__(self):
+        return self.function.__name__, sorted(self.options.items())
+
+
 # ------------------------------------------------------------------------------------ blocks of arrays
 
 

@@ -11,7 +11,6 @@ Series of Dask have the accessor ``plx`` as those of pandas have. What is wrong 
 an element that is wrong shows on a worker, and the error that arrives has its index in the whole array.
 """
 
-import functools
 import math
 import os
 import sys
@@ -78,10 +77,11 @@ def set(x, component, value, *, zone=None, fold="later", gap="shift", check=None
     metas = like if type(like) is tuple else (like,)
     if len(parts) == 2 and check == "mask":
         metas = (*like[0], like[1])
-    block = functools.partial(
-        _blocks.set_block, pair=len(parts) == 2, caller=_caller(), component=_functions.selector(component), **options
-    )
-    results = _mapped("plx-set", block, [*parts, value], parts[0], metas)
+    block = _blocks.Call(
+        "plx-set", _blocks.set_block, pair=len(parts) == 2, caller=_caller(), component=_functions.selector(component),
+        **options,
+    )  # fmt: skip
+    results = _mapped(block, [*parts, value], parts[0], metas)
     if len(parts) == 2 and check == "mask":
         return results[:2], results[2]
     return results
@@ -110,11 +110,11 @@ def get(x, component, *, zone=None, threads=1):
     parts = _parts(x)
     zone = _fixed(zone)
     meta = _functions.get(_like(parts), component, zone=zone, threads=threads)
-    block = functools.partial(
-        _blocks.get_block, pair=len(parts) == 2, caller=_caller(), component=_functions.selector(component), zone=zone,
-        threads=threads,
+    block = _blocks.Call(
+        "plx-get", _blocks.get_block, pair=len(parts) == 2, caller=_caller(), component=_functions.selector(component),
+        zone=zone, threads=threads,
     )  # fmt: skip
-    return _mapped("plx-get", block, parts, parts[0], (meta,))
+    return _mapped(block, parts, parts[0], (meta,))
 
 
 def _fixed(zone):
@@ -282,10 +282,10 @@ def _like_values(value):
 # -------------------------------------------------------------------------------------------- the graph
 
 
-def _mapped(name, block, arrays, x, metas):
+def _mapped(block, arrays, x, metas):
     """The results of a function of blocks, and of where these begin; a tuple where they are several."""
     results = da.map_blocks(
-        block, *arrays, _places(x), name=name,
+        block, *arrays, _places(x), name=block.__name__,
         dtype=metas[0].dtype if len(metas) == 1 else object,
         meta=_of_dimensions(metas[0] if len(metas) == 1 else np.empty(0, object), x.ndim),
     )  # fmt: skip
@@ -293,7 +293,7 @@ def _mapped(name, block, arrays, x, metas):
         return results
     return tuple(
         da.map_blocks(
-            _blocks.part, results, number, name=f"{name}-part", dtype=meta.dtype, meta=_of_dimensions(meta, x.ndim)
+            _blocks.part, results, number, name=f"{block.__name__}-part", dtype=meta.dtype, meta=_of_dimensions(meta, x.ndim)
         )
         for number, meta in enumerate(metas)
     )
@@ -424,10 +424,10 @@ class DatetimeAccessor:
         meta = self._like.set(component, like, **options)
         if check == "mask":
             meta = _blocks.columns(*meta)
-        results = self._datetimes.map_partitions(
-            _blocks.set_partition, value, component=_functions.selector(component), caller=_caller(), token="plx-set",
-            meta=meta, **options,
-        )  # fmt: skip
+        call = _blocks.Call(
+            "plx-set", _blocks.set_partition, caller=_caller(), component=_functions.selector(component), **options
+        )
+        results = self._datetimes.map_partitions(call, value, meta=meta)
         if check != "mask":
             return results
         name = self._datetimes.name
@@ -442,10 +442,10 @@ class DatetimeAccessor:
             Of float64, NaN for NaT.
         """
         meta = self._like.get(component, zone=zone, threads=threads)
-        return self._datetimes.map_partitions(
-            _blocks.get_partition, component=_functions.selector(component), caller=_caller(), threads=threads,
-            token="plx-get", meta=meta,
-        )  # fmt: skip
+        call = _blocks.Call(
+            "plx-get", _blocks.get_partition, caller=_caller(), component=_functions.selector(component), threads=threads
+        )
+        return self._datetimes.map_partitions(call, meta=meta)
 
     def _values(self, value):
         """Values for the graph, and such of a Series without elements."""
