@@ -1,15 +1,19 @@
 """What Dask's workers run: a block of an array, a partition of a Series. An array's block needs neither Dask nor pandas,
 which are not imported for it."""
 
+import contextlib
+import errno
 import functools
 import glob
 import hashlib
 import os
+import secrets
+import shutil
 from typing import NamedTuple
 
 import numpy as np
 
-from ._errors import Error
+from ._errors import Error, library_error
 from ._functions import get, set, versions
 
 
@@ -80,32 +84,81 @@ def moved(error, index, where):
 
 
 class NpyFile:
-    """To Dask an array in a file, blocks of which are read and written; a worker has to reach the file by the same path.
-    A block is mapped for as long as it is copied: what stays mapped would count as the worker's memory."""
+    """To Dask an array in a file, blocks of which are read; a worker has to reach the file by the same path. A block is
+    mapped for as long as it is copied: what stays mapped would count as the worker's memory."""
 
     def __init__(self, path):
         self.path = os.path.abspath(path)
-        elements = self._mapped("r")
+        self.state = self._state()
+        elements = self._mapped()
         self.shape, self.dtype, self.ndim = elements.shape, elements.dtype, elements.ndim
 
-    def _mapped(self, mode):
+    def _state(self):
+        state = os.stat(self.path)
+        return state.st_mtime_ns, state.st_size
+
+    def _mapped(self):
         # Refuses what is no array of plain elements.
-        return np.lib.format.open_memmap(self.path, mode)
+        return np.lib.format.open_memmap(self.path, "r")
 
     def __getitem__(self, slices):
-        return np.array(self._mapped("r")[slices])
+        if self._state() != self.state:
+            raise library_error("InvalidArgument", f"{self.path}: was written since from_npy read its header; call it again")
+        return np.array(self._mapped()[slices])
+
+
+class NpyOutput:
+    """To Dask an array, blocks of which are written into a file beside the one that it replaces in the end. What stood
+    there before is whole until then, and may be what the blocks are made of."""
+
+    def __init__(self, path, dtype, shape):
+        path = os.path.abspath(path)
+        self.path = os.path.realpath(path) if os.path.islink(path) else path
+        if os.path.isdir(self.path):
+            raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), self.path)
+        self.dtype, self.shape = dtype, shape
+        self.name = secrets.token_hex(8)
+        self.unfinished = f"{self.path}.{self.name}.part"
+        np.lib.format.open_memmap(self.unfinished, "w+", dtype, shape)
+        self.number = os.stat(self.unfinished).st_ino
+        if os.path.exists(self.path):
+            shutil.copymode(self.path, self.unfinished)
 
     def __setitem__(self, slices, block):
+        told = tuple(one.stop - one.start for one in slices)
+        if block.shape != told:
+            raise library_error("ShapeMismatch", f"x: a block of shape {block.shape}, where {told} was told")
         # Other machines see what was written as soon as the file is closed, or what was mapped is flushed.
-        elements = self._mapped("r+")
+        try:
+            elements = np.lib.format.open_memmap(self.unfinished, "r+")
+        except FileNotFoundError:
+            self._require_finished()
+            return
         rest = zip(slices[1:], self.shape[1:])
-        if self.ndim and elements.flags.c_contiguous and all(one == slice(0, length) for one, length in rest):
-            with open(self.path, "r+b") as file:
+        if slices and all(one == slice(0, length) for one, length in rest):
+            with open(self.unfinished, "r+b") as file:
                 file.seek(elements.offset + slices[0].start * elements.strides[0])
                 file.write(np.ascontiguousarray(block, self.dtype).reshape(-1).view(np.uint8))
         else:
             elements[slices] = block
             elements.flush()
+
+    def finish(self, written=None):
+        """Puts the file in its place, after what is `written`."""
+        try:
+            os.replace(self.unfinished, self.path)
+        except FileNotFoundError:
+            self._require_finished()
+
+    def _require_finished(self):
+        """What Dask computes again, as a worker was lost after the last step, is in its place already."""
+        if not os.path.exists(self.path) or os.stat(self.path).st_ino != self.number:
+            raise FileNotFoundError(errno.ENOENT, "neither this unfinished file nor what it became is there", self.unfinished)
+
+    def discard(self):
+        """Leaves nothing of an unfinished file."""
+        with contextlib.suppress(FileNotFoundError):
+            os.unlink(self.unfinished)
 
 
 class Call:

@@ -12,11 +12,11 @@ an element that is wrong shows on a worker, and the error that arrives has its i
 """
 
 import math
-import os
 import sys
 import warnings
 import weakref
 
+import dask
 import dask.array as da
 import numpy as np
 from dask.base import tokenize
@@ -183,8 +183,8 @@ def from_npy(path, chunks="auto"):
     dask array
     """
     file = _blocks.NpyFile(path)
-    state = os.stat(file.path)
-    name = "plx-npy-" + tokenize(file.path, state.st_mtime_ns, state.st_size, chunks)
+    chunks = da.core.normalize_chunks(chunks, file.shape, dtype=file.dtype)
+    name = "plx-npy-" + tokenize(file.path, file.state, chunks)
     return da.from_array(
         file, chunks=chunks, name=name, asarray=False, inline_array=True, meta=np.empty((0,) * file.ndim, file.dtype)
     )
@@ -196,11 +196,13 @@ def to_npy(path, x, *, compute=True):
     Parameters
     ----------
     path : path_like
-        Of a file that every worker reaches by this path. What it held before is lost at once.
+        Of a file that every worker reaches by this path. What is written stands beside it, under this name with ``.part``
+        at its end, and replaces it when all is written; `x` may be made of what it held before.
     x : dask array
         Of chunks whose lengths are known.
     compute : bool, optional
-        Whether to write now, or to return what writes when it is computed.
+        Whether to write now, or to return what writes when it is computed. Where that is never done, or fails, the file
+        beside it stays.
 
     Returns
     -------
@@ -215,10 +217,24 @@ def to_npy(path, x, *, compute=True):
     ...     plx.dask.set(plx.dask.from_npy(path, chunks=1), 'day', 1).compute()
     array(['2014-05-01', '2016-02-01'], dtype='datetime64[D]')
     """
+    if not isinstance(x, da.Array):
+        raise TypeError(f"x: of type {type(x).__name__}; accepted: arrays of Dask; numpy.save takes those of NumPy")
     if any(math.isnan(length) for length in x.shape):
         raise library_error("InvalidArgument", f"x: of shape {x.shape}; accepted: lengths that Dask knows")
-    np.lib.format.open_memmap(path, "w+", dtype=x.dtype, shape=x.shape)
-    return da.store(x, _blocks.NpyFile(path), lock=False, compute=compute)
+    if isinstance(x._meta, np.ma.MaskedArray):
+        raise TypeError("x: masked; accepted: arrays without a mask, such as dask.array.ma.filled(x, 'NaT')")
+    output = _blocks.NpyOutput(path, x.dtype, x.shape)
+    try:
+        # By a name of its own: what Dask takes for done already would not be written.
+        target = dask.delayed(output, name=f"plx-npy-{output.name}", traverse=False)
+        written = target.finish(da.store(x, target, lock=False, compute=False), dask_key_name=f"plx-npy-done-{output.name}")
+        if not compute:
+            return written
+        written.compute()
+    except BaseException:
+        output.discard()
+        raise
+    return None
 
 
 # ------------------------------------------------------------------------------------------ new values
@@ -449,7 +465,6 @@ class DatetimeAccessor:
 
     def _values(self, value):
         """Values for the graph, and such of a Series without elements."""
-        import dask
         import pandas as pd
 
         if isinstance(value, pd.Series):

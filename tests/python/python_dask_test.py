@@ -355,15 +355,70 @@ def test_npy_files(tmp_path):
             cases.add()
     x = plx.dask.from_npy(tmp_path / "y.npy")
     assert x.name == plx.dask.from_npy(tmp_path / "y.npy").name
-    later = plx.dask.to_npy(tmp_path / "y.npy", da.from_array(t, chunks=700), compute=False)
-    assert (np.load(tmp_path / "y.npy").astype("i8") == 0).all()
-    later.compute()
-    assert same_bits(np.load(tmp_path / "y.npy"), t) and x.name != plx.dask.from_npy(tmp_path / "y.npy").name
+    plx.dask.to_npy(tmp_path / "y.npy", da.from_array(t, chunks=700))
+    assert x.name != plx.dask.from_npy(tmp_path / "y.npy").name
+    with pytest.raises(plx.Error, match=r"y.npy: was written since from_npy read its header"):
+        x.compute()
+    x = plx.dask.from_npy(tmp_path / "y.npy")
+    with dask.config.set({"array.chunk-size": "4 KiB"}):
+        assert plx.dask.from_npy(tmp_path / "y.npy").name != x.name
     np.save(tmp_path / "objects.npy", np.array([None, 1], object))
     with pytest.raises(ValueError, match="(?i)python objects"):
         plx.dask.from_npy(tmp_path / "objects.npy")
     with pytest.raises(plx.Error, match="lengths that Dask knows"):
         plx.dask.to_npy(tmp_path / "z.npy", x[x == x])
+    with pytest.raises(TypeError, match="x: masked; accepted: .*filled"):
+        plx.dask.to_npy(tmp_path / "z.npy", da.ma.masked_array(x, mask=x == x))
+    with pytest.raises(TypeError, match="x: of type ndarray; accepted: arrays of Dask"):
+        plx.dask.to_npy(tmp_path / "z.npy", t)
+    with pytest.raises(IsADirectoryError):
+        plx.dask.to_npy(tmp_path, x)
+    shorter = x.map_blocks(lambda block: block[1:], dtype=x.dtype, meta=t[:0])
+    with pytest.raises(plx.Error, match=r"block of shape \(4999,\), where \(5000,\) was told"):
+        plx.dask.to_npy(tmp_path / "z.npy", shorter)
+    assert sorted(os.listdir(tmp_path)) == ["objects.npy", "x.npy", "y.npy"]
+
+
+def test_a_file_is_whole_before_and_after(tmp_path):
+    t = moments("M8[s]")
+    path = tmp_path / "t.npy"
+    np.save(path, t)
+    os.chmod(path, 0o640)
+    x = plx.dask.from_npy(path, 700)
+    days = np.ones(COUNT)
+    days[4321] = 1.5
+    with pytest.raises(plx.NotWhole, match="^element 4321: "):
+        plx.dask.to_npy(path, plx.dask.set(x, "day", days))
+    assert same_bits(np.load(path), t) and os.listdir(tmp_path) == ["t.npy"]
+    # Into the file that is read, and nothing before it is asked for.
+    later = plx.dask.to_npy(path, plx.dask.set(x, "day", 2), compute=False)
+    assert same_bits(np.load(path), t) and len(os.listdir(tmp_path)) == 2
+    # Whoever reads the file while it is replaced has the old one.
+    old = np.load(path, mmap_mode="r")
+    later.compute()
+    assert same_bits(np.load(path), plx.set(t, "day", 2)) and same_bits(old, t)
+    assert os.listdir(tmp_path) == ["t.npy"] and os.stat(path).st_mode & 0o777 == 0o640
+    # As Dask does it where a worker is lost after the last step: the file is written already.
+    x = da.from_array(t, chunks=700)
+    later = plx.dask.to_npy(path, x, compute=False)
+    for _ in range(2):
+        later.compute()
+        assert same_bits(np.load(path), t)
+    os.symlink("t.npy", tmp_path / "link.npy")
+    plx.dask.to_npy(tmp_path / "link.npy", plx.dask.set(x, "day", 3))
+    assert os.path.islink(tmp_path / "link.npy") and same_bits(np.load(path), plx.set(t, "day", 3))
+
+
+def test_what_is_written_twice_is_written_twice(tmp_path):
+    x = da.from_array(moments("M8[s]"), chunks=700)
+    keys = set()
+    with Cases(20) as cases:
+        for number in range(20):
+            # The last one is dropped each time: what follows may take its place in memory.
+            later = plx.dask.to_npy(tmp_path / f"{number % 2}.npy", x, compute=False)
+            keys.update(key for key in later.dask if "array" not in str(key))
+            cases.add()
+    assert len(keys) == 20 * len(keys.intersection(later.dask)) >= 20 * x.npartitions
 
 
 def test_local_is_the_clock_of_the_caller(monkeypatch):
