@@ -46,10 +46,13 @@ class Getter : public BlockWorker {
 
  private:
   std::optional<Wrong> faultOf(const doubledouble& datetime) const {
-    Complaint complaint{"the datetime is out of range", zone_.acceptedRange(), Status::badData,
-                        zone_.isCalendar() ? id::kRangeError : id::kOutOfRange};
     const double most = zone_.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
-    if (!(std::fabs(datetime.hi + datetime.lo) <= most)) return wrong(complaint, textOf(datetime));
+    if (!(std::fabs(datetime.hi + datetime.lo) <= most)) {
+      return wrong({"the datetime is out of range", zone_.acceptedRange(), Status::badData,
+                    zone_.isCalendar() ? id::kRangeError : id::kOutOfRange},
+                   textOf(datetime));
+    }
+    Complaint complaint;
     if (zone_.isRight(datetime, complaint)) return std::nullopt;
     complaint.identifier = id::kOtherClock;
     return wrong(complaint, textOf(datetime));

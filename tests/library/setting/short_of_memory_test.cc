@@ -65,29 +65,107 @@ struct Call {
   plxError error{};
 };
 
+// Runs a call with each of its allocations failing in turn. Each run ends as it would have ended, or tells of no
+// element but of memory; so does one after all of them end as ever. Returns how many runs there were.
+template <class Run, class Check>
+long withEachAllocationFailing(Run run, Check check) {
+  plxError error{};
+  EXPECT_TRUE(run(error)) << error.message;  // what is made once is there
+  check();
+  long nth = 0;
+  for (bool isOver = false; !isOver && nth < 10'000; ++nth) {
+    error = {};
+    failing = nth;
+    const bool isDone = run(error);
+    isOver = failing >= 0;  // so many are not made
+    failing = -1;
+    if (isDone) {
+      check();
+    } else {
+      EXPECT_EQ(std::string(error.identifier).substr(0, 12), "Pelmor:host:") << nth;
+      EXPECT_EQ(error.index, PLX_NO_INDEX) << nth;
+    }
+    if (testing::Test::HasFailure()) return nth;
+  }
+  EXPECT_LT(nth, 10'000) << "an allocation for each element";
+  EXPECT_TRUE(run(error)) << error.message;
+  check();
+  return nth;
+}
+
 TEST(ShortOfMemory, WhicheverAllocationFails) {
   Cases cases(60);
   for (const unsigned threads : {1U, 3U}) {
-    ASSERT_EQ(Call(threads).run(), 0);  // what is made once is there
-    bool isOver = false;
-    for (long nth = 0; !isOver; ++nth, ++cases) {
-      ASSERT_LT(nth, 100'000);
-      Call call(threads);
-      failing = nth;
-      const int status = call.run();
-      isOver = failing >= 0;  // so many are not made
-      failing = -1;
-      if (status != 0) {
-        EXPECT_EQ(std::string(call.error.identifier).substr(0, 12), "Pelmor:host:") << nth;
-        EXPECT_EQ(call.error.index, PLX_NO_INDEX) << nth;
-        continue;
-      }
-      ASSERT_EQ(call.datetimes.elements(), std::vector(kCount, kAfter)) << nth;
-    }
-    Call afterwards(threads);
-    EXPECT_EQ(told(afterwards.run(), afterwards.error), "");
-    EXPECT_EQ(afterwards.datetimes.elements(), std::vector(kCount, kAfter));
+    Call call(threads);
+    cases += withEachAllocationFailing(
+        [&](plxError& error) {
+          call.datetimes.elements().assign(kCount, kBefore);
+          const int status = call.run();
+          error = call.error;
+          return status == 0;
+        },
+        [&] { EXPECT_EQ(call.datetimes.elements(), std::vector(kCount, kAfter)); });
   }
+}
+
+TEST(ShortOfMemory, WhileComponentsAreRead) {
+  Cases cases(12);
+  Column<std::int64_t> datetimes(std::vector(kCount, kBefore), "<M8[ms]");
+  Column<double> numbers(std::vector(kCount, 0.0), "<f8");
+  const plxArray from = datetimes.array(), to = numbers.array();
+  for (const char* zone : {"", "America/New_York", "local"}) {
+    const plxOptions options = inZone(zone);
+    cases += withEachAllocationFailing(
+        [&](plxError& error) {
+          numbers.elements().assign(kCount, 0.0);
+          return plxGet(&from, paMONTH, &options, &to, &error) == 0;
+        },
+        [&] { EXPECT_EQ(numbers.elements(), std::vector(kCount, 5.0)) << zone; });
+  }
+}
+
+TEST(ShortOfMemory, WhileTypesAreConverted) {
+  Cases cases(4);
+  Column<std::int64_t> millis(std::vector(kCount, kBefore), "<M8[ms]");
+  Column<std::int64_t> nanos(std::vector<std::int64_t>(kCount), "<M8[ns]");
+  const plxArray from = millis.array(), to = nanos.array();
+  cases += withEachAllocationFailing(
+      [&](plxError& error) {
+        nanos.elements().assign(kCount, 0);
+        return plxConvert(&from, nullptr, &to, &error) == 0;
+      },
+      [&] { EXPECT_EQ(nanos.elements(), std::vector(kCount, kBefore * 1'000'000)); });
+}
+
+TEST(ShortOfMemory, WhileTextsAreMade) {
+  Cases cases(100);
+  Column<std::int64_t> datetime({kBefore}, "<M8[ms]");
+  const plxArray one = datetime.array();
+  const double february = 2;
+  const plxSetting month = forAll(paMONTH, february);
+  const plxOptions options = inZone("America/New_York");
+  plxError ignored{};
+  const auto makes = [&](auto make) {
+    char* const whole = make(&ignored);
+    ASSERT_NE(whole, nullptr);
+    const std::string expected = whole;
+    ASSERT_GT(expected.size(), 10U);
+    plxFreeText(whole);
+    std::string made;
+    made.reserve(2 * expected.size());  // no allocation of the test's own
+    cases += withEachAllocationFailing(
+        [&](plxError& error) {
+          char* const text = make(&error);
+          if (text == nullptr) return false;
+          made = text;
+          plxFreeText(text);
+          return true;
+        },
+        [&] { EXPECT_EQ(made, expected); });
+  };
+  for (const plxTextForm form : {plxPLAIN_TEXT, plxCOLOURED_TEXT, plxHTML})
+    makes([&, form](plxError* error) { return plxExplain(&one, &month, &options, form, error); });
+  makes([](plxError* error) { return plxZones("par", error); });
 }
 
 }  // namespace
