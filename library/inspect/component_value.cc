@@ -36,20 +36,21 @@ std::string fractionOf(const doubledouble& pair, std::size_t digits, bool exact)
 }  // namespace
 
 double shownValue(Component component, double day, double secondOfDay, const Zone& zone) {
-  const Date date = dateOf(day);
   switch (component) {
     case Component::year:
-      return date.year;
+      return dateOf(day).year;
     case Component::quarter:
-      return floorDouble((date.month - 1.0) / 3.0) + 1.0;
+      return floorDouble((dateOf(day).month - 1.0) / 3.0) + 1.0;
     case Component::month:
-      return date.month;
+      return dateOf(day).month;
     case Component::weekOfYear:
       return weekOf(day, zone);
     case Component::dayOfMonth:
-      return date.day;
-    case Component::dayOfYear:
+      return dateOf(day).day;
+    case Component::dayOfYear: {
+      const Date date = dateOf(day);
       return daysBeforeMonth(date.year, date.month) + date.day;
+    }
     case Component::dayOfWeek:
       return dayOfWeekOf(day, zone);
     case Component::hour:

@@ -2,13 +2,36 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+#include <cstdint>
+
 #include "unzoned/leap_seconds.h"
 
 namespace plx {
 
 namespace {
 
+constexpr std::int64_t kMillisOfDay = 86'400'000;
+
+// Whether a number is whole, and small enough for the arithmetic on pairs to be exact: integers then give the
+// same, many times as fast.
+bool isSmallWhole(const doubledouble& number, std::int64_t& whole) {
+  if (number.lo != 0 || !(std::fabs(number.hi) <= 0x1p52)) return false;
+  whole = static_cast<std::int64_t>(number.hi);
+  return static_cast<double>(whole) == number.hi;
+}
+
+Wall apart(std::int64_t millis) {
+  const std::int64_t msOfDay = millis % kMillisOfDay + (millis % kMillisOfDay < 0 ? kMillisOfDay : 0);
+  Wall wall;
+  wall.day = static_cast<double>((millis - msOfDay) / kMillisOfDay);
+  wall.msOfDay = {static_cast<double>(msOfDay), 0};
+  return wall;
+}
+
 Wall apart(const doubledouble& t) {
+  std::int64_t millis = 0;
+  if (isSmallWhole(t, millis)) return apart(millis);
   Wall wall;
   wall.msOfDay = dd::DivMod(t, kMillisPerDay, wall.day);
   return wall;
@@ -16,6 +39,8 @@ Wall apart(const doubledouble& t) {
 
 // In a calendar, whose offset there is known.
 Wall apart(const doubledouble& pair, int offsetSeconds) {
+  std::int64_t millis = 0;
+  if (isSmallWhole(pair, millis)) return apart(millis + std::int64_t{offsetSeconds} * 1000);
   const doubledouble floor = dd::Floor(pair);
   const doubledouble fraction = dd::subtract(pair, floor);
   const double local = dd::collapse(floor) + offsetSeconds * kMillisPerSecond;
@@ -33,6 +58,8 @@ std::string clockText(int128 wallSecond) {
 }
 
 int128 secondOf(const doubledouble& pair) {
+  std::int64_t millis = 0;
+  if (isSmallWhole(pair, millis)) return millis / 1000 - (millis % 1000 < 0 ? 1 : 0);
   const doubledouble floor = dd::Floor(pair);
   return floorDiv(static_cast<int128>(floor.hi) + static_cast<int128>(floor.lo), 1000).quotient;
 }
@@ -46,6 +73,8 @@ Wall wallOf(const doubledouble& pair, const Zone& zone) {
 }
 
 double secondOfDay(const Wall& wall) {
+  std::int64_t millis = 0;
+  if (isSmallWhole(wall.msOfDay, millis)) return static_cast<double>(millis / 1000);
   return dd::collapse(dd::Floor(dd::divide(wall.msOfDay, kMillisPerSecond)));
 }
 

@@ -1,5 +1,6 @@
 #include "setting/datetime_places.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "elements/bytes.h"
@@ -34,6 +35,14 @@ std::optional<Wrong> DatetimePlaces::read(std::size_t position, doubledouble& da
   datetime = {loadDouble(array_.elements, position, isSwapped),
               loadDouble(array_.low, position, isSwapped)};
   return std::nullopt;
+}
+
+bool DatetimePlaces::readMillis(std::size_t start, std::size_t count, double* high, double* low) {
+  if (!elements_) return false;
+  if (!array_.elements.isContiguous()) room_.resize(count * array_.type.bytes);
+  const char* bytes = array_.elements.gathered(start, count, room_.data());
+  if (!elements_->hasLow()) std::fill_n(low, count, 0.0);
+  return elements_->read(bytes, count, high, low);
 }
 
 std::optional<Wrong> DatetimePlaces::write(std::size_t position,

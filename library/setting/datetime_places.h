@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "arith/doubledouble.h"
 #include "elements/elements.h"
@@ -20,11 +21,15 @@ class DatetimePlaces {
 
   // The pair nearest to the datetime at a position; what is finer than a millisecond included.
   std::optional<Wrong> read(std::size_t position, doubledouble& datetime) const;
+  // The same of many, but counts of units below a millisecond rounded down to whole ones. False where the
+  // datetimes have to be read one by one; what is in the arrays then has no meaning.
+  bool readMillis(std::size_t start, std::size_t count, double* high, double* low);
   std::optional<Wrong> write(std::size_t position, const doubledouble& datetime) const;
 
  private:
   const DatetimeArray& array_;
   std::unique_ptr<DatetimeElements> elements_;  // null for pairs
+  std::vector<char> room_;
 };
 
 }  // namespace plx

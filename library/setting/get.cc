@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include "base/calendar_limits.h"
 #include "datetime/number_text.h"
@@ -29,10 +30,15 @@ class Getter : public BlockWorker {
   explicit Getter(const GetJob& job) : job_(job), places_(job.datetimes), zone_(zoneOf(job.zone)) {}
 
   std::optional<Stop> work(std::size_t start, std::size_t count) override {
+    const bool areRead = readTogether(start, count);
     for (std::size_t i = start; i < start + count; ++i) {
       if (job_.options.where != nullptr && *job_.where.at(i) == 0) continue;
       doubledouble datetime{};
-      if (auto wrong = places_.read(i, datetime)) return Stop{std::move(*wrong), i};
+      if (areRead) {
+        datetime = {high_[i - start], low_[i - start]};
+      } else if (auto wrong = places_.read(i, datetime)) {
+        return Stop{std::move(*wrong), i};
+      }
       double number = std::numeric_limits<double>::quiet_NaN();
       if (std::isfinite(datetime.hi)) {
         if (auto wrong = faultOf(datetime)) return Stop{std::move(*wrong), i};
@@ -58,9 +64,19 @@ class Getter : public BlockWorker {
     return wrong(complaint, textOf(datetime));
   }
 
+  bool readTogether(std::size_t start, std::size_t count) {
+    // Parts of a millisecond belong to the components with fractions alone.
+    const bool hasParts = job_.datetimes.type.unit > TimeUnit::ms;
+    if (hasParts && factsOf(job_.component).takesFractions) return false;
+    high_.resize(count);
+    low_.resize(count);
+    return places_.readMillis(start, count, high_.data(), low_.data());
+  }
+
   const GetJob& job_;
-  const DatetimePlaces places_;
+  DatetimePlaces places_;
   const Zone zone_;
+  std::vector<double> high_, low_;
 };
 
 class Converter : public BlockWorker {

@@ -85,6 +85,44 @@ TEST(Get, JustBeforeMidnight) {
   }
 }
 
+// Blocks of near datetimes are read together, and one far away makes its block read one by one.
+TEST(Get, NearAndFarDatetimesAlike) {
+  Cases cases(300'000);
+  Random random(19);
+  const std::pair<const char*, std::int64_t> units[] = {{"<M8[s]", 1'000},
+                                                        {">M8[ms]", 1'000'000},
+                                                        {"<M8[us]", 1'000'000'000},
+                                                        {"<M8[ns]", 1'000'000'000'000}};
+  for (const auto& [type, perKilosecond] : units) {
+    std::vector<std::int64_t> counts = {0, -1, 1, -86'400 * (perKilosecond / 1000), kNaT};
+    while (counts.size() < 2000)
+      counts.push_back(random.whole(-2'000'000, 2'000'000) * perKilosecond +
+                       random.whole(0, perKilosecond - 1));
+    std::vector<std::int64_t> withFar = counts;
+    // More milliseconds than loops take; nanoseconds have none but at the very end.
+    constexpr std::int64_t kFarSeconds = 3 * (std::int64_t{1} << 50) / 1000;
+    std::int64_t far = 0;
+    const bool isBeyond = __builtin_mul_overflow(kFarSeconds, perKilosecond / 1000, &far);
+    withFar.push_back(isBeyond ? std::numeric_limits<std::int64_t>::max() : far);
+    if (type[0] == '>')
+      for (auto* all : {&counts, &withFar})
+        for (std::int64_t& count : *all)
+          count = std::int64_t(__builtin_bswap64(std::uint64_t(count)));
+    for (const char* zone : {"", "UTCLeapSeconds", "America/New_York", "+05:30"}) {
+      std::size_t all = 0;
+      const plxComponentFacts* const facts = plxComponents(&all);
+      for (std::size_t i = 0; i < all; ++i) {
+        const int component = facts[i].component;
+        const std::vector<double> near = read(counts, type, component, zone);
+        const std::vector<double> apart = read(withFar, type, component, zone);
+        ASSERT_EQ(std::memcmp(near.data(), apart.data(), near.size() * sizeof(double)), 0)
+            << type << zone << component;
+        cases += static_cast<std::int64_t>(near.size());
+      }
+    }
+  }
+}
+
 TEST(Get, TellsTheElementThatIsOutOfRange) {
   Column<double> millis({0, 1e300}, "<f8"), numbers({0, 0}, "<f8");
   const plxArray in = millis.array(), out = numbers.array();
