@@ -195,11 +195,12 @@ class Places:
         return tuple(one.start for one in slices)
 
 
-def set_block(*blocks, pair, caller, component, **options):
+def set_block(*blocks, pair, caller, component, spread, **options):
     """Sets a component in a block. `blocks`: the datetimes, two where they are a `pair`; values; and where the block
-    begins, or None."""
+    begins, or None. `spread`: along which dimensions of all values there is one for all datetimes."""
     require(caller)
     *x, value, begin = blocks
+    _require_lengths(value, x[0], spread)
     try:
         results = set(tuple(x) if pair else x[0], component, value, **options)
     except Error as error:
@@ -208,6 +209,14 @@ def set_block(*blocks, pair, caller, component, **options):
     if options["check"] == "mask":
         return (*results[0], results[1]) if pair else results
     return results
+
+
+def _require_lengths(value, x, spread):
+    """Refuses a single value of a chunk that would be taken for all of it, where Dask did not know the lengths."""
+    for length, along, is_one in zip(reversed(np.shape(value)), reversed(x.shape), reversed(spread)):
+        if length != along and not is_one:
+            message = f"value: a chunk of shape {value.shape}, for datetimes of shape {x.shape}"
+            raise library_error("ShapeMismatch", message)
 
 
 def get_block(*blocks, pair, caller, component, **options):

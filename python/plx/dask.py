@@ -79,7 +79,7 @@ def set(x, component, value, *, zone=None, fold="later", gap="shift", check=None
         metas = (*like[0], like[1])
     block = _blocks.Call(
         "plx-set", _blocks.set_block, pair=len(parts) == 2, caller=_caller(), component=_functions.selector(component),
-        **options,
+        spread=tuple(length == 1 for length in np.shape(value)), **options,
     )  # fmt: skip
     results = _mapped(block, [*parts, value], parts[0], metas)
     if len(parts) == 2 and check == "mask":
@@ -137,19 +137,28 @@ def _parts(x):
             else:
                 write = "plx.set takes others, or dask.array.from_array(x) makes one"
             raise TypeError(f"x: of type {type(one).__name__}; accepted: arrays of Dask; {write}")
-    if len(parts) == 2 and parts[0].shape == parts[1].shape:
-        parts = (parts[0], parts[1].rechunk(parts[0].chunks))
+    if type(x) is not tuple:
+        return parts
+    if len(parts) != 2:
+        raise TypeError(f"x: a tuple of {len(parts)}; accepted: (high, low), two arrays of float64")
+    high, low = parts
+    if high.shape == low.shape and not _is_unknown(high):
+        return high, low.rechunk(high.chunks)
+    # Lengths that are not known fit where the blocks are as many; on the worker they are compared.
+    if high.numblocks != low.numblocks or not (_is_unknown(high) and _is_unknown(low)):
+        raise library_error("ShapeMismatch", f"x: high parts of shape {high.shape}, low parts of shape {low.shape}")
     return parts
+
+
+def _is_unknown(array):
+    """Whether some of the chunks have lengths that Dask does not know."""
+    return any(math.isnan(length) for length in array.shape)
 
 
 def _like(parts):
     """Datetimes as these, but none."""
     likes = tuple(_none_of(part) for part in parts)
-    if len(parts) == 1:
-        return likes[0]
-    if len(parts) == 2 and parts[0].shape != parts[1].shape:
-        raise library_error("ShapeMismatch", f"x: high parts of shape {parts[0].shape}, low parts of shape {parts[1].shape}")
-    return likes
+    return likes if len(parts) == 2 else likes[0]
 
 
 def chunked_like(array, values):
@@ -219,7 +228,7 @@ def to_npy(path, x, *, compute=True):
     """
     if not isinstance(x, da.Array):
         raise TypeError(f"x: of type {type(x).__name__}; accepted: arrays of Dask; numpy.save takes those of NumPy")
-    if any(math.isnan(length) for length in x.shape):
+    if _is_unknown(x):
         raise library_error("InvalidArgument", f"x: of shape {x.shape}; accepted: lengths that Dask knows")
     if isinstance(x._meta, np.ma.MaskedArray):
         raise TypeError("x: masked; accepted: arrays without a mask, such as dask.array.ma.filled(x, 'NaT')")
@@ -246,8 +255,10 @@ def _values(value, x):
         return str(value)
     if not isinstance(value, da.Array):
         # NumPy would compute it, here and now.
-        if hasattr(value, "dask"):
+        if dask.is_dask_collection(value):
             raise TypeError(f"value: of type {type(value).__name__}; accepted: a number, a word, an array of NumPy or of Dask")
+        if isinstance(value, np.ma.MaskedArray):
+            value = np.ma.atleast_1d(value)
         value = np.asanyarray(value) if np.ndim(value) else value
     if np.ndim(value) == 0:
         return value[()] if type(value) is np.ndarray else value
@@ -322,7 +333,7 @@ def _of_dimensions(meta, count):
 def _places(x):
     """An array whose blocks tell those of `x` where they begin: no tasks of their own, as they are fused with others. None
     where the chunks have lengths that Dask does not know."""
-    if any(math.isnan(length) for length in x.shape):
+    if _is_unknown(x):
         return None
     return da.from_array(
         _blocks.Places(x.shape), chunks=x.chunks, name="plx-places-" + tokenize(x.chunks), asarray=False,
@@ -473,7 +484,7 @@ class DatetimeAccessor:
             value = dd.from_dask_array(value, index=self._datetimes.index)
         if isinstance(value, dd.Series):
             return value, value._meta
-        if np.ndim(value) == 0 and not hasattr(value, "dask"):
+        if np.ndim(value) == 0 and not dask.is_dask_collection(value):
             return value, value
         raise TypeError(
             f"value: of type {type(value).__name__}, for partitions whose lengths are not known; accepted: a number, a word, a "

@@ -16,6 +16,7 @@ warnings.filterwarnings("ignore", r"\s*Dask dataframe query planning", FutureWar
 import dask
 import dask.dataframe as dd
 import pandas as pd
+import xarray as xr
 
 import plx
 import plx.dask
@@ -154,6 +155,7 @@ def test_masked_arrays():
     given = da.from_array(t, chunks=700)
     results = plx.dask.set(given, "day", days)
     assert (np.ma.getmaskarray(results.compute()) == mask).all()
+    assert np.ma.getmaskarray(plx.dask.set(given, "day", np.ma.masked).compute()).all()
     other = np.ma.array(days.data, mask=mask | (np.arange(COUNT) == 1))
     assert plx.dask.set(given, "day", other).name != results.name
 
@@ -173,8 +175,12 @@ def test_marks_beside_results():
 
 def test_what_is_wrong_with_a_call_shows_at_once():
     x = da.from_array(moments("M8[s]"), chunks=700)
-    with Cases(13) as cases:
+    lazy = xr.DataArray(da.ones(COUNT).map_blocks(pytest.fail, meta=np.ones(0)))
+    with Cases(16) as cases:
         for call, kind, text in [
+            (lambda: plx.dask.set((), "day", 1), TypeError, "x: a tuple of 0; accepted: .high, low."),
+            (lambda: plx.dask.set(x, "day", lazy), TypeError, "value: of type DataArray; accepted: a number"),
+            (lambda: dd.from_dask_array(x).plx.set("day", lazy[0]), TypeError, "value: of type DataArray, for partitions"),
             (lambda: plx.dask.set(x, "dday", 1), plx.Error, "component: 'dday'"),
             (lambda: plx.dask.set(x, "day", 1, zone="Europe/Pariss"), plx.UnknownZone, "Pariss"),
             (lambda: plx.dask.set(x, "day", 1, fold="latest"), plx.Error, "fold: 'latest'"),
@@ -253,6 +259,16 @@ def test_chunks_of_lengths_that_are_not_known():
     assert same_bits(plx.dask.set(some, "day", days).compute(), t[known])
     with pytest.raises(plx.Error, match="compute_chunk_sizes"):
         plx.dask.set(some, "day", np.arange(known.sum()))
+    # Both lengths are not known: one value in a chunk is none for all of it.
+    fewer = da.arange(COUNT, chunks=700)[da.from_array(np.arange(COUNT) % 700 == 0, chunks=700)]
+    with pytest.raises(plx.Error, match=r"value: a chunk of shape \(1,\), for datetimes of shape \(\d+,\)"):
+        plx.dask.set(some, "day", fewer % 28).compute()
+    mask = da.from_array(known, chunks=700)
+    pair = tuple(da.from_array(part, chunks=700)[mask] for part in plx.split(t))
+    results = dask.compute(*plx.dask.set(pair, "day", 1))
+    assert all(map(same_bits, results, plx.set(plx.split(t[known]), "day", 1)))
+    with pytest.raises(plx.Error, match="low parts of shape"):
+        plx.dask.set((pair[0], da.zeros(COUNT, chunks=1000)[:COUNT]), "day", 1)
     with pytest.raises(plx.NotWhole, match="^element 1 of a chunk: Dask does not know") as raised:
         plx.dask.set(some, "day", da.where(some == t[known][1], 1.5, 1)).compute()
     assert raised.value.index is None
