@@ -20,6 +20,7 @@ __all__ = ["DatetimeAccessor"]
 
 # pandas 2.1 renamed it, and warns of the old name.
 _NUMPY_ARRAY = getattr(pd.arrays, "NumpyExtensionArray", None) or pd.arrays.PandasArray
+_IS_OLD = _NUMPY_ARRAY.__name__ == "PandasArray"
 
 
 class DatetimeAccessor:
@@ -135,7 +136,11 @@ class DatetimeAccessor:
     def _wrapped(self, results):
         dtype = self._datetimes.dtype
         if isinstance(dtype, pd.DatetimeTZDtype):
-            results = pd.arrays.DatetimeArray(results, dtype=dtype)
+            # pandas 2.2 warns of the way that takes no copy.
+            if _IS_OLD:
+                results = pd.arrays.DatetimeArray(results, dtype=dtype)
+            else:
+                results = pd.DatetimeIndex(results).tz_localize("UTC").tz_convert(dtype.tz).array
         return self._other(results)
 
     def _other(self, results):

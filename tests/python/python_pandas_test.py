@@ -27,7 +27,10 @@ def test_what_is_kept(zone):
     labels = pd.Index(np.arange(len(t))[::-1] * 2, name="label")
     s = pd.Series(t, index=labels, name="seen")
     s.attrs["from"] = "a buoy"
-    with Cases(6) as cases:
+    with Cases(6) as cases, warnings.catch_warnings():
+        # Of what pandas is about to drop, for one.
+        warnings.simplefilter("error")
+        warnings.simplefilter("ignore", plx.RulesWarning)
         for component, value in (("day", 1), ("hour", 3), ("minute", "last")):
             result = s.plx.set(component, value)
             assert result.dtype == s.dtype and result.name == "seen" and result.attrs == {"from": "a buoy"}
