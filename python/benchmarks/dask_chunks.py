@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """Measures plx on Dask's workers: two processes beside one, chunks of many sizes, and what scheduling costs:
 
-    PYTHONPATH=build/release/python python/benchmarks/dask_chunks.py [ELEMENTS]
+    PYTHONPATH=build/release/python python/benchmarks/dask_chunks.py [ELEMENTS] [--scaling CHUNK]
 
-Prints the tables of docs/dask.md. The datetimes are random, datetime64[ns], and stay with the workers, as do the
+With --scaling it measures two processes beside one, in chunks of that size, and nothing else. Prints the tables of docs/dask.md. The datetimes are random, datetime64[ns], and stay with the workers, as do the
 results, of which some are compared with those of one call first; each number is the median of five runs. Wants a
 machine with nothing else to do, and says how busy it was; the processor's time depends on that the least.
 """
 
+import argparse
 import os
 import statistics
-import sys
 import time
 import warnings
 from typing import NamedTuple
@@ -88,7 +88,11 @@ def cluster(workers):
 
 def main():
     warnings.simplefilter("ignore")
-    total = int(float(sys.argv[1])) if len(sys.argv) > 1 else 64_000_000
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("elements", type=float, nargs="?", default=64e6)
+    parser.add_argument("--scaling", type=float, metavar="CHUNK")
+    given = parser.parse_args()
+    total, chunk = int(given.elements), int(given.scaling or 1_000_000)
     print(f"{total} elements; {os.cpu_count()} processors, load {os.getloadavg()[0]:.1f} at the beginning")
 
     small = moments(min(total, 3_000_000), 400_000)
@@ -98,19 +102,19 @@ def main():
             expected = plx.set(whole, "minute", 3, zone=zone)
             assert (plx.dask.set(small, "minute", 3, zone=zone).compute() == expected).all()
 
-    x = moments(total, 1_000_000).compute(scheduler="synchronous")
+    x = moments(total, chunk).compute(scheduler="synchronous")
     plain = {zone: one_call(x, zone) for zone in ZONES}
     del x
     taken = {}
     for workers in (1, 2):
         with cluster(workers) as own, Client(own) as client:
-            x = moments(total, 1_000_000).persist()
+            x = moments(total, chunk).persist()
             wait(x)
             for zone in ZONES:
                 taken[workers, zone] = on_workers(client, x, zone)
             tasks = x.npartitions
             del x
-    print(f"\nChunks of a million, {tasks} tasks; seconds of the clock, and of the processor: workers, scheduler and client")
+    print(f"\nChunks of {chunk:,}, {tasks} tasks; seconds of the clock, and of the processor: workers, scheduler and client")
     print("\n| zone | one call | one worker | two workers | two beside one |\n|---|---|---|---|---|")
     for zone in ZONES:
         one, two = taken[1, zone], taken[2, zone]
@@ -119,7 +123,12 @@ def main():
             f"| {one.clock:.2f}; {one.workers:.2f}, {one.here:.2f} "
             f"| {two.clock:.2f}; {two.workers:.2f}, {two.here:.2f} | {one.clock / two.clock:.2f} |"
         )
+    if not given.scaling:
+        of_many_chunks(total, plain)
+    print(f"\nload {os.getloadavg()[0]:.1f} at the end; dask {dask.__version__}")
 
+
+def of_many_chunks(total, plain):
     print(
         "\n| chunk | tasks | million a second: no zone | New York | scheduler and client, ms a task | worker beside plx, ms a task |"
         "\n|---|---|---|---|---|---|"
@@ -137,7 +146,6 @@ def main():
                 flush=True,
             )
             del x
-    print(f"\nload {os.getloadavg()[0]:.1f} at the end; dask {dask.__version__}")
 
 
 if __name__ == "__main__":
