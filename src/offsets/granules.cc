@@ -18,7 +18,7 @@ static_assert(kGranuleMillis == static_cast<double>(kGranule) * kMillisPerSecond
 static_assert((kLatest - kEarliest) / kGranule + 4 < static_cast<std::int64_t>(kMostGranules));
 static_assert(kMargin > kGranule && kMargin < kNeighbours * kGranule);
 
-// What is told fits its bits: a change within the margin of a granule, and offsets of less than a day.
+// Each field of a word fits its bits: a change within the margin of a granule, and offsets of less than a day.
 constexpr auto kChangeBias = static_cast<std::int64_t>(kGranuleChangeBias);
 constexpr auto kOffsetBias = static_cast<std::int64_t>(kGranuleOffsetBias);
 static_assert(kMargin <= kChangeBias);
@@ -30,7 +30,7 @@ static_assert(1ULL << (kGranuleAfterBit + 18) <= kGranuleCrowded);
 // Transitions and offsets are whole seconds.
 std::int64_t seconds(double ms) { return static_cast<std::int64_t>(ms / kMillisPerSecond); }
 
-// Counted from 1970, rounded down.
+// The number of the granule that holds t, counted from 1970.
 std::int64_t granuleOf(std::int64_t t) { return t >> kGranuleBits; }
 
 std::uint64_t word(std::int64_t change, std::int64_t before, std::int64_t after) {
@@ -54,7 +54,7 @@ Granules::Line::Line(const OffsetLine& offsets) {
     return;
   }
   const std::int64_t earliest = seconds(*begin), latest = seconds(*(end - 1));
-  // Never without a granule, wherever the changes lie.
+  // At least three granules, wherever the changes lie.
   const std::int64_t first = granuleOf(std::clamp(earliest, kEarliest, kLatest)) - 1;
   const std::int64_t last = granuleOf(std::clamp(latest, kEarliest, kLatest)) + 1;
   const auto size = static_cast<std::size_t>(last - first + 1);
@@ -84,8 +84,8 @@ Granules::Line::Line(const OffsetLine& offsets) {
   words_.resize(size, constant(offset));
   for (const Change& change : changes) addToNeighbours(change);
 
-  // Nothing is told of changes behind the ends, which can be within the margin of more granules.
-  // There are no fewer than these.
+  // Changes beyond the granules are in no word: the granules at that end are marked, as far as the margin of
+  // such a change can reach. There are at least kNeighbours + 1 granules.
   for (std::size_t i = 0; i <= kNeighbours; ++i) {
     const std::uint64_t mark = i == 0 ? kGranuleUntold : kGranuleCrowded;
     if (earliest < kEarliest) words_[i] |= mark;

@@ -1,18 +1,18 @@
 // The offsets of a zone cut into granules of 2^21 seconds, some 24 days, with one 64-bit word for
 // each: one load finds an offset without a search.
 //
-// Hardly ever do two changes come close together. A word holds one change, in its granule or within
-// 32 days of it, and the offsets before and after; where there is none both are the same. Whatever
-// happens within 32 days of an instant can then be told by the word that told the instant.
+// Two changes hardly ever come close together. So a word holds one change, in its granule or within 32
+// days of the granule, and the offsets before and after it, which are equal where there is no such change:
+// the word for an instant tells the offset at every time within 32 days of that instant, too.
 //
-//     bit 63      offsets are not told here: two changes in the granule, or beyond the table
-//     bit 62      a second change within 32 days of the granule
-//     bits 41-58  offset after, in seconds, and 2^17
-//     bits 23-40  offset before, and 2^17
-//     bits 0-22   the change, in seconds from the start of the granule, and 3 * 2^20
+//     bit 63      untold: two changes in the granule, or beyond what the granules cover
+//     bit 62      crowded: a second change within 32 days of the granule
+//     bits 41-58  offset after, in seconds, plus 2^17
+//     bits 23-40  offset before, in seconds, plus 2^17
+//     bits 0-22   the change, in seconds from the start of the granule, plus 3 * 2^20
 //
-// Granules cover the changes between 1800 and 2100. Before the first change and after the last one
-// the first and the last granule stand for all others, and tell the offset if it stays for ever.
+// Granules cover the changes between 1800 and 2100. The first granule stands for all times before it, and
+// the last one for all after it: each tells the offset there if that stays for ever, and is untold if not.
 #pragma once
 
 #include <cstddef>
@@ -35,11 +35,11 @@ inline constexpr std::uint64_t kGranuleCrowded = 1ULL << 62;
 // More granules than any line has; a power of two.
 inline constexpr std::uint64_t kMostGranules = 8192;
 
-// The granules of one line of time, as plain pointers.
+// The granules of one time scale, instants or wall times, as plain pointers.
 struct GranuleLine {
   const std::uint64_t* words;
   double first;  // the number of the first granule, counted from 1970
-  double last;   // that of the last one, counted from the first
+  double last;   // the number of the last granule, counted from the first
 };
 
 class Granules {
@@ -49,7 +49,7 @@ class Granules {
   GranuleLine instants() const { return instants_.line(); }
   GranuleLine walls() const { return walls_.line(); }
 
-  // Of what it points to.
+  // The memory that it points to.
   std::size_t bytes() const { return instants_.bytes() + walls_.bytes(); }
 
  private:
@@ -62,12 +62,12 @@ class Granules {
     std::size_t bytes() const { return words_.capacity() * sizeof(std::uint64_t); }
 
    private:
-    // In seconds from the start of a granule, the number of which counts from that of the table.
+    // In seconds from the start of a granule, whose number counts from the line's first granule.
     struct Change {
       std::int64_t granule, at, before, after;
     };
 
-    // Has the granules within the margin of a change tell it as well.
+    // Enters a change into the words of the other granules within the margin of it.
     void addToNeighbours(const Change& change);
 
     double first_ = 0.0;

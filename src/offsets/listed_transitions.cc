@@ -12,7 +12,7 @@ namespace {
 
 using Resource = icu::LocalUResourceBundlePointer;
 
-// The place of a name among those of all zones, which are in order; -1 where it is none of them.
+// The index of a name among the sorted names of all zones; -1 where it is none of them.
 int32_t placeOf(const icu::UnicodeString& name, const UResourceBundle* names, UErrorCode& status) {
   int32_t low = 0, high = ures_getSize(names);
   while (low < high && U_SUCCESS(status)) {

@@ -1,8 +1,8 @@
 // The past transitions of a zone of ICU's data, in the order in which the data list them.
 //
-// An offset that ICU is asked for is found from the end of that list backwards, by the first transition
-// that is not later: where the list is out of order, later entries hide earlier ones. The rules that ICU
-// tells of a zone are put in order by ICU, and do not show that. Asking ICU at each transition would, but
+// ICU finds the offset at an instant by searching that list from its end backwards for the first transition
+// that is not later: where the list is out of order, later entries hide earlier ones. The rules that ICU gives
+// of a zone are sorted by ICU, and do not show that. Asking ICU for the offset at each transition would, but
 // takes up to 60 us, as long as all that a call does before its first element; reading the list takes 2.
 #pragma once
 

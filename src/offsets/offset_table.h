@@ -24,15 +24,15 @@
 #include <optional>
 #include <vector>
 
-// The offsets along one of the two lines of time, of instants or of wall times. Stretch i goes from
-// `starts[i]` to `starts[i + 1]` and has `offsets[i]`; the first one starts at minus infinity, and the
-// last two end at `cycleEnd` where they start. Plain pointers into an OffsetTable, so that code for any
-// instruction set can share it.
+// The offsets along one of the two time scales, of instants or of wall times. Stretch i goes from
+// `starts[i]` to `starts[i + 1]` and has `offsets[i]`; the first stretch starts at minus infinity, and the
+// last two are empty, at `cycleEnd`. Plain pointers into an OffsetTable, so that code for any instruction
+// set can share it.
 struct OffsetLine {
   const double* starts;
   const double* offsets;
   std::size_t stretches;
-  // The end of the 400 years that recur for ever; infinity where none do.
+  // The end of the 400 years that recur for ever; infinity in a zone without yearly rules.
   double cycleEnd;
 };
 
@@ -42,8 +42,8 @@ double offsetAt(const OffsetLine& line, double t);
 // The stretch that t lies in, t < cycleEnd.
 std::size_t stretchIndex(const OffsetLine& line, double t);
 
-// What surrounds t: the stretch of constant offset, and the offsets beside it. Where a stretch has no
-// end on one side, the offset there is its own.
+// The stretch of constant offset that holds t, and the offsets before and after it. Where the stretch has
+// no end on one side, the offset there is its own.
 struct OffsetStretch {
   double start, end;
   double before, offset, after;
@@ -60,9 +60,9 @@ class OffsetTable {
   //   - one whose yearly rules have dates that ICU's offsets, which are found month by month, do not
   //     follow in years of every kind, such as the first Sunday from 29 March on;
   //   - one whose rules and offsets disagree where the rules change hands;
-  //   - one whose past transitions are not in order in ICU's data, or go on beyond the first year of
-  //     yearly rules. Where they are, ICU's list of rules and its offsets say the same, since they are
-  //     read off the same numbers;
+  //   - one whose past transitions are not in order in ICU's data, or go on into the first year of the
+  //     yearly rules. Where they are in order and end before, ICU's list of rules and its offsets say the
+  //     same, since both are read off the same numbers;
   //   - one of which ICU gives some rules only, for lack of memory. A copy of the zone may give them all.
   // Throws std::bad_alloc.
   static std::optional<OffsetTable> of(const icu::TimeZone& zone);
@@ -70,14 +70,14 @@ class OffsetTable {
   // Whether a zone is of a class that has tables: one of ICU's data, or a fixed offset.
   static bool isForClassOf(const icu::TimeZone& zone);
 
-  // Whether a zone, of a class that has tables, has one offset for ever, the only one of this table. Told
-  // by the zone alone and soon; for a zone that has transitions, the table may be the zone's all the same.
+  // Whether a zone, of a class that has tables, has one offset for ever, the only one of this table. A quick
+  // test, which makes no table; false for any zone with transitions, even where this table is the zone's.
   bool isOneOffsetOf(const icu::TimeZone& zone) const;
 
   OffsetLine instants() const { return line(instants_); }
   OffsetLine walls() const { return line(walls_); }
 
-  // Of what it points to.
+  // The memory that it points to.
   std::size_t bytes() const {
     return (instants_.capacity() + walls_.capacity() + offsets_.capacity()) * sizeof(double);
   }

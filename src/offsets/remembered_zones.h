@@ -1,13 +1,13 @@
 // The offsets of zones that calls have met, for the calls that follow.
 //
 // What a text means as a zone depends on ICU's data and, where it spells an offset, on the locale. So
-// offsets are remembered by the text, the locale and the life of ICU (icu/life.h) that they were read in,
-// and found by these alone.
+// the key of remembered offsets is the text, the locale and the life of ICU (icu/life.h) that they were
+// read in.
 //
-// Nobody waits, and nothing is locked while a zone is in use. A slot counts the calls that use its zone; to
-// put another zone in, a call takes a slot that nobody uses. A slot that is being taken or filled is passed
-// by: the zone then counts as not remembered. So a child of fork() is free of what other threads of its
-// parent were doing at that moment. At worst a slot stays as it was: never filled, or never taken again.
+// Lock-free: no thread ever waits. A slot counts the calls that use its zone; to put another zone in, a call
+// takes a slot that no call uses. A slot that is being taken or filled is passed by: its zone then counts as
+// not remembered. So a child of fork() does not depend on what other threads of its parent were doing at that
+// moment. At worst a slot stays as it was: never filled, or never taken again.
 #pragma once
 
 #include <array>
@@ -31,8 +31,8 @@ struct ZoneKey {
 
 class RememberedZones {
  public:
-  // At most so many zones, each with at most so many bytes of tables: 8 MiB. The tables of a zone of ICU's
-  // data have up to 97 KiB.
+  // 64 zones with at most 128 KiB of tables each are at most 8 MiB. The tables of a zone of ICU's data have
+  // up to 97 KiB.
   static constexpr std::size_t kMostZones = 64;
   static constexpr std::size_t kMostBytesOfAZone = std::size_t{128} << 10;
   // Longer texts and names of locales are not remembered. ICU's longest identifier has 32 units.
@@ -119,8 +119,8 @@ class RememberedZones {
   // Empty where the zone is not remembered.
   InUse find(const ZoneKey& key);
 
-  // Notes that a zone was met; whether it had been before, as far as is known: many others may have been met
-  // since, and two zones may seem to be the same.
+  // Notes that a zone was met, and returns whether it seems to have been met before. A hint only: zones met
+  // since may have overwritten the note, and two zones may have the same hash.
   bool meet(const ZoneKey& key);
 
   // Remembers the table of a zone, or that it has none, in place of the zone that was last used longest
@@ -143,7 +143,7 @@ class RememberedZones {
   Numbers hashes_{};    // of the keys
   Numbers lastUsed_{};  // 0: empty
   std::array<Slot, kMostZones> slots_;
-  std::atomic<std::uint64_t> now_ = 0;  // how many zones were remembered so far: a time
+  std::atomic<std::uint64_t> now_ = 0;  // how many zones were remembered so far, as a clock
   std::array<std::atomic<std::uint64_t>, 256> met_{};  // hashes
 };
 

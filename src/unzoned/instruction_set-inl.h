@@ -3,9 +3,9 @@
 // HWY_NAMESPACE is the set's namespace. To be included before any other header of Highway.
 #pragma once
 
-// The compiler's switches stay those of any processor, and the set is chosen by attributes of the
-// functions alone: the linker keeps one copy of an inline function of the standard library, and one
-// compiled for a newer processor would be called, and fail, on older ones.
+// The compiler's options stay those of the baseline processor; attributes of functions alone select the
+// set. For the linker keeps one copy of an inline function of the standard library, and a copy compiled
+// for a newer processor would be called, and fail, on older ones.
 
 // Keep Highway from allowing instructions that instruction_sets.h does not ask the processor for. No
 // vector code here needs them.
@@ -14,7 +14,7 @@
 
 #include <hwy/detect_targets.h>
 
-#ifndef PLX_INSTRUCTION_SET  // read alone, by an editor
+#ifndef PLX_INSTRUCTION_SET  // where an editor parses this header alone
 #define PLX_INSTRUCTION_SET Baseline
 #endif
 

@@ -65,7 +65,7 @@ struct List {
 
 }  // namespace instruction_sets
 
-// The walk of the best of the sets; `without` where there is none.
+// The walk of the first, and so best, of the sets; the fallback `without` where `sets` is empty.
 template <class Walk>
 Walk* bestOf(const std::vector<CompiledFor<Walk>>& sets, Walk* without) {
   return sets.empty() ? without : sets.front().walk;

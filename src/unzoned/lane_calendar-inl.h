@@ -12,9 +12,9 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// floor(x/divisor + offset) for whole x. Such quotients lie 1/divisor apart; with half of this gap
-// added, none comes closer to a whole number than the other half, and all that is rounded, fused or
-// not, is less (dividesByGap()).
+// floor(x/divisor + offset) for whole x. Such quotients lie 1/divisor apart. With half of this gap added,
+// each lies at least half a gap from every whole number, and all rounding errors together, fused or not,
+// are smaller (dividesByGap()).
 HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
   return hn::Floor(hn::MulAdd(x, all(1.0 / divisor), all(offset + halfGap(divisor))));
 }
@@ -23,10 +23,10 @@ HWY_INLINE V floorDivided(V x, double divisor, double offset = 0.0) {
 struct MarchDate {
   V year;
   V first;      // the day number on which the year begins
-  V dayOfYear;  // from 0, and Calendar::kRest more
+  V dayOfYear;  // from 0, plus Calendar::kRest
 };
 
-// The calendar with all of its rules. The day of the year keeps the 3/4 that the divisions add (kRest).
+// The calendar with all of its rules. A day of the year includes the 3/4 that the divisions add (kRest).
 struct Gregorian {
   static constexpr double kDaysFromMarch = lanes::kDaysFromMarch;
   static constexpr double kDaysFromJanuary = lanes::kDaysFromJanuary;
@@ -70,10 +70,10 @@ struct Gregorian {
   }
 };
 
-// The same where every fourth year is a leap year, without centuries. From 1888 on, as if 1900 had
-// been a leap year too; from March 1900 to February 2100 each day has the year and the day of the year
-// that it has in the calendar with all rules. The numbers are so small that half of a gap between
-// quotients covers all that is rounded (floorDivided()).
+// The calendar in which every fourth year is a leap year. Its days count from 1888, and 1900 is a leap
+// year, too; from March 1900 to February 2100 each day has the March year, and the day of that year, of
+// the Gregorian calendar. The numbers are so small that half of a gap between quotients covers all
+// rounding errors (floorDivided()).
 struct Julian {
   static constexpr double kDaysFromMarch = kJulianDaysFromMarch;
   static constexpr double kDaysFromJanuary = kJulianDaysFromJanuary;
@@ -113,10 +113,10 @@ HWY_INLINE V marchMonth(V dayOfYear) {
 // 0.1.
 HWY_INLINE V daysBeforeMarchMonth(V month) { return hn::Round(month * all(30.6)); }
 
-// January and February belong to the civil year that follows.
+// Whether a day of the March year lies in January or February, which belong to the next civil year.
 HWY_INLINE M isNextYear(V dayOfYear) { return hn::Ge(dayOfYear, all(306.0)); }
 
-// Sundays since the first day of the calendar, a Saturday.
+// The Sundays from day 0, a Saturday, to day n, both included.
 HWY_INLINE V sundays(V n) { return ceilTimes(n, kWeeksPerDayBelow); }
 
 }  // namespace lanes::HWY_NAMESPACE

@@ -11,8 +11,8 @@ namespace lanes::HWY_NAMESPACE {
 // Each says which new values it accepts (kBound, and kJulianBound around kJulianValue), from where it
 // counts days (kFirst), and by how many days the day number n moves, in either calendar. What depends
 // on the new value alone is of type New, so that it is computed once where there is one value for all.
-// All quantities are exact: whole numbers below 2^53, some with Calendar::kRest, which cancels. What the
-// plain code computes is the same number.
+// All quantities are exact: whole numbers below 2^53, some plus Calendar::kRest, which cancels. So the
+// plain code's results are the same numbers.
 
 // Days count from a first of March, or of January.
 struct FromMarch {
@@ -65,10 +65,10 @@ struct SetMonth : FromMarch, NearZero {
   static constexpr double kBound = kMonthBound;
   static constexpr double kJulianBound = kJulianMonthBound;
   struct New {
-    // From the March year of the old date to that of the new month, and kMoreYears.
+    // Years from the March year of the old date to that of the new month, plus kMoreYears.
     V years;
     V oneMore;     // for a date of January or February, whose March year is one earlier
-    V daysBefore;  // of the March year before the new month, less kMoreDays
+    V daysBefore;  // the days of the March year before the new month, less kMoreDays
   };
   template <class Calendar>
   static HWY_INLINE New newOf(V v) {
@@ -101,7 +101,7 @@ struct SetWeekOfYear : FromJanuary, NearZero, TakesValue {
   static constexpr double kJulianBound = kBound;
   template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V v) {
-    // The week of the year is 1 and the Sundays since the one that begins the week of 1 January.
+    // The week of the year is 1, plus 1 for each Sunday after the one that begins the week of 1 January.
     const V week = sundays(n) - sundays(Calendar::firstOfJanuary(n));
     return (v - (week + all(1.0))) * all(7.0);
   }
@@ -133,14 +133,14 @@ struct SetDayOfWeek : FromJanuary, NearZero {
   using New = V;  // days after Sunday
   template <class Calendar>
   static HWY_INLINE V newOf(V v) {
-    // The remainder has the sign of v - 1: Trunc() is floorTimes() on either side of zero.
+    // Rounded toward zero, for a remainder with the sign of v - 1; exact like floorTimes(), on either side.
     const V fromSunday = v - all(1.0);
     const V weeks = hn::Trunc(fromSunday * all(kWeeksPerDay));
     return hn::NegMulAdd(weeks, all(7.0), fromSunday);
   }
   template <class Calendar>
   static HWY_INLINE V daysMoved(V n, V set) {
-    const V sunday = hn::MulSub(sundays(n), all(7.0), all(6.0));  // day 1 was the first one
+    const V sunday = hn::MulSub(sundays(n), all(7.0), all(6.0));  // day 1 is the first Sunday
     return (sunday - n) + set;
   }
 };
@@ -148,8 +148,8 @@ struct SetDayOfWeek : FromJanuary, NearZero {
 // ---- All components ----
 //
 // Each sets datetimes t of a domain to values it accepts: setWhole() those of whole milliseconds, by
-// either calendar, and set() pairs. A clock knows no calendar. The low parts of setWhole() are zero
-// where a component stays whole.
+// either calendar, and set() pairs. Components of the clock ignore the calendar. The low parts of
+// setWhole() are zero for components that take no fractions.
 
 template <class Date>
 struct OfDate {
@@ -191,8 +191,8 @@ struct OfClock : TakesValue {
   static constexpr bool kTakesFractions = false;
   static constexpr bool kHasCalendars = false;
 
-  // `from` and the result count from kClockStart milliseconds before 1970. Units are counted from there
-  // like the larger ones, and not from the last of these, so that neither product waits for the other.
+  // `from` and the result count from kClockStart milliseconds before 1970. Units, too, are counted from
+  // there, and not from the beginning of the larger unit, so that neither product depends on the other.
   static HWY_INLINE V setFromStart(V from, V v) {
     const V larger = floorTimes(from, Unit::kLargerPerMilli);
     const V units = floorTimes(from, Unit::kPerMilli);
@@ -202,7 +202,7 @@ struct OfClock : TakesValue {
 
   template <class>
   static HWY_INLINE Pair setWhole(V t, V v) {
-    // A sum with t itself would be -0 for t and v of -0.
+    // Not a sum with t itself, which would be -0 where t and v are -0.
     return {setFromStart(t + all(kClockStart), v) - all(kClockStart), hn::Zero(d)};
   }
 
@@ -219,8 +219,8 @@ struct OfClock : TakesValue {
 
 // Second and time of day: v seconds after the minute or the day begins, whatever was there before.
 //
-// The product v*1000 is rounded on its own, as in the plain code. The plain code adds it to the
-// rest of the day, and then the day, each sum with its error. As days and minutes are whole
+// The product v*1000 is rounded on its own, as in the plain code. The plain code adds that product to the
+// rest of the day, and the sum to the day, each sum with its error. As days and minutes are whole
 // milliseconds, both errors together are exactly the error of the one sum here (docs/numerics.md), so
 // both codes give the normalised pair of the exact sum.
 template <class Unit>

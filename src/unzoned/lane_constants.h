@@ -1,5 +1,5 @@
-// The numbers of the vector arithmetic: domains, calendar origins, factors in place of divisors,
-// and the leap seconds as a table without a search. All of it is computed by the compiler.
+// The constants of the vector arithmetic: bounds of the domains, calendar origins, reciprocals in place
+// of divisors, and a table of leap seconds that needs no search. All are computed at compile time.
 #pragma once
 
 #include <bit>
@@ -25,8 +25,8 @@ inline constexpr double kPairBound = 0x1p52;   // 4503599627370496, some 142,700
 // day from instants.
 inline constexpr double kWholeRoom = kMillisPerDay;
 
-// New values. A result reaches no further than 2^52 from datetimes up to 2^49, and no further than
-// 2^53 from those up to 2^52.
+// New values: within these bounds a datetime within 2^49 has a result within 2^52, and a datetime within
+// 2^52 a result within 2^53, as leadsNoFurther() shows.
 inline constexpr double kYearBound = 0x1p16;
 inline constexpr double kQuarterBound = 0x1p18;
 inline constexpr double kMonthBound = 0x1p20;
@@ -36,9 +36,9 @@ inline constexpr double kHourBound = 0x1p28;
 inline constexpr double kMinuteBound = 0x1p34;
 inline constexpr double kSecondsBound = 0x1p40;
 
-// Whether values up to a bound, in units of at most `millis`, lead no further than 2^52 from whole
-// datetimes. Years count from year 0, 719528 days before 1970; what any component takes away for the
-// value that it replaces is less than that.
+// Whether new values up to `bound`, in units of at most `millis` milliseconds, keep the results of whole
+// datetimes within 2^52, and so those of pairs within 2^53. Years count from year 0, 719528 days before
+// 1970; the old value that any other component takes away is less than that.
 constexpr bool leadsNoFurther(double bound, double millis) {
   return kWholeBound + kWholeRoom + bound * millis + 719528.0 * kMillisPerDay < 0x1p52;
 }
@@ -51,9 +51,9 @@ static_assert(leadsNoFurther(kHourBound, kMillisPerHour));
 static_assert(leadsNoFurther(kMinuteBound, kMillisPerMinute));
 static_assert(leadsNoFurther(kSecondsBound, kMillisPerSecond));
 
-// Where every fourth year is a leap year: datetimes at most 96 such years from 2000-01-01, which are
-// those of 1904 to 2095 and the first moment of 2096, and new values that keep the years on the way
-// between March 1900 and February 2100.
+// The Julian domain: datetimes at most 96 years of 365.25 days from 2000-01-01, which are those of 1904
+// to 2095 and the first moment of 2096, and new values that keep every year on the way between March
+// 1900 and February 2100.
 inline constexpr double kJulianMiddle = 946684800000.0;  // 2000-01-01
 inline constexpr double kJulianReach = 96.0 * 365.25 * kMillisPerDay;
 inline constexpr double kJulianMiddleYear = 2000.0;
@@ -74,8 +74,8 @@ inline constexpr double kDaysFromJanuary = 719528.0 + kCycles * kDaysPer400Years
 static_assert(kPairBound / kMillisPerDay + 1.0 < kDaysFromMarch);
 static_assert(kYearBound + 1.0 < kYearsBefore0);
 
-// Where every fourth year is a leap year, days count from 1888-03-01 or 1888-01-01, a Saturday, as
-// if 1900 had been a leap year too: they are those of the calendar from March 1900 on.
+// In the Julian domain days count from 1888-03-01, or from 1888-01-01, a Saturday, of the calendar in
+// which 1900 is a leap year, too. From March 1900 on its dates are the Gregorian ones.
 inline constexpr double kJulianYear0 = 1888.0;
 inline constexpr double kJulianDaysFromMarch = 29891.0;
 inline constexpr double kJulianDaysFromJanuary = kJulianDaysFromMarch + 60.0;
@@ -115,9 +115,9 @@ constexpr double reciprocalBelow(std::int64_t divisor) {
   return excess(x, divisor) <= 0.0 ? x : neighbour(x, -1);
 }
 
-// Whether floor(x * factor), or for a factor rounded down ceil(x * factor), is that of x / divisor
-// for every whole x from 0 to `largest`. See floorTimes(): the error at the last x before a
-// multiple must be smaller than 1/divisor.
+// Whether floor(x * factor) equals floor(x / divisor), or for a factor that is rounded down
+// ceil(x * factor) equals ceil(x / divisor), for every whole x from 0 to `largest`. See floorTimes(): the
+// error at the last x before a multiple (after one, for ceilings) must be smaller than 1/divisor.
 constexpr bool divides(double factor, std::int64_t divisor, double largest) {
   const double quotient = largest / static_cast<double>(divisor) + 1.0;
   const double halfPlace =
@@ -126,7 +126,7 @@ constexpr bool divides(double factor, std::int64_t divisor, double largest) {
   return (e < 0.0 ? -e : e) * quotient + halfPlace * 0x1p-53 < 1.0 / static_cast<double>(divisor);
 }
 
-// The largest numbers of each kind.
+// The largest milliseconds, days and years, counted from the origins above.
 inline constexpr double kLargestMillis =
     kDaysFromJanuary * kMillisPerDay + kWholeBound + kWholeRoom;
 inline constexpr double kLargestClock = kClockStart + kWholeBound + kWholeRoom;
@@ -138,7 +138,7 @@ static_assert(kLargestDay / 365.0 + kMoreYears + kMonthBound / 12.0 < kLargestYe
 inline constexpr double kDaysPerMilli = reciprocalAbove(86400000);
 static_assert(divides(kDaysPerMilli, 86400000, kLargestMillis));
 
-// Four times the reciprocals, exactly: floor((4n + 3)/146097) is that of (n + 3/4) times the factor.
+// Four times the reciprocals, exactly: floor((4n + 3)/146097) equals floor((n + 3/4) * kCenturiesPerDay).
 inline constexpr double kCenturiesPerDay = 4.0 * reciprocalAbove(146097);
 static_assert(divides(kCenturiesPerDay / 4.0, 146097, 4.0 * kLargestDay + 3.0));
 inline constexpr double kYearsPerDay = 4.0 * reciprocalAbove(1461);
@@ -153,12 +153,12 @@ inline constexpr double kWeeksPerDayBelow = reciprocalBelow(7);
 static_assert(divides(kWeeksPerDay, 7, kDayBound + 1.0));
 static_assert(divides(kWeeksPerDayBelow, 7, kLargestDay));
 
-// Half of the gap between neighbouring quotients x/divisor for whole x, in quotients.
+// Half of 1/divisor, the gap between the quotients x/divisor of neighbouring whole x.
 constexpr double halfGap(double divisor) { return 0.5 / divisor; }
 
-// Whether a floor of a rounded x * (1/divisor) + (offset + half a gap), fused or not, is that of the
-// exact x/divisor + offset, for all quotients and offsets up to `largest`: each of the factor, the
-// offset, the product and the sum is off by no more than 2^-53 of `largest`.
+// Whether the floor of x * (1/divisor) + (offset + half a gap), rounded, fused or not, equals that of the
+// exact x/divisor + offset, where quotient, offset and their sum are at most `largest`: factor, offset,
+// product and sum then each add an error of at most 2^-53 of `largest`, and all together less than half a gap.
 constexpr bool dividesByGap(double divisor, double largest) {
   return 4.0 * 0x1p-53 * largest < halfGap(divisor);
 }
@@ -192,10 +192,10 @@ static_assert(divides(Minute::kLargerPerUnit, 60, 24.0 * 60.0));
 
 // ---- Leap seconds ----
 
-// Leap seconds by buckets of 300 days; bucket i has its middle i * 300 days after 1970. A bucket has
-// the first instant that does not lie before it, or else the last of all, and the number of instants
-// before that one. At most one instant falls into a bucket, so comparing a time in it with its instant
-// decides. Times before the first bucket count as in the first, times after the last as in the last.
+// Leap seconds by buckets of 300 days; the middle of bucket i lies i * 300 days after 1970. A bucket holds
+// the first instant of leapInstantsUTC in or after it, or else the last of all, and the number of instants
+// before that one. At most one instant falls into a bucket, so one comparison with the bucket's instant
+// tells the leap seconds of a time in it. Times beyond either end count as in the first or last bucket.
 //
 // Both time scales share the buckets: they are less than a minute apart, and no instant comes closer
 // to the end of a bucket than a day. So the bucket of a rounded time, or of a pair's high part alone,
@@ -245,7 +245,7 @@ constexpr bool haveBucketsOfTheirOwn() {
 }
 static_assert(haveBucketsOfTheirOwn());
 
-// Whether the form for registers loses nothing: each instant is a whole day, and on the counting line
+// Whether the form for registers loses nothing: each instant is a whole day, and on the leap-second scale
 // it comes later by the seconds inserted before it.
 constexpr bool areDays() {
   for (int i = 0; i < kLeapSeconds; ++i) {

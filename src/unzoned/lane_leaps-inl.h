@@ -7,14 +7,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace lanes::HWY_NAMESPACE {
 
-// What the bucket of a time has, in milliseconds: the UTC instant of its leap second, and the leap
+// What the bucket of a time holds, in milliseconds: the UTC instant of one leap second, and the leap
 // seconds inserted before that instant.
 struct Leap {
   V instant;
   V before;
 };
 
-// 2^52 + the number of a time's bucket: the number stands in the lowest bits.
+// 2^52 + the number of a time's bucket, rounded to nearest: the number stands in the lowest bits.
 HWY_INLINE V leapNumber(V t) {
   const V within =
       hn::Min(hn::Max(t, hn::Zero(d)), all((LeapBuckets::kCount - 1) * LeapBuckets::kMillis));
@@ -26,8 +26,8 @@ HWY_INLINE Leap leapOfEntry(V entry) {
   return {instant, (entry - instant) * all(LeapBuckets::kScale * kMillisPerSecond)};
 }
 
-// The better a set of x86, the smaller its number. All from AVX3 on have the instruction, which is of
-// AVX-512BW, but a future one may have shorter vectors.
+// Highway numbers the better sets of x86 lower. All from AVX3 on have the instruction that looks up here
+// (vpermi2w, of AVX-512BW), but a future one may have shorter vectors.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 && HWY_MAX_BYTES == 64
 // All buckets in four registers.
 constexpr bool kHasLeapRegisters = true;
@@ -40,7 +40,7 @@ HWY_INLINE V lookUp(const std::uint16_t (&table)[LeapBuckets::kCount], V number)
       _mm512_load_si512(table), words, 0x11111111, _mm512_load_si512(table + 32)))};
 }
 
-// The fused operations are exact, as their results are.
+// The fused operations are exact: their results are whole numbers below 2^53.
 HWY_INLINE Leap leapOf(V t) {
   const V number = leapNumber(t);
   const V day = lookUp(kLeapBuckets.days, number), before = lookUp(kLeapBuckets.before, number);
@@ -56,9 +56,9 @@ HWY_INLINE Leap leapOf(V t) {
 }
 #endif
 
-// The leap seconds, in milliseconds, inserted at or before a whole time or a pair, by the instant
-// of its bucket. A pair lies at or after a whole number where (t.hi - instant) + t.lo, whose sign is
-// exact, is not negative.
+// The leap seconds, in milliseconds, inserted at or before a time, which is a whole number or a pair, by
+// the instant of its bucket. A pair lies at or after a whole number where (t.hi - instant) + t.lo, whose
+// sign is exact, is not negative.
 HWY_INLINE M isAtOrAfter(V t, V instant) { return hn::Ge(t, instant); }
 HWY_INLINE M isAtOrAfter(Pair t, V instant) { return hn::Ge((t.hi - instant) + t.lo, hn::Zero(d)); }
 template <class Time>

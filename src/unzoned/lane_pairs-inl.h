@@ -56,9 +56,9 @@ HWY_INLINE void leaveVectors() {
 // The transforms of arith/doubledouble.h for finite values: the same sums with the same errors,
 // never fused. Folding in a low part, which the plain code skips for a zero one, is always done: on
 // a normalised pair it changes nothing but perhaps the sign of a zero low part. No result has a low
-// part of -0 here: quickTwoSum(), the last step of all, gives zero errors as +0, whether a - s is
-// +0 or cancels b. No result of the plain code has one either: its low part is the error of a sum a + b
-// with a != -0.
+// part of -0 here: the last step is quickTwoSum() or twoSum(), which give a zero error as +0, since a - s
+// or a - t is then +0, or cancels what is added to it. No result of the plain code has one either: its
+// low part is the error of a sum a + b with a != -0.
 
 struct Pair {
   V hi;
@@ -169,7 +169,7 @@ HWY_INLINE M isAccepted(V v) {
   return hn::And(isAtMost(v, Component::kBound), isZeroBits(fractionBits(v)));
 }
 
-// Bits that must all be zero are tested together: comparisons are dear beside logic.
+// Bits that must all be zero are OR-ed and tested once: a comparison takes longer than a logical operation.
 template <class Component>
 HWY_INLINE M areWhole(Pair t, V v) {
   V bits = hn::Or(t.lo, fractionBits(t.hi));
@@ -198,10 +198,10 @@ HWY_INLINE M isJulianAndAccepted(Pair t, V v) {
   return hn::And(isBounded, areWhole<Component>(t, v));
 }
 
-// Normalised pairs up to 2^52 milliseconds, with any fraction that is not within reach of the
-// subnormals (the plain quotient of a tiny low part would underflow to zero, and miss that it
-// reaches below a whole day). Here the sums of the plain code are kept step by step, and only its
-// quotients and floors are replaced, by floorQuotient() below.
+// Normalised pairs up to 2^52 milliseconds whose last part that is not zero is at least 2^-700, far from
+// the subnormals: the plain code divides a tiny negative low part to zero by underflow, and its floor then
+// misses that the time lies just below a whole day. Here the sums of the plain code are kept step by
+// step, and only its quotients and floors are replaced, by floorQuotient() below.
 HWY_INLINE M isPair(Pair t) {
   const V zero = hn::Zero(d);
   const V smallest = hn::IfThenElse(hn::Eq(t.lo, zero), t.hi, t.lo);
@@ -236,7 +236,7 @@ HWY_INLINE V floorQuotient(Pair t, double unit) {
 }
 
 // The same within a day, where t.hi lies in [0, 86400000] and the reciprocal is rounded up: the
-// candidate is never too small without an offset.
+// candidate is never too small, even without an offset.
 HWY_INLINE V floorQuotientOfDay(Pair t, double unit, double unitsPerMilli) {
   const V candidate = floorTimes(t.hi, unitsPerMilli);
   const V rest = t.hi - candidate * all(unit);

@@ -1,16 +1,16 @@
-// The look-ups of a block of elements on the line that counts leap seconds.
+// The look-ups of a block of elements on the leap-second scale.
 #pragma once
 
 #include <cstddef>
 
 namespace lanes {
 
-// How many elements on the line that counts leap seconds are set together: a multiple of every
-// vector, and few enough for all of their numbers to stay in the level-1 cache.
+// Elements per block on the leap-second scale: a multiple of the lanes of every set, and few enough for
+// all of the block's arrays to stay in the level-1 cache.
 inline constexpr std::size_t kBlock = 256;
 
-// The entries of a block, by numbers as leapNumber() gives them. Compiled once, for every processor:
-// for newer ones the compiler would make gathers of these loads, which take longer.
+// The table's entries for a block, by bucket numbers as leapNumber() gives them. Compiled once, for the
+// baseline processor: for newer ones the compiler would turn these loads into gathers, which take longer.
 void lookUp(const double* numbers, double* entries);
 
 }  // namespace lanes

@@ -2,7 +2,7 @@
 
 namespace {
 
-// How many of the instants lie at or before t, in milliseconds of leap seconds.
+// The leap seconds inserted at or before t, in milliseconds.
 double leapMillis(const std::array<double, kLeapSeconds>& instants, const doubledouble& t) {
   const double whole = dd::collapse(dd::Floor(t));
   for (int i = kLeapSeconds - 1; i >= 0; --i) {  // recent values are the common ones
@@ -13,8 +13,8 @@ double leapMillis(const std::array<double, kLeapSeconds>& instants, const double
 
 }  // namespace
 
-// Before the first leap second nothing is added, not even a zero: a value of -0 stays one, and a
-// pair that is not normalised stays as it is.
+// Before the first leap second nothing is added, not even a zero: -0 stays -0, and a pair that is not
+// normalised stays as it is.
 
 doubledouble elapsedToUTC(const doubledouble& elapsed) {
   const double leap = leapMillis(leapInstantsElapsed, elapsed);

@@ -1,8 +1,8 @@
-// The leap-second-counting UTC line, and its conversions to and from the UTC line that ignores leap
-// seconds. Both count milliseconds since 1970-01-01T00:00:00.
+// The leap-second scale, which counts inserted seconds, and its conversions to and from UTC, which
+// ignores them. Both count milliseconds since 1970-01-01T00:00:00.
 //
 // The table has the 25 leap seconds inserted from 1972 to the middle of 2012 and ends there: before the
-// first the two lines agree, and from the last on they stay 25 seconds apart.
+// first the two scales agree, and from the last on they stay 25 seconds apart.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 inline constexpr int kLeapSeconds = 25;
 
-// The start of the UTC day that follows each inserted second, on the line that ignores them.
+// The start of the UTC day that follows each inserted second, in UTC.
 inline constexpr std::array<double, kLeapSeconds> leapInstantsUTC = {
     78796800000,    // 1972-07-01
     94694400000,    // 1973-01-01
@@ -40,18 +40,18 @@ inline constexpr std::array<double, kLeapSeconds> leapInstantsUTC = {
     1341100800000,  // 2012-07-01
 };
 
-// The same on the counting line, where each is the first instant of the inserted second 23:59:60:
-// the UTC instant and the seconds inserted before it.
+// The first instant of each inserted second 23:59:60, on the leap-second scale: the UTC instant plus the
+// seconds inserted before it.
 inline constexpr std::array<double, kLeapSeconds> leapInstantsElapsed = [] {
   std::array<double, kLeapSeconds> elapsed{};
   for (int i = 0; i < kLeapSeconds; ++i) elapsed[i] = leapInstantsUTC[i] + i * kMillisPerSecond;
   return elapsed;
 }();
 
-// From the counting line to UTC. A value inside an inserted second, 23:59:60.x, lands on 23:59:59.x
+// From the leap-second scale to UTC. A value inside an inserted second, 23:59:60.x, lands on 23:59:59.x
 // of the same day: 1341100824500 gives 1341100799500.
 doubledouble elapsedToUTC(const doubledouble& elapsed);
 
-// From UTC to the counting line. 1341100800000 gives 1341100825000. Never inside an inserted
-// second.
+// From UTC to the leap-second scale. 1341100800000 gives 1341100825000. The result is never inside an
+// inserted second.
 doubledouble utcToElapsed(const doubledouble& utc);

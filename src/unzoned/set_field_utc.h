@@ -1,5 +1,5 @@
 // Setting one component of every datetime of an array by arithmetic: without a zone, in UTC, or on
-// the line that counts leap seconds.
+// the leap-second scale.
 #pragma once
 
 #include <unicode/ucal.h>

@@ -1,10 +1,10 @@
-// Which function calls which; each fixes one template parameter:
+// Which function calls which. All but the last choose a template argument at run time:
 //
 //   walk, byComponent   the component
 //   byTimeScale         UTC or leap seconds; walkCounting where leap seconds are looked up by blocks
 //   byLength            one value for all or one for each; walkShort below the length of a vector
-//   walkVectors         domain after domain, the quickest first: the vectors of each by `run`, vectors
-//                       of several by setMixed, which leaves what is in no domain to the plain code
+//   walkVectors         tries one domain after the other, the quickest first: `run` sets vectors whose
+//                       lanes are all in one domain, setMixed any others, by the plain code if need be
 //
 // Compiled once for each instruction set, PLX_INSTRUCTION_SET, into an object of its own.
 
@@ -21,15 +21,15 @@ namespace lanes::HWY_NAMESPACE {
 
 static_assert(kBlock % hn::MaxLanes(d) == 0);
 
-// What is not finite becomes the sum of value and datetime, with a low part of +0: the error of
-// such a sum is NaN, which the plain code clears.
+// Lanes whose datetime or value is not finite become the sum of both, with a low part of +0: the error
+// of such a sum is NaN, which the plain code clears.
 HWY_INLINE Pair sumUnless(M finite, Pair set, Pair t, V v) {
   return {hn::IfThenElse(finite, set.hi, (v + t.hi) + t.lo), hn::IfThenElseZero(finite, set.lo)};
 }
 
-// A vector of datetimes and values of all kinds, set and stored where element i begins. Lanes in no
-// domain are set by the plain code, in order. Returns the index of the first element that the plain
-// code refuses; else, the count.
+// Sets the vector of elements that begins with element i, whatever its datetimes and values are. Lanes
+// in no domain are set by the plain code, in order. Returns the index of the first element that the
+// plain code refuses, or the count of all elements.
 template <class Lanes>
 HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elements& e, size_t i,
                              Pair t, V v) {
@@ -47,8 +47,8 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   return e.count;
 }
 
-// The domains: whether a vector belongs to one (`has`), and how it is set there, given what depends
-// on the new value alone.
+// The domains: which lanes belong to one (`has`), and how these are set (`set`), given the value's New,
+// which is all that depends on the new value alone.
 template <class Lanes, class OfCalendar>
 struct WholeBy {
   using Calendar = OfCalendar;
@@ -68,7 +68,7 @@ struct Pairs {
   static HWY_INLINE Pair set(Pair t, V, typename Lanes::New set) { return Lanes::set(t, set); }
 };
 
-// A domain and everything that is not finite.
+// A domain, extended by all datetimes and values that are not finite.
 template <class Domain>
 struct AndNonFinite {
   using Calendar = typename Domain::Calendar;
@@ -111,9 +111,9 @@ struct Vectors {
   double* HWY_RESTRICT resultLow;
 };
 
-// Sets vectors of one domain from element i on, none that begins after `last`. Returns where the
-// first vector begins that is not set. A loop of its own for each domain: what does not change stays
-// in registers, and what depends on one value for all is computed before the loop.
+// Sets vectors of one domain from element i on, none that begins after `last`. Returns the index at
+// which the first vector that is not set begins. Each domain has a loop of its own, whose invariants,
+// with all that depends on one value for all, are computed before it and stay in registers.
 template <class Lanes, class Domain, bool kOneValue, class Results>
 HWY_INLINE size_t run(const Vectors<kOneValue>& e, size_t i, size_t last, const Results& results) {
   using Calendar = typename Domain::Calendar;
@@ -137,20 +137,20 @@ size_t walkVectors(Component component, bool leapSeconds, const Elements& elemen
   HWY_ALIGN double zeros[hn::MaxLanes(d)];
   hn::Store(hn::Zero(d), d, zeros);
   const Vectors<kOneValue> e(elements, zeros);
-  // With leap seconds the arithmetic takes longer than memory does, and nothing is won.
+  // With leap seconds the arithmetic takes longer than memory does: non-temporal stores would gain nothing.
   const PastCaches pastCaches(elements.resultHigh, elements.resultLow,
                               leapSeconds ? 0 : elements.count);
 
-  // The quickest domain first, and again after a few vectors of another one. What is not finite
-  // comes alone or in crowds: only a few vectors are set at a time in a domain that includes it.
+  // The quickest domain is tried first, and again after a limited number of vectors in another one.
+  // Elements that are not finite come singly or in runs: a domain with them gets only a few vectors in a row.
   //
-  // The last vector ends with the last element, and may do some of the one before it again.
+  // The last vector ends with the last element, and may overlap the one before it.
   const size_t count = elements.count, last = count - width;
   for (size_t i = 0; i < count;) {
     const size_t from = HWY_MIN(i, last);
     const size_t few = HWY_MIN(last, from + 3 * width), some = HWY_MIN(last, from + 63 * width);
     const EitherPlace results{e.resultHigh, e.resultLow, pastCaches.areUsed() && from % width == 0};
-    // Most arrays are written to the caches: their loop is compiled without the choice.
+    // Most arrays are stored through the caches: for these the loop is compiled without the choice.
     const Place place{e.resultHigh, e.resultLow};
     i = results.isPastCaches ? run<Lanes, Quickest>(e, from, last, results)
                              : run<Lanes, Quickest>(e, from, last, place);
@@ -169,8 +169,8 @@ size_t walkVectors(Component component, bool leapSeconds, const Elements& elemen
   return count;
 }
 
-// For fewer elements: a vector of copies, filled up with 1970 and the value 1, which every
-// component accepts.
+// For fewer elements than a vector has lanes: sets a copy of them, padded with datetime 0 and value 1,
+// which every component accepts.
 template <class Lanes>
 size_t walkShort(Component component, bool leapSeconds, const Elements& e) {
   const size_t width = hn::Lanes(d);
@@ -201,10 +201,10 @@ size_t byLength(Component component, bool leapSeconds, const Elements& e) {
                      : walkVectors<Lanes, false>(component, leapSeconds, e);
 }
 
-// On the line that counts leap seconds, where registers do not hold the buckets, whole milliseconds
-// are set a block at a time, in several passes over the block. The look-ups are then plain loads, one
-// after the other: gathers, and a chain of two of them with the calendar in between, take longer than
-// all the rest. Between the passes the arrays of results hold the times in UTC.
+// On the leap-second scale, where registers cannot hold the table of buckets (kHasLeapRegisters), whole
+// milliseconds are set block by block, in several passes over each. The look-ups are then scalar loads:
+// gathers, two in one chain of dependencies with the calendar in between, take longer than all the rest.
+// Between the passes the arrays of results hold the times in UTC.
 
 Elements partOf(const Elements& e, size_t begin, size_t count) {
   return {e.high + begin,
@@ -216,7 +216,7 @@ Elements partOf(const Elements& e, size_t begin, size_t count) {
           count};
 }
 
-// Sets a block of whole milliseconds; false, and nothing set, where an element is of another kind.
+// Sets a block; false, and nothing set, where an element is not in the domain of whole milliseconds.
 template <class Lanes>
 bool tryWholeBlock(const Elements& e) {
   const size_t width = hn::Lanes(d);

@@ -17,8 +17,8 @@ using InstructionSet = CompiledFor<Walk>;
 // benchmarks call each by name.
 std::vector<InstructionSet> instructionSets();
 
-// The walk of the best of the sets; the plain one where there is none.
+// The walk of the first, and so best, of the sets; plainWalk where `sets` is empty.
 Walk* bestWalk(const std::vector<InstructionSet>& sets);
 
-// Walks with the best set of this processor, which is found out once (best_walk.cc).
+// The walk of this processor's best set, which is determined in the first call (best_walk.cc).
 Walk vectorWalk;

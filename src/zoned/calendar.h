@@ -15,5 +15,5 @@
 boost::unique_ptr<icu::GregorianCalendar> createCalendar(boost::unique_ptr<icu::TimeZone> zone);
 
 // Whether a calendar is what createCalendar makes, whoever made it: of that class and with all of
-// the properties above. Any other one is asked for its own answers.
+// the properties above. Any other calendar sets each element itself.
 bool isCreatedCalendar(const icu::GregorianCalendar& calendar);

@@ -40,7 +40,7 @@ std::int32_t weekday(std::int32_t v) {
   return static_cast<std::int32_t>(fromSunday < 0 ? fromSunday + 7 : fromSunday) + 1;
 }
 
-// Sets the component in a calendar that stands at the datetime. `fraction`: what of the datetime is
+// Sets the component in a calendar whose time is the datetime's. `fraction`: the part of the datetime
 // below a millisecond. Returns the milliseconds to be added to the calendar's time.
 double setComponent(icu::GregorianCalendar& calendar, Component component, double v,
                     double fraction) {
@@ -56,7 +56,7 @@ double setComponent(icu::GregorianCalendar& calendar, Component component, doubl
       calendar.set(UCAL_MILLISECOND, 0);
       return (v - seconds) * 1000.0;
     }
-    case Component::quarter:  // its first month; the day of the month is kept and carries
+    case Component::quarter:  // the quarter's first month; the day of the month is kept and carries
       calendar.set(UCAL_MONTH, 3 * (checkedWhole(component, v) - 1));
       return fraction;
     case Component::month:

@@ -12,7 +12,7 @@
 #include "base/elements.h"
 #include "icu/unique_ptr.h"
 
-// Sets the elements of a call, some or all of them, in whatever calendar it is given. The errors
+// Sets the elements of a call, some or all of them, by the calendar that it is given. The errors
 // are those of setField(); no element's result depends on those set before.
 class CalendarWalk {
  public:
@@ -27,7 +27,7 @@ class CalendarWalk {
   // Writes element i, or raises.
   void set(std::size_t i);
 
-  // Writes all of them in order, or raises at the first that cannot be set.
+  // Writes all elements in order, or raises at the first that cannot be set.
   void setAll();
 
  private:

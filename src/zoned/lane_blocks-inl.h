@@ -9,9 +9,9 @@
 HWY_BEFORE_NAMESPACE();
 namespace zone_lanes::HWY_NAMESPACE {
 
-// A block whose wall times stay so near that the word of each instant's granule tells both offsets.
+// Sets a block whose results stay so near that the word of each datetime's granule tells both offsets.
 // Speculative: false where a word does not, and the caller overwrites the results. New values of the
-// Julian calendar's domain never lead too far; others are checked.
+// Julian domain never lead too far; others are checked.
 template <class Component, class Calendar, bool kOneValue>
 HWY_NOINLINE bool tryNear(const Lookups& lookups, const Block& block, V oneValue,
                           const EitherPlace& at) {
@@ -80,8 +80,8 @@ HWY_NOINLINE void setBlock(const Zone& zone, const Stretches& instants, Stretche
 }
 
 // Whether all datetimes of a block are whole milliseconds, and datetimes and values are of the domain
-// of `Calendar`; the Julian calendar's is the part where every fourth year is a leap year and values
-// are near. Notes the granules of the datetimes in passing where `lookups` is given.
+// of `Calendar`: the Julian domain, with near values only, or the whole one. Notes the granules of the
+// datetimes in passing where `lookups` is given.
 template <class Component, class Calendar, bool kOneValue>
 HWY_INLINE bool isBlockInDomain(const Block& block, V oneValue, const Granular& granules,
                                 Lookups* lookups) {
@@ -126,7 +126,7 @@ struct Mixed {
 //
 // Where the high part of a normalised pair has a fraction, the low part cannot move the floor; where
 // the high part is whole, a negative low part lowers the floor by one, which can lead out of the domain.
-// The rest of the high part is exact except just below zero, where it would round and the pair is not
+// The rest of the high part is exact, except just below zero: where it would round, the pair is not
 // claimed. So only the last sum of the fraction rounds, as in the plain code's double-doubles.
 template <class Component>
 HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
@@ -143,8 +143,8 @@ HWY_INLINE bool claim(Mixed& mixed, size_t i, Pair t, V v) {
   return hn::AllTrue(d, isClaimed);
 }
 
-// Sets a block whose datetimes and values are all of the domain; false, and nothing set, where one is
-// not.
+// Sets a block whose datetimes, all whole milliseconds, and values are of the domain; false, and nothing
+// set, where one is not.
 template <class Component, bool kOneValue>
 HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block, V oneValue,
                          const EitherPlace& at) {
@@ -172,8 +172,8 @@ HWY_INLINE bool tryWhole(const Zone& zone, Learned& learned, const Block& block,
   return true;
 }
 
-// Sets those elements of a block that are claimed, fractions included. False where there are others;
-// mixed.isClaimed is then zero for each that the caller has to set.
+// Sets those elements of a block that are claimed, fractions included. False where some are not; the
+// caller has to set each element for which mixed.isClaimed is zero then.
 template <class Component, bool kOneValue>
 HWY_NOINLINE bool tryMixed(const Zone& zone, Learned& learned, const Block& block, V oneValue,
                            Mixed& mixed, const EitherPlace& at) {

@@ -1,8 +1,8 @@
 // The eleven components in lanes, in a time zone.
 //
-// Each says which new values it accepts (kBound) and which of these are near (kNearest), the wall time
-// that it makes of another one, by either calendar (setWall), and what it sets below a millisecond, if
-// it does (below). Its wall times count from `kStart` milliseconds before 1970, which are added and
+// Each says which new values it accepts (kBound) and which of these are near (kNearest), which wall time
+// it makes of another one, by either calendar (setWall), and, if it takes fractions, what it sets below a
+// millisecond (below). Its wall times count from `kStart` milliseconds before 1970, which are added and
 // taken away with the offsets.
 #pragma once
 
@@ -62,7 +62,7 @@ struct SetClock : OfWhole<Unit, Near> {
   }
 };
 
-// Seconds after a unit begins; their fraction replaces what is below a millisecond.
+// Seconds since a unit began; their fraction replaces the datetime's part below a millisecond.
 template <class Component>
 struct SetSeconds {
   using Unit = typename Component::Unit;
@@ -94,7 +94,7 @@ struct TimeOfDay {
   static constexpr double kBound = kLargestSeconds;
 };
 
-// The week belongs to the year of its Saturday.
+// In a zone, as in ICU's calendar, a week belongs to the year of its Saturday.
 struct SetWeekOfYearOfSaturday : FromJanuary, NearZero, TakesValue {
   static constexpr double kBound = lanes::kWeekBound;
   static constexpr double kJulianBound = kBound;
@@ -106,7 +106,7 @@ struct SetWeekOfYearOfSaturday : FromJanuary, NearZero, TakesValue {
   }
 };
 
-// Stays within the week, days below 1 included.
+// In a zone, as in ICU's calendar, values below 1 stay within the week, too.
 struct SetDayWithinWeek : FromJanuary, NearZero {
   static constexpr double kBound = kWeekdayBound;
   static constexpr double kJulianBound = kBound;
@@ -122,7 +122,7 @@ struct SetDayWithinWeek : FromJanuary, NearZero {
   }
 };
 
-// How far a component moves a datetime, and whether that may be anywhere.
+// The distance of kReachMillis for a component, and whether it may move a datetime anywhere.
 template <class Component>
 constexpr double kReachOf = kReachMillis[static_cast<int>(Component::kReach)];
 template <class Component>

@@ -13,7 +13,7 @@
 // component accepts. A wall time is off from its instant by less than a day, for which the unzoned
 // arithmetic of whole milliseconds has room beyond 2^49 (lanes::kWholeRoom): every quantity is a whole
 // number below 2^53, all sums, differences and products are exact, and no result lies outside +-2^52.
-// No result is -0, since no offset is, and so no sum or difference with one.
+// No result is -0, since no offset is -0, and so no sum or difference with an offset.
 //
 // Compiled once for each instruction set, like the unzoned lanes and under the same rules.
 #pragma once
@@ -36,7 +36,7 @@ struct Known {
   V edge0, edge1, edge2, edge3, offset0, offset1, offset2;
 };
 
-// Both shifts say by how many milliseconds the edges, or the offsets, count from an earlier origin.
+// `edgesStart`, `offsetsStart`: added to edges and offsets, for times that count from before 1970 (kStart).
 HWY_INLINE Known knownOf(const double* edges, const double* offsets, double edgesStart = 0.0,
                          double offsetsStart = 0.0) {
   const auto edge = [&](int i) HWY_ATTR { return all(edges[i] + edgesStart); };
@@ -49,8 +49,8 @@ HWY_INLINE V offsetOf(const Known& known, V t) {
   return hn::IfThenElse(hn::Lt(t, known.edge1), known.offset0, later);
 }
 
-// Whether the remembered stretches hold a block of times by its least and its largest; moves the
-// stretches there where the two are close enough for a series.
+// Whether the remembered stretches hold a block of times, judged by its least and its largest one; moves
+// the stretches there first where these two are close enough for a series.
 HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known, double least, double most) {
   if (known.hold(least) && known.hold(most)) return true;
   if (!(most - least <= kCloseMillis)) return false;
@@ -58,8 +58,8 @@ HWY_INLINE bool seemsKnown(const OffsetLine& line, Stretches& known, double leas
   return known.hold(least) && known.hold(most);
 }
 
-// A field x of words, (x - bias) seconds, in milliseconds. OR-ing the field into the low bits of a power
-// of two makes the double 2^k + x. Subtracting 2^k + bias and scaling to milliseconds is one fused
+// A bit field x of granules' words means x - bias seconds; this gives them in milliseconds. OR-ing x into
+// the low bits of a power of two makes the double 2^k + x. Subtracting 2^k + bias and scaling is one fused
 // operation, and exact: (2^k + bias) * 1000 is a double, since the bias is a multiple of 2^13.
 template <int kShift>
 HWY_INLINE V millis(VU word, std::uint64_t mask, double bias) {
@@ -100,19 +100,19 @@ HWY_INLINE Granular granularOf(const GranuleLine& line) {
 constexpr size_t kBlock = 48;
 static_assert(hn::MaxLanes(d) <= kBlock / 2);  // half a block is no less than a vector
 
-// The granules of the times of a block: where they begin, and their numbers, replaced by their words.
+// The granules of a block's times: where they begin, and their numbers, which lookUp() replaces by words.
 struct Lookups {
   HWY_ALIGN double starts[kBlock];
   HWY_ALIGN std::uint64_t words[kBlock];
 };
 
-// Notes the granules of the times t, elements i and following. Beyond the table its first and its last
-// granule stand for all others; a change that they hold is compared with t like any other.
+// Notes the granules of the times t, elements i and following. The first and the last granule of the table
+// stand for all before and after it; a change that they hold is compared with t like any other.
 HWY_INLINE void locate(const Granular& line, V t, size_t i, Lookups& lookups) {
   const V within = hn::Min(hn::Max(t, line.from), line.until);
   const V index = hn::Floor(hn::MulAdd(within, all(1.0 / kGranuleMillis), line.offset));
   hn::Store(hn::MulAdd(index, all(kGranuleMillis), line.from), d, lookups.starts + i);
-  // In index + 2^52 the number stands in the low bits.
+  // The low bits of index + 2^52 are the index.
   const VU bits = hn::BitCast(du, index + all(0x1p52));
   hn::Store(hn::And(bits, hn::Set(du, kMostGranules - 1)), du, lookups.words + i);
 }
@@ -157,8 +157,8 @@ HWY_INLINE bool tryStretches(const Stretches& known, const double* HWY_RESTRICT 
   return hn::AllTrue(d, hn::And(hn::Ge(least, stretches.edge0), hn::Lt(most, stretches.edge3)));
 }
 
-// By granules, looked up here where `lookups` is null. Where one of them does not tell the offsets
-// (kGranuleUntold), all times are used once more, with offsets by binary search.
+// By granules, looked up here where `lookups` is null. Where one of the granules does not tell the offsets
+// (kGranuleUntold), use() is called once more for all times, with offsets by binary search.
 template <class Use>
 HWY_INLINE void useGranules(const ZoneLine& line, const Lookups* lookups,
                             const double* HWY_RESTRICT times, size_t count, const Use& use) {

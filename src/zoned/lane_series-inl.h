@@ -1,6 +1,6 @@
 // Speculative setting of a series: datetimes that lie close together, so that a few remembered
-// stretches of constant offset hold all of them. A function whose name begins with `try` assumes that
-// and checks it in the same pass; where it did not hold, what it has written counts for nothing.
+// stretches of constant offset hold all of them. A function whose name begins with `try` assumes so and
+// checks the assumption in the same pass; where it was wrong, the caller overwrites the results.
 #pragma once
 
 #include "zoned/lane_elements-inl.h"
@@ -14,8 +14,8 @@ constexpr size_t kSteadyBlock = 16 * kBlock;
 // Sets the block in one pass, assuming that (1) its datetimes lie in the remembered stretches, or all in
 // stretch k of them where they are steady; (2) wall times lie in the same stretches or, of components
 // that move datetimes anywhere, in remembered ones of their own; (3) all are whole milliseconds; (4)
-// datetimes and values are of the Julian calendar's domain, from which an offset of less than a day
-// does not lead away. Returns whether all of it held; if not, the caller overwrites the results.
+// datetimes and values are of the Julian domain, which an offset of less than a day does not leave (its
+// calendar holds until 2100). Returns whether all this was so; if not, the caller overwrites the results.
 template <class Component, bool kOneValue, bool kIsSteady>
 HWY_INLINE bool trySpeculative(const Zone& zone, const Stretches& instants, const Stretches& walls,
                                size_t k, const Block& block, V oneValue, const EitherPlace& at) {
@@ -36,7 +36,7 @@ HWY_INLINE bool trySpeculative(const Zone& zone, const Stretches& instants, cons
   const Known knownInstants = knownOf(instants.edges, instants.offsets, 0.0, Component::kStart);
   const Known knownWalls = knownOf(ends, kIsFar<Component> ? walls.offsets : instants.offsets,
                                    Component::kStart, Component::kStart);
-  const Block own = block;  // in registers
+  const Block own = block;  // a copy, for the compiler to keep in registers
   const EitherPlace results = at;
   V bits = hn::Zero(d);
   Furthest value;
@@ -59,8 +59,8 @@ HWY_INLINE bool trySpeculative(const Zone& zone, const Stretches& instants, cons
   return hn::AllTrue(d, hn::And(isRight, isZeroBits(bits)));
 }
 
-// A block that, judged by its first and last datetime, lies in one stretch and so far from both ends that
-// its wall times lie there, too.
+// Sets a block that, judged by its first and last datetime, lies in one stretch, and so far from both of
+// its ends that the results should lie there, too.
 template <class Component, bool kOneValue>
 HWY_INLINE bool trySteady(const Zone& zone, const Stretches& instants, const Block& block,
                           V oneValue, const EitherPlace& at) {
@@ -75,7 +75,7 @@ HWY_INLINE bool trySteady(const Zone& zone, const Stretches& instants, const Blo
   return false;
 }
 
-// What earlier blocks have shown: stretches, and which speculative ways have paid off. Steady blocks
+// What earlier blocks have shown: stretches, and which speculative paths have succeeded. Steady blocks
 // are tried only within a series.
 struct Learned {
   Stretches instants, walls;
@@ -83,7 +83,7 @@ struct Learned {
 };
 
 // Sets blocks of a series up to the first block that does not belong to one, and returns the number of
-// elements set; what is written behind them counts for nothing. A block is steady, or lies in three
+// elements set; the caller overwrites all behind them. A block is steady, or lies in three
 // remembered stretches, or its first half does. Wall times that may lie anywhere are looked for in the
 // stretches that setBlock() used last (learned.walls).
 //

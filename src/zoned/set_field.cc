@@ -27,7 +27,7 @@ void setByOffsets(const ZoneOffsets& offsets, Component component, const Element
                    elements, calendar});
 }
 
-// Where there is no memory for a table, the calendar does without.
+// Nothing where there is no memory for a table: the calendar needs none.
 std::optional<OffsetTable> tableOf(const icu::TimeZone& zone) {
   try {
     return OffsetTable::of(zone);
@@ -36,19 +36,19 @@ std::optional<OffsetTable> tableOf(const icu::TimeZone& zone) {
   }
 }
 
-// Whether what names the zone may be an offset, as the locale spells it. Identifiers are the same in all.
+// Whether the zone's name may be an offset, which locales spell differently; identifiers they all spell alike.
 bool isReadByLocale(const icu::TimeZone& zone) {
   return dynamic_cast<const icu::SimpleTimeZone*>(&zone) != nullptr;
 }
 
-// Remembers a zone. Where there is no memory for that, the call does without: nothing is found then.
+// Remembers a zone. Empty where that is not possible, for lack of memory or of the locale's data.
 RememberedZones::InUse remember(const ZoneKey& key, const icu::TimeZone& zone) {
   try {
     if (isReadByLocale(zone) && !hasOwnData(key.locale)) return {};
     auto table = OffsetTable::of(zone);
     if (!table) {
-      // That a zone has no table is remembered only of one whose rules ICU had memory for. A zone never
-      // reads them again; its copy does.
+      // ICU may only have lacked memory for the zone's rules. A zone object never reads its rules a second
+      // time, but its copy does: what the copy shows is remembered.
       const boost::unique_ptr<icu::TimeZone> copy(checkICUMemory(zone.clone()));
       table = OffsetTable::of(*copy);
     }
@@ -66,7 +66,7 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   if (elements.count == 0) return;
   const Component component = componentOf(field);
   CalendarWalk calendarWalk(*calendar, component, elements);
-  // Whoever calls may give a calendar of its own making, which follows rules that the tables do not know.
+  // A calendar of the caller's own making may follow rules that the tables do not know.
   if (elements.count >= kRepaysTable && isCreatedCalendar(*calendar)) {
     if (auto table = tableOf(calendar->getTimeZone())) {
       setByOffsets(ZoneOffsets(std::move(*table)), component, elements, calendarWalk);
@@ -90,8 +90,8 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   }
   auto calendar = makeCalendar();
   if (elements.count == 0) return;
-  // For many elements a table is made in any case, and it is kept. Not where the zone or the locale have to be
-  // asked about first: that would add to what a first call takes.
+  // For many elements a table is made in any case, so it is kept, too: except where isOfKey or the locale's
+  // data would have to be asked first, which would slow down a first call.
   const bool isRepaid =
       elements.count >= kRepaysTable && !isOfKey && !isReadByLocale(calendar->getTimeZone());
   if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey(nullptr))) {

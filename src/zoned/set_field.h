@@ -1,4 +1,4 @@
-// Setting one component of every datetime of an array in a time zone, through ICU's calendar.
+// Setting one component of every datetime of an array in a time zone, as ICU's calendar does.
 #pragma once
 
 #include <unicode/gregocal.h>
@@ -30,11 +30,11 @@
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar);
 
-// The same in a zone that may be remembered, and is from its second call on, or from its first one on many
-// elements. `makeCalendar`, a call of createCalendar, is called where the zone is not remembered, or an
-// element cannot be set without: that raises what it raises. Where the key may be that of another zone,
-// `isOfKey` tells, which takes long: it is asked before anything that is remembered is used, with the table
-// that would be, or changed, with null.
+// The same in a zone that may be remembered: it is from its second call on, or from its first one of many
+// elements. `makeCalendar` makes a calendar by createCalendar(), whose errors it raises; it is called where
+// the zone is not remembered, or an element needs the calendar. `isOfKey` is given where the zone may differ
+// from the one that the key names, and takes long: it tells whether the two are the same, and is asked before
+// a remembered table is used, with that table, and before a zone is remembered, with null.
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar,
               const std::function<bool(const OffsetTable*)>& isOfKey = nullptr);

@@ -13,9 +13,9 @@
 #include "offsets/offset_table.h"
 #include "zoned/calendar_walk.h"
 
-// Writes the result of element i as the calendar would. False, with nothing written, where it claims
-// nothing: wherever the calendar raises an error, for seconds and times of day beyond the calendar's 32
-// bits, and for Component::none.
+// Writes the result of element i as the calendar would. False, with nothing written, for an element that
+// it does not claim: wherever the calendar raises an error, for seconds and times of day beyond the
+// calendar's 32 bits, and for Component::none.
 bool setByTable(const OffsetTable& table, Component component, const Elements& elements,
                 std::size_t i);
 

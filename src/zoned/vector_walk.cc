@@ -1,11 +1,11 @@
-// Which function sets which elements, first to last; `try...` may find that it cannot:
+// Which function sets which elements, in the order in which walkBlocks tries them; `try...` may fail:
 //
 //   a series    trySeries       datetimes close together, in up to three remembered stretches
 //                 trySteady       all of a block (768 elements, else 48) in one stretch
 //                 trySpeculative  48 elements, or 24, in three stretches
-//   a block     tryWhole        48 elements of whole milliseconds, wherever they lie
+//   a block     tryWhole        48 elements of whole milliseconds, wherever they lie, by setBlock:
 //   of 48         tryNear         components that stay near: one granule's word for both offsets
-//                 setBlock        else by remembered stretches or granules, for either line of time
+//                 tryStretches    else, for either time scale, by remembered stretches or useGranules
 //               tryMixed        fractions split off, then trySeries and tryWhole again
 //   one         setElement      what no vector claims: by the table, else by the calendar
 //
@@ -39,7 +39,7 @@ HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& lea
       from += done;
       if (done > 0) learned.wholeSeries.note(true);
       if (from == until) break;
-      learned.wholeSeries.note(false);  // the block after it is in no series
+      learned.wholeSeries.note(false);  // the next block is in no series
     }
     const Block block = blockOf(HWY_MIN(wholeLanes(kBlock), until - from));
     const EitherPlace results{e.resultHigh + from, e.resultLow + from, isPastCaches};
@@ -75,7 +75,7 @@ void walkVectors(const ZonedCall& call) {
     walkBlocks<Component, kOneValue>(call, zone, learned, mixed, 0, e.count - rest,
                                      pastCaches.areUsed());
   }
-  // The last vector ends with the last element, and sets some of the one before it again.
+  // The last vector ends with the last element, and overlaps the one before it.
   if (rest != 0) {
     walkBlocks<Component, kOneValue>(call, zone, learned, mixed, e.count - hn::Lanes(d), e.count,
                                      false);

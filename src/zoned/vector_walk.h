@@ -22,7 +22,7 @@ struct ZonedCall {
 };
 
 // Sets elements in order; those that vectors do not claim are set by setByTable() or by the calendar,
-// which may raise. Then what the results behind that element hold is unspecified.
+// which may raise. The results behind the element that raises are unspecified.
 using ZonedWalk = void(const ZonedCall& call);
 
 // The walk as it is compiled for one set of instruction_sets.h.
@@ -35,8 +35,8 @@ using ZonedInstructionSet = CompiledFor<ZonedWalk>;
 // benchmarks call each by name.
 std::vector<ZonedInstructionSet> zonedInstructionSets();
 
-// The walk of the best of the sets; by the table alone where there is none.
+// The walk of the first, and so best, of the sets; the table walk where `sets` is empty.
 ZonedWalk* bestZonedWalk(const std::vector<ZonedInstructionSet>& sets);
 
-// Walks with the best set of this processor, which is found out once.
+// The walk of this processor's best set, which is determined in the first call.
 ZonedWalk zonedVectorWalk;

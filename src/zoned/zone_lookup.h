@@ -1,5 +1,5 @@
 // What the vectors look up in a zone, as plain data; how far components move a datetime, which decides
-// what one look-up tells; and when to try again what has failed.
+// whether one look-up tells both offsets; and the back-off of fast paths that have failed.
 #pragma once
 
 #include <cmath>
@@ -23,11 +23,11 @@ struct Zone {
   ZoneLine walls;
 };
 
-// Points into both.
+// Holds pointers into both arguments, which have to outlive it.
 Zone zoneOf(const OffsetTable& table, const Granules& granules);
 
-// The words of the granules with these numbers, in their place. One load and store after the other:
-// compiled without the gathering loads of some sets, which take longer.
+// Replaces granule numbers, in `words`, by the words of these granules. Compiled once, for the baseline
+// processor: for newer ones the compiler would turn these loads into gathers, which take longer.
 void lookUp(const GranuleLine& line, std::uint64_t* words, std::size_t count);
 
 // Three stretches of constant offset in a row, the first one from edge 0 to edge 1. Empty at first, and
@@ -40,14 +40,14 @@ struct Stretches {
   bool hold(double t) const { return edges[0] <= t && t < edges[3]; }
 };
 
-// Moves to the stretch that holds t and the two after it; to none from the cycle's end on, and for NaN.
+// Makes `stretches` the one that holds t and the two after it; empty from the cycle's end on, and for NaN.
 void moveTo(Stretches& stretches, const OffsetLine& line, double t);
 
 // Exponential back-off for a fast path that may fail: after two failures in a row 1 attempt is skipped,
 // then 3, 7 and 15 after each further one, until it succeeds.
 class Attempts {
  public:
-  // Counts as one of the attempts to skip where it is false.
+  // Whether to try now; false uses up one of the attempts to skip.
   bool isDue() {
     if (skips_ == 0) return true;
     --skips_;
@@ -62,12 +62,12 @@ class Attempts {
   int skips_ = 0, penalty_ = 0;
 };
 
-// A block of datetimes that begins and ends no further apart than this can belong to a series: some
-// 397 days.
+// The largest distance between the first and the last datetime of a block that can belong to a series:
+// some 397 days.
 inline constexpr double kCloseMillis = 0x1p35;
 
-// How far a wall time may lie from the datetime that it comes from for the word that tells the datetime's
-// offset to tell its own as well: a day less than the margin, for the offset.
+// The largest distance between a datetime and the wall time that is set at which the datetime's granule
+// tells the offset of the result, too: the granule's margin, less a day for that offset.
 inline constexpr double kNearMillis = kGranuleMargin - kMillisPerDay;
 
 // How far a component moves a datetime along the clock: a week at most, 30 days, or anywhere, but
@@ -81,7 +81,7 @@ inline constexpr double kReachMillis[] = {9.0 * kMillisPerDay, 32.0 * kMillisPer
                                           400.0 * kMillisPerDay};
 static_assert(30.0 * kMillisPerDay <= kNearMillis - kMillisPerDay);
 
-// The new values that lead no further than kReach: those up to `kMost` from the middle one.
+// The new values that move a datetime no further than kReach: those at most kMost from kMiddle.
 struct NearDay {
   static constexpr Reach kReach = Reach::month;
   static constexpr double kMiddle = 16.0, kMost = 15.0;

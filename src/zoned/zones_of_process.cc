@@ -1,5 +1,5 @@
-// What the process remembers of the zones that it met. A file of its own, which a build that remembers
-// nothing replaces.
+// What the process remembers of the zones that it met. A file of its own, which a test replaces by one that
+// forgets between calls.
 
 #include "offsets/remembered_zones.h"
 
@@ -9,7 +9,7 @@ namespace {
 // may make some later.
 constinit RememberedZones zones;
 
-// When the module is unloaded its tables go with it. As the process ends, those go that nobody uses.
+// Frees the tables when the module is unloaded; when the process ends, only those that no call is using.
 struct ForgetZones {
   ~ForgetZones() { zones.forget(); }
 };
