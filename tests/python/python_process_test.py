@@ -9,6 +9,7 @@ import sys
 import textwrap
 import threading
 import time
+import zoneinfo
 
 import numpy as np
 import pytest
@@ -59,34 +60,60 @@ def test_errors_come_back_from_another_process():
 
 
 def test_references_are_steady():
-    t = np.zeros(3, "M8[s]")
-    values = np.array([1, 2, 3])
-    wrong = np.array([1, 2, 2.5])
-    out = np.zeros(3, "M8[s]")
-    zone = "Europe/Paris"
-    held = (t, values, wrong, out, zone, t.dtype)
+    t = np.array(["2014-05-31T08:30", "NaT", "2014-06-01"], "M8[s]")
+    values, wrong = np.array([1, 2, 3]), np.array([1, 2, 2.5])
+    out, zone, paris = np.zeros(3, "M8[s]"), "Europe/Paris", zoneinfo.ZoneInfo("Europe/Paris")
+    masked = np.ma.array(t, mask=[0, 1, 0])
+    pair = plx.split(t)
+    held = (t, values, wrong, out, zone, paris, masked, *pair, t.dtype)
+    works = [
+        lambda: plx.set(t, "day", 5),
+        lambda: plx.set(t, "day", values, out=out, zone=zone),
+        lambda: plx.set(t, "month", 2, zone=paris, fold="same", check="mask"),
+        lambda: plx.set(t[::2], "day", "last"),
+        lambda: plx.set(masked, "day", 1),
+        lambda: plx.set(pair, "second", values),
+        lambda: plx.get(t, "hour", zone=zone),
+        lambda: plx.join(*plx.split(t), "M8[ms]"),
+        lambda: plx.zones("paris"),
+        lambda: plx.components(),
+        lambda: plx.versions(),
+    ]
+    fails = [
+        (plx.NotWhole, lambda: plx.set(t, "day", wrong, out=out)),
+        (plx.UnknownZone, lambda: plx.set(t, "day", 1, zone="Europe/Pariss")),
+        (plx.OutOfRange, lambda: plx.set(t, "year", 10**18)),
+        (plx.Refused, lambda: plx.set(t, "month", 2, check="raise", zone=zone)),
+        (plx.UnknownZone, lambda: plx.get(t, "day", zone="Europe/Pariss")),
+        (TypeError, lambda: plx.set(t, "day", 1, zone=3)),
+        (ValueError, lambda: plx.set(t, "day", values[:2])),
+        (TypeError, lambda: plx.get(t.astype("m8[s]"), "day")),
+    ]
 
-    def work(count):
-        for _ in range(count):
-            plx.set(t, "day", 5)
-            plx.set(t, "day", values, out=out, zone=zone)
-
-    def fail(count):
-        for _ in range(count):
+    def raising(error, call):
+        def work():
             try:
-                plx.set(t, "day", wrong, out=out)
-            except plx.NotWhole:
-                pass
+                call()
+            except error:
+                return
+            raise AssertionError(f"no {error.__name__}")
 
-    for repeat in (work, fail):
-        repeat(1000)
-        gc.collect()
-        before, blocks = [sys.getrefcount(one) for one in held], sys.getallocatedblocks()
-        repeat(CALLS if repeat is fail else CALLS // 2)
-        gc.collect()
-        assert [sys.getrefcount(one) for one in held] == before
-        assert abs(sys.getallocatedblocks() - blocks) < 200
-    print(f"{CALLS} calls and as many errors")
+        return work
+
+    with Cases(2 * CALLS - len(works) - len(fails)) as cases:
+        for calls in (works, [raising(*one) for one in fails]):
+            for call in calls:
+                for _ in range(50):
+                    call()
+                gc.collect()
+                before, blocks = [sys.getrefcount(one) for one in held], sys.getallocatedblocks()
+                times = CALLS // len(calls)
+                for _ in range(times):
+                    call()
+                gc.collect()
+                assert [sys.getrefcount(one) for one in held] == before
+                assert abs(sys.getallocatedblocks() - blocks) < min(200, times // 4)
+                cases.add(times)
 
 
 def test_threads_work_side_by_side():
