@@ -19,6 +19,6 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, const ZoneKey&, const CalendarWalk::MakeCalendar& makeCalendar,
-              const std::function<bool()>&) {
+              const std::function<bool(const OffsetTable*)>&) {
   setField(datetimes, values, field, result, makeCalendar());
 }
