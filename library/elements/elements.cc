@@ -57,8 +57,8 @@ PLX_FOR_PROCESSORS bool convert(std::size_t count, Fails fails) {
 
 std::uint64_t bit(bool holds) { return holds ? 1 : 0; }
 
-// The double nearest to an integer. Not all processors convert vectors of them: so the halves are put where the
-// places of doubles are, beside numbers of which nothing but an exact difference stays; the sum is rounded once.
+// The double nearest to an integer, by bits: not all processors have a conversion for vectors. Each half becomes
+// the low bits of a large power of two; the difference that takes the powers away is exact, and only the sum rounds.
 double toDouble(std::int64_t integer) {
   const auto bits = static_cast<std::uint64_t>(integer);
   const auto low =
@@ -173,7 +173,7 @@ class FloatElements : public DatetimeElements {
 
 // ---- datetime64 ----
 
-// Milliseconds that the loops compute with, some 35,000 years to both sides of 1970.
+// Milliseconds up to which the fast path computes, some 35,000 years to both sides of 1970.
 constexpr std::int64_t kPlainMillis = std::int64_t{1} << 50;
 
 // The digits of a second, of its milliseconds and their parts.
@@ -348,8 +348,8 @@ class LargeCounts : public CountElements<isSwapped> {
     return convert(r.count, [=, inverse = 1 / perCount](std::size_t i) PLX_LOOP {
       const double millis = r.resultHigh[i];
       const bool isNaT = std::isnan(r.high[i]);
-      // Of a whole number of counts this is off by far less than a half, and the product of the number nearest
-      // to it is exact: so that product tells whether the result is one.
+      // For a whole number of counts this quotient is off by far less than a half, and the whole number nearest to
+      // it gives an exact product: so the comparison tells whether the result is a whole number of counts.
       const double number = millis * inverse;
       const std::uint64_t fails = bit(!(std::fabs(millis) <= static_cast<double>(kPlainMillis))) |
                                   bit(nearestWhole(number) * perCount != millis) |
@@ -400,11 +400,11 @@ class SmallCounts : public CountElements<isSwapped> {
   }
 
  private:
-  // Of so many milliseconds and one less, all parts have counts.
+  // From -kMost - 1 to kMost milliseconds, every part of a millisecond has a count.
   static constexpr auto kMost = static_cast<double>(
       std::min(std::numeric_limits<std::int64_t>::max() / kPerMilli - 1, kPlainMillis));
 
-  // Without a sign: what is no plain number may wrap.
+  // Unsigned, since times out of range may wrap; they are not used.
   static std::uint64_t times(std::int64_t millis) {
     return static_cast<std::uint64_t>(millis) * static_cast<std::uint64_t>(kPerMilli);
   }

@@ -2,13 +2,13 @@
 //
 //   complex128   milliseconds since 1970: the high part, and the low part
 //   float64      milliseconds since 1970
-//   datetime64   a count of its unit. The module gets the whole milliseconds of it; what is below
-//                a millisecond stays here, as no component but those of the second changes it, and
-//                is added to the result: so nothing is rounded.
+//   datetime64   a count of its unit. The module gets its whole milliseconds; the parts below a
+//                millisecond stay here, since only second and time of day change them, and are
+//                added to the result: so nothing is rounded.
 //
-// Whole chunks are converted by tight loops that hold for the datetimes people have: near to 1970
-// by the measure of doubles, not refused. The loops tell where that is not so; then each element is
-// converted by itself, by exact arithmetic that knows every case.
+// Whole chunks are converted by a fast path: tight loops for the datetimes that people have, which
+// lie near to 1970 by the measure of doubles and are not refused. A loop tells where one does not;
+// then each element is converted alone, by exact arithmetic for every case.
 #pragma once
 
 #include <cstddef>
@@ -22,10 +22,10 @@
 
 namespace plx {
 
-// What the new values of an element explain of its result.
+// How far a result may differ from what its element can hold, by the new values that made it.
 struct Slack {
-  // A value with a fraction is hardly ever the number that was meant, but the double next to it.
-  // So far may the result lie from the one that is held.
+  // A value with a fraction is hardly ever the number that was meant, but the double nearest to it.
+  // So the result may be off by this much, and is rounded to what the element can hold.
   double millis = 0;
   // The datetime or a value is infinite or NaN, and so is the result.
   bool propagates = false;
@@ -38,14 +38,14 @@ class DatetimeElements {
   static std::unique_ptr<DatetimeElements> of(const ElementType& type, bool keepsParts);
   virtual ~DatetimeElements() = default;
 
-  // Whether the loops read and write low parts; otherwise those they read are zero.
+  // Whether read() gives low parts and write() takes them; otherwise the low parts of what is read are zero.
   virtual bool hasLow() const { return false; }
 
-  // Reads a chunk, `low` only where there are low parts. False where an element has to be read by
-  // itself; what is in the blocks then has no meaning.
+  // Reads a chunk, `low` only where there are low parts. False where an element has to be read alone,
+  // by readOne(); what is in the arrays then has no meaning.
   virtual bool read(const char* bytes, std::size_t count, double* high, double* low) const = 0;
   virtual std::optional<Complaint> readOne(const char* bytes, doubledouble& datetime) const = 0;
-  // The pair nearest to the datetime, with what is finer than a millisecond, which readOne leaves out.
+  // The pair nearest to the datetime, parts of a millisecond included, which readOne() leaves out.
   virtual std::optional<Complaint> readExactly(const char* bytes, doubledouble& datetime) const {
     return readOne(bytes, datetime);
   }
@@ -58,7 +58,7 @@ class DatetimeElements {
     const double* resultLow;
     std::size_t count;
   };
-  // False where an element has to be written by itself, as all have to be that were read so.
+  // False where an element has to be written alone, by writeOne(), as all that were read alone have to be.
   virtual bool write(const Results& results, char* out) const = 0;
   virtual std::optional<Complaint> writeOne(const char* bytes, const doubledouble& result,
                                             const Slack& slack, char* out) const = 0;
@@ -69,7 +69,7 @@ class DatetimeElements {
 };
 
 // Reads numbers of any type but complex and datetime64 as doubles. Returns the index of the first
-// that no double holds exactly; else, the count.
+// that no double holds exactly, or the count.
 std::size_t readNumbers(const ElementType& type, const char* bytes, std::size_t count,
                         double* numbers);
 

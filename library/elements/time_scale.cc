@@ -82,7 +82,7 @@ std::optional<Instant> TimeScale::instantOf(std::int64_t count) const {
 
 std::optional<std::int64_t> TimeScale::countOf(const Instant& instant) const {
   if (partsPerMilli_ > 1) {
-    // Of more milliseconds than this, no count tells. The parts then have at most 96 bits.
+    // An instant of more milliseconds than this has no count. Up to it, the parts have at most 96 bits.
     const int128 most = (int128{1} << 63) * multiple_ / partsPerMilli_ + 1;
     if (instant.millis < -most || instant.millis > most) return std::nullopt;
     return wholeCount(instant.millis * partsPerMilli_ + instant.parts, multiple_);

@@ -2,8 +2,8 @@
 //
 // An instant is split at the millisecond: units of a millisecond and more are whole numbers of them
 // (years and months are those of the proleptic Gregorian calendar), and what finer units leave over
-// is a whole number of parts of the millisecond. So every count that stands for an instant within
-// 2^52 days of 1970 has one exactly, and all of it is integer arithmetic.
+// is a whole number of parts of the millisecond. So every count within 2^52 days of 1970 is exactly one
+// Instant, and all arithmetic is on integers.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 namespace plx {
 
-// Not a time: the count that stands for no instant.
+// NaT, "not a time": the count that stands for no instant.
 inline constexpr std::int64_t kNaT = std::numeric_limits<std::int64_t>::min();
 
 struct Instant {

@@ -30,7 +30,7 @@ doubledouble pairAt(const paArray* array, std::size_t i) {
   return {highOf(array)[i], low == nullptr ? 0.0 : low[i]};
 }
 
-// Elements that are left out are read as what every setting takes and leaves as it is.
+// Elements that are left out are read as missing ones, which every setting takes and leaves as they are.
 void writeMissing(const ElementType& type, char* bytes) {
   if (type.kind == ElementType::Kind::datetime64) {
     const std::uint64_t notATime = std::uint64_t{1} << 63;
@@ -46,7 +46,7 @@ bool isAligned(const char* bytes) {
   return reinterpret_cast<std::uintptr_t>(bytes) % alignof(double) == 0;
 }
 
-// Nothing is written there, though the host's arrays could be.
+// The host's arrays are never const; nothing is written through this pointer.
 double* doublesAt(const char* bytes) {
   return const_cast<double*>(reinterpret_cast<const double*>(bytes));
 }
@@ -92,13 +92,13 @@ std::optional<Stop> BlockSetter::work(std::size_t start, std::size_t count) {
   return work(start + half, count - half);
 }
 
-// The element that is wrong, once it is alone.
+// An element is at fault: reported once that element is alone in its block.
 bool BlockSetter::fails(Wrong wrong, std::size_t step) {
   if (isAlone_) stop_ = Stop{std::move(wrong), 0, 0, step};
   return false;
 }
 
-// Nothing about an element: no other would do better.
+// No element is at fault: reported at once, since no other block would do better.
 bool BlockSetter::failsAtOnce(Wrong wrong, std::size_t step) {
   stop_ = Stop{std::move(wrong), PLX_NO_INDEX, 0, step};
   return false;
@@ -137,7 +137,7 @@ void BlockSetter::makeRoom(std::size_t count) {
   for (HostArray& lent : lent_) lent.reset();
 }
 
-// Elements one behind the other, those that are left out as ones that are missing.
+// Contiguous elements: copied to `room` where the caller's are not, or some are left out and will be overwritten.
 const char* BlockSetter::gather(const Strided& from, std::size_t bytes, std::size_t start,
                                 std::size_t count, std::vector<char>& room) const {
   if (from.isContiguous() && where_ == nullptr) return from.data() + start * bytes;
@@ -196,7 +196,7 @@ bool BlockSetter::readEach(std::size_t count) {
   return true;
 }
 
-// The new values of a block.
+// Reads and checks the new values of a block.
 bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
                           std::size_t count) {
   const NewValues& values = step.values;
@@ -219,7 +219,7 @@ bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, 
                at);
 }
 
-// Whether a calendar takes the values: the module would make a time out of some that it cannot.
+// Whether a calendar takes the values: of some that it does not, the module would make a wrong time.
 bool BlockSetter::areTaken(const Step& step, std::size_t at, std::size_t count) {
   constexpr double kAlwaysTaken = 2'000'000;
   if (!job_.hasZone) return true;
@@ -237,7 +237,7 @@ bool BlockSetter::prepareLast(Step& step, const paArray* datetimes, std::size_t 
   const double most = zone_->isCalendar() ? kMaxCalendarMillis : kMaxMillis;
   for (std::size_t i = 0; i < count; ++i) {
     const doubledouble datetime = pairAt(datetimes, i);
-    // What is out of range or no datetime is told, or stays, with any value.
+    // Whatever its value, a datetime out of range is refused, and a missing one stays.
     const bool isDatetime = std::fabs(datetime.hi) <= most;
     highOf(step.array.get())[i] =
         isDatetime ? resolve({true, 0}, step.values.component, datetime, *zone_) : 1.0;
@@ -257,7 +257,7 @@ bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, st
     return settleClocks(step, at, datetimes, count);
   }
   const Wrong refused = refusal(step, *error);
-  // What is said of the zone, and lack of memory, is about no element.
+  // An unknown zone or a lack of memory is no element's fault.
   const bool isOfElement = refused.identifier.starts_with("Pelmor:datetime:") &&
                            !refused.identifier.ends_with(id::kUnknownTimeZone);
   return isOfElement ? fails(refused, at) : failsAtOnce(refused, at);
@@ -295,12 +295,12 @@ bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
   return fails(wrong(complaint, elementText(*differing)));
 }
 
-// Of wall times that come twice or not at all, chooses as the options say.
+// Settles wall times that come twice or not at all, as the options say.
 bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* before,
                                std::size_t count) {
   if (choice_.isTheModules()) return true;
   if (zone_ == nullptr || !zone_->isCalendar()) return true;
-  constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
+  constexpr std::size_t kWorthwhile = 512;  // changes_ takes as long to make
   settled_ += count;
   if (!changes_ && settled_ >= kWorthwhile) changes_.emplace(*zone_);
   const double* high = highOf(result_.get());
@@ -336,7 +336,7 @@ bool BlockSetter::settleClock(const Step& step, std::size_t at, const paArray* b
   return true;
 }
 
-// What became of each element.
+// Finds out what became of each element, where findings are asked for or refused.
 bool BlockSetter::judge(std::size_t count) {
   if (job_.options.findings == nullptr && job_.options.refused == 0) return true;
   findings_.assign(count, 0);
@@ -367,17 +367,17 @@ DatetimeElements::Results BlockSetter::resultsFrom(std::size_t first, std::size_
           lowOf(result_.get()) + first, count};
 }
 
-// Puts the results where they belong; returns how many, before one that cannot be held.
+// Writes the results to the caller's memory; returns how many, up to one that the type cannot hold.
 std::size_t BlockSetter::put(std::size_t start, std::size_t count) {
   if (job_.datetimes.isPair) {
     putPairs(start, count);
     return count;
   }
-  // A few at a time, so that those that were converted are in the first cache when they are put.
+  // In tiles, so that converted results are still in the level-1 cache when they are copied.
   constexpr std::size_t kTileBytes = 4096, kLine = 64;
   alignas(kLine) char room[kTileBytes];
   const std::size_t bytes = job_.datetimes.type.bytes, tile = kTileBytes / bytes;
-  // From the second tile on, lines of the caches are written whole.
+  // From the second tile on, whole cache lines are written.
   const auto address = reinterpret_cast<std::uintptr_t>(job_.results.elements.data());
   std::size_t now = tile - (start + address % kLine / bytes) % (kLine / bytes), done = 0;
   for (std::size_t first = 0; first < count; first += now, now = tile) {
@@ -391,7 +391,7 @@ std::size_t BlockSetter::put(std::size_t start, std::size_t count) {
   return done;
 }
 
-// Converts results, from that of element `first` of the block on; returns how many, before one that cannot be held.
+// Converts results, from element `first` of the block on; returns how many, up to one that the type cannot hold.
 std::size_t BlockSetter::write(std::size_t first, std::size_t count, char* out) {
   if (isReadFast_ && !isAnyAtEdge_ && elements_->write(resultsFrom(first, count), out))
     return count;
@@ -409,8 +409,8 @@ std::size_t BlockSetter::write(std::size_t first, std::size_t count, char* out) 
   return count;
 }
 
-// The double next to the number that was meant is off by 2^-53 of it at most, and so is its
-// product with the milliseconds of a second.
+// The double nearest to the number that was meant is off by at most 2^-53 of it, and its product with the
+// milliseconds of a second by as much again: 2^-52 together.
 Slack BlockSetter::slackOf(std::size_t i) const {
   Slack slack{0, !std::isfinite(highOf(datetimes_)[i])};
   for (const Step& step : steps_) {
@@ -422,7 +422,7 @@ Slack BlockSetter::slackOf(std::size_t i) const {
   return slack;
 }
 
-// Converted results, from that of element `first` of the block on.
+// Copies converted results, from element `first` of the block on, to the caller's memory.
 void BlockSetter::putTile(std::size_t start, std::size_t first, std::size_t count,
                           const char* converted) const {
   const std::size_t bytes = job_.datetimes.type.bytes;

@@ -1,8 +1,8 @@
 // Sets the elements of a call block by block, for one thread.
 //
-// A block is gathered, converted, set by the module, converted back and only then put where the caller wants
-// it: so what follows a wrong element stays as it is. Where a block has one, its halves are set each on their
-// own, until that element is alone.
+// A block is gathered, converted, set by the module, converted back and only then written to the caller's
+// memory: so what follows a wrong element stays as it is. A wrong element is found by bisection: the halves
+// of its block are set each on their own, until that element is alone.
 #pragma once
 
 #include <cstddef>
@@ -33,8 +33,8 @@ class BlockSetter : public BlockWorker {
   struct Step {
     const NewValues& values;
     HostArray selector;
-    HostArray array;              // the values of the block, or the one for all
-    const char* bytes = nullptr;  // the values of the block as they came
+    HostArray array;              // the values of the block, or the one value for all
+    const char* bytes = nullptr;  // the values of the block as the caller's bytes
     double at(std::size_t i) const {
       const paArray* numbers = array.get();
       return paGetRealData(numbers)[paIsScalar(numbers) ? 0 : i];
@@ -81,24 +81,24 @@ class BlockSetter : public BlockWorker {
   std::optional<Zone> ownZone_;
   const Zone* zone_ = nullptr;
   std::optional<ClockChanges> changes_;
-  std::size_t settled_ = 0;  // so many elements were looked at slowly
+  std::size_t settled_ = 0;  // elements met by settleClocks(), until changes_ is worth making
   std::optional<Checker> checker_;
   HostArray zoneText_;
   std::vector<Step> steps_;
-  // Null for pairs. Without parts: of those whose result is a whole second at a gap's edge.
+  // Null for pairs. elementsWithoutParts_ writes results that are a whole second at a gap's edge.
   std::unique_ptr<DatetimeElements> elements_, elementsWithoutParts_;
 
   // The block that is being set.
   std::size_t room_ = 0;
   const char* in_ = nullptr;
   bool isReadFast_ = true;
-  HostArray column_;                    // of the block's size, for what is read
-  HostArray each_;                      // the same with low parts, for what is read one by one
-  const paArray* datetimes_ = nullptr;  // one of both
+  HostArray column_;                    // of the block's size, for datetimes read by the fast path
+  HostArray each_;                      // the same with low parts, for datetimes read one by one
+  const paArray* datetimes_ = nullptr;  // column_ or each_
   // Two blocks for results, lent to the module in turn: what one setting gives, the next one takes.
   HostArray lent_[2];
   bool isSecondLent_ = false;
-  HostArray result_;  // in one of them
+  HostArray result_;  // in one of the two
   std::vector<char> inRoom_, lowRoom_, valueRoom_, swappedRoom_, whereRoom_;
   const char* where_ = nullptr;
   std::vector<char> atEdge_;  // elements whose result is a gap's edge
@@ -106,7 +106,7 @@ class BlockSetter : public BlockWorker {
   std::vector<std::uint8_t> findings_;
 
   std::optional<Stop> stop_;
-  bool isAlone_ = false;  // the block has one element: what is wrong is told
+  bool isAlone_ = false;  // the block has one element, so a fault is reported
   unsigned notes_ = 0;
 };
 

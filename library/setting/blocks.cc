@@ -17,7 +17,7 @@ class Blocks {
  public:
   Blocks(std::size_t all, std::size_t block) : all_(all), block_(block) {}
 
-  // False where none is left, or somebody has stopped.
+  // False where no block is left, or a thread has stopped.
   bool take(std::size_t& start, std::size_t& count) {
     if (isStopped_.load(std::memory_order_relaxed)) return false;
     start = next_.fetch_add(block_, std::memory_order_relaxed);
@@ -30,7 +30,7 @@ class Blocks {
   void note(unsigned bits) { notes_.fetch_or(bits, std::memory_order_relaxed); }
   unsigned notes() const { return notes_.load(std::memory_order_relaxed); }
 
-  // The first in the order of elements is the one that counts: the blocks before it were taken earlier, and
+  // Of several stops the first in the order of elements counts: blocks before it were taken earlier, and
   // are worked on to their end.
   void stop(Stop stop) {
     const std::lock_guard lock(mutex_);
@@ -104,7 +104,7 @@ std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptio
   try {
     while (threads.size() + 1 < most) threads.emplace_back(work, false);
   } catch (const std::exception&) {
-    // As many as the system, and the memory there is, let work.
+    // As many threads as the system and the memory allow.
   }
   work(true);
   for (std::thread& thread : threads) thread.join();

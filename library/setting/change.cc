@@ -34,7 +34,7 @@ double monthsOf(Component component) {
 
 // A date as the settings of year, quarter, month and day of one run make it.
 struct Parts {
-  Date date;  // of the month any number, of the day the one that is kept or asked for
+  Date date;  // its month may be any number; its day is the one that is kept or asked for
   bool isDayKept = true;
 };
 
@@ -56,7 +56,7 @@ void setMonths(Parts& parts, const Assignment& assignment, double value) {
   }
 }
 
-// The day number of the parts, and the date that does not exist where the month lacks the day.
+// The day number of the parts; where the month lacks the day, `lost` is the date that does not exist.
 double dayOf(Parts parts, bool clips, std::optional<Date>& lost) {
   const double days = daysOfMonth(parts.date.year, parts.date.month);
   const double first = ymd2days(parts.date.year, parts.date.month, 1.0);
@@ -87,7 +87,7 @@ struct Lost {
   std::optional<IsoWeek> week;
 };
 
-// The day that one setting of the date leads to, by arithmetic that knows no gaps.
+// The day that one setting of the date leads to, by calendar arithmetic, without the clock's gaps.
 double movedDay(const Assignment& assignment, double value, double day, const Zone& zone,
                 bool clips, Lost& lost) {
   const bool isBy = assignment.change == Change::by;
@@ -125,7 +125,7 @@ double movedDay(const Assignment& assignment, double value, double day, const Zo
   }
 }
 
-// The same through the day of the month, whatever the setting is of.
+// The step that leads to `day` by setting the day of the month, whatever field was asked for.
 Step throughDay(const Wall& wall, double day, const Lost& lost) {
   Setting setting{Component::dayOfMonth, dateOf(wall.day).day + (day - wall.day)};
   setting.mayCarry = true;
@@ -134,7 +134,7 @@ Step throughDay(const Wall& wall, double day, const Lost& lost) {
   return {setting};
 }
 
-// Of a component of the clock, in milliseconds: its unit, and the next larger one.
+// The unit of a component of the clock, and the next larger unit, in milliseconds.
 struct Units {
   double unit, larger;
 };
@@ -151,7 +151,7 @@ Units unitsOf(Component component) {
   }
 }
 
-// A multiple of so many units within the larger one, or its end.
+// The multiple of `count` units since the larger unit began, or the end of the larger unit.
 double multipleNear(const doubledouble& msOfDay, Change change, const Units& units, double count) {
   const double start = floorDouble(dd::collapse(dd::Floor(msOfDay)) / units.larger) * units.larger;
   const doubledouble inside = dd::subtract(msOfDay, start);
@@ -181,7 +181,7 @@ Step clockStep(const Assignment& assignment, double value, const Wall& wall, con
     step.setting.value = shown + value;
     return step;
   }
-  // Whole seconds are set, and what is finer is added: it stays as it is.
+  // The module sets whole seconds; fractions, old and new, are added to its result (step.rest).
   const double whole = floorDouble(value);
   step.rest = dd::add(dd::subtract(wall.msOfDay, second * kMillisPerSecond),
                       two_prod(value - whole, kMillisPerSecond));
@@ -191,7 +191,7 @@ Step clockStep(const Assignment& assignment, double value, const Wall& wall, con
   return step;
 }
 
-// In which order settings of the date are resolved as one: what a later one counts in, an earlier one leads to.
+// The order in which settings of the date are resolved as one: each counts within the unit that earlier ones lead to.
 int rankOf(const Assignment& assignment) {
   if (assignment.own == Own::date) return 0;
   if (assignment.own == Own::isoYear) return 6;
@@ -255,7 +255,7 @@ std::optional<double> readDay(std::string_view text, Complaint& complaint) {
 // hh:mm, hh:mm:ss or hh:mm:ss.digits, in seconds since midnight.
 std::optional<double> readTime(std::string_view text, Complaint& complaint) {
   const std::string whole = "1970-01-01T" + std::string(text);
-  DatetimeText datetime;  // parts of it point into the whole
+  DatetimeText datetime;  // points into `whole`
   const bool isShaped = text.size() >= 5 && text[2] == ':';
   if (isShaped && readDatetime(whole, Form::calendar, datetime, complaint) && datetime.day == 0 &&
       datetime.offset == OffsetForm::none && !datetime.insertedSecond &&
@@ -395,7 +395,7 @@ Step togetherOf(std::span<const Assignment> assignments, std::span<const double>
     }
     settle();
     const bool isTo = assignment.change == Change::to;
-    // What was kept on the way is set now.
+    // The day of the year replaces month and day, so it does not matter whether these made a date.
     if (isTo && assignment.component == Component::dayOfYear) lost.date.reset();
     const bool isWeekSet = std::ranges::any_of(assignments, [](const Assignment& other) {
       return other.own == Own::isoWeek && other.change == Change::to;

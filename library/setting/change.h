@@ -1,16 +1,16 @@
-// Settings that tell the new value by the old one, or set what the module has no component for: each becomes
+// Settings whose new value depends on the old one, or whose field is no component of the module: each becomes
 // one call of the module.
 //
 //   change    asks for                                            the module is told
 //   to        the new value                                       the same
-//   by        so much more: month+=1, day-=7, second+=0.5         the value that the datetime has, and so much
-//                                                                 more; of days and weeks, the day of the month
+//   by        a difference: month+=1, day-=7, second+=0.5         the old value plus the difference; for days
+//                                                                 and weeks, the day of the month
 //   down, up, nearest                                             the time of day
-//             a multiple of hour, minute or second within the next larger unit, with nothing behind it: 08:44:59
-//             by minute=down:15 is 08:30. A time half way between two is the later one
+//             a multiple of hour, minute or second within the next larger unit, smaller units being 0: 08:44:59
+//             by minute=down:15 is 08:30. `nearest` takes the later one where the time is half way between two
 //
-// With `clips`, a day that the month of the result lacks is the last of that month: 31 January and a month
-// is 28 February. Otherwise it carries as with every value.
+// With `clips`, a day that the month of the result lacks becomes the last of that month: 31 January plus a
+// month is 28 February. Otherwise the day carries, as with every value.
 #pragma once
 
 #include <cstdint>
@@ -32,25 +32,25 @@ enum class Change : std::uint8_t { to, by, down, up, nearest };
 // One setting.
 struct Assignment {
   Component component;
-  std::optional<double> value = std::nullopt;  // of all datetimes; nothing where each has its own
+  std::optional<double> value = std::nullopt;  // for all datetimes; nothing where each has its own
   Own own = Own::none;
   Change change = Change::to;
-  bool isNegated = false;  // of Change::by: so much less
+  bool isNegated = false;  // of Change::by: the difference is taken away
 
   CalendarField field() const { return {component, own}; }
   bool isMultiple() const { return change != Change::to && change != Change::by; }
-  // Of the date; else of the clock.
+  // Whether the field is of the date; else it is of the clock.
   bool isOfDate() const { return factsOf(component).isOfDate; }
 };
 
-// Reads the value of a setting whose field is known: of Change::to what readValue reads, dates and times,
-// and with a prefix as in "down:15" a change, which the assignment then has. Nothing, and a complaint, for
-// others.
-// Names of days count from the first day of the weeks, Sunday being 0.
+// Reads the value of a setting whose field is known: for Change::to what readValue reads, dates and times,
+// for Change::by a difference. A prefix, as in "down:15", makes the assignment's change one to a multiple.
+// Nothing, and a complaint, for other texts.
+// Names of days count from `firstDay`, on which weeks begin, Sunday being 0.
 std::optional<double> readValueOf(Assignment& assignment, std::string_view text, int firstDay,
                                   Complaint& complaint);
 
-// Of year, quarter or month: such a setting keeps the day of the month, if the month has it.
+// Whether a setting is of year, quarter or month, and so keeps the day of the month if the month has it.
 inline bool isOfMonths(const Assignment& assignment) {
   return assignment.own == Own::none &&
          (assignment.component == Component::year || assignment.component == Component::quarter ||
@@ -63,7 +63,7 @@ bool isChange(const Assignment& assignment, const Zone& zone, bool clips);
 // What the module is told.
 struct Step {
   Setting setting;
-  doubledouble rest{};  // milliseconds that are added to its result
+  doubledouble rest{};  // milliseconds that are added to the module's result
 };
 
 // For a datetime within the range; `value` is the assignment's, or the datetime's own.
@@ -77,7 +77,7 @@ Component steppedComponent(const Assignment& assignment, const Zone& zone, bool 
 // is of the day of the month. `values` are those of the assignments.
 Step togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
                 const doubledouble& datetime, const Zone& zone, bool clips);
-// Two that cannot be: of the same kind, or the day of the year beside the month. Nothing where all can.
+// Two settings that cannot be resolved as one, such as the day of the year and the month. Nothing where all can.
 struct Apart {
   CalendarField a, b;
 };

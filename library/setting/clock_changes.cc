@@ -21,7 +21,7 @@ ClockChanges::ClockChanges(const Zone& zone) : bits_(kSteps / 64 + 1) {
   }
 }
 
-// A second more on either side: fractions of a millisecond are rounded before they are looked up.
+// A second more on either side: instants are rounded to whole milliseconds before they are looked up.
 void ClockChanges::mark(std::int64_t from, std::int64_t until) {
   const auto stepOf = [](std::int64_t second) { return (1000 * second - kFirst) >> kStepBits; };
   const auto last = std::min(stepOf(until + 1), static_cast<std::int64_t>(kSteps) - 1);

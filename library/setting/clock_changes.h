@@ -1,7 +1,7 @@
-// Which instants may lie where a clock shows a time twice or has skipped one: a quick look, before the slow one.
+// Which instants may lie where a clock shows a time twice or has skipped one: a fast filter before an exact test.
 //
-// Hours after a change of the clock are marked in a field of bits, one for 2^24 milliseconds, some 5 hours, of the
-// years from 1800 to 2100. Whatever lies outside of them is looked at slowly.
+// The hours after each change of the clock are marked in a bit set, with one bit for 2^24 milliseconds, some 5
+// hours, from 1800 to 2100. All times outside of these years count as marked.
 #pragma once
 
 #include <algorithm>
@@ -19,9 +19,9 @@ class ClockChanges {
  public:
   explicit ClockChanges(const Zone& zone);
 
-  // Milliseconds since 1970. True for NaN, too.
+  // Whether an instant, in milliseconds since 1970, may be such a one. True for NaN, too.
   bool mayBeNear(double millis) const { return (look(bits_.data(), millis) & 1) != 0; }
-  // Whether one of them may be.
+  // Whether one of several instants may be.
   bool areAnyNear(const double* millis, std::size_t count) const {
     return anyMayBeNear(bits_.data(), millis, count);
   }
@@ -29,7 +29,7 @@ class ClockChanges {
  private:
   static constexpr std::int64_t kFirst = -5'364'662'400'000;  // 1800-01-01
   static constexpr int kStepBits = 24;
-  // To 2100-01-01; the bit behind them stands for all else.
+  // The bits up to 2100-01-01; one more bit, after these, stands for all other times.
   static constexpr std::uint64_t kSteps = 564'283;
 
   // The lowest bit tells. Without branches, and in integers of 64 bits, so that the compiler makes vectors of it.

@@ -36,7 +36,7 @@ inline int128 edgeOf(plxGap gap, const Transition& change) {
   return gap == plxGAP_START ? change.second - 1 : change.second;
 }
 
-// The first of two instants that show the same wall time, from the second.
+// The first of two instants that show the same wall time, given the second.
 inline doubledouble firstOfTwo(const doubledouble& second, const Transition& change) {
   return dd::subtract(second, 1000.0 * (change.before - change.after));
 }
@@ -54,7 +54,7 @@ struct Settled {
   Finding finding = {};
 };
 
-// The pairs before and after one setting, both within a calendar's range.
+// What becomes of the result `after` of setting `before`, both within a calendar's range.
 Settled settle(const ClockChoice& choice, Checker& checker, const Zone& zone,
                const Setting& setting, const doubledouble& before, const doubledouble& after);
 

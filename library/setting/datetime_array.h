@@ -1,4 +1,4 @@
-// Datetimes in memory of the caller's.
+// Datetimes in the caller's memory.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,8 @@ namespace plx {
 struct DatetimeArray {
   ElementType type;
   bool isPair = false;  // high and low parts in arrays of their own
-  Strided elements;     // of pairs the high parts
-  Strided low;          // of pairs
+  Strided elements;     // of pairs, the high parts
+  Strided low;          // of pairs, the low parts
   std::size_t count = 0;
 };
 

@@ -1,4 +1,4 @@
-// Reads and writes datetimes of the caller's as exact pairs, for what does not go through the module.
+// Reads and writes datetimes in the caller's memory as exact pairs, for what does not go through the module.
 #pragma once
 
 #include <cstddef>
@@ -19,10 +19,10 @@ class DatetimePlaces {
   // The array outlives the places.
   explicit DatetimePlaces(const DatetimeArray& array);
 
-  // The pair nearest to the datetime at a position; what is finer than a millisecond included.
+  // The pair nearest to the datetime at a position, parts of a millisecond included.
   std::optional<Wrong> read(std::size_t position, doubledouble& datetime) const;
-  // The same of many, but counts of units below a millisecond rounded down to whole ones. False where the
-  // datetimes have to be read one by one; what is in the arrays then has no meaning.
+  // The fast path for many, which rounds counts of units below a millisecond down to whole milliseconds.
+  // False where the datetimes have to be read one by one; what is in the arrays then has no meaning.
   bool readMillis(std::size_t start, std::size_t count, double* high, double* low);
   std::optional<Wrong> write(std::size_t position, const doubledouble& datetime) const;
 

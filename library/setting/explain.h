@@ -1,4 +1,4 @@
-// One setting of one datetime of the caller's, as a person reads it.
+// One setting of one datetime in the caller's memory, explained in words.
 #pragma once
 
 #include <string>

@@ -10,10 +10,10 @@ namespace plx {
 
 namespace {
 
-// Few enough for all that is kept of a block to stay in the second cache.
+// Elements per block: few enough for all arrays of a block to stay in the level-2 cache.
 constexpr std::size_t kBlock = std::size_t{1} << 13;
 
-// Enough for the module to write past the caches.
+// Elements per block of pairs: enough for the module to use non-temporal stores.
 constexpr std::size_t kPairBlock = std::size_t{1} << 20;
 
 }  // namespace

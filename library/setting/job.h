@@ -1,4 +1,4 @@
-// What one call of the library is to do, its arguments read and found right.
+// What one call of the library is to do, its arguments read and checked.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct NewValues {
   ElementType type;
   Strided elements;
   std::optional<double> forAll;  // one for all datetimes
-  bool areLast = false;          // the last value that the component has at each
+  bool areLast = false;          // for each datetime the last value that the component has there
 };
 
 struct SetJob {
@@ -34,19 +34,19 @@ struct SetJob {
   plxOptions options{};  // none of later versions
   Strided findings, where;
   std::string zoneText;    // as the module reads it
-  bool isLocal = false;    // the text is that of the system's clock
-  bool needsZone = false;  // what the clock of the zone shows has to be known
+  bool isLocal = false;    // the zone is the system's
+  bool needsZone = false;  // the wall times of the zone have to be known
   bool countsLeapSeconds = false;
   bool hasZone = false;  // one with a calendar
-  // The zone, for one thread, where the caller has it; else each thread makes its own.
+  // The caller's zone, for one thread only; where it is null, each thread makes its own.
   const Zone* zone = nullptr;
   // The position of the element that the results begin with.
   std::size_t firstResult = 0;
   bool keepsParts = true;  // no step replaces what is below a millisecond
 };
 
-// Sets all elements; nothing, or where it stopped. Elements before that one are set. In `notes` come bits
-// of what is worth telling.
+// Sets all elements. Nothing, or where it stopped: the elements before are set. `notes` is set to what is
+// worth telling, bits for plxOptions::notes.
 std::optional<Stop> run(const SetJob& job, unsigned& notes);
 
 }  // namespace plx

@@ -52,7 +52,7 @@ PairSetter::PairSetter(const SetJob& job)
       selector_(hostNumber(factsOf(job.steps.front().component).selector)),
       zone_(hostText(job.zoneText)) {}
 
-// Results that begin with a line of the caches are written past them.
+// Results that begin with a cache line: for these the module uses non-temporal stores.
 std::optional<Stop> PairSetter::work(std::size_t start, std::size_t count) {
   const auto address = reinterpret_cast<std::uintptr_t>(from(job_.results.elements, start));
   const std::size_t head = (kLine - address % kLine) % kLine / sizeof(double);

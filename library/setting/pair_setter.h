@@ -1,4 +1,4 @@
-// Sets pairs of arrays where nothing has to be copied: the module reads the caller's memory and writes it.
+// Sets datetimes that are pairs of arrays without a copy: the module reads and writes the caller's memory.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +12,11 @@ namespace plx {
 
 class PairSetter : public BlockWorker {
  public:
-  // Whether a job is one: whole arrays without a time zone and one value for all that no element can make
-  // wrong, since what the module has written by then could not be taken back.
+  // Whether this setter can do a job: contiguous arrays, no time zone, and one value for all for which no
+  // element can fail, since what the module has written by then could not be taken back.
   static bool takes(const SetJob& job);
 
-  // The job is one of those, and outlives the setter.
+  // takes() is true for the job, which outlives the setter.
   explicit PairSetter(const SetJob& job);
 
   std::optional<Stop> work(std::size_t start, std::size_t count) override;

@@ -1,4 +1,4 @@
-// What the module does not take, told before it is asked, and what it says where it refuses.
+// What a calendar does not take, told before the module is called, and what the module's errors mean.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace plx {
 
-// What a calendar cannot take, though the component can.
+// What is wrong with a value that the component takes, but the calendar of a time zone does not.
 std::optional<Complaint> refusedByCalendar(Component component, double value);
 
 // What the module's error means for a datetime and a value that have been checked before.

@@ -1,5 +1,5 @@
-// Copying past the caches: results that do not fit them would otherwise first be read from memory, line by
-// line, to be overwritten.
+// Copying by non-temporal stores, which bypass the caches: other stores would first read each cache line of
+// the results from memory, only to overwrite it.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +12,10 @@
 
 namespace plx {
 
-// From so many bytes of results on, what has been written is out of the caches before it is read again.
+// From this many bytes of results on, what has been written is out of the caches before it is read again.
 inline constexpr std::size_t kPastCachesBytes = std::size_t{8} << 20;
 
-// Followed by endStreams() before another thread may look.
+// To be followed by endStreams() before another thread reads the results.
 inline void streamCopy(char* to, const char* from, std::size_t bytes) {
 #if defined(__SSE2__)
   const std::size_t head =

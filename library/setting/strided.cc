@@ -36,7 +36,7 @@ Strided::Strided(void* data, std::size_t bytes, std::size_t ndim, const std::siz
                  const std::ptrdiff_t* strides)
     : data_(static_cast<char*>(data)), bytes_(bytes) {
   if (strides == nullptr) return;
-  // Strides of no elements mean nothing, not even a product.
+  // The strides of an empty array can be anything, and their products overflow.
   if (std::find(shape, shape + ndim, std::size_t{0}) != shape + ndim) return;
   for (std::size_t d = ndim; d-- > 0;) {
     if (shape[d] == 1) continue;

@@ -11,17 +11,17 @@ namespace plx {
 class Strided {
  public:
   Strided() = default;
-  // Elements of `bytes` bytes, 1, 2, 4, 8 or 16 of them. Null for the strides: one behind the other. The
-  // product of the shape fits.
+  // Elements of 1, 2, 4, 8 or 16 bytes. Null strides mean contiguous elements, in C order. The product of the
+  // shape does not overflow.
   Strided(void* data, std::size_t bytes, std::size_t ndim, const std::size_t* shape,
           const std::ptrdiff_t* strides);
 
-  // One behind the other, in their order.
+  // Whether elements follow one another in memory, in C order.
   bool isContiguous() const { return isContiguous_; }
   char* data() const { return data_; }
   char* at(std::size_t position) const;
 
-  // The elements from `start` on, one behind the other: where they stand if they do so there, else copied
+  // The elements from `start` on, contiguous: where they are if they are so there, else copied
   // to `room`.
   const char* gathered(std::size_t start, std::size_t count, char* room) const {
     if (isContiguous_) return data_ + start * bytes_;
@@ -42,8 +42,8 @@ class Strided {
   char* data_ = nullptr;
   std::size_t bytes_ = 1;
   bool isContiguous_ = true;
-  // Those of length 1 left out, and neighbours that go on in one stride made one; the fastest first. None
-  // for contiguous elements.
+  // The innermost dimension first; without those of length 1, and with neighbours merged where one stride
+  // serves both. Empty for contiguous elements.
   std::vector<Dimension> dimensions_;
 };
 

@@ -13,7 +13,7 @@ constexpr std::string_view kAcceptedNumbers = "a decimal number such as 13, -0.5
 constexpr std::string_view kAcceptedWholeNumbers =
     "whole numbers; only second and time-of-day take fractions";
 
-// What is no number may have been meant for a word.
+// A text that is no number may have been meant as a name.
 std::string_view acceptedOf(Component component) {
   switch (component) {
     case Component::quarter:

@@ -11,7 +11,7 @@
 
 namespace plx {
 
-// Stands for the last value that a component has at a datetime, which differs from one to the next.
+// Stands for the last value that a component has at a datetime, which differs between datetimes.
 // No text is read as NaN otherwise.
 inline constexpr double kLast = std::numeric_limits<double>::quiet_NaN();
 inline bool isLast(double value) { return std::isnan(value); }

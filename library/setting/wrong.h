@@ -17,7 +17,7 @@ struct Wrong {
   bool isOfValue = false;
 };
 
-// With the complaint's identifier; without a text, it stands alone.
+// The complaint as a Wrong, with the text that it is about, if there is one, in quotes.
 inline Wrong wrong(const Complaint& complaint, std::string_view text = {}, bool isOfValue = false) {
   Wrong wrong{"Pelmor:" + std::string(complaint.identifier), complaint.what, isOfValue};
   if (!text.empty()) wrong.message += ": " + quoteText(text);

@@ -9,7 +9,7 @@
 
 namespace plx {
 
-// Throws a Wrong for a text that names none.
+// Throws a Wrong for a text that names no zone.
 inline Zone zoneOf(const std::string& text) {
   Complaint complaint;
   auto zone = Zone::find(text, complaint);

@@ -114,7 +114,7 @@ class Grammar {
   const std::string_view text_;
   std::size_t at_ = 0;
   Wanted wanted_ = Wanted::value;
-  std::vector<std::size_t> open_;  // where the brackets and braces around the place stand
+  std::vector<std::size_t> open_;  // positions of the brackets and braces that are open
   std::optional<JsonFault> fault_;
 };
 

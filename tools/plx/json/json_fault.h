@@ -12,8 +12,8 @@ struct JsonFault {
   std::size_t at;
 };
 
-// The first place where a text is not one value of JSON; nothing where it is one. UTF-8 is not looked at.
-// The reader of values is faster, but what it tells of a fault differs from release to release.
+// The first place where a text is not one JSON value; nothing where it is one. UTF-8 is not checked.
+// The library behind JsonReader is faster, but what it tells of a fault differs from release to release.
 std::optional<JsonFault> findJsonFault(std::string_view text);
 
 }  // namespace plx

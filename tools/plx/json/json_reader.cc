@@ -15,7 +15,7 @@ namespace {
 
 namespace ondemand = simdjson::ondemand;
 
-// Deeper than any data, and few enough for the stack of a thread.
+// The deepest nesting: more than any data have, and little enough for the stack of a thread.
 constexpr int kDeepest = 500;
 
 constexpr char kNotJson[] = "not JSON";
@@ -118,7 +118,7 @@ std::optional<JsonError> JsonReader::read(std::string_view text, std::vector<Jso
   values.assign(walk_->count, {});
   walk_->values = &values;
   if (walk_->read(text)) return std::nullopt;
-  // A value of the wrong type is told only where all of the text is JSON: what is wrong with it otherwise says more.
+  // A value of the wrong type is reported only where the whole text is JSON: a fault of grammar says more.
   if (const auto fault = findJsonFault(text))
     return JsonError{{fault->what, kAcceptedJson}, fault->at};
   return std::move(walk_->error);
@@ -140,7 +140,7 @@ bool JsonReader::Walk::document(ondemand::document& document, std::string_view t
     ondemand::value whole;
     if (const auto code = document.get_value().get(whole)) return fail(code);
     if (!value(whole, &nodes[0], 0)) return false;
-    // All is read where there is no place for more.
+    // At the end of the text there is no current location; where there is one, something follows the value.
     const char* at = nullptr;
     if (document.current_location().get(at) == simdjson::SUCCESS) return fail(kNotJson, at);
     return true;
@@ -155,7 +155,7 @@ bool JsonReader::Walk::document(ondemand::document& document, std::string_view t
 bool JsonReader::Walk::value(ondemand::value value, const Node* node, int depth) {
   ondemand::json_type type;
   const std::string_view token = value.raw_json_token();
-  // Behind the last token there is one more place, whose byte is none of the text.
+  // After the last token the iterator has one more position, which is outside the text.
   if (token.data() >= base + size) return fail(kNotJson, base);
   if (const auto code = value.type().get(type)) return fail(code, token.data());
   if (depth > kDeepest) return fail("nested too deeply", token.data(), "up to 500 levels");
@@ -172,7 +172,7 @@ bool JsonReader::Walk::value(ondemand::value value, const Node* node, int depth)
     return array(elements, node, depth);
   }
   if (!scalar(type, token, node)) return false;
-  // Taken by the iterator too: it would skip "a":1 as a whole where a string is not.
+  // A string has to be taken from the iterator, which otherwise skips `"a":1` as if it were one value.
   ondemand::raw_json_string taken;
   if (type == ondemand::json_type::string) {
     if (const auto code = value.get_raw_json_string().get(taken)) return fail(code, token.data());

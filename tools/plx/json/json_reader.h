@@ -1,4 +1,4 @@
-// Finds the values at some paths in a text of JSON, and holds all of it against the grammar.
+// Finds the values at some paths in a JSON text, and checks the whole text against the grammar.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ struct JsonError {
 
 class JsonReader {
  public:
-  // How many bytes behind a text have to be readable, whatever they are.
+  // How many bytes after a text have to be readable, whatever they are.
   static std::size_t padding();
 
   explicit JsonReader(const std::vector<JsonPath>& paths);
@@ -41,9 +41,9 @@ class JsonReader {
   JsonReader(const JsonReader&) = delete;
   JsonReader& operator=(const JsonReader&) = delete;
 
-  // Reads one text. Nothing, and one value for each path in their order, where it is JSON; else, and where a
-  // value is neither string nor number nor null, or a key on the way to one is there twice, what is
-  // wrong.
+  // Reads one text, and gives one value for each path, in the order of the paths. Returns what is wrong where
+  // the text is not JSON, where a value is neither string, number nor null, or where a key on the way to a
+  // value occurs twice; else nothing.
   std::optional<JsonError> read(std::string_view text, std::vector<JsonValue>& values);
 
  private:

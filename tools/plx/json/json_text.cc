@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kEscapes = "\"\\/bfnrt";
 constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
 
-// Four hexadecimal digits; nothing for others.
+// The number of four hexadecimal digits; nothing for another text.
 std::optional<std::uint32_t> hexOf(std::string_view digits) {
   std::uint32_t number = 0;
   if (digits.size() < 4) return std::nullopt;
@@ -43,7 +43,7 @@ bool isIn(std::uint32_t number, std::uint32_t first, std::uint32_t last) {
   return first <= number && number <= last;
 }
 
-// The character that stands behind \u, of which `size` then tells how many bytes it takes.
+// The character of the escape after its \u; `size` is set to the number of bytes that it takes there.
 std::uint32_t characterAt(std::string_view text, std::size_t& size) {
   constexpr std::uint32_t kReplacement = 0xFFFD;
   const std::uint32_t first = hexOf(text).value_or(kReplacement);
@@ -69,7 +69,7 @@ std::optional<std::string> quotedKey(Scanner& scan) {
   return unescapedJson(rest.substr(1, end - 1));
 }
 
-// What stands in brackets, up to the closing one.
+// The step within brackets, up to the closing one.
 std::optional<JsonStep> stepInBrackets(Scanner& scan) {
   JsonStep step;
   if (scan.next() == '"') {
@@ -86,7 +86,7 @@ std::optional<JsonStep> stepInBrackets(Scanner& scan) {
   return scan.skip(']') ? std::optional(std::move(step)) : std::nullopt;
 }
 
-// What stands behind a point, up to the next point or bracket.
+// The step after a point, up to the next point or bracket.
 std::optional<JsonStep> stepBehindPoint(Scanner& scan) {
   if (scan.next() == '"') {
     auto key = quotedKey(scan);
@@ -163,7 +163,7 @@ std::optional<JsonPath> readJsonPath(std::string_view text, Complaint& complaint
   JsonPath path;
   Scanner scan(text);
   if (!scan.skip('.')) return std::nullopt;
-  // Behind the first point, and only there, a bracket or nothing may follow at once.
+  // The first point, and only that, may be followed by a bracket or by nothing.
   bool behindPoint = !scan.atEnd() && scan.next() != '[';
   while (behindPoint || !scan.atEnd()) {
     auto step = behindPoint      ? stepBehindPoint(scan)

@@ -11,17 +11,17 @@
 
 namespace plx {
 
-// Whether a text is a number as JSON has it: no sign but a minus, no zeros before it, digits on both
+// Whether a text is a number as JSON has it: no sign but a minus, no leading zeros, digits on both
 // sides of a point.
 bool isJsonNumber(std::string_view text);
 
-// Whether each backslash in what stands between the quotes of a string begins an escape.
+// Whether each backslash between the quotes of a string begins an escape.
 bool hasJsonEscapes(std::string_view inQuotes);
 
-// What a string means; half of a surrogate pair as U+FFFD.
+// The text that a string means; a lone surrogate becomes U+FFFD.
 std::string unescapedJson(std::string_view inQuotes);
 
-// Appends a text as it stands between the quotes of a string: escaped is what has to be.
+// Appends a text as the inside of a quoted string, with escapes where there have to be.
 void appendJson(std::string& out, std::string_view text);
 
 // One step on the way to a value: a member of an object, or an element of an array, from 0.
@@ -33,7 +33,7 @@ struct JsonStep {
 using JsonPath = std::vector<JsonStep>;
 
 // A path as jq writes it: .created, .order.due, ."a key", .["a key"], .items[0], or . for the whole value.
-// Nothing, and a complaint, for a text that is none.
+// Nothing, and a complaint, for a text that is no path.
 std::optional<JsonPath> readJsonPath(std::string_view text, Complaint& complaint);
 
 inline constexpr std::string_view kAcceptedJsonPaths =

@@ -19,7 +19,7 @@ namespace {
 // system that has such lists. Set, it also sets the mode, and a change of the mode changes it.
 constexpr std::string_view kAccessList = "system.posix_acl_access";
 
-// Calls that tell a size first and then fill so much. Nothing, and errno, where that fails.
+// The bytes of a system call that tells their size first and then fills a buffer. Nothing, and errno, where it fails.
 template <class Call>
 std::optional<std::string> filled(const Call& call) {
   for (;;) {

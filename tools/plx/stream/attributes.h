@@ -13,9 +13,9 @@ struct AttributeLoss {
   int error;         // of errno
 };
 
-// Makes owner, group, mode and extended attributes of an open file those of the file at a path, and
-// takes away what that has not: a list that the folder gave. Nothing where all is so; else the first
-// that is not, and whatever came before it is taken over.
+// Copies owner, group, mode and extended attributes of the file at `from` to the open file `to`, and
+// removes attributes that `from` lacks, such as an access control list that the folder gave. Nothing where
+// all could be copied; else the first that could not, with those before it copied.
 //
 // security.ima and security.evm are left alone: these are sums over the content and its attributes,
 // which the system makes.

@@ -15,7 +15,7 @@ class Boundaries {
   // quotes: a LF between two quotes ends no record.
   explicit Boundaries(bool quotes) : quotes_(quotes) {}
 
-  // `bytes` are all from the last restart on; goes through those that it has not seen.
+  // `bytes` are all bytes since the last restart; scans those that it has not seen.
   void scan(std::string_view bytes);
   // Forgets the bytes before the last boundary, which then is at 0.
   void restart();

@@ -1,4 +1,4 @@
-// A piece of a file or a pipe that holds whole records, and where it stands.
+// A piece of a file or a pipe that holds whole records, and its position there.
 //
 //   line    what a LF ends; of a file or inside a quoted field
 //   record  a line; in a table, a row, which quoted fields may spread over several lines
@@ -25,12 +25,12 @@ struct Chunk {
   std::uint64_t offset = 0;  // bytes of the source before the chunk
   std::size_t record = 1;    // number of its first record, from 1
   std::size_t line = 1;      // number of its first line, from 1
-  std::size_t records = 0;   // how many it has, one without an end among them
-  bool first = false;        // it begins the source, with the byte-order mark if there is one
+  std::size_t records = 0;   // how many it has, including one without a line end
+  bool first = false;        // whether it begins the source, where a byte-order mark may be
   End end = End::record;
 
   std::vector<char> storage;  // kept from one chunk to the next
-  std::size_t size = 0;       // of it, in use
+  std::size_t size = 0;       // bytes of storage in use
 };
 
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";

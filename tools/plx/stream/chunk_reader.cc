@@ -7,7 +7,7 @@ namespace plx {
 
 namespace {
 
-// There is always room for as much as a pipe holds.
+// The least room that a read is given: as much as a pipe holds.
 constexpr std::size_t kLeastRoom = std::size_t{1} << 16;
 
 }  // namespace

@@ -12,22 +12,22 @@
 
 namespace plx {
 
-// What a file is read in; a pipe gives what is there.
+// Bytes to read of a file at a time; a pipe gives what is there.
 inline constexpr std::size_t kFileChunk = std::size_t{1} << 18;
 
 class ChunkReader {
  public:
-  // quotes: of a table, where a LF between two quotes ends no record. `longest`: how long a record
-  // may be, in bytes with its end; at one that is longer the chunks stop with Chunk::End::limit. The
-  // source outlives the reader.
+  // `quotes`: as of a table, a LF between two quotes ends no record. `longest`: how long a record may be,
+  // in bytes with its line end; a longer one ends the chunks, with Chunk::End::limit. The source
+  // outlives the reader.
   ChunkReader(Source& source, bool quotes, std::size_t longest);
 
-  // Waits until there is a whole record, and gives all that are there by then: of a file about
+  // Waits for a whole record, and gives all records that are there by then: of a file some
   // kFileChunk bytes. False at the end. Throws a Failure where reading fails.
   bool read(Chunk& chunk);
 
-  // The first chunk, which `read` then gives again; null where there is none. To be called before
-  // the first `read`.
+  // The first chunk, which the first `read` gives again; null where there is none. To be called
+  // before that.
   const Chunk* peek();
 
   Source& source() { return source_; }

@@ -8,7 +8,7 @@ namespace plx {
 
 namespace {
 
-// How long the line is in the end is not known where it is refused.
+// Characters that a message shows of a line that is too long: it is refused before its end is known.
 constexpr std::size_t kShownOfLongLine = 60;
 
 std::string_view endingOf(std::string_view line) {
@@ -36,7 +36,7 @@ bool LineReader::read(std::vector<Line>& lines) {
     }
     at += line.lead.size() + line.text.size() + line.ending.size();
     lines.push_back(line);
-    // What is written is whole lines, or those of the next file would go on in this one.
+    // Only whole lines are written: else the next file's first line would be appended to this file's last.
     if (line.ending.empty()) lines.back().ending = "\n";
   }
   return true;

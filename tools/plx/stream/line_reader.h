@@ -22,7 +22,7 @@ struct Line {
   std::size_t number;       // from 1; 0 for a text that comes from no file
 };
 
-// Of the text, in bytes, unless that is told.
+// The longest text of a line, in bytes, where no other limit is given.
 inline constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 // What a line has beside its text at most: a byte-order mark and a line end.
 inline constexpr std::size_t kAroundLine = 5;
@@ -32,7 +32,7 @@ class LineReader {
   // Standard input for "-". Throws a Failure of Status::inputOutput where nothing can be opened.
   explicit LineReader(const std::string& path);
 
-  // Waits until there is a whole line, and gives all that are there by then, valid until the next
+  // Waits for a whole line, and gives all lines that are there by then, valid until the next
   // call. False at the end. Throws a Failure where reading fails or a line exceeds kLongestLine,
   // after the lines before it have been given.
   bool read(std::vector<Line>& lines);
@@ -44,7 +44,7 @@ class LineReader {
   Source source_;
   ChunkReader reader_;
   Chunk chunk_;
-  std::optional<Failure> failure_;  // of the line behind those that were given
+  std::optional<Failure> failure_;  // of the line after those that were given
 };
 
 // A line of a chunk at `begin`, up to its line end or to the end of the chunk.
@@ -53,7 +53,7 @@ Line lineAt(const Chunk& chunk, std::size_t begin, std::size_t number);
 // A line of more bytes than a line may have.
 Failure lineTooLong(std::string_view name, const Line& line, std::size_t longest);
 
-// "name:line:1", as a line begins with its first character, or "argument" for line 0.
+// "name:line:1", where the 1 is the line's first character, or "argument" for line 0.
 std::string location(std::string_view name, std::size_t line);
 
 }  // namespace plx

@@ -14,7 +14,7 @@ namespace plx {
 
 namespace {
 
-// Someone else made the descriptor non-blocking.
+// For a descriptor that another program has made non-blocking.
 void waitForRoom(int descriptor) {
   struct pollfd polled = {descriptor, POLLOUT, 0};
   ::poll(&polled, 1, -1);
@@ -54,7 +54,7 @@ void Output::takeBack(std::size_t written) const {
   if (written == 0 || flags < 0 || (flags & O_APPEND) != 0) return;
   if (::fstat(descriptor_, &info) != 0 || !S_ISREG(info.st_mode)) return;
   const off_t end = ::lseek(descriptor_, 0, SEEK_CUR);
-  if (end != info.st_size) return;  // something else stands behind
+  if (end != info.st_size) return;  // something else has been written after it
   const off_t begin = end - static_cast<off_t>(written);
   if (::ftruncate(descriptor_, begin) == 0) ::lseek(descriptor_, begin, SEEK_SET);
 }

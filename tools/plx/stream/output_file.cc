@@ -25,10 +25,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// As many as the system follows.
+// As many links in a row as the system follows.
 constexpr int kMostLinks = 40;
 
-// Opened by their names, these would begin at the start of the file that they are.
+// The descriptor that a name such as /dev/stdout means: opened by that name, a file would be written from its start.
 std::optional<int> openedDescriptor(std::string_view path) {
   if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
   if (path == "/dev/stderr") return STDERR_FILENO;
@@ -53,7 +53,7 @@ fs::path withoutLinks(fs::path path) {
 }
 
 // A file of a new name in a folder, opened for writing; negative, and errno, where there cannot be one.
-// mkostemp knows one mode alone.
+// mkostemp, which does this with mode 0600 alone, does not serve.
 int openNew(const fs::path& folder, mode_t mode, std::string& path) {
   constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
   std::random_device random;
@@ -119,7 +119,7 @@ OutputFile::OutputFile(const std::string& path, const InPlace& inPlace) : Output
 OutputFile::~OutputFile() { discard(); }
 
 void OutputFile::begin(const std::string& path) {
-  // Renaming needs no right to write to the file, but replacing what is protected is not meant.
+  // Renaming needs no right to write to the file, but a file that is write-protected shall not be replaced.
   if (replaces_ && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) fail("write");
   target_ = withoutLinks(path).string();
   openTemporary();
@@ -128,8 +128,8 @@ void OutputFile::begin(const std::string& path) {
 }
 
 void OutputFile::openTemporary() {
-  // What a new file may be read by is for the system to say, which knows the umask and the folder's
-  // default list. Another one is its owner's alone until it has the rights of the old file.
+  // The system decides who may read a new file, by the umask and the folder's default list. One that
+  // replaces a file is its owner's alone until it has the rights of the old file.
   const mode_t mode = replaces_ ? 0600 : 0666;
   std::string name;
   const SignalsHeld held;
@@ -154,7 +154,7 @@ void OutputFile::keepAttributes() {
                             loss->what, std::strerror(loss->error), instead)};
 }
 
-// What others write to the input meanwhile would be lost.
+// Refuses to replace an input that others have written to meanwhile: what they wrote would be lost.
 void OutputFile::refuseChangedInput() const {
   struct stat now;
   if (!inPlace_ || ::stat(target_.c_str(), &now) != 0) return;  // gone, and nothing is lost

@@ -1,8 +1,8 @@
 // A file that is written as a whole or not at all.
 //
-// The bytes go to a temporary file in the same folder, which takes the target's place when all are
-// there and on the disk. Whatever ends the program before that (an error, a signal that can be
-// caught) leaves the old file as it was and no temporary. The input may be the same file. Of several
+// The bytes go to a temporary file in the same folder, which replaces the target once all bytes are on
+// the disk. Whatever ends the program before that (an error, a signal that can be caught) leaves the
+// old file as it was, and no temporary file. The input may be the same file. Of several
 // files, all may be prepared before the first is committed.
 #pragma once
 
@@ -23,15 +23,15 @@ class OutputFile {
   // Symbolic links are followed; what they lead to is replaced. Owner, group, mode, access control
   // lists and other extended attributes stay; a new file gets what the umask or its folder's default
   // list leaves. Other hard links keep the old content. What is no regular file (a device, a pipe,
-  // /dev/stdout, "-") is written to directly. Throws a Failure of Status::inputOutput where that
-  // cannot be, where the file may not be written to, and where it has what cannot be kept.
+  // /dev/stdout, "-") is written to directly. Throws a Failure of Status::inputOutput where neither
+  // is possible, where the file may not be written to, and where an attribute cannot be kept.
   explicit OutputFile(const std::string& path);
-  // The same for a file that is there and regular, the input itself. Its backup is a second name of the
-  // old file, with everything that it has; a Failure too where something else has that name. To be made
-  // before the input is read: what is written to it from then on is not to be lost, and a Failure of
-  // prepare and commit.
+  // The same for a regular file that exists and is the input itself. Its backup is a hard link to the old
+  // file, so with all attributes; a Failure, too, where something else has that name. To be constructed
+  // before the input is read: prepare and commit throw a Failure where others have written to the input
+  // since then, so that nothing written is lost.
   OutputFile(const std::string& path, const InPlace& inPlace);
-  // Without a commit, the temporary file goes.
+  // Removes the temporary file where there was no commit.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -41,11 +41,11 @@ class OutputFile {
   // Where to write.
   int descriptor() const { return descriptor_; }
 
-  // All bytes are written: closes the file when they are on the disk, with the attributes of the old
-  // one. Throws a Failure of Status::inputOutput.
+  // To be called when all bytes are written: waits until they are on the disk and closes the file, with
+  // the attributes of the old one. Throws a Failure of Status::inputOutput.
   void prepare();
   // Prepares the file where that has not been done, and puts it in its place. Throws a Failure of
-  // Status::inputOutput; the old file then is whole.
+  // Status::inputOutput; the old file is whole then.
   void commit();
 
  private:

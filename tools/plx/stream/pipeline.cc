@@ -101,7 +101,7 @@ bool Pipeline::Run::put(const Thread* thread, std::size_t number, std::exception
   if (failure) {
     failure_ = failure;
     stopped_ = true;
-    reader_.source().wakeUp();  // one that waits for more would never end
+    reader_.source().wakeUp();  // a thread that waits for input would never end
   }
   turn_.notify_all();
   return !stopped_;

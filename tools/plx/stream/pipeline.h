@@ -1,4 +1,4 @@
-// Chunks through workers and out in order, on as many threads as asked for.
+// Takes chunks through workers, on as many threads as asked for, and writes the results in order.
 //
 // Each thread takes the next chunk, turns it into text, waits for its turn and writes. So there are
 // never more chunks in memory than threads, and a single thread is a plain loop.
@@ -17,7 +17,7 @@
 
 namespace plx {
 
-// So many messages about single datetimes are shown in a run; more are only counted.
+// The most messages about single datetimes that a run shows; more are only counted.
 inline constexpr std::size_t kMostMessages = 20;
 
 // What becomes of a chunk.
@@ -28,9 +28,9 @@ struct Piece {
   std::size_t errors = 0;    // datetimes that were wrong and passed over
   std::size_t findings = 0;  // datetimes that came out otherwise than asked
   std::size_t warnings = 0;  // datetimes behind the end of the table of leap seconds
-  std::size_t records = 0;   // that the chunk has,
-  std::vector<std::size_t> present;  // and in how many each column is, where one may be absent
-  bool cutDigits = false;            // there were more than a pair of doubles holds
+  std::size_t records = 0;   // records of the chunk
+  std::vector<std::size_t> present;  // in how many records each column is, where one may be absent
+  bool cutDigits = false;            // a datetime had more digits than a pair of doubles holds
   bool carriedOnTheWay = false;      // settings in turn led by way of a date that does not exist
 
   void clear() {
@@ -48,7 +48,7 @@ class Worker {
  public:
   virtual ~Worker() = default;
   // Appends what becomes of a chunk to an empty piece. A failure (returned or thrown) ends the run
-  // after that has been written.
+  // after the piece has been written.
   virtual std::optional<Failure> run(const Chunk& chunk, Piece& piece) = 0;
 };
 
@@ -63,8 +63,8 @@ class Pipeline {
   Pipeline(std::size_t jobs, MakeWorker makeWorker);
   ~Pipeline();
 
-  // All chunks of the reader. Throws the first failure in their order, after all text before it has
-  // been written; a failure of writing at once.
+  // Runs all chunks of the reader. Throws the first failure in the order of the chunks, after all text
+  // before it has been written; a failure of writing at once.
   void run(ChunkReader& reader, const Write& write);
 
  private:

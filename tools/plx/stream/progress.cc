@@ -45,7 +45,7 @@ std::size_t widthOf(int descriptor) {
   return size.ws_col;
 }
 
-// What does not go out is not worth an error.
+// A progress line that cannot be written is not worth an error.
 void writeTo(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = ::write(descriptor, text.data(), text.size());

@@ -10,7 +10,7 @@
 namespace plx {
 
 enum class ShowProgress {
-  automatic,  // on a terminal, unless the results go to one too
+  automatic,  // on a terminal, unless the results go to a terminal, too
   always,     // and at once
   never,
 };
@@ -29,7 +29,7 @@ class Progress {
   // to ten times a second.
   void advance(std::uint64_t bytes);
 
-  // Before anything else is written to the terminal.
+  // Clears the line; to be called before anything else is written to the terminal.
   void clear();
 
  private:
@@ -37,7 +37,7 @@ class Progress {
 
   void draw(Clock::time_point now);
 
-  const ShowProgress show_;  // never, where it cannot be
+  const ShowProgress show_;  // `never` where a line cannot be shown
   const int descriptor_;
   const std::optional<std::uint64_t> total_;
   const Clock::time_point start_;

@@ -13,9 +13,9 @@ namespace {
 
 constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
-// What the handler reads. The paths are changed while the signals are held back, in the only thread that
-// gets them; they are never destroyed, since a signal may come while the program ends. The terminal is changed by whichever thread draws: an atomic without a lock may be read in
-// a handler meanwhile.
+// What the handler reads. The paths are changed while signals are held back, in the only thread that gets
+// signals, and never destroyed, since a signal may come while the program ends. The terminal may be changed
+// by another thread meanwhile, so it is a lock-free atomic.
 std::vector<std::string>& filesToRemove() {
   static auto* const paths = new std::vector<std::string>;
   return *paths;

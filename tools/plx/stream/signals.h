@@ -1,4 +1,4 @@
-// Signals that end the program, and what is put away first.
+// Signals that end the program, and what is cleaned up before.
 #pragma once
 
 #include <csignal>
@@ -24,11 +24,11 @@ class SignalsHeld {
   sigset_t before_;
 };
 
-// A file to remove when a signal comes, and one that no longer is. Called with signals held.
+// Marks a file to be removed when a signal comes, and takes the mark back. Called with signals held.
 void removeOnSignal(const std::string& path);
 void keepOnSignal(const std::string& path);
 
-// What clears the line that a terminal's cursor is in.
+// Clears the line of a terminal's cursor.
 inline constexpr char kClearLine[] = "\r\x1b[K";
 
 // The terminal whose line a signal clears; -1 for none.

@@ -16,7 +16,7 @@ namespace plx {
 
 namespace {
 
-// What a regular file has from where it stands to its end.
+// The bytes of a regular file from its position to its end.
 std::optional<std::uint64_t> sizeOf(int descriptor) {
   struct stat info;
   if (::fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
@@ -41,7 +41,7 @@ Source::~Source() {
 }
 
 std::size_t Source::receive(char* to, std::size_t room) {
-  // Only where another thread may end it, or where there was nothing, is it waited for beforehand.
+  // Polls before reading only where another thread may end the wait, or where there was nothing to read.
   bool wait = wake_[0] >= 0;
   for (;;) {
     if (wait && !waitForBytes()) return 0;
@@ -56,7 +56,7 @@ std::size_t Source::receive(char* to, std::size_t room) {
   }
 }
 
-// Some files tell more bytes than they have, such as those of the kernel: their size stays.
+// Some files, such as the kernel's, report more bytes than they have; but their reported size does not change.
 void Source::refuseShorter() const {
   if (!size_ || received_ >= *size_) return;
   struct stat info;
@@ -85,7 +85,7 @@ bool Source::waitForBytes() {
 }
 
 void Source::allowWakeUp() {
-  if (size_ || wake_[0] >= 0) return;  // files do not keep one waiting
+  if (size_ || wake_[0] >= 0) return;  // reading a file never waits
   if (::pipe2(wake_, O_CLOEXEC) != 0) fail("read");
 }
 

@@ -16,22 +16,22 @@ class Source {
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
 
-  // Waits for bytes, and puts at most `room` of those that are there into `to`. How many; 0 at the
-  // end, or when `wakeUp` was called. Throws a Failure where reading fails, and at the end of a file that
-  // has become shorter since it was opened.
+  // Waits for bytes, and reads at most `room` of those that are there into `to`. Returns how many; 0 at
+  // the end, or when `wakeUp` was called. Throws a Failure where reading fails, and at the end of a file
+  // that has become shorter since it was opened.
   std::size_t receive(char* to, std::size_t room);
 
   // From here on another thread may call wakeUp, which ends all waiting in receive, now and later.
   void allowWakeUp();
   void wakeUp();
 
-  // Whether a descriptor leads to the same regular file, and that is not empty: what is written there
-  // would be read again.
+  // Whether a descriptor leads to the same regular file, which is not empty: what is written to it would
+  // be read again.
   bool isWrittenBy(int descriptor) const;
 
   // The path, fit to begin a message.
   const std::string& name() const { return name_; }
-  // What is left of a file at the beginning; nothing for pipes, terminals and the like.
+  // The bytes of a file from its position at the beginning; nothing for pipes, terminals and the like.
   std::optional<std::uint64_t> size() const { return size_; }
 
  private:
