@@ -20,7 +20,7 @@
 namespace plx {
 namespace {
 
-constexpr int kHour = 18, kTimeOfDay = 21;  // selectors
+constexpr int kTimeOfDay = 21;  // its selector
 
 // The text of a wall time or an instant in a zone, there and back.
 std::string inZone(const char* zoneText, const char* text) {
