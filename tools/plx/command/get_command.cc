@@ -40,6 +40,7 @@ void runGetCommand(const std::vector<std::string>& given, Output& output) {
   TextWork work;
   work.make = [&] { return std::make_unique<Getter>(field, reading); };
   work.resultsOnly = true;
+  work.usesClock = !factsOf(field.component).isOfDate;
   runText(options, std::move(work), output);
 }
 

@@ -130,6 +130,7 @@ void setAll(const std::vector<TypedSetting>& settings, const SetOptions& options
   for (const TypedSetting& setting : settings) {
     setterOptions.assignments.push_back(
         assignmentOf(setting, setterOptions.reading.weeks.firstDay));
+    work.usesClock = work.usesClock || !setterOptions.assignments.back().isOfDate();
     addValue(setting, text.isTable(), work);
   }
   if (options.together) refuseApart(setterOptions.assignments);

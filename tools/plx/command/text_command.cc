@@ -386,7 +386,8 @@ class Run {
 
   void findInLines() {
     const Notation notation = notationOf(options_.notation);
-    edit_.inLine = {notation.formats, notation.recognisedToo, options_.match};
+    const bool usesClock = work_.usesClock || notation.to || notation.toFormat;
+    edit_.inLine = {notation.formats, notation.recognisedToo, options_.match, usesClock};
     if (options_.match) Pattern(*options_.match);  // a wrong one is told before anything is opened
     edit_.resultsOnly = work_.resultsOnly;
     edit_.resultOrder = {0};

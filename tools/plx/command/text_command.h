@@ -60,6 +60,7 @@ struct TextWork {
   std::optional<std::string> valueFile;
   OnFinding onFinding = OnFinding::report;
   bool resultsOnly = false;  // of a table: without a new column, write nothing but the results
+  bool usesClock = false;    // the time of day is read or set
 };
 
 // Goes through all inputs. Throws the first Failure that stops it, after what came before it was

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "datetime/scanner.h"
+#include "messages/calendar_names.h"
+#include "messages/letters.h"
 #include "stream/line_reader.h"
 
 namespace plx {
@@ -14,23 +16,21 @@ namespace {
 
 constexpr std::string_view kAcceptedOne =
     "one that has a time of day; or --match REGEX for the part of the line that has it";
-constexpr std::string_view kAcceptedWithoutZone =
-    "times with an offset, with UTC or with a zone's identifier";
+constexpr std::string_view kAcceptedClear =
+    "a blank, a bracket or the like behind it; or --match REGEX for what it is alone";
+constexpr std::string_view kAcceptedWithTime =
+    "--format for both as one; or --match REGEX for the part of the line that has no time of day";
 
 constexpr const char* kLogFormats[] = {
     "%d/%b/%Y:%H:%M:%S %z",    "%d/%b/%Y:%H:%M:%S",        "%Y-%m-%d %H:%M:%S %z",
     "%Y-%m-%d %H:%M:%S.%f %z", "%Y-%m-%d %H:%M:%S %Z",     "%Y-%m-%d %H:%M:%S.%f %Z",
-    "%Y/%m/%d %H:%M:%S",       "%Y/%m/%d %H:%M:%S.%f",     "%a %b %e %H:%M:%S %Y",
-    "%a %b %e %H:%M:%S.%f %Y", "%a, %d %b %Y %H:%M:%S %z", "%d %b %Y %H:%M:%S %z",
+    "%a %Y-%m-%d %H:%M:%S %Z", "%a %Y-%m-%d %H:%M:%S",     "%Y/%m/%d %H:%M:%S",
+    "%Y/%m/%d %H:%M:%S.%f",    "%a %b %e %H:%M:%S %Y",     "%a %b %e %H:%M:%S.%f %Y",
+    "%a %b %e %H:%M:%S %Z %Y", "%a, %d %b %Y %H:%M:%S %z", "%a, %d %b %Y %H:%M:%S %Z",
+    "%d %b %Y %H:%M:%S %z",    "%b %e %H:%M:%S %Y",        "%b %e %Y %H:%M:%S",
+    "%Y-%m-%d %H:%M:%S",  // with hours of one digit
 };
 constexpr const char* kWithoutYear[] = {"%b %e %H:%M:%S", "%b %e %H:%M:%S.%f"};
-
-// Abbreviations of zones, which several zones share or which change with the season.
-constexpr std::string_view kAbbreviations[] = {
-    "ACDT", "ACST", "AEDT", "AEST", "AKDT", "AKST", "AST", "AWST", "BST",  "CDT",
-    "CEST", "CET",  "CST",  "EAT",  "EDT",  "EEST", "EET", "EST",  "HKT",  "HST",
-    "IST",  "JST",  "KST",  "MDT",  "MSK",  "MST",  "NDT", "NST",  "NZDT", "NZST",
-    "PDT",  "PST",  "SAST", "SGT",  "WAT",  "WEST", "WET"};
 
 bool isWord(char c) {
   return isDigit(c) || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || c == '_' ||
@@ -43,12 +43,20 @@ bool canBeginBehind(char before) {
 }
 
 // Nor is what stands behind: 2014-05-10.tar, 2014-05-10-b.
-bool canEndBefore(std::string_view rest) {
+bool canEndBefore(std::string_view rest, bool hasTime) {
   if (rest.empty()) return true;
   if (isWord(rest[0]) || rest[0] == '-' || rest[0] == '/' || rest[0] == '+') return false;
   const bool goesOn = rest.size() > 1 && isWord(rest[1]);
-  return !((rest[0] == '.' || rest[0] == ':' || rest[0] == ',') && goesOn && isDigit(rest[1])) &&
+  const bool isNumber = goesOn && isDigit(rest[1]);
+  return !(rest[0] == ':' && isNumber) && !(rest[0] == ',' && isNumber && hasTime) &&
          !(rest[0] == '.' && goesOn);
+}
+
+// What cannot end there is more than a name with a date in it: a time of day belongs to it.
+bool isUnclearBefore(std::string_view rest, bool hasTime) {
+  return hasTime ||
+         (rest.size() > 1 && std::string_view("Tt:").find(rest[0]) != std::string_view::npos &&
+          isDigit(rest[1]));
 }
 
 // An identifier or an offset in brackets: a log has other things there too.
@@ -63,55 +71,115 @@ std::size_t suffixAt(std::string_view rest) {
   return isZone ? end + 1 + suffixAt(rest.substr(end + 1)) : 0;
 }
 
-// How long the text of the shape of a calendar date of ISO 8601 is that stands at the front, with what
-// follows of a time and an offset; 0 where there is none.
-std::size_t isoAt(std::string_view text, bool& hasTime) {
+// A text of the shape of a calendar date of ISO 8601, with what follows of a time and an offset.
+struct IsoShape {
+  std::size_t size = 0;  // 0 where there is none
+  bool hasTime = false, hasOffset = false, hasComma = false;
+};
+
+// The one that stands at the front.
+IsoShape isoAt(std::string_view text) {
   Scanner scan(text);
+  IsoShape shape;
   int number = 0;
   const auto pair = [&] { return scan.twoDigits(number); };
-  const auto size = [&] { return text.size() - scan.rest().size(); };
+  const auto takeAll = [&] { shape.size = text.size() - scan.rest().size(); };
   const bool hasYear = pair() && scan.twoDigits(number);
-  if (!hasYear || !scan.skip('-') || !pair() || !scan.skip('-') || !pair()) return 0;
-  std::size_t end = size();
-  hasTime = false;
-  if (scan.oneOf("Tt ") == 0 || !pair() || !scan.skip(':') || !pair()) return end;
-  hasTime = true;
-  end = size();
+  if (!hasYear || !scan.skip('-') || !pair() || !scan.skip('-') || !pair()) return {};
+  takeAll();
+  if (scan.oneOf("Tt ") == 0 || !pair() || !scan.skip(':') || !pair()) return shape;
+  shape.hasTime = true;
+  takeAll();
   if (scan.skip(':')) {
-    if (!pair()) return end;
-    end = size();
-    if (scan.oneOf(".,") != 0 && !scan.digits().empty()) end = size();
+    if (!pair()) return shape;
+    takeAll();
+    const char mark = scan.oneOf(".,");
+    if (mark != 0 && !scan.digits().empty()) {
+      shape.hasComma = mark == ',';
+      takeAll();
+    }
   }
-  scan = Scanner(text.substr(end));
+  scan = Scanner(text.substr(shape.size));
   if (scan.oneOf("Zz") != 0) {
-    end = size();
+    shape.hasOffset = true;
+    takeAll();
   } else if (scan.oneOf("+-") != 0 && pair()) {
-    end = size();
+    shape.hasOffset = true;
+    takeAll();
     scan.skip(':');
-    if (pair()) end = size();
+    if (pair()) takeAll();
   }
-  return end + suffixAt(text.substr(end));
+  const std::size_t suffix = suffixAt(text.substr(shape.size));
+  shape.hasOffset = shape.hasOffset || suffix > 0;
+  shape.size += suffix;
+  return shape;
+}
+
+// Three letters as one number, in lower case.
+constexpr std::uint32_t keyOf(std::string_view name) {
+  std::uint32_t key = 0;
+  for (const char c : name.substr(0, 3)) key = key << 8 | static_cast<unsigned char>(lowerCase(c));
+  return key;
+}
+
+template <std::size_t N>
+constexpr std::array<std::uint32_t, N> keysOf(const std::array<std::string_view, N>& names) {
+  std::array<std::uint32_t, N> keys{};
+  std::ranges::transform(names, keys.begin(), keyOf);
+  return keys;
+}
+
+constexpr auto kMonthKeys = keysOf(kMonthNames);
+constexpr auto kWeekdayKeys = keysOf(kWeekdayNames);
+
+bool isMonth(std::string_view text) {
+  return std::ranges::find(kMonthKeys, keyOf(text)) != kMonthKeys.end();
+}
+
+// A month or a day of the week. Most words begin no date.
+bool isName(std::string_view text) {
+  return isMonth(text) || std::ranges::find(kWeekdayKeys, keyOf(text)) != kWeekdayKeys.end();
 }
 
 // Whether a datetime of a recognised form or of a log may begin there: 2014-, 2014/, 10/, 10 May, Oct 10, Fri,
 // and so on. Most numbers and words end here.
 bool isPlausible(std::string_view text) {
   const auto at = [&](std::size_t i) { return i < text.size() ? text[i] : '\0'; };
-  if (!isDigit(text[0])) return at(3) == ' ' || at(3) == ',';
+  if (!isDigit(text[0])) return (at(3) == ' ' || at(3) == ',') && isName(text);
   std::size_t digits = 1;
   while (digits < 5 && isDigit(at(digits))) ++digits;
   const char next = at(digits);
-  return digits == 4 ? next == '-' || next == '/' : digits < 3 && (next == '/' || next == ' ');
+  if (digits == 4) return next == '-' || next == '/';
+  return digits < 3 && (next == '/' || (next == ' ' && isMonth(text.substr(digits + 1))));
 }
 
-// The abbreviation of a zone that stands behind a datetime, as in 08:30:15 CEST.
-std::string_view abbreviationIn(std::string_view rest) {
-  if (!rest.starts_with(' ')) return {};
-  rest.remove_prefix(1);
-  const std::string_view word = rest.substr(
-      0, static_cast<std::size_t>(std::ranges::find_if_not(rest, isWord) - rest.begin()));
-  const bool isOne = std::ranges::find(kAbbreviations, word) != std::end(kAbbreviations);
-  return isOne ? word : std::string_view();
+// Whether a format may read more than a text of ISO 8601, behind which there is this.
+bool mayGoOn(std::string_view rest) {
+  return rest.size() > 1 && rest[0] == ' ' &&
+         (rest[1] == '+' || rest[1] == '-' || ('A' <= rest[1] && rest[1] <= 'Z'));
+}
+
+// Digits behind a comma are a fraction, unless commas stand between fields: 08:30:15,200,GET.
+bool isAmongCommas(std::string_view line, std::size_t begin, std::size_t end) {
+  return (begin > 0 && line[begin - 1] == ',') || (end < line.size() && line[end] == ',');
+}
+
+bool hasYear(const Format& format) {
+  constexpr std::string_view kYears = "YyGFDs";
+  const std::string& text = format.text();
+  for (std::size_t at = 0; at + 1 < text.size(); ++at) {
+    if (text[at] != '%') continue;
+    if (kYears.find(text[++at]) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+// What a format says of a text of its shape that is no datetime, such as 30 February. Of a text of another
+// shape, nothing.
+std::optional<Complaint> wrongInShape(const Format& format, std::string_view text) {
+  Complaint complaint = format.complaintOf(text);
+  if (complaint.what.starts_with("not in the format ")) return std::nullopt;
+  return complaint;
 }
 
 }  // namespace
@@ -136,31 +204,46 @@ InLineSplitter::InLineSplitter(const InLineOptions& options) : options_(options)
     beginnings_[byte] = options.recognised && isDigit(static_cast<char>(byte));
     for (const auto& format : options.formats) beginnings_[byte] |= format->beginnings()[byte];
   }
+  for (const auto& format : options.formats) hasYear_.push_back(hasYear(*format));
 }
 
-// The longest datetime that begins there.
-std::optional<InLineSplitter::Found> InLineSplitter::at(std::string_view line,
-                                                        std::size_t begin) const {
+// The longest datetime that begins there. Where none can end, `unclear_` is where one seemed to.
+std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t begin) {
   const std::string_view text = line.substr(begin);
-  Found found{begin, begin, false};
-  const auto take = [&](std::size_t size, bool hasTime) {
-    if (begin + size > found.end && canEndBefore(text.substr(size)))
-      found = {begin, begin + size, hasTime};
+  FoundInLine found{begin, begin};
+  bool isUnclear = false;
+  const auto take = [&](const FoundInLine& candidate) {
+    const std::string_view rest = line.substr(candidate.end);
+    if (!canEndBefore(rest, candidate.hasTime)) {
+      isUnclear = isUnclear || isUnclearBefore(rest, candidate.hasTime);
+    } else if (candidate.end > found.end) {
+      found = candidate;
+    }
   };
   if (options_.recognised) {
     if (!isPlausible(text)) return std::nullopt;
-    bool hasTime = false;
-    const std::size_t size = isoAt(text, hasTime);
-    if (size > 0) take(size, hasTime);
+    const IsoShape shape = isoAt(text);
+    const std::size_t end = begin + shape.size;
+    if (shape.hasComma && isAmongCommas(line, begin, end)) {
+      isUnclear = true;
+    } else if (shape.size > 0) {
+      take({begin, end, shape.hasTime, shape.hasOffset, true});
+      if (shape.hasTime && found.end == end && !mayGoOn(line.substr(end))) return found;
+    }
   }
   const auto first = static_cast<unsigned char>(text[0]);
   for (const auto& format : options_.formats) {
     FormatReading reading;
     if (!format->beginnings()[first]) continue;
     const std::size_t size = format->readFront(text, reading);
-    if (size > 0) take(size, true);
+    if (size == 0) continue;
+    const bool hasTime = format->isCount() || reading.datetime.separator != 0;
+    take(
+        {begin, begin + size, hasTime, format->isCount() || format->hasOffset(), hasYear(*format)});
   }
-  return found.end > begin ? std::optional(found) : std::nullopt;
+  if (found.end > begin) return found;
+  if (isUnclear && !unclear_) unclear_ = begin;
+  return std::nullopt;
 }
 
 void InLineSplitter::split(const Chunk& chunk, std::size_t longest, Cells& cells) {
@@ -180,44 +263,73 @@ void InLineSplitter::split(const Chunk& chunk, std::size_t longest, Cells& cells
   }
 }
 
-void InLineSplitter::addLine(std::string_view line, std::size_t begin, Cells& cells) {
+inline bool InLineSplitter::canBeginAt(std::string_view line, std::size_t at, Span part) const {
+  return beginnings_[static_cast<unsigned char>(line[at])] &&
+         (at == part.begin || canBeginBehind(line[at - 1]));
+}
+
+void InLineSplitter::findIn(std::string_view line, Span part) {
   found_.clear();
-  Span part{0, line.size()};
-  if (pattern_) {
-    const auto matched = pattern_->find(line);
-    part = matched.value_or(Span{0, 0});
-  }
+  unclear_.reset();
   for (std::size_t at = part.begin; at < part.end; ++at) {
-    if (!beginnings_[static_cast<unsigned char>(line[at])]) continue;
-    if (at > part.begin && !canBeginBehind(line[at - 1])) continue;
+    if (!canBeginAt(line, at, part)) continue;
     const auto found = this->at(line.substr(0, part.end), at);
     if (!found) continue;
     found_.push_back(*found);
     at = found->end - 1;
   }
-  const std::size_t record = cells.records.size();
-  cells.cells.push_back({begin, begin});
-  if (found_.empty()) return;
-  ++cells.present[0];
-  const auto timed = static_cast<std::size_t>(std::ranges::count_if(found_, &Found::hasTime));
+}
+
+// What begins before a place and is none in a format of its shape.
+std::optional<Beside> InLineSplitter::wrongBefore(std::size_t end, std::string_view line,
+                                                  Span part) const {
+  for (std::size_t at = part.begin; at < end; ++at) {
+    const std::string_view text = line.substr(at, part.end - at);
+    if (!canBeginAt(line, at, part)) continue;
+    if (options_.recognised ? !isPlausible(text)
+                            : isWord(text[0]) && !isDigit(text[0]) && !isName(text))
+      continue;
+    for (const auto& format : options_.formats) {
+      if (!format->beginnings()[static_cast<unsigned char>(text[0])]) continue;
+      if (auto complaint = wrongInShape(*format, text)) return Beside{at, std::move(*complaint)};
+    }
+  }
+  return std::nullopt;
+}
+
+// The one datetime of the line is left in `found_`. Nothing where that is sure, or where the line has none.
+std::optional<Beside> InLineSplitter::doubtOf(std::string_view line, Span part) {
+  const auto timed = std::ranges::find_if(found_, &FoundInLine::hasTime);
+  const bool hasTimed = timed != found_.end();
+  const std::size_t first = hasTimed ? timed->begin : part.end;
+  if (unclear_ && *unclear_ < first)
+    return Beside{*unclear_, {"where the datetime ends is not clear", kAcceptedClear}};
+  if (auto wrong = wrongBefore(first, line, part)) return wrong;
   // A date alone is no rival of a time.
-  if (timed > 0) std::erase_if(found_, [](const Found& found) { return !found.hasTime; });
-  if (found_.size() > 1) {
-    cells.wrong.push_back(
-        {record,
-         begin + found_[1].begin,
-         {fmt::format("one of {} datetimes in this line", found_.size()), kAcceptedOne}});
-    return;
+  if (hasTimed) std::erase_if(found_, [](const FoundInLine& found) { return !found.hasTime; });
+  if (found_.empty()) return std::nullopt;
+  if (found_.size() > 1)
+    return Beside{found_[1].begin,
+                  {fmt::format("one of {} datetimes in this line", found_.size()), kAcceptedOne}};
+  if (auto beside = besideDatetime(line, found_[0])) return beside;
+  if (hasTimed || !options_.usesClock) return std::nullopt;
+  const auto time = timeOfDayIn(line, part);
+  if (!time) return std::nullopt;
+  return Beside{time->begin, {"a time of day stands apart from the date", kAcceptedWithTime}};
+}
+
+void InLineSplitter::addLine(std::string_view line, std::size_t begin, Cells& cells) {
+  Span part{0, line.size()};
+  if (pattern_) part = pattern_->find(line).value_or(Span{0, 0});
+  findIn(line, part);
+  auto doubt = doubtOf(line, part);
+  if (doubt || !found_.empty()) ++cells.present[0];
+  if (doubt) {
+    cells.wrong.push_back({cells.records.size(), begin + doubt->at, std::move(doubt->complaint)});
   }
-  const Found& found = found_.front();
-  if (const auto zone = abbreviationIn(line.substr(found.end)); !zone.empty()) {
-    cells.wrong.push_back(
-        {record,
-         begin + found.end + 1,
-         {"the abbreviation of a zone would stay behind the datetime", kAcceptedWithoutZone}});
-    return;
-  }
-  cells.cells.back() = {begin + found.begin, begin + found.end};
+  const bool isSure = !doubt && !found_.empty();
+  cells.cells.push_back(isSure ? Cell{begin + found_[0].begin, begin + found_[0].end}
+                               : Cell{begin, begin});
 }
 
 }  // namespace plx

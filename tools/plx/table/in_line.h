@@ -12,6 +12,7 @@
 #include "datetime/format.h"
 #include "messages/message.h"
 #include "stream/chunk.h"
+#include "table/beside.h"
 #include "table/cells.h"
 #include "table/pattern.h"
 
@@ -25,7 +26,8 @@ struct InLineOptions {
   std::vector<std::shared_ptr<const Format>> formats;
   bool recognised = true;  // calendar dates of ISO 8601 too
   std::optional<std::string>
-      match;  // a regular expression for the part of a line that has the datetime
+      match;               // a regular expression for the part of a line that has the datetime
+  bool usesClock = false;  // the time of day is read or set, so that a date alone has to be one
 };
 
 class InLineSplitter {
@@ -34,22 +36,26 @@ class InLineSplitter {
   explicit InLineSplitter(const InLineOptions& options);
 
   // Each line is a record with one cell, its datetime: the one that has a time of day, or where none has,
-  // the one date. A line without any has an empty cell, and one of several is listed as wrong. A failure
-  // is a line of more than `longest` bytes.
+  // the one date. A line without any has an empty cell, and one in which that is not sure, as several are
+  // there, or a part of the datetime would be left beside it, is listed as wrong. A failure is a line of more
+  // than `longest` bytes.
   void split(const Chunk& chunk, std::size_t longest, Cells& cells);
 
  private:
-  struct Found {
-    std::size_t begin = 0, end = 0;  // in the line
-    bool hasTime = false;
-  };
-  std::optional<Found> at(std::string_view line, std::size_t begin) const;
+  bool canBeginAt(std::string_view line, std::size_t at, Span part) const;
+  std::optional<FoundInLine> at(std::string_view line, std::size_t begin);
+  void findIn(std::string_view line, Span part);
+  std::optional<Beside> wrongBefore(std::size_t end, std::string_view line, Span part) const;
+  std::optional<Beside> doubtOf(std::string_view line, Span part);
   void addLine(std::string_view line, std::size_t begin, Cells& cells);
 
   const InLineOptions& options_;
   std::array<bool, 256> beginnings_{};
+  std::vector<bool> hasYear_;  // of the formats
   std::optional<Pattern> pattern_;
-  std::vector<Found> found_;
+  std::vector<FoundInLine> found_;  // of the line
+  std::optional<std::size_t>
+      unclear_;  // where a datetime begins in it of which the end is not clear
 };
 
 }  // namespace plx
