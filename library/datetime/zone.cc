@@ -117,14 +117,14 @@ std::int64_t leapSecond(const std::array<double, kLeapSeconds>& instants, std::s
   return static_cast<std::int64_t>(instants[i]) / 1000;
 }
 
-// How many of the instants lie at or before a second.
+// The number of instants at or before a second.
 std::size_t leapsUntil(const std::array<double, kLeapSeconds>& instants, int128 second) {
   std::size_t count = kLeapSeconds;
   while (count > 0 && second < leapSecond(instants, count - 1)) --count;
   return count;
 }
 
-// From UTC to the line that counts inserted seconds. `inserted`: the second after this one.
+// From UTC to the leap-second scale. `inserted`: the inserted second that comes after this one is meant.
 std::optional<int128> counted(int128 utcSecond, bool inserted) {
   if (!inserted) return utcSecond + leapsUntil(leapInstantsUTC, utcSecond);
   const std::size_t count = leapsUntil(leapInstantsUTC, utcSecond + 1);

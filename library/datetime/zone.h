@@ -7,8 +7,8 @@
 //   Europe/Paris, UTC+05:30, +05:30 ...  a calendar in that zone  +hh:mm or +hh:mm:ss
 //   local         the zone that the system's clock shows, by its identifier or offset
 //
-// Seconds count from 1970-01-01T00:00:00 on the line that the module works on: with inserted
-// seconds on the leap-second line, without them on all others.
+// Seconds count from 1970-01-01T00:00:00 on the time scale that the module works on: with inserted
+// seconds on the leap-second scale, without them on all others.
 #pragma once
 
 #include <unicode/basictz.h>

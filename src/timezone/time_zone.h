@@ -10,7 +10,7 @@
 //
 //   empty text         none: values without a zone
 //   "UTC"              none
-//   "UTCLeapSeconds"   leapSeconds: none, on the line that counts leap seconds
+//   "UTCLeapSeconds"   leapSeconds: none, on the leap-second scale
 //   "Etc/Unknown"      raises UnknownTimeZone
 //   "local"            local: the process's default zone
 //   anything else      named: a zone identifier, letter case as ICU has it, or a UTC offset

@@ -1,4 +1,4 @@
-// Values without a zone, in UTC and on the leap-second line, through the loaded module.
+// Values without a zone, in UTC and on the leap-second scale, through the loaded module.
 
 #include <gtest/gtest.h>
 

@@ -601,7 +601,7 @@ TEST_F(VectorWalk, FirstOffendingElement) {
   }
 }
 
-// Whole vectors, and on the line that counts leap seconds whole blocks, of one element each: so that
+// Whole vectors, and on the leap-second scale whole blocks, of one element each: so that
 // the ends of a domain are met by the code of that domain, and not by that for mixed vectors.
 TEST_F(VectorWalk, VectorsOfOneElement) {
   const double times[] = {0x1p49,     -0x1p49, 0x1p49 + 1, -0x1p49 - 1,    0.0,
@@ -634,7 +634,7 @@ TEST_F(VectorWalk, VectorsOfOneElement) {
   }
 }
 
-// In the second block of the line that counts leap seconds, in its last one, and with one value for
+// In the second block of the leap-second scale, in its last one, and with one value for
 // all, which only datetimes that are not finite can take.
 TEST_F(VectorWalk, FirstOffendingElementOfBlocks) {
   Cases cases(10 * 6);

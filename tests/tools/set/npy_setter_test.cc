@@ -430,7 +430,7 @@ TEST_F(NpySetterTest, Zones) {
   EXPECT_EQ(numbersOf<std::int64_t>(set(npyOf<std::int64_t>("<M8[s]", {1'394'383'800}),
                                         {{"hour", 2}}, "America/New_York")),
             (Counts{1'394'351'400}));
-  // The last second of June 2012 was inserted: 1341100799 and 24 before it on the line that counts.
+  // The last second of June 2012 was inserted: 1341100799 and 24 before it on the leap-second scale.
   EXPECT_EQ(numbersOf<std::int64_t>(set(npyOf<std::int64_t>("<M8[s]", {1'341'100'823}),
                                         {{"day", 1}}, "UTCLeapSeconds")),
             (Counts{1'341'100'823 - 29 * 86'400}));

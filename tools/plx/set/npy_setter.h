@@ -3,7 +3,7 @@
 //
 // The datetimes are milliseconds since 1970 (complex128, float64) or counts of their unit
 // (datetime64), all of them instants: of UTC in a time zone, counting inserted seconds on the
-// leap-second line, on a plain calendar without a zone. What is below a millisecond stays exactly as
+// leap-second scale, on a plain calendar without a zone. What is below a millisecond stays exactly as
 // it is, unless a setting of the second or the time of day replaces it.
 //
 // NaN and NaT stay, and a value of NaN makes them. A result that the type cannot hold is refused; of

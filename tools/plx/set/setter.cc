@@ -136,7 +136,7 @@ Component Setter::componentOf(const Part& part, const Zone& zone) const {
   return steppedComponent(options_.assignments[part.front()], zone, options_.clips);
 }
 
-// Whether its values are not the module's as they are.
+// Whether the module cannot be given the part's values as they are.
 bool Setter::needsSteps(const Part& part, const Zone& zone) const {
   const Assignment& first = options_.assignments[part.front()];
   return part.size() > 1 || isChange(first, zone, options_.clips);
@@ -200,8 +200,8 @@ void Setter::set(Group& group, std::size_t part) {
   if (settles) settleClocks(group, part, before);
 }
 
-// Whether settings in turn lead to another day than resolved as one: a day that was kept on the way did not
-// exist.
+// Notes whether settings in turn lead to another day than settings resolved as one: then a day that was kept on
+// the way did not exist.
 void Setter::lookOnTheWay(const Group& group) {
   std::vector<Assignment> assignments;
   std::vector<double> values;
@@ -225,9 +225,9 @@ void Setter::lookOnTheWay(const Group& group) {
   }
 }
 
-// Of wall times that come twice or not at all, chooses as the options say.
+// Settles wall times that come twice or not at all, as the options say.
 void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& before) {
-  constexpr std::size_t kWorthwhile = 512;  // a field of changes costs about as much
+  constexpr std::size_t kWorthwhile = 512;  // `changes` takes as long to make
   group.settled += group.tasks.size();
   if (!group.changes && group.settled >= kWorthwhile) group.changes.emplace(group.zone);
   const bool hasSteps = needsSteps(parts_[part], group.zone);
@@ -252,7 +252,7 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
   }
 }
 
-// The result of an earlier assignment, which is written nowhere.
+// Refuses an earlier part's results where ICU's rules and the system's clock differ; write() sees only the last ones.
 void Setter::refuseOtherClock(Group& group) {
   if (!group.zone.isLocal()) return;
   for (std::size_t i = 0; i < group.tasks.size(); ++i) {
@@ -270,7 +270,7 @@ void Setter::giveUp(Group& group, std::size_t at, Complaint complaint) {
   for (auto& column : group.values) column[at] = kAnyValue;
 }
 
-// All at once; where one of them cannot be set, each half on its own, so that a few among many cost
+// Sets all at once; where one cannot be set, each half on its own: by bisection, a few among many cost
 // little.
 void Setter::setRange(Group& group, Component component, std::vector<double>& values,
                       std::size_t begin, std::size_t end) {
@@ -336,7 +336,7 @@ std::optional<Setter::Result> Setter::resultOf(std::size_t task) const {
   return result;
 }
 
-// What the clock of the zone makes doubtful of the datetime itself.
+// Whether the datetime itself is in a gap or an overlap of its zone's clock; empty where it is in none.
 std::string Setter::doubtOf(const Group& group, std::size_t task) const {
   const Reading& reading = items_[task].reading;
   const auto wall = wallOf(reading);
