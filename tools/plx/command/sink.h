@@ -25,20 +25,20 @@ class Sink {
   // Status::inputOutput.
   Sink(const TextOptions& options, Output& standard, std::optional<std::uint64_t> total);
 
-  // Where files are changed in place: the next one, before it is read. The one before it is done.
+  // Where files are changed in place: begins the next file, before it is read; the one before is done.
   void replace(const std::string& input);
 
-  // What became of a chunk of so many bytes. Throws a Failure where writing fails.
+  // Writes what became of a chunk of `bytes` bytes. Throws a Failure where writing fails.
   void take(const Piece& piece, std::size_t bytes);
   void put(std::string_view bytes, std::size_t inputBytes);
 
-  // That there are values past the table of leap seconds is told once.
+  // Warns, once, of values past the table of leap seconds.
   void warnPastLeapTable();
 
   // Where results are written.
   int descriptor() const { return out_->descriptor(); }
 
-  // Something has been written, to the file that is being changed where there are several.
+  // Whether something has been written; in place, to the file that is being changed.
   bool begun() const { return begun_; }
 
   // Puts files in their places, none before all are on the disk. Throws a Failure of Status::badData where errors were passed over.

@@ -17,9 +17,9 @@ namespace plx {
 // A datetime to work on. The texts stay where they are as long as the batch does.
 struct Task {
   std::string_view text;
-  std::string_view zone;                     // the name of its zone, where each has its own
+  std::string_view zone;                     // the name of its own zone, where it has one
   std::span<const std::string_view> values;  // one for each assignment without a value for all
-  const Notation* notation = nullptr;        // of its own, where it does not have that of all
+  const Notation* notation = nullptr;        // its own notation; null: the one for all
 };
 
 // What was wrong with a task, or worth telling.
@@ -28,18 +28,18 @@ struct Trouble {
     datetime,  // the task's text
     zone,      // its zone's name
     value,     // one of its values
-    record,    // the record that it stands in, of which nothing can be read
-    finding,   // nothing: it was set, and something else came out than was asked for
+    record,    // the task's record, of which nothing can be read
+    finding,   // nothing is wrong, but something else came out than was asked for
   };
   std::size_t task;
   Kind kind;
-  std::size_t assignment;  // the one whose value it is, of Kind::value
+  std::size_t assignment;  // of Kind::value, the assignment that the value is for
   Complaint complaint;
 };
 
 struct Outcome {
   enum class Kind {
-    kept,     // as it stood: there is no datetime
+    kept,     // as it was: there is no datetime
     changed,  // to the text from begin to end
     failed,   // there is a trouble that is no finding
   };
@@ -53,7 +53,7 @@ struct Batch {
   std::vector<Outcome> outcomes;  // one for each task
   std::vector<Trouble> troubles;  // in the order of the tasks, at most one failure for each
   std::size_t warnings = 0;       // datetimes after the end of the table of leap seconds
-  bool cutDigits = false;         // there were more than a pair of doubles holds
+  bool cutDigits = false;         // a datetime had more digits than a pair of doubles holds
   bool carriedOnTheWay = false;   // settings in turn led by way of a date that does not exist
 
   void fail(Trouble trouble) {

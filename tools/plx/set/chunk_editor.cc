@@ -82,7 +82,7 @@ void ChunkEditor::collect(const Chunk& chunk) {
   }
 }
 
-// The values that the file has for a line; false, and the end, where it has none.
+// Takes the values for a line from the file; false, with end_ at that line, where the file has none left.
 bool ChunkEditor::takeFromFile(const Chunk& chunk, std::size_t record) {
   const Cell& cell = cellOf(record, 0);
   fileLines_.push_back(0);
@@ -123,7 +123,7 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   for (Trouble& trouble : batch_.troubles) {
     Outcome& outcome = batch_.outcomes[trouble.task];
     const bool isFinding = trouble.kind == Trouble::Kind::finding;
-    if (isFinding && outcome.kind == Outcome::Kind::failed) continue;  // which says more
+    if (isFinding && outcome.kind == Outcome::Kind::failed) continue;  // the failure says more
     const bool stops = isFinding ? options_.onFinding == OnFinding::stop
                                  : options_.onError == OnError::stop || trouble.complaint.endsRun;
     if (stops) {
@@ -181,14 +181,14 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
   return {trouble.complaint.status, describe(where, trouble.complaint, text)};
 }
 
-// What stands in a task's place in the end.
+// The text that a task's datetime becomes.
 std::string_view ChunkEditor::result(std::size_t task) const {
   const Outcome& outcome = batch_.outcomes[task];
   if (outcome.kind != Outcome::Kind::changed) return tasks_[task].text;
   return std::string_view(batch_.text).substr(outcome.begin, outcome.end - outcome.begin);
 }
 
-// The one at a place among those that are added or listed.
+// The result at index `at` of those that are added or listed.
 std::string_view ChunkEditor::orderedResult(std::size_t at) const {
   const std::size_t inRecord = at % datetimes_;
   return result(at - inRecord + options_.resultOrder[inRecord]);
@@ -222,7 +222,7 @@ void ChunkEditor::replaceAll(CellWriter& writer) {
     for (std::size_t task = 0; task < end_ * datetimes_; ++task) replace(task);
     return;
   }
-  // The keys of an object stand in any order.
+  // The keys of a JSON object come in any order, and a writer replaces cells in the order of the text.
   inOrder_.resize(datetimes_);
   for (std::size_t record = 0; record < end_; ++record) {
     std::iota(inOrder_.begin(), inOrder_.end(), record * datetimes_);

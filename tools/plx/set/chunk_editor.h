@@ -1,5 +1,5 @@
-// Works on the datetimes in chunks of text: takes them out of lines or columns, and puts in their
-// place what became of them.
+// Edits chunks of text: takes the datetimes out of lines or columns, has them set, and puts the results
+// in their places.
 #pragma once
 
 #include <cstddef>
@@ -39,29 +39,29 @@ enum class OnFinding {
 
 // Where the values of one assignment come from.
 struct ValueSource {
-  std::string where, text;            // of a value for all, for messages
-  std::optional<std::size_t> column;  // else, a place in EditOptions::columns
+  std::string where, text;            // of one value for all, for messages
+  std::optional<std::size_t> column;  // or a column, an index into EditOptions::columns
   bool file = false;                  // or the file of values
 };
 
 struct EditOptions {
-  std::optional<TableFormat> table;  // nothing: each line is a datetime, or
-  std::vector<JsonPath> json;        // has values of JSON, at the paths of the columns
+  std::optional<TableFormat> table;  // of a table; else each line is a datetime,
+  std::vector<JsonPath> json;        // or a JSON text with values at these paths, the columns,
   JsonStyle jsonStyle;
-  std::optional<InLineOptions> inLine;  // or has a datetime somewhere
-  std::vector<Column> columns;          // those in use; of a table ascending
-  std::vector<std::size_t> datetimes;   // places in `columns`
+  std::optional<InLineOptions> inLine;  // or has a datetime somewhere in it
+  std::vector<Column> columns;          // the columns in use; of a table ascending
+  std::vector<std::size_t> datetimes;   // indices into `columns`
   std::vector<const Notation*>
-      notations;                    // for each of the datetimes; null, or empty, for that of all
-  std::optional<std::size_t> zone;  // likewise
+      notations;                    // of each of `datetimes`; null, or empty: the one for all
+  std::optional<std::size_t> zone;  // an index into `columns`
   std::vector<ValueSource> values;  // for each assignment
   std::vector<std::string>
-      newColumns;  // names of columns to add for the results, else they replace
+      newColumns;  // names of columns to add for the results; empty: results replace datetimes
   std::vector<std::size_t>
       resultOrder;  // of a table, in which results are added or listed: places in `datetimes`
   bool dropMark =
-      false;  // a byte-order mark at the start of a source, as there is output before it
-  bool resultsOnly = false;                // of a table, write nothing else
+      false;  // leave out a byte-order mark at the start of a source, after other output
+  bool resultsOnly = false;                // write the results and nothing else
   std::size_t longestLine = kLongestLine;  // of lines and JSON lines, in bytes
   OnError onError = OnError::stop;
   OnFinding onFinding = OnFinding::report;
@@ -96,8 +96,8 @@ class ChunkEditor : public Worker {
   }
 
   const EditOptions& options_;
-  const std::size_t columns_, datetimes_;  // how many of them a record has
-  std::size_t valuesOfRecord_ = 0;         // those that are not for all
+  const std::size_t columns_, datetimes_;  // how many columns and datetimes a record has
+  std::size_t valuesOfRecord_ = 0;         // how many values of its own it has
   std::unique_ptr<CellWork> work_;
   ValueFile* const file_;
 
@@ -106,12 +106,12 @@ class ChunkEditor : public Worker {
   Cells cells_;
   std::vector<Task> tasks_;
   std::vector<std::string_view> values_;
-  std::vector<std::size_t> fileLines_;  // where the values of the file stood, for each record
-  std::deque<std::string> kept_;        // texts that do not stand in the chunk
-  std::vector<std::size_t> inOrder_;    // the tasks of a record, as they stand there
+  std::vector<std::size_t> fileLines_;  // for each record, the line of its value in the file
+  std::deque<std::string> kept_;        // texts that differ from the chunk's bytes
+  std::vector<std::size_t> inOrder_;    // the tasks of a record, in the order of its text
   Batch batch_;
-  std::size_t end_ = 0;             // the first record that is not written, or all
-  std::optional<Failure> failure_;  // of that record
+  std::size_t end_ = 0;             // the first record that is not written, or the count
+  std::optional<Failure> failure_;  // of record end_
 };
 
 }  // namespace plx

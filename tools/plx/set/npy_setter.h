@@ -6,9 +6,9 @@
 // leap-second scale, on a plain calendar without a zone. What is below a millisecond stays exactly as
 // it is, unless a setting of the second or the time of day replaces it.
 //
-// NaN and NaT stay, and a value of NaN makes them. A result that the type cannot hold is refused; of
-// a value with a fraction, though, no more is asked than a double can say: 30.1 is written as
-// 30100 ms, though as a double it is not quite that.
+// NaN and NaT stay, and a value of NaN makes them. A result that the type cannot hold is refused, but the
+// result of a value with a fraction is rounded by as much as that value may be off as a double: 30.1
+// is written as 30100 ms, though the double is not quite 30.1.
 #pragma once
 
 #include <functional>
@@ -40,7 +40,7 @@ using WriteBytes = std::function<void(std::string_view)>;
 // stand in another order. In memory are one chunk of some hundred KiB and what of the files is
 // mapped.
 //
-// Returns whether a result lies where the table of leap seconds has ended, on their line.
+// Returns whether a result on the leap-second scale lies after the end of the table of leap seconds.
 //
 // Throws a Failure for the first element that is wrong, after all before its chunk were written.
 bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,

@@ -19,21 +19,21 @@ namespace plx {
 
 struct SetterOptions {
   std::vector<Assignment> assignments;  // applied in their order; at least one
-  bool together = false;  // those of the date are resolved as one, where the first stands
-  bool clips = false;     // a day that a month lacks is its last
+  bool together = false;  // assignments of the date are resolved as one, at the first one's turn
+  bool clips = false;     // a day that a month lacks becomes its last
   ReadingOptions reading;
-  bool check = false;  // tell where something else came out than was asked for
+  bool check = false;  // report findings: something else came out than was asked for
 };
 
 class Setter : public CellWork {
  public:
-  // The two outlive the setter. Throws a Failure of Status::unknownName for the zone.
+  // Module and options outlive the setter. Throws a Failure of Status::unknownName for the zone.
   Setter(Module& module, const SetterOptions& options);
 
   void work(std::span<const Task> tasks, Batch& batch) override;
 
-  // What a datetime of the last batch was and became, by what it was set to. Nothing where it is
-  // missing or wrong.
+  // What a datetime of the last batch was and became, and the settings that made it so. Nothing where the
+  // datetime is missing or wrong.
   struct Result {
     Reading reading;
     doubledouble after;
@@ -42,7 +42,7 @@ class Setter : public CellWork {
   std::optional<Result> resultOf(std::size_t task) const;
 
  private:
-  // The datetimes of a batch that share a zone. All columns have one entry for each of them.
+  // The datetimes of a batch that share a zone. Each column has one entry for each of the datetimes.
   struct Group {
     explicit Group(const Zone& zone) : zone(zone), checker(zone) {}
     void clear();
@@ -53,8 +53,7 @@ class Setter : public CellWork {
     std::vector<std::vector<double>> values;  // for each assignment a column
     std::vector<std::vector<Step>> steps;     // for each part a column, where it needs one
     Checker checker;
-    std::optional<ClockChanges>
-        changes;  // once so many datetimes were settled that it is worthwhile
+    std::optional<ClockChanges> changes;  // made once enough datetimes were settled to be worth it
     std::size_t settled = 0;
   };
   // A task of the batch that has a datetime.
@@ -65,7 +64,7 @@ class Setter : public CellWork {
     const Notation* notation = nullptr;
   };
 
-  // Assignments that become one call of the module: one of them, or all of the date.
+  // Indices of assignments that become one call of the module: one, or with `together` all of the date.
   using Part = std::vector<std::size_t>;
 
   void begin(std::size_t tasks);
@@ -93,9 +92,9 @@ class Setter : public CellWork {
   const bool keepsDigits_;  // no component replaces the digits of a second
   std::vector<Part> parts_;
   bool mayCarryOnTheWay_ = false;
-  std::vector<double> told_;  // the values of a part that has steps
+  std::vector<double> told_;  // what the module is told: the values of a part that has steps
   std::unordered_map<const Zone*, Group> groups_;
-  Group* lastGroup_ = nullptr;  // most often the next one too
+  Group* lastGroup_ = nullptr;  // the group used last, mostly the next datetime's, too
   std::vector<Item> items_;
   std::vector<double> values_;  // of the task that is being read
   Batch* batch_ = nullptr;

@@ -23,12 +23,12 @@ struct ReadingOptions {
   Weeks weeks;
 };
 
-// What a text without an offset says of the clock of a zone, in seconds; nothing for other texts.
+// The wall time, in seconds, that a text without an offset gives; nothing for other texts.
 std::optional<int128> wallOf(const Reading& reading);
 
-// Takes note of a zone by a short name that means several, to be told of at the end of the run. Any thread may.
+// Notes the use of a short zone name that means several zones, for tellShortZones(). Any thread may call it.
 void noteShortZone(std::string_view name);
-// Tells on standard error of those that were noted.
+// Reports the noted names on standard error, at the end of the run.
 void tellShortZones();
 
 class TaskReader {
@@ -36,23 +36,23 @@ class TaskReader {
   // Throws a Failure of Status::unknownName for the zone.
   explicit TaskReader(const ReadingOptions& options);
 
-  // Nothing, and a trouble of kind datetime or zone whose task is left to the caller, where the text
-  // is wrong. Zones stay where they are until the next trim.
+  // Nothing, and a trouble of kind datetime or zone, where the text is wrong; the caller fills in the
+  // trouble's task. The zone of a reading lives until the next trim.
   std::optional<Reading> read(const Task& task, Trouble& trouble);
 
-  // In which a task is read and written.
+  // The notation in which a task is read and written.
   const Notation& notationOf(const Task& task) const {
     return task.notation != nullptr ? *task.notation : options_.notation;
   }
 
-  // Between batches: drops zones where there are too many. Whether it did.
+  // To be called between batches: drops the zones where there are too many, and returns whether it did.
   bool trim() { return zones_.trim(); }
 
  private:
   bool settleClock(Reading& reading, Complaint& complaint) const;
 
   const ReadingOptions& options_;
-  std::optional<Zone> zone_;  // of all
+  std::optional<Zone> zone_;  // the one for all datetimes
   Zones zones_;
 };
 

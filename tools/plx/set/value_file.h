@@ -18,7 +18,7 @@ class ValueFile {
   // The next line, valid until the next call; nothing where none is left. Throws a Failure for a
   // line that is too long and where reading fails.
   std::optional<Line> next();
-  // An empty line among the datetimes: one among the values goes with it.
+  // Skips an empty line, if the next one is: for an empty line among the datetimes.
   void skipEmptyLine();
   // After the last datetime; throws a Failure of Status::badData where a value is left over.
   void finish();

@@ -19,8 +19,8 @@ struct JsonStyle {
 
 class CellWriter {
  public:
-  // Of lines: a last one without its line end gets a LF, as the lines of the next file would go on
-  // in it. Appends to `out`, from byte `from` of the chunk on.
+  // Of lines: a last line without a line end gets a LF; else the next file's first line would be appended
+  // to it. Appends to `out`, from byte `from` of the chunk on.
   CellWriter(const Chunk& chunk, std::string& out, std::size_t from = 0);
   // Of a table.
   CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out);
@@ -28,15 +28,15 @@ class CellWriter {
   // Of JSON lines.
   CellWriter(const Chunk& chunk, const JsonStyle& style, std::string& out);
 
-  // What follows is called in the order of the chunk.
+  // The functions below are called in the order of the chunk.
 
-  // In quotes where it had them, and where the text has a separator, a quote, CR or LF. In JSON, a number stays
-  // one where the text is one, and an empty text is null.
+  // Writes the text in quotes where the cell had quotes, or the text has a separator, a quote, CR or LF. In JSON,
+  // a number stays a number where the text is one, and an empty text is null.
   void replace(const Cell& cell, std::string_view text);
-  // A field behind the last one of a record; several times for several.
+  // Appends a field to a record; may be called several times.
   void append(const Record& record, std::string_view text);
 
-  // What is left up to `end`: that of the Cells, or where a record begins whose text is wrong.
+  // Copies what is left up to `end`: Cells::end, or the begin of a record that is not written.
   void finish(std::size_t end);
 
  private:
@@ -47,7 +47,7 @@ class CellWriter {
 
   const Chunk& chunk_;
   std::string& out_;
-  std::size_t at_;  // copied up to here
+  std::size_t at_;  // bytes of the chunk copied so far
   const bool isTable_;
   const TableFormat format_;
   const std::optional<JsonStyle> json_;

@@ -15,11 +15,11 @@
 
 namespace plx {
 
-// A field or a line, as places in the chunk's bytes. The quotes around a field stand just outside.
+// A field or a line, as positions in the chunk's bytes. The quotes around a field stand just outside.
 struct Cell {
   std::size_t begin, end;
-  bool quoted = false;   // stands in quotes
-  bool doubled = false;  // and has quotes inside, which are doubled; in JSON, escapes
+  bool quoted = false;   // in quotes
+  bool doubled = false;  // in quotes, with doubled quotes inside; in JSON, with escapes
 };
 
 // A record that is not empty, without its line end.
@@ -29,7 +29,7 @@ struct Record {
 
 // A record in which nothing can be worked on.
 struct WrongRecord {
-  std::size_t record;  // its number among those of the chunk
+  std::size_t record;  // its index in Cells::records
   std::size_t at;      // the byte that is wrong
   Complaint complaint;
 };
@@ -37,12 +37,12 @@ struct WrongRecord {
 struct Cells {
   std::vector<Cell> cells;      // for each record one for each column, in the order of the chunk
   std::vector<Record> records;  // without the header
-  std::size_t end = 0;          // behind the last of them, with its line end and empty lines
-  // What is wrong with the record that begins there; the chunk is not read further.
+  std::size_t end = 0;          // after the last record, its line end and empty lines
+  // What is wrong with the record that begins at `end`; the chunk is not read further.
   std::optional<Failure> failure;
 
-  // Of lines whose ends are sure, whatever is in them:
-  std::vector<WrongRecord> wrong;    // in their order
+  // Of JSON lines and logs, whose records end with their lines, whatever is in them:
+  std::vector<WrongRecord> wrong;    // in the order of the records
   std::vector<std::size_t> present;  // for each column, in how many records it is
 };
 
@@ -58,7 +58,7 @@ void splitLines(const Chunk& chunk, std::size_t longest, Cells& cells);
 void splitTable(const Chunk& chunk, const TableFormat& format, const std::vector<Column>& columns,
                 Cells& cells);
 
-// Takes the blanks around their texts from all cells.
+// Takes the blanks around the text out of each cell.
 void dropBlanks(const Chunk& chunk, const TableFormat& format, Cells& cells);
 
 // The text of a cell. In `buffer` where quotes had to be undoubled, else in the chunk.
