@@ -94,7 +94,9 @@ class NpyFile:
         self.shape, self.dtype, self.ndim = elements.shape, elements.dtype, elements.ndim
 
     def _state(self):
-        state = os.stat(self.path)
+        # Of the file as it is opened: what a network file system knows of others by name may be seconds old.
+        with open(self.path, "rb") as file:
+            state = os.fstat(file.fileno())
         return state.st_mtime_ns, state.st_size
 
     def _mapped(self):

@@ -147,6 +147,11 @@ with Client(sys.argv[1], set_as_default=False) as client:
         there = client.compute(results, workers=[sys.argv[2]], allow_other_workers=False).result()
         assert (there == plx.set(t, 'hour', 9, zone=zone)).all()
         print(there[0])
+        # Weeks begin on Monday in Finland.
+        for component, value in (('week_of_year', 30), ('day_of_week', 1)):
+            results = plx.dask.set(da.from_array(t, chunks=5), component, value, zone=zone)
+            there = client.compute(results, workers=[sys.argv[2]], allow_other_workers=False).result()
+            assert (there == plx.set(t, component, value, zone=zone)).all()
     try:
         plx.dask.check(client)
     except plx.dask.WorkersDiffer as error:
@@ -277,6 +282,19 @@ def killed(client, share, number):
 
 def test_a_worker_is_killed(client):
     assert killed(client, 0.3, 0)
+
+
+def test_a_worker_is_killed_while_a_file_is_set_into_itself(client, tmp_path):
+    t = moments("M8[s]", 20_000)
+    np.save(tmp_path / "t.npy", t)
+    x = plx.dask.from_npy(tmp_path / "t.npy", 1000).map_blocks(slowly, dtype=t.dtype, meta=t[:0])
+    future = client.compute(plx.dask.to_npy(tmp_path / "t.npy", plx.dask.set(x, "day", 1), compute=False))
+    part = next(name for name in os.listdir(tmp_path) if name.endswith(".part"))
+    wait_until(lambda: np.load(tmp_path / part, mmap_mode="r").view("i8").any())
+    os.kill(sorted(client.run(os.getpid).values())[0], signal.SIGKILL)
+    assert not future.done() and same_bits(np.load(tmp_path / "t.npy"), t)
+    future.result(timeout=120)
+    assert same_bits(np.load(tmp_path / "t.npy"), plx.set(t, "day", 1)) and os.listdir(tmp_path) == ["t.npy"]
 
 
 @pytest.mark.skipif(not WHOLE, reason="20 clusters")
