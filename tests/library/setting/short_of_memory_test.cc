@@ -4,43 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
 #include "library/setting/support.h"
 #include "support/cases.h"
+#include "support/failing_new.h"
 
 namespace {
 
 // The allocation that fails, counted down; below 0 none does.
 std::atomic<long> failing{-1};
 
-bool fails() {
+}  // namespace
+
+bool allocationFails() {
   return failing.load(std::memory_order_relaxed) >= 0 &&
          failing.fetch_sub(1, std::memory_order_relaxed) == 0;
 }
-
-void* allocated(std::size_t size) {
-  void* memory = fails() ? nullptr : std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocated(size); }
-void* operator new[](std::size_t size) { return allocated(size); }
-// The sanitizers' own of these would not go through the two above.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return fails() ? nullptr : std::malloc(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return fails() ? nullptr : std::malloc(size);
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 

@@ -19,6 +19,7 @@
 #include "stream/output_file.h"
 #include "stream/pipeline.h"
 #include "support/cases.h"
+#include "support/failing_new.h"
 #include "support/proc_files.h"
 #include "tools/support/run_plx.h"
 #include "tools/support/temporary_folder.h"
@@ -30,18 +31,6 @@ namespace {
 thread_local long failing = -1, asked = 0;
 thread_local bool allFrom = false;  // that one, or all from there on
 
-bool fails() {
-  if (failing < 0) return false;
-  const long number = asked++;
-  return allFrom ? number >= failing : number == failing;
-}
-
-void* allocated(std::size_t size) {
-  void* const memory = fails() ? nullptr : std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
 // ICU's.
 bool icuFails = false;
 void* icuAllocated(const void*, std::size_t size) { return icuFails ? nullptr : std::malloc(size); }
@@ -52,19 +41,11 @@ void icuFreed(const void*, void* memory) { std::free(memory); }
 
 }  // namespace
 
-void* operator new(std::size_t size) { return allocated(size); }
-void* operator new[](std::size_t size) { return allocated(size); }
-// The sanitizers' own of these would not go through the two above.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return fails() ? nullptr : std::malloc(size);
+bool allocationFails() {
+  if (failing < 0) return false;
+  const long number = asked++;
+  return allFrom ? number >= failing : number == failing;
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return fails() ? nullptr : std::malloc(size);
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace plx {
 namespace {
