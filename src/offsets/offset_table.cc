@@ -115,14 +115,17 @@ bool isPair(const std::vector<const icu::AnnualTimeZoneRule*>& rules) {
          b.getEndYear() == icu::AnnualTimeZoneRule::MAX_YEAR;
 }
 
-// Days of the months, the shortest February.
-constexpr int kDaysOfMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+// The days of a month of ICU's, from 0 on; the next one behind December is January.
+double daysOfMonthFromZero(int month) {
+  constexpr double kCommonYear = 2001.0;  // in which February is shortest
+  return daysOfMonth(kCommonYear, month + 1.0);
+}
 
 // Whether the date lies in its month in years of every kind. Days of the week counted from the end
 // of the month are the last ones.
 bool staysInMonth(const icu::DateTimeRule& date) {
   const int day = date.getRuleDayOfMonth(), week = date.getRuleWeekInMonth();
-  const int days = kDaysOfMonth[date.getRuleMonth()];
+  const double days = daysOfMonthFromZero(date.getRuleMonth());
   switch (date.getDateRuleType()) {
     case icu::DateTimeRule::DOM:
       return day <= days;
@@ -152,7 +155,7 @@ bool isAlikeByMonths(const icu::DateTimeRule& date, double ahead) {
       date.getDateRuleType() == icu::DateTimeRule::DOW && date.getRuleWeekInMonth() == -1;
   if (!isLastWeekday || ahead >= 0.0) return true;
   const int month = date.getRuleMonth();
-  return kDaysOfMonth[(month + 1) % 12] <= kDaysOfMonth[month] &&
+  return daysOfMonthFromZero(month + 1) <= daysOfMonthFromZero(month) &&
          date.getRuleMillisInDay() - ahead <= kMillisPerDay;
 }
 
