@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstddef>
 
 namespace plx {
@@ -21,8 +20,6 @@ std::vector<std::uint64_t> indexOf(const NpyHeader& header, std::uint64_t positi
   return index;
 }
 
-bool isLong(std::uint64_t length) { return length != 1; }
-
 }  // namespace
 
 std::string shapeText(const std::vector<std::uint64_t>& shape) {
@@ -36,32 +33,6 @@ std::string elementText(std::string_view name, const NpyHeader& header, std::uin
   std::string text = fmt::format("{}: element {}", name, flat);
   if (index.size() > 1) text += ' ' + shapeText(index);
   return text;
-}
-
-bool isSameOrder(const NpyHeader& a, const NpyHeader& b) {
-  return a.fortranOrder == b.fortranOrder || a.count == 0 ||
-         std::count_if(a.shape.begin(), a.shape.end(), isLong) <= 1;
-}
-
-TransposedPositions::TransposedPositions(const std::vector<std::uint64_t>& shape,
-                                         bool fortranOrder) {
-  for (const std::uint64_t length : shape) dimensions_.push_back({length, 0, 0});
-  // First in the other order, to count the strides there.
-  if (!fortranOrder) std::reverse(dimensions_.begin(), dimensions_.end());
-  std::uint64_t stride = 1;
-  for (auto d = dimensions_.rbegin(); d != dimensions_.rend(); ++d) {
-    d->stride = stride;
-    stride *= d->length;
-  }
-}
-
-void TransposedPositions::advance() {
-  for (Dimension& d : dimensions_) {
-    other_ += d.stride;
-    if (++d.index < d.length) return;
-    other_ -= d.stride * d.length;
-    d.index = 0;
-  }
 }
 
 }  // namespace plx
