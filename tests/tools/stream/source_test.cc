@@ -2,12 +2,19 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <ctime>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "messages/message.h"
+#include "support/cases.h"
+#include "support/proc_files.h"
+#include "tools/support/interrupted.h"
 #include "tools/support/temporary_folder.h"
 
 namespace plx {
@@ -64,6 +71,66 @@ TEST(Source, KnowsWhoWritesToIt) {
   EXPECT_FALSE(Source(empty).isWrittenBy(ofEmpty)) << "as the shell leaves it behind >";
   ::close(descriptor);
   ::close(ofEmpty);
+}
+
+TEST(Source, SignalsDoNotEndTheWaitingForMore) {
+  Cases cases(2);
+  const TemporaryFolder folder;
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int writer = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+  for (const bool mayBeWokenUp : {false, true}) {
+    Source source(pipe);
+    if (mayBeWokenUp) source.allowWakeUp();
+    char bytes[10];
+    interrupted([&] { EXPECT_EQ(source.receive(bytes, sizeof bytes), 3U) << mayBeWokenUp; },
+                [&] { EXPECT_EQ(::write(writer, "abc", 3), 3); });
+    ++cases;
+  }
+  ::close(writer);
+}
+
+double secondsOfThread() {
+  struct timespec time = {};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+// Standard input that another program has made non-blocking is waited for, and not asked again and again.
+TEST(Source, WaitsWithoutWorkWhereNothingIsThere) {
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
+  const int before = ::dup(STDIN_FILENO);
+  ::dup2(ends[0], STDIN_FILENO);
+  std::thread writer([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(::write(ends[1], "abc", 3), 3);
+  });
+  Source source("-");
+  char bytes[10];
+  const double began = secondsOfThread();
+  EXPECT_EQ(source.receive(bytes, sizeof bytes), 3U);
+  EXPECT_LT(secondsOfThread() - began, 0.1);
+  writer.join();
+  ::dup2(before, STDIN_FILENO);
+  for (const int descriptor : {before, ends[0], ends[1]}) ::close(descriptor);
+}
+
+TEST(Source, GivesItsDescriptorsBack) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
+  const TemporaryFolder folder;
+  const std::string file = folder.write("a", "x"), pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int writer = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+  const std::size_t open = openDescriptors();
+  {
+    Source ofFile(file), ofPipe(pipe), standard("-");
+    ofPipe.allowWakeUp();
+    EXPECT_EQ(openDescriptors(), open + 4) << "two, and two that wake one up";
+  }
+  EXPECT_EQ(openDescriptors(), open);
+  EXPECT_GE(::fcntl(STDIN_FILENO, F_GETFD), 0) << "standard input stays";
+  ::close(writer);
 }
 
 }  // namespace
