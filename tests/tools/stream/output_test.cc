@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "messages/message.h"
@@ -23,7 +25,31 @@
 #include "stream/signals.h"
 #include "support/cases.h"
 #include "support/proc_files.h"
+#include "tools/support/interrupted.h"
 #include "tools/support/temporary_folder.h"
+
+namespace {
+
+// The errors that the next calls of these end with; 0 for those of the system.
+int errorOfSync = 0, errorOfClose = 0;
+
+int failed(int error) {
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
+// This program's own, in place of the C library's.
+extern "C" int fsync(int descriptor) {
+  if (const int error = std::exchange(errorOfSync, 0); error != 0) return failed(error);
+  return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+extern "C" int close(int descriptor) {
+  const auto closed = static_cast<int>(::syscall(SYS_close, descriptor));
+  const int error = std::exchange(errorOfClose, 0);
+  return error != 0 ? failed(error) : closed;
+}
 
 namespace plx {
 namespace {
@@ -368,7 +394,7 @@ TEST(OutputFile, LeavesProtectedFilesAlone) {
 
 // Lines that a program appends to its log meanwhile are not lost.
 TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
-  Cases cases(6);
+  Cases cases(8);
   const struct {
     const char* name;
     std::function<void(const std::string& path)> change;
@@ -376,6 +402,13 @@ TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
   } rows[] = {
       {"longer", [](const auto& path) { std::ofstream(path, std::ios::app) << "er"; }, "older"},
       {"of the same length", [](const auto& path) { std::ofstream(path) << "OLD"; }, "OLD"},
+      {"longer, as if nothing had been",
+       [](const auto& path) {
+         const auto time = fs::last_write_time(path);
+         std::ofstream(path, std::ios::app) << "er";
+         fs::last_write_time(path, time);
+       },
+       "older"},
       {"replaced",
        [](const auto& path) {
          fs::remove(path);
@@ -415,6 +448,34 @@ TEST(OutputFile, AFullDiskLeavesTheOldFile) {
 
   EXPECT_EQ(failureOf([&] { writeFile("/dev/full", "x"); }),
             "/dev/full: cannot write: No space left on device");
+}
+
+// Some file systems find only at the end that a disk is full or broken.
+TEST(OutputFile, WhatTheDiskTellsAtTheEndIsAnError) {
+  Cases cases(3);
+  const TemporaryFolder folder;
+  const struct {
+    int& fails;
+    int error;
+    const char* message;
+  } rows[] = {
+      {errorOfSync, EIO, ": cannot write: Input/output error"},
+      {errorOfClose, ENOSPC, ": cannot write: No space left on device"},
+      {errorOfClose, EINTR, ""},  // and is closed
+  };
+  for (const auto& r : rows) {
+    const std::string path = folder.write("file", "old"), message = r.message;
+    {
+      OutputFile file(path);
+      Output(file.descriptor()).write("new");
+      r.fails = r.error;
+      EXPECT_EQ(failureOf([&] { file.commit(); }), message.empty() ? "no failure" : path + message);
+      EXPECT_EQ(r.fails, 0) << "was not asked";
+    }
+    EXPECT_EQ(folder.read("file"), message.empty() ? "new" : "old") << r.error;
+    EXPECT_EQ(filesIn(folder.path("")), 1u);
+    ++cases;
+  }
 }
 
 TEST(OutputFile, SignalsLeaveTheOldFile) {
@@ -492,11 +553,31 @@ TEST(Output, TakesHalfRecordsBack) {
       Output output(out);
       output.write("first\n");
       EXPECT_EQ(failureOf([&] { output.write("second\n"); }), "cannot write: File too large");
+      // What another program writes there next follows what was left.
+      EXPECT_EQ(::lseek(out, 0, SEEK_CUR), r.flags == 0 ? 11 : std::strlen(r.left));
     });
     EXPECT_EQ(status, 0) << r.why;
     EXPECT_EQ(folder.read("out"), r.left) << r.why;
     ++cases;
   }
+}
+
+TEST(Output, SignalsDoNotEndTheWaitingForRoom) {
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+  const std::string bytes(1 << 18, 'x');  // more than a pipe holds
+  std::size_t received = 0;
+  interrupted([&] { EXPECT_EQ(failureOf([&] { Output(ends[1]).write(bytes); }), "no failure"); },
+              [&] {
+                std::string buffer(1 << 16, ' ');
+                while (received < bytes.size()) {
+                  const ssize_t count = ::read(ends[0], buffer.data(), buffer.size());
+                  if (count <= 0) break;
+                  received += static_cast<std::size_t>(count);
+                }
+              });
+  EXPECT_EQ(received, bytes.size());
+  for (const int end : ends) ::close(end);
 }
 
 TEST(Output, WaitsWhereAPipeIsFull) {
