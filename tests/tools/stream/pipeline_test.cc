@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <set>
 #include <string>
 #include <thread>
@@ -162,6 +163,41 @@ TEST(Pipeline, FailuresAroundTheWork) {
       ++cases;
     }
   }
+}
+
+// A signal's handler runs in the thread that started the others.
+TEST(Pipeline, OneThreadGetsTheSignals) {
+  Cases cases(20);
+  class Looker : public Worker {
+   public:
+    explicit Looker(std::thread::id main) : main_(main) {}
+    std::optional<Failure> run(const Chunk&, Piece& piece) override {
+      sigset_t held;
+      ::pthread_sigmask(SIG_BLOCK, nullptr, &held);
+      const bool isMain = std::this_thread::get_id() == main_;
+      EXPECT_EQ(::sigismember(&held, SIGTERM), isMain ? 0 : 1);
+      piece.text = isMain ? "main\n" : "other\n";
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));  // so that others have their turn
+      return std::nullopt;
+    }
+
+   private:
+    std::thread::id main_;
+  };
+  const std::vector<std::string_view> pieces(20, "a\n");
+  const Packets input(pieces);
+  Source source("-");
+  ChunkReader reader(source, false, 1000);
+  Pipeline pipeline(3,
+                    [main = std::this_thread::get_id()] { return std::make_unique<Looker>(main); });
+  std::set<std::string> threads;
+  EXPECT_EQ(messageOf(pipeline, reader,
+                      [&](const Chunk&, const Piece& piece) {
+                        threads.insert(piece.text);
+                        ++cases;
+                      }),
+            "");
+  EXPECT_EQ(threads.size(), 2U) << "some work was done by others";
 }
 
 // What is in comes out, though other threads wait for more; and a failure ends their waiting.
