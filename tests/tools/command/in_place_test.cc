@@ -279,6 +279,15 @@ class Traced {
   bool createsFile() const {
     return call_.entry.nr == SYS_openat && (call_.entry.args[2] & O_CREAT) != 0;
   }
+  // The mode that the new file gets, before the system takes anything away.
+  mode_t newMode() const { return static_cast<mode_t>(call_.entry.args[3]); }
+  bool syncs() const { return call_.entry.nr == SYS_fsync; }
+  bool renames() const {
+#ifdef SYS_rename
+    if (call_.entry.nr == SYS_rename) return true;
+#endif
+    return call_.entry.nr == SYS_renameat || call_.entry.nr == SYS_renameat2;
+  }
 
   void end(int signal) {
     ::kill(id_, signal);
@@ -353,6 +362,22 @@ TEST(InPlace, EndedAtAnyMomentEachFileIsOldOrNew) {
       EXPECT_TRUE(state == "oo" || state == "no" || state == "nn") << state;
     EXPECT_EQ(states.size(), 3u) << "ended before, between and after the files' changes";
   }
+}
+
+// A crash of the system leaves one of the two, too: what is new is on the disk before it takes the old one's place,
+// and so is the change of names at the end. What is private is never anybody else's to read.
+TEST(InPlace, TheDiskHasTheNewFileFirst) {
+  const TemporaryFolder folder;
+  folder.write("a", "2014-05-10\n");
+  ASSERT_EQ(::chmod(folder.path("a").c_str(), 0600), 0);
+  Traced plx(folder, words("set day 1 -i a --quiet"));
+  if (!plx.traces()) GTEST_SKIP() << "processes cannot be traced here";
+  while (plx.goOn() && !plx.createsFile()) continue;
+  EXPECT_EQ(plx.newMode(), 0600u);
+  std::string order;
+  while (plx.goOn()) order += plx.syncs() ? "sync " : plx.renames() ? "rename " : "";
+  EXPECT_EQ(order, "sync rename sync ");
+  EXPECT_EQ(folder.read("a"), "2014-05-01\n");
 }
 
 // What was kept as a backup by a run that was then killed is the file itself, and no obstacle.
