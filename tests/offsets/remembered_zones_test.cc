@@ -66,7 +66,12 @@ TEST_F(Remembered, ByTextLocaleAndLife) {
   EXPECT_EQ(offsetOf(zones.find(texts.key("A", "en_US", 2))), 3.0);
   zones.forget();
   EXPECT_FALSE(zones.find(texts.key("A")));
+  zones.remember(texts.key("A"), hours(4));
+  EXPECT_EQ(offsetOf(zones.find(texts.key("A"))), 4.0) << "there is room again";
 }
+
+// As docs/promises.md tells.
+static_assert(kMost == 64 && kMost * RememberedZones::kMostBytesOfAZone == std::size_t{8} << 20);
 
 // The hash of a key begins with the text's length and the life as one number, and goes on with the text and the
 // locale in a row.

@@ -18,6 +18,7 @@
 
 #include "arith/civil.h"
 #include "offsets/offset_table.h"
+#include "offsets/remembered_zones.h"
 #include "support/cases.h"
 #include "support/datetime_arrays.h"
 #include "support/every_zone.h"
@@ -126,6 +127,9 @@ const Listed kListed[] = {
      "finalRaw:int { -7200 } finalRule:string { \"R1000\" } finalYear:int { 2000 } ", false,
      "when yearly rules hold already"},
 };
+// More changes than a table has room for that is remembered.
+constexpr int kMany = 6000;
+
 // What the digits of the maps mean.
 constexpr const char* kTypes = "0, 0, 3600, 0, 7200, 0, -3600, 0, -7200, 0";
 
@@ -164,16 +168,26 @@ Zone written(const Listed& listed) {
           "", listed.isTold, listed.why};
 }
 
-// Those with a row above, and then any.
-constexpr std::size_t kRows = std::size(kMade) + std::size(kListed), kAny = 200;
+Zone writtenWithMany() {
+  std::string list, map;
+  for (int i = 0; i < kMany; ++i) {
+    list += (i == 0 ? "" : ", ") + std::to_string(i * 350'000);
+    map += i % 2 == 0 ? "01" : "02";
+  }
+  return written({("trans:intvector { " + list + " }").c_str(), map.c_str(), "", true, "many"});
+}
+
+// Those with a row above, the one with many changes, and then any.
+constexpr std::size_t kRows = std::size(kMade) + std::size(kListed), kOfMany = kRows, kAny = 200;
 
 const std::vector<Zone>& zones() {
   static const std::vector<Zone> all = [] {
     std::vector<Zone> made;
     for (const Made& row : kMade) made.push_back(written(row, row.isTold, numberOf(made.size())));
     for (const Listed& row : kListed) made.push_back(written(row));
+    made.push_back(writtenWithMany());
     Random random(53);
-    while (made.size() < kRows + kAny) {
+    while (made.size() < kOfMany + 1 + kAny) {
       const Made any{static_cast<int>(random.whole(-24, 28)) * 1800, anyDate(random),
                      anyDate(random), false, "any"};
       made.push_back(written(any, std::nullopt, numberOf(made.size())));
@@ -280,6 +294,20 @@ TEST(MadeRules, GiveTheSameInShortCallsAndInLongOnes) {
       }
     }
   }
+}
+
+// The call that makes such a table uses it; for the next ones it is remembered that there is none.
+TEST(MadeRules, ATableThatIsTooLargeIsNotKept) {
+  const auto table = OffsetTable::of(*zoneOf(nameOf(kOfMany)));
+  ASSERT_TRUE(table);
+  ASSERT_GT(ZoneOffsets(*table).bytes(), RememberedZones::kMostBytesOfAZone);
+  RememberedZones remembered;
+  const std::vector<std::uint16_t> text = {'A'};
+  const ZoneKey key{text, "en_US", 1};
+  EXPECT_NE(remembered.remember(key, table).offsets(), nullptr);
+  EXPECT_TRUE(remembered.find(key));
+  EXPECT_EQ(remembered.find(key).offsets(), nullptr);
+  remembered.forget();
 }
 
 }  // namespace
