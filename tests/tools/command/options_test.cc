@@ -1,0 +1,73 @@
+// Arguments and options at their edges: the last that is taken, and the first that is not.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/cases.h"
+#include "tools/support/npy_bytes.h"
+#include "tools/support/run_plx.h"
+
+namespace {
+
+// A part of what is printed, or told where the status is not 0.
+TEST(Options, AtTheirEdges) {
+  const TemporaryFolder folder;
+  folder.write("a.csv", "at,x\n2014-05-10,1\n");
+  folder.write("long.csv", "at,x\n2014-05-10," + std::string(1500, '1') + '\n');
+  folder.write("2014.csv", "2014-05-10\n");
+  folder.write("values", "1\n");
+  folder.write("t.npy", npyOf("<M8[D]", std::vector<std::int64_t>{16200}));
+  const struct {
+    const char* command;
+    int status;
+    const char *part, *why;
+  } rows[] = {
+      {"get month -- --quiet=1", 4, "--quiet=1: cannot open: No such file", "no option behind --"},
+      {"set month 3 day=2", 2, "the two ways of setting cannot be mixed: \"day=2\"", "at the end"},
+      {"set month 3 day=2 2014-05-10", 2, "cannot be mixed: \"day=2\"", "before the inputs"},
+      {"set month=@values day=@values 2014-05-10", 2, "one file of values is read at a time", ""},
+      {"set month=3/4 2014-05-10", 3, "unknown component: \"month=3/4\"", "the name of a file"},
+      {"set month=@none/v 2014-05-10", 4, "none/v: cannot open", "but for a file of values"},
+      {"set month 3 2014.csv/1", 4, "no datetime that is read, and there is no such file",
+       "nothing is within a file"},
+      {"set month 3 05/10 --year 9999 --format %m/%d", 0, "03/10", "the last year"},
+      {"set month 3 05/10 --year 10000 --format %m/%d", 2, "--year: not a number", "no year"},
+      {"set month 3 2014-05-10T08:30:15.25 --digits 1000", 0, "T08:30:15.25", "as many as one may"},
+      {"set month 3 2014-05-10T08:30:15.25 --digits 1001", 2, "--digits: not a number", "too many"},
+      {"set month 3 -c at a.csv --longest 1024G", 0, "2014-03-10,1", "2^40 bytes"},
+      {"set month 3 -c at a.csv --longest 1025G", 2, "--longest: not a number", "more"},
+      {"set month 3 -c at long.csv --longest 1K", 1, "records of up to 1024 bytes",
+       "of a kibibyte"},
+      {"set month 3 -c at long.csv --longest 2K", 0, "2014-03-10,1111", "of two"},
+      {"rules diff --since 2100", 2, "--since: not a year that it takes: \"2100\"", "too late"},
+      {"set month 3 t.npy --on-error stop -o out.npy", 0, "", "as without it"},
+      {"set month 3 t.npy --on-error pass -o out.npy", 2, "--on-error is for text", ""},
+      {"set month 3 t.npy t.npy", 2, "of .npy arrays, one at a time is set", ""},
+      {"get month a.csv -c at --new-column m -i", 0, "", "adds a column"},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const PlxResult result = runPlxIn(folder.path(""), words(row.command));
+    EXPECT_EQ(result.status, row.status) << row.command << ": " << row.why << '\n' << result;
+    const std::string& said = row.status == 0 ? result.out : result.err;
+    EXPECT_NE(said.find(row.part), std::string::npos) << row.command << '\n' << result;
+  }
+}
+
+// As where it is not set.
+TEST(Options, ColumnsOfZeroTellNothing) {
+  const auto command = words("explain month 3 2014-05-10");
+  const PlxResult plain = runPlx(command);
+  EXPECT_EQ(plain.status, 0) << plain;
+  for (const char* columns : {"0", "-5", "wide", ""}) {
+    ASSERT_EQ(::setenv("COLUMNS", columns, 1), 0);
+    EXPECT_EQ(runPlx(command), plain) << columns;
+  }
+  ASSERT_EQ(::setenv("COLUMNS", "40", 1), 0);
+  EXPECT_NE(runPlx(command).out, plain.out);
+  ::unsetenv("COLUMNS");
+}
+
+}  // namespace
