@@ -136,6 +136,16 @@ def test_an_error_crosses_the_wire_and_nothing_else_is_lost(client):
         results.compute()
 
 
+def test_workers_are_asked_once(client, monkeypatch):
+    asked, run = [], client.run
+    monkeypatch.setattr(client, "run", lambda *others, **options: asked.append(others) or run(*others, **options))
+    x = da.from_array(moments("M8[s]", 100), chunks=50)
+    for _ in range(3):
+        plx.dask.set(x, "hour", 9)
+    assert len(asked) == 1
+    assert len(plx.dask.check()) == 2 and len(asked) == 2
+
+
 # A caller with the rules of a worker, from a folder of another name, and in another locale than the worker's.
 CALLER = """
 import os, sys, numpy as np, dask.array as da, plx.dask
