@@ -143,7 +143,7 @@ def _parts(x):
         raise TypeError(f"x: a tuple of {len(parts)}; accepted: (high, low), two arrays of float64")
     high, low = parts
     if high.shape == low.shape and not _is_unknown(high):
-        return high, low.rechunk(high.chunks)
+        return high, _in_chunks(low, high.chunks)
     # Lengths that are not known fit where the blocks are as many; on the worker they are compared.
     if high.numblocks != low.numblocks or not (_is_unknown(high) and _is_unknown(low)):
         raise library_error("ShapeMismatch", f"x: high parts of shape {high.shape}, low parts of shape {low.shape}")
@@ -153,6 +153,11 @@ def _parts(x):
 def _is_unknown(array):
     """Whether some of the chunks have lengths that Dask does not know."""
     return any(math.isnan(length) for length in array.shape)
+
+
+def _in_chunks(array, chunks):
+    # Dask leaves an empty array in the chunks that it has.
+    return array.rechunk(chunks) if array.size else da.zeros(array.shape, dtype=array.dtype, chunks=chunks)
 
 
 def _like(parts):
@@ -258,7 +263,7 @@ def _values(value, x):
         if dask.is_dask_collection(value):
             raise TypeError(f"value: of type {type(value).__name__}; accepted: a number, a word, an array of NumPy or of Dask")
         if isinstance(value, np.ma.MaskedArray):
-            value = np.ma.atleast_1d(value)
+            value = np.ma.getdata(value) if np.ma.getmask(value) is np.ma.nomask else np.ma.atleast_1d(value)
         value = np.asanyarray(value) if np.ndim(value) else value
     if np.ndim(value) == 0:
         return value[()] if type(value) is np.ndarray else value
@@ -275,7 +280,7 @@ def _values(value, x):
         )  # fmt: skip
     )
     if isinstance(value, da.Array):
-        return value if value.chunks == chunks else value.rechunk(chunks)
+        return value if value.chunks == chunks else _in_chunks(value, chunks)
     if isinstance(value, np.ma.MaskedArray):
         # Tokens of masked arrays leave the mask out.
         return da.ma.masked_array(_of_numpy(np.ma.getdata(value), chunks), _of_numpy(np.ma.getmaskarray(value), chunks))

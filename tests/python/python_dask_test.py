@@ -137,12 +137,60 @@ def test_other_shapes_and_kinds():
     assert plx.dask.set(one, "day", 2).compute() == plx.set(t[0, 1], "day", 2)
     none = da.from_array(t[:0], chunks=(1, 50))
     assert same_bits(plx.dask.set(none, "day", 2).compute(), t[:0])
+    # Dask leaves empty arrays in the chunks that they have.
+    none = da.from_array(t[0, :0], chunks=((0, 0),))
+    numbers = da.from_array(np.ones(0), chunks=((0, 0, 0),))
+    assert same_bits(plx.dask.set(none, "day", numbers).compute(), t[0, :0])
+    high, low = plx.dask.set((da.from_array(np.ones(0), chunks=((0, 0),)), numbers), "day", 1)
+    assert high.chunks == low.chunks == none.chunks and high.compute().shape == low.compute().shape == (0,)
     big = da.from_array(t.astype(">M8[s]"), chunks=9)
     assert plx.dask.set(big, "day", 2).dtype == big.dtype == plx.dask.set(big, "day", 2).compute().dtype
     high, low = (da.from_array(part, chunks=chunks) for part, chunks in zip(plx.split(t), (9, 20)))
     results = dask.compute(*plx.dask.set((high, low), "day", days))
     assert all(map(same_bits, results, plx.set(plx.split(t), "day", days)))
     assert same_bits(plx.dask.get((high, low), "day").compute(), plx.get(t, "day"))
+
+
+def any_array(generator, shape, kind):
+    numbers = generator.integers(0, 10**9, shape)
+    if kind == "pair":
+        return np.asarray(numbers * 1e3), np.asarray(generator.random(shape) / 1e3)
+    if kind == "masked":
+        return np.ma.array(numbers.astype("M8[s]"), mask=generator.random(shape) < 0.3)
+    return np.asarray(numbers * 1e3 if "M8" not in kind else numbers).astype(kind)
+
+
+def any_chunks(generator, array):
+    """In chunks that are cut anywhere, some of them empty."""
+    if isinstance(array, tuple):
+        return tuple(any_chunks(generator, part) for part in array)
+    cuts = [np.sort(generator.integers(0, length + 1, generator.integers(0, 4))) for length in array.shape]
+    chunks = (tuple(np.diff([0, *cut, length]).tolist()) for cut, length in zip(cuts, array.shape))
+    return da.from_array(array, chunks=tuple(chunks))
+
+
+def test_random_arrays():
+    generator = np.random.default_rng(5)
+    kinds = ["M8[s]", ">M8[ms]", "M8[ns]", "complex128", ">f8", "f8", "pair", "masked"]
+    with Cases(2000 if WHOLE else 200) as cases:
+        while cases.count < cases.least:
+            shape = tuple(generator.integers(0, 7, generator.integers(0, 4)).tolist())
+            t = any_array(generator, shape, generator.choice(kinds))
+            x = any_chunks(generator, t)
+            # One along some of the dimensions, and without some of the first.
+            ones = generator.random(len(shape)) < 0.3
+            short = tuple(np.where(ones, 1, shape).astype(int).tolist())[generator.integers(0, len(shape) + 1) :]
+            given = np.asarray(generator.integers(-5, 28, short)).astype(generator.choice(["i8", "f8", "i2", "f4"]))
+            value = [given, given.max(initial=1), any_chunks(generator, given)][generator.integers(0, 3)]
+            zone = generator.choice([None, "UTC", "America/New_York", "+05:30", "UTCLeapSeconds"])
+            fold = str(generator.choice(["later", "same"]))
+            expected = plx.set(t, "month", in_memory(value), zone=zone, fold=fold)
+            results = dask.compute(plx.dask.set(x, "month", value, zone=zone, fold=fold))[0]
+            for one, other in zip(expected, results) if isinstance(t, tuple) else [(expected, results)]:
+                mask = np.ma.getmaskarray(one)
+                assert type(one) is type(other) and (mask == np.ma.getmaskarray(other)).all()
+                assert same_bits(np.ma.getdata(one)[~mask], np.ma.getdata(other)[~mask]), (t, value, zone, fold)
+            cases.add()
 
 
 def test_masked_arrays():
@@ -155,6 +203,7 @@ def test_masked_arrays():
     given = da.from_array(t, chunks=700)
     results = plx.dask.set(given, "day", days)
     assert (np.ma.getmaskarray(results.compute()) == mask).all()
+    assert type(plx.dask.set(given, "day", np.ma.array(3)).compute()) is np.ndarray
     assert np.ma.getmaskarray(plx.dask.set(given, "day", np.ma.masked).compute()).all()
     other = np.ma.array(days.data, mask=mask | (np.arange(COUNT) == 1))
     assert plx.dask.set(given, "day", other).name != results.name
