@@ -463,6 +463,24 @@ TEST(Plx, KnowsAnArrayByItsNameOrItsBytes) {
   }
 }
 
+TEST(Plx, TellsThatWeeksOfArraysAreCountedByTheModule) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("t.npy", npyOf("<f8", std::vector<double>{0.0}));
+  const auto set = [&](const std::string& options) {
+    return runPlx(words("set week-of-year=1 " + options + " " + path));
+  };
+  const PlxResult zoned = set("-z Europe/Paris");
+  EXPECT_EQ(zoned.status, 0);
+  EXPECT_TRUE(isOneLine(zoned.err)) << zoned.err;
+  EXPECT_NE(zoned.err.find("the last days of December may be in week 1"), std::string::npos);
+  EXPECT_EQ(set("-z UTC").err, "");
+  for (const char* option : {"--in-line", "--exact", "--match x"}) {
+    const PlxResult refused = set(option);
+    EXPECT_EQ(refused.status, 2) << option;
+    EXPECT_NE(refused.err.find("is for text"), std::string::npos) << refused.err;
+  }
+}
+
 // Once in a run, by every command, and on no other line.
 TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
   const TemporaryFolder folder;

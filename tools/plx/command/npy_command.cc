@@ -8,6 +8,7 @@
 
 #include "command/sink.h"
 #include "datetime/zone.h"
+#include "inspect/leap_table.h"
 #include "messages/letters.h"
 #include "messages/message.h"
 #include "npy/npy_file.h"
@@ -15,6 +16,14 @@
 namespace plx {
 
 namespace {
+
+// The library sets arrays, by the module's rule for weeks.
+constexpr std::string_view kWeeksOfArrays =
+    "week-of-year of an .npy array in a time zone: the last days of December may be in week 1, "
+    "where text "
+    "counts on to week 53 or 54";
+
+bool isWeek(const NpySetting& setting) { return setting.component == Component::weekOfYear; }
 
 void refuseTextOptions(const TextOptions& options, bool checks) {
   const struct {
@@ -28,6 +37,9 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {options.delimiter.has_value(), "--delimiter"},
               {options.longest.has_value(), "--longest"},
               {options.jsonl, "--jsonl"},
+              {options.notation.inLine, "--in-line"},
+              {options.match.has_value(), "--match"},
+              {options.notation.exact, "--exact"},
               {options.noHeader, "--no-header"},
               {options.notation.from.has_value(), "--from"},
               {!options.notation.formats.empty(), "--format"},
@@ -81,7 +93,8 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
     const bool pastLeapTable =
         setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),
                [&](std::string_view bytes) { sink->put(bytes, bytes.size()); });
-    if (pastLeapTable) sink->warnPastLeapTable();
+    if (pastLeapTable) sink->tellOnce(kPastLeapTable);
+    if (zone.isCalendar() && std::ranges::any_of(settings, isWeek)) sink->tellOnce(kWeeksOfArrays);
   }
   sink->finish(OnError::stop, OnFinding::report);
 }

@@ -15,6 +15,13 @@ namespace plx {
 
 namespace {
 
+constexpr std::string_view kCutDigits =
+    "digits of seconds that no pair of doubles holds, the twenty-third and further ones as a rule, "
+    "were cut";
+constexpr std::string_view kCarriedOnTheWay =
+    "one setting after the other leads by way of a date that does not exist; --together resolves "
+    "those of the date as one";
+
 ShowProgress showProgress(const TextOptions& options) {
   if (options.quiet) return ShowProgress::never;
   return options.progress ? ShowProgress::always : ShowProgress::automatic;
@@ -55,23 +62,14 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
   }
   errors_ += piece.errors;
   findings_ += piece.findings;
-  if (piece.warnings > 0) warnPastLeapTable();
-  if (piece.cutDigits && !std::exchange(toldOfDigits_, true))
-    tell(
-        "digits of seconds that no pair of doubles holds, the twenty-third and further ones as a "
-        "rule, were cut");
-  if (piece.carriedOnTheWay && !hinted_) {
-    tell(
-        "one setting after the other leads by way of a date that does not exist; --together "
-        "resolves those of the date as one");
-    hinted_ = true;
-  }
+  if (piece.warnings > 0) tellOnce(kPastLeapTable);
+  if (piece.cutDigits) tellOnce(kCutDigits);
+  if (piece.carriedOnTheWay) tellOnce(kCarriedOnTheWay);
   put(piece.text, bytes);
 }
 
-void Sink::warnPastLeapTable() {
-  if (!warned_) tell(kPastLeapTable);
-  warned_ = true;
+void Sink::tellOnce(std::string_view message) {
+  if (toldOnce_.insert(message).second) tell(message);
 }
 
 void Sink::put(std::string_view bytes, std::size_t inputBytes) {

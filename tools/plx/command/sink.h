@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,8 +33,8 @@ class Sink {
   void take(const Piece& piece, std::size_t bytes);
   void put(std::string_view bytes, std::size_t inputBytes);
 
-  // Warns, once, of values past the table of leap seconds.
-  void warnPastLeapTable();
+  // Tells it, unless it has been told. The text outlives the sink.
+  void tellOnce(std::string_view message);
 
   // Where results are written.
   int descriptor() const { return out_->descriptor(); }
@@ -55,7 +56,8 @@ class Sink {
   Output* out_;
   std::optional<Progress> progress_;
   std::size_t told_ = 0, errors_ = 0, findings_ = 0;
-  bool begun_ = false, warned_ = false, toldOfDigits_ = false, hinted_ = false;
+  std::set<std::string_view> toldOnce_;
+  bool begun_ = false;
   bool isNew_ = false;  // the file of --output
 };
 
