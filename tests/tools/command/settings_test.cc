@@ -123,6 +123,12 @@ TEST(Settings, SaysWhatIsWrong) {
       {"set month janaury 2014-05-11", "not a number (did you mean January?)", 1},
       {"set year+=300000 2014-05-10 -z Europe/Paris", "out of range", 1},
       {"set day+=1e300 2014-05-10", "out of range", 1},
+      {"set day 1 2014-05-10 -z europe/paris", "unknown time zone (did you mean Europe/Paris?)", 3},
+      {"set day 1 2014-05-10 -z Europe/Pariss", "did you mean Europe/Paris?", 3},
+      {"set day 1 2014-05-10 -z NewYork", "did you mean America/New_York?", 3},
+      {"set day 1 2014-05-10 -z Kathmandu", "did you mean Asia/Kathmandu?", 3},
+      {"explain hour 2 2014-03-09 -z America/NewYork", "did you mean America/New_York?", 3},
+      {"set day 1 2014-05-10 -z nowhere-near", "unknown time zone: \"nowhere-near\"", 3},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {

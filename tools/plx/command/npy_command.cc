@@ -12,6 +12,7 @@
 #include "messages/letters.h"
 #include "messages/message.h"
 #include "npy/npy_file.h"
+#include "set/zone_named.h"
 
 namespace plx {
 
@@ -80,7 +81,7 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
                   "of .npy arrays, one at a time is set; accepted: one INPUT, or several with -i"};
   if (!options.output && !options.inPlace && ::isatty(STDOUT_FILENO) == 1)
     throw Failure{Status::usage, "an array is no text for a terminal; accepted: -o FILE"};
-  const Zone zone = Zone::named(options.zone.value_or(""));
+  const Zone zone = zoneNamed(options.zone.value_or(""));
   Module module(locateModule(modulePath));
   std::optional<Sink> sink;
   for (const std::string& input : inputs) {

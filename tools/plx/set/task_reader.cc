@@ -11,6 +11,7 @@
 #include "inspect/check.h"
 #include "inspect/wall.h"
 #include "set/short_zone_names.h"
+#include "set/zone_named.h"
 
 namespace plx {
 
@@ -52,7 +53,7 @@ void tellShortZones() {
 
 TaskReader::TaskReader(const ReadingOptions& options) : options_(options), zones_(options.weeks) {
   if (!options.zone) return;
-  zone_ = Zone::named(*options.zone);
+  zone_ = zoneNamed(*options.zone);
   noteShortZone(*options.zone);
   zone_->setWeeks(options.weeks);
 }
