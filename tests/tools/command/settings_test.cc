@@ -129,6 +129,20 @@ TEST(Settings, SaysWhatIsWrong) {
       {"set day 1 2014-05-10 -z Kathmandu", "did you mean Asia/Kathmandu?", 3},
       {"explain hour 2 2014-03-09 -z America/NewYork", "did you mean America/New_York?", 3},
       {"set day 1 2014-05-10 -z nowhere-near", "unknown time zone: \"nowhere-near\"", 3},
+      {"set day 1 2014-05-10 --year 2014",
+       "--year: nothing takes it: \"2014\"; accepted: a --format without a year", 2},
+      {"set day 1 --format %F --year 2014 2014-05-10", "--year: nothing takes it", 2},
+      {"get day -c x:%F --year 2014", "--year: nothing takes it", 2},
+      {"set day 1 --in-line --format %F --year 2014", "--year: nothing takes it", 2},
+      {"set day 1 --format %Y-%U-%w 2014-05-6",
+       "%U has days at both ends of a year in weeks 0 and 53: \"%Y-%U-%w\"; accepted: the weeks of "
+       "ISO 8601, %G-W%V-%u",
+       2},
+      {"set day 1 --to-format %W 2014-05-10", "%W has days at both ends", 2},
+      {"explain month=feb day=last 2014-01-31", "explain tells of one setting: \"day=last\"", 2},
+      {"set day 1 --format %A-%d-%B-%Y Sunday-10-May-2014",
+       "that day is a Saturday, in the format %A-%d-%B-%Y, and there is no such file", 1},
+      {"set day 1 --format %A-%d-%B-%Y nosuch", "nosuch: cannot open", 4},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {
@@ -137,6 +151,11 @@ TEST(Settings, SaysWhatIsWrong) {
     EXPECT_EQ(result.status, row.status) << row.command << '\n' << result;
     EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
   }
+}
+
+TEST(Settings, ADatetimeTypedInAFormatIsReadInItsZone) {
+  EXPECT_EQ(runPlx(words("set second=30 -z UTCLeapSeconds --format %FT%T 2012-06-30T23:59:60")),
+            (PlxResult{0, "2012-06-30T23:59:30\n", "", 0}));
 }
 
 // That settings in turn carried on the way is said once.

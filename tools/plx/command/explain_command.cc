@@ -128,7 +128,12 @@ void runExplainCommand(const std::vector<std::string>& given, Output& output) {
       std::string(kStatusHelp));
   if (!arguments.parse(given, output)) return;
   if (!options.quiet) RulesWatch::begin();
-  const auto typed = datetime ? std::nullopt : typedSetting(component);
+  const auto typed = typedSetting(component);
+  if (datetime && typed)
+    throw Failure{
+        Status::usage,
+        describe("argument", {"explain tells of one setting", "COMPONENT=VALUE and one DATETIME"},
+                 value)};
   if (!datetime && !typed)
     throw Failure{Status::usage, "DATETIME is required; see plx explain --help"};
   options.setting = typed.value_or(TypedSetting{component, value});

@@ -36,13 +36,27 @@ std::optional<Form> formOf(const std::optional<std::string>& name, std::string_v
   refuse(option, {"unknown form", kAcceptedForms}, *name);
 }
 
+// Weeks that are counted in each year anew, as %U and %W do, are no part of formats.
+void refuseWeeksOfYear(const std::string& text, std::string_view option) {
+  for (const char* const letters : {"%U", "%W"}) {
+    if (text.find(letters) == std::string::npos) continue;
+    refuse(option,
+           {std::string(letters) + " has days at both ends of a year in weeks 0 and 53",
+            "the weeks of ISO 8601, %G-W%V-%u; plx get week-of-year for others"},
+           text);
+  }
+}
+
 // The year of all goes to those formats that have none of their own.
 std::shared_ptr<const Format> formatToRead(const std::string& text, std::string_view option,
                                            std::optional<int> year) {
   Complaint complaint, complaintOfYear;
   auto format = Format::forReading(text, std::nullopt, complaint);
   if (!format && year) format = Format::forReading(text, year, complaintOfYear);
-  if (!format) refuse(option, complaint, text);
+  if (!format) {
+    refuseWeeksOfYear(text, option);
+    refuse(option, complaint, text);
+  }
   return std::make_shared<const Format>(std::move(*format));
 }
 
@@ -97,6 +111,10 @@ void declareNotationOptions(Arguments& arguments, NotationOptions& options, bool
                  "as came in");
 }
 
+bool lacksYear(const std::string& text) {
+  return text.find('%') != std::string::npos && !namesYear(text);
+}
+
 Notation notationOf(const NotationOptions& options) {
   if (options.from && !options.formats.empty())
     throw Failure{Status::usage, "datetimes are read either by --from or by --format"};
@@ -119,7 +137,10 @@ Notation notationOf(const NotationOptions& options) {
   if (options.toFormat) {
     Complaint complaint;
     auto format = Format::forWriting(*options.toFormat, complaint);
-    if (!format) refuse("--to-format", complaint, *options.toFormat);
+    if (!format) {
+      refuseWeeksOfYear(*options.toFormat, "--to-format");
+      refuse("--to-format", complaint, *options.toFormat);
+    }
     notation.toFormat = std::make_shared<const Format>(std::move(*format));
   }
   if (options.missing) notation.missing = listOf(*options.missing);

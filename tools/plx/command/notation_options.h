@@ -21,6 +21,9 @@ struct NotationOptions {
 // Declares them. Those that have to do with writing datetimes only where the command does.
 void declareNotationOptions(Arguments& arguments, NotationOptions& options, bool writesDatetimes);
 
+// Whether a format, of all or behind the name of a column, leaves the year to --year.
+bool lacksYear(const std::string& text);
+
 // Throws a Failure of Status::usage.
 Notation notationOf(const NotationOptions& options);
 

@@ -22,6 +22,7 @@
 #include "messages/letters.h"
 #include "messages/message.h"
 #include "messages/near_names.h"
+#include "set/zone_named.h"
 #include "stream/chunk_reader.h"
 #include "stream/line_reader.h"
 #include "stream/pipeline.h"
@@ -55,6 +56,14 @@ OnError onErrorOf(const std::optional<std::string>& text) {
   if (*text == "blank") return OnError::blank;
   if (*text == "pass") return OnError::pass;
   throw usage("--on-error", "unknown", *text, "stop, blank or pass");
+}
+
+// Whether some datetimes may have no year of their own.
+bool takesYear(const TextOptions& options) {
+  const NotationOptions& notation = options.notation;
+  if (notation.inLine && notation.formats.empty()) return true;
+  return std::ranges::any_of(notation.formats, lacksYear) ||
+         std::ranges::any_of(options.columns, lacksYear);
 }
 
 // The separator of a table as the options and its name tell it; nothing where the header has to.
@@ -115,16 +124,27 @@ bool isDatetime(const std::string& input, const ReadingOptions& options, Complai
     return readDatetime(input, form, datetime, complaint);
   }
   Zones zones;
-  const auto reading = read(input, options.notation, zones.plain(), zones, complaint);
+  std::optional<Zone> zone;
+  if (options.zone) zone = zoneNamed(*options.zone);
+  const auto reading =
+      read(input, options.notation, zone ? &*zone : zones.plain(), zones, complaint);
   return reading && !reading->missing;
 }
 
 // Somebody seems to have meant one.
 bool looksLikeDatetime(std::string_view input, const Notation& notation) {
   const Form form = notation.from;
-  if (!notation.formats.empty()) return input.find_first_of("0123456789") == 0;
+  constexpr std::string_view kDigits = "0123456789";
+  const auto begins = [&](const auto& format) {
+    return format->beginnings()[static_cast<unsigned char>(input.front())];
+  };
+  if (!notation.formats.empty()) {
+    return input.find_first_of(kDigits) == 0 ||
+           (input.find_first_of(kDigits) != std::string_view::npos &&
+            std::ranges::any_of(notation.formats, begins));
+  }
   if (!isCount(form) && form != Form::pair) return plx::looksLikeDatetime(input);
-  return input.find_first_of("0123456789") == input.find_first_not_of("+-.");
+  return input.find_first_of(kDigits) == input.find_first_not_of("+-.");
 }
 
 // What was more likely meant by a word that names no file, where that shows.
@@ -141,6 +161,9 @@ std::optional<Complaint> otherThanAFile(const std::string& word) {
 
 // What is told of lines that are no datetimes, where the first of them looks like a table's header.
 std::string hintAtColumns(const Chunk* chunk) {
+  constexpr const char* kHintAtPaths =
+      "; of JSON lines, choose a value with --column, as in --column .created";
+  if (looksLikeJson(chunk)) return kHintAtPaths;
   const auto columns = columnsInSight(chunk);
   if (columns.empty()) return {};
   return "; of a table, choose a column with --column, of " + columns;
@@ -593,6 +616,10 @@ ReadingOptions readingOptions(const TextOptions& options) {
   reading.clock = clockChoice(options.fold, options.gap);
   reading.weeks = weeksFrom(options.weekStart);
   reading.notation = notationOf(options.notation);
+  if (options.notation.year && !takesYear(options)) {
+    throw usage("--year", "nothing takes it", *options.notation.year,
+                "a --format without a year, as '%b %e %T', or --in-line");
+  }
   if (options.zone && !options.zone->empty()) reading.zone = options.zone;
   reading.zoneOfTask = options.zoneColumn.has_value();
   return reading;

@@ -164,16 +164,6 @@ bool isAmongCommas(std::string_view line, std::size_t begin, std::size_t end) {
   return (begin > 0 && line[begin - 1] == ',') || (end < line.size() && line[end] == ',');
 }
 
-bool hasYear(const Format& format) {
-  constexpr std::string_view kYears = "YyGFDs";
-  const std::string& text = format.text();
-  for (std::size_t at = 0; at + 1 < text.size(); ++at) {
-    if (text[at] != '%') continue;
-    if (kYears.find(text[++at]) != std::string_view::npos) return true;
-  }
-  return false;
-}
-
 // What a format says of a text of its shape that is no datetime, such as 30 February. Of a text of another
 // shape, nothing.
 std::optional<Complaint> wrongInShape(const Format& format, std::string_view text) {
@@ -183,6 +173,15 @@ std::optional<Complaint> wrongInShape(const Format& format, std::string_view tex
 }
 
 }  // namespace
+
+bool namesYear(std::string_view format) {
+  constexpr std::string_view kYears = "YyGFDs";
+  for (std::size_t at = 0; at + 1 < format.size(); ++at) {
+    if (format[at] != '%') continue;
+    if (kYears.find(format[++at]) != std::string_view::npos) return true;
+  }
+  return false;
+}
 
 std::vector<std::shared_ptr<const Format>> logFormats(std::optional<int> year) {
   std::vector<std::shared_ptr<const Format>> formats;
@@ -204,7 +203,6 @@ InLineSplitter::InLineSplitter(const InLineOptions& options) : options_(options)
     beginnings_[byte] = options.recognised && isDigit(static_cast<char>(byte));
     for (const auto& format : options.formats) beginnings_[byte] |= format->beginnings()[byte];
   }
-  for (const auto& format : options.formats) hasYear_.push_back(hasYear(*format));
 }
 
 // The longest datetime that begins there. Where none can end, `unclear_` is where one seemed to.
@@ -238,8 +236,8 @@ std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t
     const std::size_t size = format->readFront(text, reading);
     if (size == 0) continue;
     const bool hasTime = format->isCount() || reading.datetime.separator != 0;
-    take(
-        {begin, begin + size, hasTime, format->isCount() || format->hasOffset(), hasYear(*format)});
+    take({begin, begin + size, hasTime, format->isCount() || format->hasOffset(),
+          namesYear(format->text())});
   }
   if (found.end > begin) return found;
   if (isUnclear && !unclear_) unclear_ = begin;

@@ -22,6 +22,9 @@ namespace plx {
 // Those that have no year only where there is one for all.
 std::vector<std::shared_ptr<const Format>> logFormats(std::optional<int> year);
 
+// Whether a format has a letter for the year.
+bool namesYear(std::string_view format);
+
 struct InLineOptions {
   std::vector<std::shared_ptr<const Format>> formats;
   bool recognised = true;  // calendar dates of ISO 8601 too
@@ -51,7 +54,6 @@ class InLineSplitter {
 
   const InLineOptions& options_;
   std::array<bool, 256> beginnings_{};
-  std::vector<bool> hasYear_;  // of the formats
   std::optional<Pattern> pattern_;
   std::vector<FoundInLine> found_;  // of the line
   std::optional<std::size_t>

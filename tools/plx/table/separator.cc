@@ -59,7 +59,32 @@ void refuseHidden(const Chunk* chunk, const TableFormat& format,
   }
 }
 
+// Tells of a header that is one field, with the name of a column in it.
+void refuseOneField(const Chunk* chunk, const Header& header, const std::vector<std::string>& asked,
+                    std::string_view source) {
+  if (header.names.size() != 1) return;
+  const std::string& only = header.names[0];
+  const auto isInside = [&](const std::string& column) {
+    return column != only && only.find(column) != std::string::npos;
+  };
+  if (looksLikeJson(chunk))
+    throw Failure{Status::unknownName, describe(source,
+                                                {"the first line is no header, and looks like JSON",
+                                                 "--column with a path, as in --column .created"},
+                                                only)};
+  if (std::ranges::any_of(asked, isInside))
+    throw Failure{
+        Status::unknownName,
+        describe(source,
+                 {"the header is one field", "--delimiter with what stands between its columns"},
+                 only)};
+}
+
 }  // namespace
+
+bool looksLikeJson(const Chunk* chunk) {
+  return chunk != nullptr && chunk->bytes().starts_with('{');
+}
 
 std::string columnsInSight(const Chunk* chunk) {
   for (const char separator : kUsual) {
@@ -86,7 +111,10 @@ std::vector<Column> chooseByHeader(const Chunk* chunk, TableFormat& format, bool
   try {
     return chooseColumns(header, asked, source);
   } catch (const Failure& failure) {
-    if (failure.status == Status::unknownName) refuseHidden(chunk, format, asked, source);
+    if (failure.status == Status::unknownName) {
+      refuseHidden(chunk, format, asked, source);
+      refuseOneField(chunk, header, asked, source);
+    }
     throw;
   }
 }

@@ -19,6 +19,9 @@ namespace plx {
 std::vector<Column> chooseByHeader(const Chunk* chunk, TableFormat& format, bool separatorIsTold,
                                    const std::vector<std::string>& asked, std::string_view source);
 
+// Whether the first line begins as an object of JSON does.
+bool looksLikeJson(const Chunk* chunk);
+
 // The names of the columns that the first line of a text seems to have, for messages; empty where it looks
 // like no header: one column alone, or a number among the names.
 std::string columnsInSight(const Chunk* chunk);
