@@ -153,6 +153,25 @@ TEST(Settings, SaysWhatIsWrong) {
   }
 }
 
+TEST(Settings, HintsAtWhatTheFirstLineLooksLike) {
+  Cases cases(4);
+  const struct {
+    const char *command, *input, *told;
+  } rows[] = {
+      {"set day 1 -c due", "id due\n1 2014-05-10\n",
+       "the header is one field: \"id due\"; accepted: --delimiter"},
+      {"set day 1 -c due", "\"id;due\"\n1;2014-05-10\n", "the header is one field: \"id;due\""},
+      {"set day 1 -c a", "{\"a\":\"2014-05-10\"}\n", "as in --column .created"},
+      {"set day 1", "{\"a\":\"2014-05-10\"}\n", "of JSON lines, choose a value with --column"},
+  };
+  for (const auto& row : rows) {
+    const PlxResult result = runPlx(words(row.command), row.input);
+    EXPECT_NE(result.status, 0) << row.command;
+    EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
+    ++cases;
+  }
+}
+
 TEST(Settings, ADatetimeTypedInAFormatIsReadInItsZone) {
   EXPECT_EQ(runPlx(words("set second=30 -z UTCLeapSeconds --format %FT%T 2012-06-30T23:59:60")),
             (PlxResult{0, "2012-06-30T23:59:30\n", "", 0}));
