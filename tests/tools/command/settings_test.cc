@@ -154,7 +154,7 @@ TEST(Settings, SaysWhatIsWrong) {
 }
 
 TEST(Settings, HintsAtWhatTheFirstLineLooksLike) {
-  Cases cases(4);
+  Cases cases(7);
   const struct {
     const char *command, *input, *told;
   } rows[] = {
@@ -162,6 +162,11 @@ TEST(Settings, HintsAtWhatTheFirstLineLooksLike) {
        "the header is one field: \"id due\"; accepted: --delimiter"},
       {"set day 1 -c due", "\"id;due\"\n1;2014-05-10\n", "the header is one field: \"id;due\""},
       {"set day 1 -c a", "{\"a\":\"2014-05-10\"}\n", "as in --column .created"},
+      {"set day 1 -c a", "a\n10/05/2014\n",
+       "not a datetime, unless --format tells how it is written: \"10/05/2014\""},
+      {"get day", "10.5.14\n", "unless --format tells how it is written"},
+      {"set hour 1 -c a --zone-column z", "a,z\n2014-05-10T10:00Z,europe/paris\n",
+       "unknown time zone (did you mean Europe/Paris?): \"europe/paris\""},
       {"set day 1", "{\"a\":\"2014-05-10\"}\n", "of JSON lines, choose a value with --column"},
   };
   for (const auto& row : rows) {

@@ -8,6 +8,7 @@
 
 #include "datetime/number_text.h"
 #include "datetime/rules_in_use.h"
+#include "datetime/scanner.h"
 #include "inspect/check.h"
 #include "inspect/wall.h"
 #include "set/short_zone_names.h"
@@ -28,6 +29,16 @@ namespace {
 
 std::mutex shortZonesMutex;
 std::set<std::string_view> shortZones;
+
+// A date as people write it in places, which only a format tells how to read: 10/05/2014, 10.05.14.
+bool needsFormat(std::string_view text) {
+  Scanner scan(text);
+  const std::string_view first = scan.digits();
+  const char mark = scan.oneOf("/.");
+  const std::string_view second = scan.digits();
+  const bool isDate = mark != 0 && scan.skip(mark) && isDigit(scan.next());
+  return isDate && !first.empty() && first.size() <= 4 && !second.empty() && second.size() <= 2;
+}
 
 }  // namespace
 
@@ -63,11 +74,19 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
   if (options_.zoneOfTask && !task.zone.empty()) {
     trouble.kind = Trouble::Kind::zone;
     zone = zones_.named(task.zone, trouble.complaint);
-    if (zone == nullptr) return std::nullopt;
+    if (zone == nullptr) {
+      if (nearZones_.size() > kMostNearZones) nearZones_.clear();
+      const auto [near, isNew] = nearZones_.try_emplace(std::string(task.zone));
+      if (isNew) near->second = zoneMeant(task.zone);
+      trouble.complaint.what += near->second;
+      return std::nullopt;
+    }
     noteShortZone(task.zone);
   }
   trouble.kind = Trouble::Kind::datetime;
   auto reading = plx::read(task.text, notationOf(task), zone, zones_, trouble.complaint);
+  if (!reading && notationOf(task).formats.empty() && needsFormat(task.text))
+    trouble.complaint.what += ", unless --format tells how it is written";
   if (reading && !reading->text.suffix.zone.empty()) noteShortZone(reading->text.suffix.zone);
   if (reading && !options_.clock.isTheModules() && !settleClock(*reading, trouble.complaint))
     return std::nullopt;

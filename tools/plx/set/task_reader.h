@@ -1,6 +1,7 @@
 // The datetimes of tasks, read in their zones.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,6 +55,9 @@ class TaskReader {
   const ReadingOptions& options_;
   std::optional<Zone> zone_;  // the one for all datetimes
   Zones zones_;
+  // What was meant by texts that name no zone. To find that out takes as long as thousands of rows.
+  static constexpr std::size_t kMostNearZones = 100;
+  std::map<std::string, std::string> nearZones_;
 };
 
 }  // namespace plx
