@@ -36,10 +36,12 @@ std::int64_t wallSecondIn(const Date& date, std::int64_t year) {
 }
 
 // Times before midnight or beyond 24:00 move to the day that they fall on. It stays within the month here; ICU's
-// list of a zone's changes and its offsets may differ where it does not.
+// list of a zone's changes and its offsets may differ where it does not. 24:00 stays, since ICU has it and the day
+// behind the last Thursday of a month may be the next month's.
 std::optional<Date> icuDate(const YearlyDate& date) {
   int shift = date.second / static_cast<int>(kDay), second = date.second % static_cast<int>(kDay);
   if (second < 0) --shift, second += static_cast<int>(kDay);
+  if (second == 0 && shift > 0) --shift, second = static_cast<int>(kDay);
   const int length = daysOfMonth(2001, date.month == 0 ? 1 : date.month);
   switch (date.kind) {
     case YearlyDate::Kind::weekday: {

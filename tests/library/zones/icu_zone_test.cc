@@ -4,6 +4,7 @@
 
 #include "support/cases.h"
 #include "tools/support/zone_files.h"
+#include "zones/system_zones.h"
 
 namespace {
 
@@ -47,6 +48,18 @@ TEST(IcuZone, HasTheFilesRuleInIcusForm) {
        7200,
        {2, 24, -7, 7200, 0, 9, 24, -7, 7200, 0, kHour},
        "two days later"},
+      {"EET-2EEST,M4.5.5/0,M10.5.4/24",
+       7200,
+       {3, -1, 6, 0, 0, 9, -1, 5, 86400, 0, kHour},
+       "the end of the last Thursday, before 1 November in some years"},
+      {"<-04>4<-03>,M9.1.6/24,M4.1.6/48",
+       -4 * kHour,
+       {8, 1, -7, 86400, 0, 3, 2, -1, 86400, 0, kHour},
+       "24:00, and a day later"},
+      {"AAA0BBB,J59/24,M10.5.0/3",
+       0,
+       {1, 28, 0, 86400, 0, 9, -1, 1, 10800, 0, kHour},
+       "the end of 28 February"},
       {"AAA0BBB,J100,J300/0", 0, {3, 10, 0, 7200, 0, 9, 27, 0, 0, 0, kHour}, "days of the month"},
       {"AAA0BBB,40,M11.1.0", 0, {1, 10, 0, 7200, 0, 10, 1, -1, 7200, 0, kHour}, "before leap days"},
       {"AAA0BBB,M2.5.0,M11.1.0",
@@ -54,7 +67,7 @@ TEST(IcuZone, HasTheFilesRuleInIcusForm) {
        {1, -1, 1, 7200, 0, 10, 1, -1, 7200, 0, kHour},
        "last of February"},
   };
-  Cases cases(9);
+  Cases cases(12);
   for (const auto& row : rows) {
     const IcuZone zone = converted(zoneFile(row.raw, {}, row.rule));
     ASSERT_TRUE(zone.final) << row.rule;
@@ -63,6 +76,18 @@ TEST(IcuZone, HasTheFilesRuleInIcusForm) {
     // ICU lists no changes of a zone that has a rule alone.
     EXPECT_EQ(zone.final->year, 1801);
     EXPECT_EQ(zone.changes.size(), 2u);
+    ++cases;
+  }
+}
+
+// What is listed ends with the last year that is.
+TEST(IcuZone, EveryRuleOfTheSystemsHasIcusForm) {
+  const zones::SystemZones system(zones::systemZonesFolder());
+  Cases cases(150);
+  for (const std::string& name : system.names()) {
+    const auto file = system.zone(name);
+    if (!file->rule || !file->rule->hasChanges()) continue;
+    EXPECT_TRUE(icuZoneOf(*file).final) << name;
     ++cases;
   }
 }
