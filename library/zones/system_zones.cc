@@ -48,6 +48,17 @@ bool beginsAsZone(const fs::path& path) {
          std::memcmp(magic, "TZif", sizeof magic) == 0;
 }
 
+// Whether a folder is one of those that it stands in, by a link.
+bool leadsBack(const fs::path& path, int depth) {
+  fs::path above = path;
+  for (; depth >= 0; --depth) {
+    above = above.parent_path();
+    std::error_code ignored;
+    if (fs::equivalent(path, above, ignored)) return true;
+  }
+  return false;
+}
+
 std::string firstLine(const fs::path& path) {
   std::ifstream file(path);
   std::string line;
@@ -88,7 +99,8 @@ std::vector<std::string> SystemZones::names() const {
     const std::string name = at->path().lexically_relative(folder).generic_string();
     std::error_code ignored;
     if (at->is_directory(ignored)) {
-      if (!isName(name) || isOneOfMany(name + '/') || at.depth() > 4)
+      if (!isName(name) || isOneOfMany(name + '/') || at.depth() > 4 ||
+          (at->is_symlink(ignored) && leadsBack(at->path(), at.depth())))
         at.disable_recursion_pending();
     } else if (isName(name) && !isOneOfMany(name) && at->is_regular_file(ignored) &&
                beginsAsZone(at->path())) {
@@ -105,7 +117,11 @@ std::optional<std::string> SystemZones::bytesOf(std::string_view name) const {
   if (!isName(name) || name.find("..") != std::string_view::npos) return std::nullopt;
   const fs::path path = fs::path(folder_) / name;
   std::error_code error;
-  if (!fs::is_regular_file(path, error)) return std::nullopt;
+  if (!fs::is_regular_file(path, error)) {
+    if (fs::is_symlink(fs::symlink_status(path, error)) && !fs::exists(path, error))
+      throw BadZones(std::string(name) + ": a link that leads nowhere");
+    return std::nullopt;
+  }
   const File file(std::fopen(path.c_str(), "rbe"));
   if (!file) throw BadZones(std::string(name) + ": " + std::strerror(errno));
   std::string bytes(16384, '\0');

@@ -158,9 +158,16 @@ TEST(Converter, TellsWhatIsWrongWithAFolder) {
     other.write(name, good);
   other.write("leapseconds", "# text\n");
   fs::create_directory_symlink(".", other.zones().folder() + "/loop");
+  fs::create_directory_symlink("..", other.zones().folder() + "/Europe/up");
+  fs::create_symlink("self", other.zones().folder() + "/self");
+  fs::create_symlink("nowhere", other.zones().folder() + "/Europe/Elsewhere");
+  fs::create_directory_symlink("Europe", other.zones().folder() + "/Twice");
   EXPECT_EQ(other.problem(), "");
-  EXPECT_EQ(other.zones().names().front(), "Europe/Paris");
+  EXPECT_EQ(other.zones().names(), (std::vector<std::string>{"Europe/Paris", "Twice/Paris"}));
   EXPECT_EQ(convert(other.zones(), own()).release, "2099z");
+  // A zone that ICU knows must not keep ICU's old rules for that.
+  fs::create_symlink("nowhere", other.zones().folder() + "/Europe/Rome");
+  EXPECT_EQ(other.problem(), "Europe/Rome: a link that leads nowhere");
 }
 
 TEST(Converter, WritesWhatItReads) {
