@@ -78,6 +78,9 @@ Found lookInto(std::string folder) {
   found.problem = checked.problem;
   UVersionInfo version;
   u_getVersion(version);
+  // ICU reads a list of folders, with colons between them.
+  if (found.problem.empty() && found.folder.find(':') != std::string::npos)
+    found.problem = "stands in a folder with a colon in its name, where ICU does not find it";
   if (found.problem.empty() && checked.label.icuMajor != version[0]) {
     found.problem = "is made for ICU " + std::to_string(checked.label.icuMajor) +
                     ", and this is ICU " + std::to_string(version[0]);

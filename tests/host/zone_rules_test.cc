@@ -206,6 +206,18 @@ TEST_F(ZoneRules, ThatCannotBeReadAreTold) {
   EXPECT_EQ(inAProcess([] { return answer(nullptr); }).substr(0, 4), "0  ;");
 }
 
+TEST_F(ZoneRules, InAFolderThatIcuDoesNotFindAreTold) {
+  fs::create_directories(folder_.path("with:colon"));
+  folder_.write("with:colon/zoneinfo64.res", rulesOf("2099z"));
+  EXPECT_EQ(inAProcess([&] { return answer(folder_.path("with:colon").c_str()); }),
+            "1 Pelmor:host:BadZoneRules The time-zone rules " +
+                folder_.path("with:colon/zoneinfo64.res") +
+                " are not used: the file stands in a folder with a colon in its name, where ICU "
+                "does not find it. Rules of " +
+                own() + " are in use. A folder that plx rules update has written is accepted.; " +
+                own());
+}
+
 TEST_F(ZoneRules, AreRefusedOnceOthersAreInUse) {
   folder_.write("given/zoneinfo64.res", rulesOf("2099z"));
   const std::string expected =
