@@ -309,6 +309,15 @@ TEST_F(RulesCommand, AFolderWithoutRightsIsTold) {
   ::chmod(rules().c_str(), 0755);
 }
 
+TEST_F(RulesCommand, AFolderThatIsGivenNeedsNoHome) {
+  zone("Africa/Abidjan", kAhead);
+  const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+  ::unsetenv("HOME");
+  ::unsetenv("XDG_DATA_HOME");
+  EXPECT_EQ(update().status, 0);
+  ::setenv("HOME", home.c_str(), 1);
+}
+
 TEST_F(RulesCommand, RulesAreForEveryoneToRead) {
   zone("Africa/Abidjan", kAhead);
   const mode_t mask = ::umask(077);

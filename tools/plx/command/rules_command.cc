@@ -105,7 +105,7 @@ void runUpdate(const std::vector<std::string>& given, Output& output) {
   if (!arguments.parse(given, output)) return;
 
   const zones::SystemZones system(from.value_or(zones::systemZonesFolder()));
-  const std::string folder = to.value_or(usualTarget());
+  const std::string folder = to ? *to : usualTarget();
   ::umask(022);  // rules are for everyone to read
   std::error_code error;
   fs::create_directories(folder, error);
