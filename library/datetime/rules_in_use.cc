@@ -1,6 +1,7 @@
 #include "datetime/rules_in_use.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unicode/basictz.h>
 #include <unicode/putil.h>
 #include <unicode/ures.h>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -36,6 +38,9 @@ struct Range {
 };
 
 std::atomic<bool> isWatching = false;
+// When the rules in use were converted from the system's, in nanoseconds as below: only files that were changed since
+// can differ. Of other rules, any may.
+std::atomic<std::int64_t> convertedAt = std::numeric_limits<std::int64_t>::min();
 std::mutex mutex;
 std::map<std::string, Range> watched;  // by zone
 
@@ -54,24 +59,72 @@ bool isChosen() {
   return folder != nullptr && *folder != '\0';
 }
 
+std::int64_t nanoseconds(const timespec& time) {
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+// Since when a zone's file stands in the system's folder as it is: packages put times of their own into files, but not
+// this one. The beginning of time for a name without a file.
+std::int64_t changeOfFile(const std::string& zone) {
+  struct stat info;
+  return ::stat((zones::systemZonesFolder() + '/' + zone).c_str(), &info) == 0
+             ? nanoseconds(info.st_ctim)
+             : std::numeric_limits<std::int64_t>::min();
+}
+
+std::string fileOfRules(const std::string& folder) {
+  return folder + '/' + std::string(zones::kRulesFile);
+}
+
 std::string bytesOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The first second in [from, until) at which a zone's rules in use are not the system's.
-std::optional<std::int64_t> firstOther(const std::string& name, std::int64_t from,
-                                       std::int64_t until, const zones::SystemZones& system) {
-  const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
-  const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
-  const auto file = system.zone(name);
-  if (rules == nullptr || !file) return std::nullopt;
-  const auto found = zones::firstDifferent(*rules, *file, from, until);
-  return found ? std::optional(found->second) : std::nullopt;
+// The zone whose rules ICU gives to a name, such as Africa/Cairo to Egypt; empty for a name that has its own.
+std::string zoneBehind(const std::string& name) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::LocalUResourceBundlePointer all(ures_openDirect(nullptr, "zoneinfo64", &status)),
+      names(ures_getByKey(all.getAlias(), "Names", nullptr, &status)),
+      zones(ures_getByKey(all.getAlias(), "Zones", nullptr, &status));
+  const icu::UnicodeString id = unicodeText(name);
+  const auto nameAt = [&](std::int32_t at) {
+    return icu::ures_getUnicodeStringByIndex(names.getAlias(), at, &status);
+  };
+  const std::int32_t count = U_SUCCESS(status) ? ures_getSize(names.getAlias()) : 0;
+  std::int32_t at = 0;
+  while (at < count && nameAt(at) != id) ++at;
+  std::string behind;
+  if (at < count) {
+    const icu::LocalUResourceBundlePointer zone(
+        ures_getByIndex(zones.getAlias(), at, nullptr, &status));
+    if (U_SUCCESS(status) && ures_getType(zone.getAlias()) == URES_INT)
+      nameAt(ures_getInt(zone.getAlias(), &status)).toUTF8String(behind);
+  }
+  checkMemory(status);
+  return U_SUCCESS(status) ? behind : std::string();
 }
 
-std::optional<std::int64_t> firstOther(const std::string& name, const Range& range,
-                                       const zones::SystemZones& system) {
+// What an update takes a zone's rules from. Names that are ICU's alone have no file of their own, and those of a package
+// that is not installed, such as tzdata-legacy, none now.
+std::optional<zones::ZoneFile> fileOf(const std::string& name, const zones::SystemZones& system) {
+  auto file = system.zone(name);
+  return file ? file : system.zone(zoneBehind(name));
+}
+
+// The first second in [from, until) at which a zone's rules in use are not the system's.
+std::optional<zones::Offsets> firstOther(const std::string& name, std::int64_t from,
+                                         std::int64_t until, const zones::SystemZones& system) {
+  if (changeOfFile(name) < convertedAt) return std::nullopt;
+  const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
+  const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+  const auto file = fileOf(name, system);
+  if (rules == nullptr || !file) return std::nullopt;
+  return zones::firstDifferent(*rules, *file, from, until);
+}
+
+std::optional<zones::Offsets> firstOther(const std::string& name, const Range& range,
+                                         const zones::SystemZones& system) {
   constexpr double kMost = 0x1p52;
   const double least = std::max(range.least, -kMost), most = std::min(range.most, kMost);
   if (!(least <= most)) return std::nullopt;
@@ -90,11 +143,12 @@ bool differsAtAnyTime(const std::string& name) {
   }
 }
 
-std::string dayTextOf(std::int64_t second) {
+// As the data have it, which are read by the rules in use.
+std::string dayTextOf(const zones::Offsets& at) {
   DatetimeText form;
   form.separator = 'T';
   std::string text;
-  writeDatetime(text, form, {second, false, OffsetForm::z, 0}, "");
+  writeDatetime(text, form, {int128{at.second} + at.icu, false, OffsetForm::z, 0}, "");
   return text.substr(0, text.find('T'));
 }
 
@@ -125,7 +179,7 @@ RulesInUse rulesInUse() {
   const std::string folder = u_getTimeZoneFilesDirectory(&status);
   if (folder.empty() || !areReadFrom(folder)) return rules;
   rules.where = (isChosen() ? "ICU_TIMEZONE_FILES_DIR, " : "") + escapeText(folder);
-  const auto checked = zones::checkRules(bytesOf(folder + '/' + std::string(zones::kRulesFile)));
+  const auto checked = zones::checkRules(bytesOf(fileOfRules(folder)));
   if (checked.problem.empty() && checked.label.release == rules.release) {
     rules.converted = checked.label.from;
     rules.where += ", from " + escapeText(rules.converted);
@@ -135,10 +189,13 @@ RulesInUse rulesInUse() {
 
 void RulesWatch::begin() {
   const zones::SystemZones system(zones::systemZonesFolder());
-  const auto release = system.release();
-  if (!release) return;
   const RulesInUse rules = rulesInUse();
-  isWatching = rules.converted != system.folder() || rules.release != *release;
+  isWatching = true;
+  if (rules.converted != system.folder() || rules.release != system.release()) return;
+  struct stat info;
+  UErrorCode status = U_ZERO_ERROR;
+  if (::stat(fileOfRules(u_getTimeZoneFilesDirectory(&status)).c_str(), &info) == 0)
+    convertedAt = nanoseconds(info.st_mtim);
 }
 
 bool RulesWatch::isOn() { return isWatching.load(std::memory_order_relaxed); }
@@ -166,13 +223,13 @@ std::string otherRules() {
   std::size_t others = 0;
   for (const auto& [name, range] : watched) {
     try {
-      const auto second = firstOther(name, range, system);
-      if (!second) continue;
+      const auto other = firstOther(name, range, system);
+      if (!other) continue;
       if (!first.empty()) {
         ++others;
         continue;
       }
-      first = fmt::format("{} from {} on", name, dayTextOf(*second));
+      first = fmt::format("{} from {} on", name, dayTextOf(*other));
     } catch (const zones::BadZones&) {
       // A file that cannot be read is for `plx rules` to tell.
     }
@@ -181,7 +238,8 @@ std::string otherRules() {
   if (first.empty()) return first;
   if (others > 0) first += fmt::format(", and for {} more", others);
   const RulesInUse rules = rulesInUse();
-  const std::string release = system.release().value_or("of no known release");
+  const auto known = system.release();
+  const std::string release = known.value_or("of no known release");
   // Converted ones may be of other files of the same release.
   const bool helps = zones::isNewer(release, rules.release) ||
                      (release == rules.release && !rules.converted.empty());
@@ -189,7 +247,9 @@ std::string otherRules() {
                      rules.release, rules.where, release, first,
                      isChosen() ? "ICU_TIMEZONE_FILES_DIR chooses the former"
                      : helps    ? "plx rules update takes the system's"
-                                : "the system's are not newer, and so not taken into use");
+                     : known    ? "the system's are not newer, and so not taken into use"
+                                : "the system's do not tell their release, and so are not "
+                                  "taken into use");
 }
 
 }  // namespace plx

@@ -24,7 +24,7 @@ RulesInUse rulesInUse();
 // time; hands over what it knows when it goes.
 class RulesWatch {
  public:
-  // From here on zones are watched, unless the rules in use are the system's.
+  // From here on zones are watched, whatever rules are in use.
   static void begin();
   static bool isOn();
 

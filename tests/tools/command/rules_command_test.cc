@@ -318,6 +318,18 @@ TEST_F(RulesCommand, AFolderThatIsGivenNeedsNoHome) {
   ::setenv("HOME", home.c_str(), 1);
 }
 
+// Which zone a short name means is another matter than whose rules it has.
+TEST_F(RulesCommand, ShortNamesAreToldWithTheSystemsRulesToo) {
+  zone("Africa/Abidjan", kAhead);
+  ASSERT_EQ(update().status, 0);
+  EXPECT_EQ(runPlx({"set", "hour", "0", "2014-05-10", "-z", "BST"}),
+            (PlxResult{0, "2014-05-10\n",
+                       "plx: time zone BST was read as Asia/Dhaka; if another was meant: "
+                       "Europe/London, Pacific/Bougainville\n",
+                       0}));
+  EXPECT_EQ(runPlx({"set", "hour", "0", "2014-05-10", "-z", "BST", "--quiet"}).err, "");
+}
+
 TEST_F(RulesCommand, RulesAreForEveryoneToRead) {
   zone("Africa/Abidjan", kAhead);
   const mode_t mask = ::umask(077);
@@ -379,6 +391,7 @@ TEST_F(RulesCommand, OtherRulesAreToldWhereTheDataReachThem) {
   zone("Africa/Abidjan", kAhead);
   zone("Etc/GMT+1", zoneFile(-kHour, {{k2030 + 86400, 0}}));
   zone("Europe/Paris", zoneFile(kHour, {}));
+  zone("Africa/Cairo", zoneFile(kHour, {}));
   const auto told = [&](const std::string& what) {
     return "plx: the time-zone rules in use (" + own_ +
            ", ICU's own) and the system's (2099z) differ for " + what +
@@ -438,6 +451,10 @@ TEST_F(RulesCommand, OtherRulesAreToldWhereTheDataReachThem) {
        "",
        "",
        "not asked for"},
+      {{"get", "hour", "--zone", "Egypt", "2035-06-01"},
+       "",
+       told("Egypt from 2035-06-01 on"),
+       "a name of ICU's for a zone of the system's"},
       {{"get", "hour", "--zone", "+02:00", "2035-06-01"}, "", "", "an offset"},
       {{"get", "hour", "--zone", "UTC", "2035-06-01"}, "", "", "no zone of the data"},
       {{"get", "hour", "2035-06-01"}, "", "", "no zone"},
@@ -446,11 +463,19 @@ TEST_F(RulesCommand, OtherRulesAreToldWhereTheDataReachThem) {
        "",
        "the system has no file of it"},
   };
-  Cases cases(15);
+  Cases cases(16);
   for (const auto& row : rows) {
     EXPECT_EQ(runPlx(row.arguments, row.in).err, row.err) << row.why;
     ++cases;
   }
+  // Nor is a folder without a release passed over.
+  fs::rename(system() + "/tzdata.zi", system() + "/moved");
+  EXPECT_EQ(runPlx({"get", "hour", "--zone", "Africa/Abidjan", "2035-06-01"}).err,
+            "plx: the time-zone rules in use (" + own_ +
+                ", ICU's own) and the system's (of no known release) differ for Africa/Abidjan "
+                "from 2035-06-01 on; the system's do not tell their release, and so are not taken "
+                "into use\n");
+  fs::rename(system() + "/moved", system() + "/tzdata.zi");
   // Of an array, too, whose elements are looked at in another way.
   const auto array = [&](std::vector<std::int64_t> seconds) {
     std::string bytes("\x93NUMPY\x01\0", 8);
@@ -480,6 +505,12 @@ TEST_F(RulesCommand, OtherRulesAreToldWhereTheDataReachThem) {
   ::unsetenv("ICU_TIMEZONE_FILES_DIR");
   ASSERT_EQ(update().status, 0);
   EXPECT_EQ(runPlx({"get", "hour", "--zone", "Africa/Abidjan", "2035-06-01"}).err, "");
+  // Files are changed within a release, too.
+  zone("Africa/Abidjan", zoneFile(kHour, {}));
+  EXPECT_EQ(runPlx({"get", "hour", "--zone", "Africa/Abidjan", "2035-06-01"}).err,
+            "plx: the time-zone rules in use (2099z, " + rules() + ", from " + system() +
+                ") and the system's (2099z) differ for Africa/Abidjan from 2035-06-01 on; plx "
+                "rules update takes the system's\n");
 }
 
 }  // namespace
