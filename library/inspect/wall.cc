@@ -22,9 +22,11 @@ bool isSmallWhole(const doubledouble& number, std::int64_t& whole) {
 }
 
 Wall apart(std::int64_t millis) {
-  const std::int64_t msOfDay = millis % kMillisOfDay + (millis % kMillisOfDay < 0 ? kMillisOfDay : 0);
+  const std::int64_t msOfDay =
+      millis % kMillisOfDay + (millis % kMillisOfDay < 0 ? kMillisOfDay : 0);
+  const std::int64_t day = (millis - msOfDay) / kMillisOfDay;
   Wall wall;
-  wall.day = static_cast<double>((millis - msOfDay) / kMillisOfDay);
+  wall.day = static_cast<double>(day);
   wall.msOfDay = {static_cast<double>(msOfDay), 0};
   return wall;
 }
@@ -74,7 +76,10 @@ Wall wallOf(const doubledouble& pair, const Zone& zone) {
 
 double secondOfDay(const Wall& wall) {
   std::int64_t millis = 0;
-  if (isSmallWhole(wall.msOfDay, millis)) return static_cast<double>(millis / 1000);
+  if (isSmallWhole(wall.msOfDay, millis)) {
+    const std::int64_t whole = millis / 1000;
+    return static_cast<double>(whole);
+  }
   return dd::collapse(dd::Floor(dd::divide(wall.msOfDay, kMillisPerSecond)));
 }
 
