@@ -24,6 +24,7 @@ TEST(Options, AtTheirEdges) {
     const char *part, *why;
   } rows[] = {
       {"get month -- --quiet=1", 4, "--quiet=1: cannot open: No such file", "no option behind --"},
+      {"help set get", 2, "help: no such command: \"get\"", "one command at a time"},
       {"set month 3 day=2", 2, "the two ways of setting cannot be mixed: \"day=2\"", "at the end"},
       {"set month 3 day=2 2014-05-10", 2, "cannot be mixed: \"day=2\"", "before the inputs"},
       {"set month=@values day=@values 2014-05-10", 2, "one file of values is read at a time", ""},
@@ -40,6 +41,8 @@ TEST(Options, AtTheirEdges) {
       {"set month 3 -c at long.csv --longest 1K", 1, "records of up to 1024 bytes",
        "of a kibibyte"},
       {"set month 3 -c at long.csv --longest 2K", 0, "2014-03-10,1111", "of two"},
+      {"explain day 1 2014-05-10T08:30:15.123456789012", 0, "01 08:30:15.123456789012",
+       "every digit that came in"},
       {"rules diff --since 2100", 2, "--since: not a year that it takes: \"2100\"", "too late"},
       {"set month 3 t.npy --on-error stop -o out.npy", 0, "", "as without it"},
       {"set month 3 t.npy --on-error pass -o out.npy", 2, "--on-error is for text", ""},
@@ -54,6 +57,15 @@ TEST(Options, AtTheirEdges) {
     const std::string& said = row.status == 0 ? result.out : result.err;
     EXPECT_NE(said.find(row.part), std::string::npos) << row.command << '\n' << result;
   }
+}
+
+// Which of the formats was meant is no matter of one row.
+TEST(Options, FormatsThatDifferEndTheRunWhateverIsToBecomeOfErrors) {
+  const PlxResult result =
+      runPlx(words("set day 1 -c t --format %d/%m/%Y --format %m/%d/%Y --on-error pass"),
+             "t\n10/10/2014\n10/05/2014\n10/10/2014\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "t\n01/10/2014\n") << result;
 }
 
 // As where it is not set.
