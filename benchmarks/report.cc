@@ -256,9 +256,9 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
       << "\n- flags: `" << PLX_FLAGS << "`\n- commit: " << commit << "\n\n## Goals\n\n";
   writeGoals(out, collector);
   std::vector<std::string> walks{"copy"};
-  for (const auto& set : instructionSets()) walks.push_back(set.name);
+  for (const auto& set : instructionSets()) walks.emplace_back(set.name);
   std::vector<std::string> withPlain = walks;
-  withPlain.push_back("plain");
+  withPlain.emplace_back("plain");
   out << "\n## Nanoseconds per element\n\nMedian, and the spread of the repetitions (largest less "
          "smallest, of the median). Datetimes lie\nbetween 1970 and 2040; there is one value per "
          "element.\n\n![plot]("

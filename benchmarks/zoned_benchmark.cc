@@ -455,7 +455,7 @@ void writePage(std::ostream& out, const Collector& collector, const char* commit
   out << "\n## Nanoseconds per element\n\nOne value per element, 4096 elements, in cache; random "
          "instants, then sorted ones.\n\n| component |";
   std::vector<std::string> ways{"copy"};
-  for (const auto& set : zonedInstructionSets()) ways.push_back(set.name);
+  for (const auto& set : zonedInstructionSets()) ways.emplace_back(set.name);
   ways.insert(ways.end(), {"table", "calendar"});
   for (const auto& way : ways) out << ' ' << way << " |";
   out << "\n|---|";

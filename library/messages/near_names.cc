@@ -30,10 +30,12 @@ std::size_t lettersApart(std::string_view a, std::string_view b, std::size_t mos
   return std::min(row.back(), most + 1);
 }
 
+std::size_t mostLettersApart(std::string_view text) { return text.size() <= 4 ? 1 : 2; }
+
 std::string didYouMean(std::string_view text, std::span<const std::string_view> names) {
-  constexpr std::size_t kShort = 4, kLongest = 100;
+  constexpr std::size_t kLongest = 100;
   if (text.empty() || text.size() > kLongest) return {};
-  const std::size_t most = text.size() <= kShort ? 1 : 2;
+  const std::size_t most = mostLettersApart(text);
   std::size_t least = most + 1;
   std::string_view nearest;
   for (const std::string_view name : names) {

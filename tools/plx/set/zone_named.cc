@@ -18,13 +18,14 @@ Zone zoneNamed(std::string_view text) {
 
 // Near to the whole name or, as people leave the continent away, to what stands behind its last slash.
 std::string zoneMeant(std::string_view text) {
-  constexpr std::size_t kShortest = 4, kLongest = 100, kMost = 2;
+  constexpr std::size_t kShortest = 4, kLongest = 100;
   if (text.size() < kShortest || text.size() > kLongest) return {};
   const std::vector<std::string> names = zoneNames();
   std::string_view nearest;
-  std::size_t least = kMost + 1;
+  const std::size_t most = mostLettersApart(text);
+  std::size_t least = most + 1;
   const auto compare = [&](std::string_view part, std::string_view name) {
-    const std::size_t apart = lettersApart(text, part, kMost);
+    const std::size_t apart = lettersApart(text, part, most);
     if (apart >= least) return;
     least = apart;
     nearest = name;
