@@ -122,9 +122,7 @@ bool readDate(Scanner& scan, Form expected, DateText& result, Complaint& complai
 }
 
 bool hasPlainYear(Form form, std::int64_t day) {
-  static const std::int64_t first = dayOf(0, 1, 1), last = dayOf(9999, 12, 31);
-  if (form == Form::week) day = thursdayOf(day);
-  return first <= day && day <= last;
+  return isPlainDay(form == Form::week ? thursdayOf(day) : day);
 }
 
 namespace {
@@ -157,18 +155,18 @@ void writeDate(ShortText& out, Form form, bool basic, std::int64_t day) {
     out.put(static_cast<char>('1' + daysSinceMonday(day)));
     return;
   }
-  const auto [year, month, ofMonth] = dateOf(static_cast<double>(day));
-  writeYear(out, static_cast<std::int64_t>(year));
+  const auto [year, month, ofMonth] = civilDateOf(day);
+  writeYear(out, year);
   dash();
   if (form == Form::ordinal) {
-    const int ofYear = dayOfYear(static_cast<std::int64_t>(year), day);
+    const int ofYear = dayOfYear(year, day);
     out.put(static_cast<char>('0' + ofYear / 100));
     out.twoDigits(ofYear % 100);
     return;
   }
-  out.twoDigits(static_cast<int>(month));
+  out.twoDigits(month);
   dash();
-  out.twoDigits(static_cast<int>(ofMonth));
+  out.twoDigits(ofMonth);
 }
 
 }  // namespace plx

@@ -325,7 +325,7 @@ class Format::Reader {
   // What the date does not follow from has to follow from it.
   bool partsAgree() {
     const std::int64_t day = reading_.datetime.day, thursday = thursdayOf(day);
-    const auto [year, month, ofMonth] = dateOf(static_cast<double>(day));
+    const auto [year, month, ofMonth] = civilDateOf(day);
     const auto differs = [&](Letters letters, int told, std::int64_t is) {
       return format_.hasAny(letters) && told != is;
     };
@@ -335,15 +335,14 @@ class Format::Reader {
     if (differs(kWeekdays, weekday_, weekday)) {
       return fail("that day is a {}", kWeekdayNames[static_cast<std::size_t>(weekday % 7)]);
     }
-    const auto inYear = static_cast<std::int64_t>(year);
     constexpr Letters kMonths =
         lettersOf(Letter::month, Letter::monthAbbreviation, Letter::monthName);
     const bool wrong =
-        differs(lettersOf(Letter::year), year_, inYear) ||
-        differs(lettersOf(Letter::yearOfCentury), yearOfCentury_, inYear % 100) ||
-        differs(kMonths, month_, static_cast<int>(month)) ||
-        differs(lettersOf(Letter::day), day_, static_cast<int>(ofMonth)) ||
-        differs(lettersOf(Letter::dayOfYear), dayOfYear_, plx::dayOfYear(inYear, day)) ||
+        differs(lettersOf(Letter::year), year_, year) ||
+        differs(lettersOf(Letter::yearOfCentury), yearOfCentury_, year % 100) ||
+        differs(kMonths, month_, month) ||
+        differs(lettersOf(Letter::day), day_, ofMonth) ||
+        differs(lettersOf(Letter::dayOfYear), dayOfYear_, plx::dayOfYear(year, day)) ||
         differs(lettersOf(Letter::weekYear), weekYear_, yearOf(thursday)) ||
         differs(lettersOf(Letter::week), week_, weekNumber(yearOf(thursday), thursday));
     return !wrong || fail("the parts of the date contradict each other");

@@ -55,10 +55,10 @@ class Format::Writer {
         lettersOf(Letter::year, Letter::yearOfCentury, Letter::month, Letter::monthAbbreviation,
                   Letter::monthName, Letter::day, Letter::dayOfYear);
     if (spelling == nullptr || format.hasAny(kOfDate) || format.year_) {
-      const auto [year, month, day] = dateOf(static_cast<double>(day_));
-      year_ = static_cast<std::int64_t>(year);
-      month_ = static_cast<int>(month);
-      ofMonth_ = static_cast<int>(day);
+      const auto [year, month, day] = civilDateOf(day_);
+      year_ = year;
+      month_ = month;
+      ofMonth_ = day;
     }
     if (format.hasAny(lettersOf(Letter::weekYear, Letter::week)))
       weekYear_ = yearOf(thursdayOf(day_));
