@@ -340,8 +340,9 @@ std::optional<Format> Format::forReading(std::string_view text, std::optional<in
   format->year_ = year;
   Compiler compiler(*format, complaint);
   if (!compiler.compile(text) || !compiler.mayRead()) return std::nullopt;
-  format->findBeginnings();
+  format->findFronts(0, 0);
   format->makeExample();
+  format->layout_ = Layout(format->parts_, format->literals_, year);
   return format;
 }
 
@@ -351,21 +352,67 @@ std::optional<Format> Format::forWriting(std::string_view text, Complaint& compl
   return format;
 }
 
-void Format::findBeginnings() {
-  const auto add = [&](std::string_view bytes) {
-    for (const char c : bytes) beginnings_[static_cast<unsigned char>(c)] = true;
+void Format::allow(std::size_t place, std::string_view bytes) {
+  for (const char c : bytes) fronts_[place][static_cast<unsigned char>(c)] = true;
+}
+
+// Allows what a part may have that begins at a place, and what then may follow.
+void Format::findFronts(std::size_t part, std::size_t place) {
+  if (place >= kFronts) return;
+  const auto allowAll = [&](std::size_t from) {
+    for (std::size_t i = from; i < kFronts; ++i) fronts_[i].fill(true);
   };
-  const FormatPart& first = parts_.front();
-  if (first.letter == Letter::literal) {
-    add(std::string_view(literals_).substr(first.begin, 1));
-  } else if (isOneOf(first.letter, kNumbers | lettersOf(Letter::count))) {
-    add("0123456789");
-    if (isOneOf(first.letter, kPadded)) add(" ");
-    if (first.letter == Letter::count) add("+-");
-  } else if (isOneOf(first.letter, kOffsets)) {
-    add("+-Zz");
-  } else {
-    add("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
+  if (part == parts_.size()) return allowAll(place);
+  const FormatPart& here = parts_[part];
+  const auto allowEach = [&](std::string_view bytes, std::size_t least, std::size_t most) {
+    for (std::size_t i = 0; i < most && place + i < kFronts; ++i) allow(place + i, bytes);
+    for (std::size_t size = least; size <= most; ++size) findFronts(part + 1, place + size);
+  };
+  if (here.letter == Letter::literal) {
+    const std::string_view text = std::string_view(literals_).substr(here.begin, here.size);
+    for (std::size_t i = 0; i < text.size() && place + i < kFronts; ++i)
+      allow(place + i, text.substr(i, 1));
+    return findFronts(part + 1, place + text.size());
+  }
+  constexpr std::string_view kDigits = "0123456789", kDigitsOrBlank = " 0123456789";
+  constexpr std::string_view kAllLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  constexpr std::size_t kLongestName = 9;
+  switch (here.letter) {
+    case Letter::year:
+    case Letter::weekYear:
+      return allowEach(kDigits, 4, 4);
+    case Letter::yearOfCentury:
+      return allowEach(kDigits, 2, 2);
+    case Letter::weekday:
+    case Letter::weekdayFromSunday:
+      return allowEach(kDigits, 1, 1);
+    case Letter::dayOfYear:
+      return allowEach(kDigitsOrBlank, 1, 3);
+    case Letter::monthAbbreviation:
+    case Letter::weekdayAbbreviation:
+      return allowEach(kAllLetters, 3, 3);
+    case Letter::monthName:
+    case Letter::weekdayName:
+      return allowEach(kAllLetters, 3, kLongestName);
+    case Letter::half:
+      return allowEach(kAllLetters, 2, 2);
+    case Letter::fraction:
+      allow(place, kDigits);
+      return allowAll(place + 1);
+    case Letter::count:
+      allow(place, "+-0123456789");
+      return allowAll(place + 1);
+    case Letter::offset:
+    case Letter::offsetWithColon:
+      allow(place, "+-Zz");
+      return allowAll(place + 1);
+    case Letter::zone:
+      // Some begin with a digit or a sign behind other parts, but none stands first in a text.
+      allow(place, kAllLetters);
+      if (place > 0) allowAll(place);
+      return allowAll(place + 1);
+    default:
+      return allowEach(kDigitsOrBlank, 1, 2);
   }
 }
 

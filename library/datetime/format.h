@@ -31,6 +31,7 @@
 #include "datetime/datetime_text.h"
 #include "datetime/exact.h"
 #include "datetime/format_letters.h"
+#include "datetime/layout.h"
 #include "messages/message.h"
 
 namespace plx {
@@ -76,8 +77,15 @@ class Format {
   std::size_t readFront(std::string_view text, FormatReading& reading) const;
   // What is wrong with a text that `read` refuses.
   Complaint complaintOf(std::string_view text) const;
-  // By byte: whether a datetime may begin with it.
-  const std::array<bool, 256>& beginnings() const { return beginnings_; }
+  // Whether a datetime may have a byte at one of its first places; of most, that tells at once that they are none.
+  const std::array<bool, 256>& beginnings() const { return fronts_[0]; }
+  static constexpr std::size_t kFronts = 5;
+  bool mayHave(std::size_t place, char byte) const {
+    return fronts_[place][static_cast<unsigned char>(byte)];
+  }
+
+  // Where the parts stand in most texts.
+  const Layout& layout() const { return layout_; }
 
   // Appends a time as a text was spelled that was read in this format; null, as the letters have it.
   // False, and a complaint, for what the format cannot say; of a spelling also where something would
@@ -100,7 +108,8 @@ class Format {
   class Reader;
   class Writer;
 
-  void findBeginnings();
+  void findFronts(std::size_t part, std::size_t place);
+  void allow(std::size_t place, std::string_view bytes);
   void makeExample();
   bool hasAny(Letters letters) const { return (letters_ & letters) != 0; }
   bool has(Letter letter) const { return hasAny(lettersOf(letter)); }
@@ -112,7 +121,8 @@ class Format {
   bool isRedundant_ = false;   // some parts follow from others
   std::optional<int> year_;    // of all
   std::size_t mostBytes_ = 0;  // of what is written, without fraction and zone
-  std::array<bool, 256> beginnings_{};
+  std::array<std::array<bool, 256>, kFronts> fronts_{};
+  Layout layout_;
 };
 
 }  // namespace plx

@@ -340,8 +340,7 @@ class Format::Reader {
     const bool wrong =
         differs(lettersOf(Letter::year), year_, year) ||
         differs(lettersOf(Letter::yearOfCentury), yearOfCentury_, year % 100) ||
-        differs(kMonths, month_, month) ||
-        differs(lettersOf(Letter::day), day_, ofMonth) ||
+        differs(kMonths, month_, month) || differs(lettersOf(Letter::day), day_, ofMonth) ||
         differs(lettersOf(Letter::dayOfYear), dayOfYear_, plx::dayOfYear(year, day)) ||
         differs(lettersOf(Letter::weekYear), weekYear_, yearOf(thursday)) ||
         differs(lettersOf(Letter::week), week_, weekNumber(yearOf(thursday), thursday));

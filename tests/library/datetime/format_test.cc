@@ -318,9 +318,13 @@ TEST(Format, ReadsWhatStandsAtTheFront) {
   EXPECT_EQ(format->readFront("10/May/2014:08:30:15 +0200] \"GET /\"", reading), 26U);
   EXPECT_EQ(reading.datetime.offsetSeconds, 7200);
   EXPECT_EQ(format->readFront("GET", reading), 0U);
-  EXPECT_TRUE(format->beginnings()['1']);
-  EXPECT_TRUE(format->beginnings()[' ']);
-  EXPECT_FALSE(format->beginnings()['M']);
+  EXPECT_TRUE(format->mayHave(0, '1'));
+  EXPECT_TRUE(format->mayHave(0, ' '));
+  EXPECT_FALSE(format->mayHave(0, 'M'));
+  EXPECT_TRUE(format->mayHave(1, '/')) << "1/May";
+  EXPECT_TRUE(format->mayHave(2, 'M')) << "1/May";
+  EXPECT_FALSE(format->mayHave(1, 'M'));
+  EXPECT_FALSE(format->mayHave(3, '/'));
 }
 
 }  // namespace

@@ -1,0 +1,406 @@
+#include "datetime/layout.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "datetime/day_number.h"
+#include "datetime/scanner.h"
+#include "messages/calendar_names.h"
+#include "messages/letters.h"
+
+namespace plx {
+
+namespace {
+
+constexpr std::size_t kWordSize = 8;
+constexpr std::uint64_t kEachByte = 0x0101010101010101;
+
+std::uint64_t wordAt(const char* text) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, text, kWordSize);
+  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+  return word;
+}
+
+// Bits in the bytes that are no digits. A digit is 3 in its upper half, and still is when 6 is added; the uppermost
+// bit is left out of the sum, so that no byte carries into the next one.
+constexpr std::uint64_t nonDigits(std::uint64_t word) {
+  constexpr std::uint64_t kUpper = 0xF0 * kEachByte, kThree = 0x30 * kEachByte;
+  const std::uint64_t sum = (word & 0x7F * kEachByte) + 6 * kEachByte;
+  return ((word & kUpper) ^ kThree) | ((sum & kUpper) ^ kThree);
+}
+
+int twoDigitsAt(const char* text) { return text[0] * 10 + text[1] - '0' * 11; }
+
+constexpr auto kPairsOfDigits = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<char>('0' + i / 10);
+    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+  }
+  return pairs;
+}();
+
+void putTwoDigits(char* to, int number) {
+  std::memcpy(to, &kPairsOfDigits[2 * static_cast<std::size_t>(number)], 2);
+}
+
+// Three letters as one number.
+constexpr std::uint32_t keyOf3(const char* name) {
+  return static_cast<std::uint32_t>(static_cast<unsigned char>(name[0])) |
+         static_cast<std::uint32_t>(static_cast<unsigned char>(name[1])) << 8 |
+         static_cast<std::uint32_t>(static_cast<unsigned char>(name[2])) << 16;
+}
+
+// The numbers of names by their first three letters, without comparing one after the other: each key has a slot of its
+// own, which the constructor finds a factor for.
+template <std::size_t N>
+class NamesByKey {
+ public:
+  consteval explicit NamesByKey(const std::array<std::string_view, N>& names) {
+    while (!fill(names)) factor_ += 2;
+  }
+  // From 1; 0 for none.
+  int at(const char* name) const {
+    const std::uint32_t key = keyOf3(name);
+    const Slot& slot = slots_[slotOf(key)];
+    return slot.key == key ? slot.number : 0;
+  }
+
+ private:
+  struct Slot {
+    std::uint32_t key = 0;
+    int number = 0;
+  };
+  constexpr std::size_t slotOf(std::uint32_t key) const { return key * factor_ >> 27; }
+  consteval bool fill(const std::array<std::string_view, N>& names) {
+    slots_ = {};
+    for (std::size_t i = 0; i < N; ++i) {
+      const std::uint32_t key = keyOf3(names[i].data());
+      Slot& slot = slots_[slotOf(key)];
+      if (slot.number != 0) return false;
+      slot = {key, static_cast<int>(i) + 1};
+    }
+    return true;
+  }
+
+  std::uint32_t factor_ = 0x9E3779B1;  // 2^32 by the golden ratio, to begin with
+  std::array<Slot, 32> slots_{};
+};
+
+constexpr NamesByKey kMonthsByKey(kMonthNames);
+constexpr NamesByKey kWeekdaysByKey(kWeekdayNames);
+
+// From Sunday 0. 1970-01-01 was a Thursday; 719530 days are whole weeks, before the first plain day.
+int weekdayOf(std::int64_t day) { return static_cast<int>((day + 719530 + 4) % 7); }
+
+constexpr bool isAsciiLetter(char c) { return 'a' <= lowerCase(c) && lowerCase(c) <= 'z'; }
+
+}  // namespace
+
+Layout::Layout(const std::vector<FormatPart>& parts, std::string_view literals,
+               std::optional<int> year)
+    : ofAll_(year.value_or(0)) {
+  bool hasAll = true;
+  for (const FormatPart& part : parts) {
+    hasAll = add(part, literals.substr(part.begin, part.size));
+    if (!hasAll) break;
+  }
+  makeWords();
+  const bool hasYear = year || (year_ == kNowhere) != (yearOfCentury_ == kNowhere);
+  const bool hasMonth = month_ != kNowhere || monthName_ != kNowhere;
+  isWhole_ = hasAll && wordCount_ > 0 && hasYear && hasMonth && day_ != kNowhere;
+}
+
+// One of the format's parts, behind which others may follow; false where it has no place.
+bool Layout::add(const FormatPart& part, std::string_view literal) {
+  if (offset_ != Offset::none) return false;
+  switch (part.letter) {
+    case Letter::literal:
+      if (size_ + literal.size() > kMost) return false;
+      for (const char c : literal) {
+        literals_[size_] = c;
+        put(Kind::literal, 1);
+      }
+      return true;
+    case Letter::year:
+      return putNumber(part, year_, 4);
+    case Letter::yearOfCentury:
+      return putNumber(part, yearOfCentury_, 2);
+    case Letter::month:
+      return putNumber(part, month_, 2);
+    case Letter::monthAbbreviation:
+      return putName(monthName_);
+    case Letter::day:
+      blankDay_ = part.padding == Padding::blanks;
+      if (part.padding == Padding::none) return false;
+      day_ = static_cast<std::uint8_t>(size_);
+      return put(Kind::digit, 2);
+    case Letter::weekdayAbbreviation:
+      return putName(weekday_);
+    case Letter::hour:
+      return putNumber(part, hour_, 2);
+    case Letter::minute:
+      return putNumber(part, minute_, 2);
+    case Letter::second:
+      return putNumber(part, second_, 2);
+    case Letter::offset:
+    case Letter::offsetWithColon:
+      offset_ = Offset::ofFormat;
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool Layout::put(Kind kind, std::size_t count) {
+  if (size_ + count > kMost) return false;
+  for (; count > 0; --count) kinds_[size_++] = kind;
+  return true;
+}
+
+bool Layout::putNumber(const FormatPart& part, std::uint8_t& place, std::size_t digits) {
+  if (part.padding != Padding::zeros) return false;
+  place = static_cast<std::uint8_t>(size_);
+  const bool isYear = part.letter == Letter::year || part.letter == Letter::yearOfCentury;
+  return put(isYear ? Kind::digitOfYear : Kind::digit, digits);
+}
+
+bool Layout::putName(std::uint8_t& place) {
+  place = static_cast<std::uint8_t>(size_);
+  return put(Kind::letter, 3);
+}
+
+// The last word may overlap the one before it, so that none reaches behind the last place.
+void Layout::makeWords() {
+  if (size_ < kWordSize) return;
+  wordCount_ = (size_ + kWordSize - 1) / kWordSize;
+  for (std::size_t i = 0; i < wordCount_; ++i) {
+    const std::size_t at = std::min(i * kWordSize, size_ - kWordSize);
+    Word word{at, 0, 0, 0};
+    for (std::size_t k = 0; k < kWordSize; ++k) {
+      const std::uint64_t ofByte = std::uint64_t{0xFF} << 8 * k;
+      if (isDigitAt(at + k)) word.digitMask |= ofByte;
+      if (kinds_[at + k] != Kind::literal) continue;
+      word.literalMask |= ofByte;
+      word.literals |= std::uint64_t{static_cast<unsigned char>(literals_[at + k])} << 8 * k;
+    }
+    words_[i] = word;
+  }
+}
+
+const Layout& Layout::ofIsoDates() {
+  static const Layout layout = [] {
+    Layout made;
+    for (const char c : std::string_view("y-m-d")) {
+      FormatPart part;
+      if (c == 'y') part.letter = Letter::year;
+      if (c == 'm') part.letter = Letter::month;
+      if (c == 'd') part.letter = Letter::day;
+      made.add(part, "-");
+    }
+    made.makeWords();
+    made.isWhole_ = true;
+    return made;
+  }();
+  return layout;
+}
+
+const Layout& Layout::ofIsoDatetimes() {
+  static const Layout layout = [] {
+    Layout made = ofIsoDates();
+    made.separator_ = static_cast<std::uint8_t>(made.size_);
+    made.put(Kind::separator, 1);
+    for (const char c : std::string_view("h:m:s")) {
+      FormatPart part;
+      if (c == 'h') part.letter = Letter::hour;
+      if (c == 'm') part.letter = Letter::minute;
+      if (c == 's') part.letter = Letter::second;
+      made.add(part, ":");
+    }
+    made.makeWords();
+    made.offset_ = Offset::ofIso;
+    return made;
+  }();
+  return layout;
+}
+
+Layout::Front Layout::readFront(std::string_view text, DatetimeText& datetime) const {
+  if (wordCount_ == 0 || text.size() < size_) return {Reads::unknown};
+  for (std::size_t i = 0; i < wordCount_; ++i) {
+    const Word& word = words_[i];
+    const std::uint64_t bytes = wordAt(text.data() + word.at);
+    const std::uint64_t wrong =
+        ((bytes ^ word.literals) & word.literalMask) | (nonDigits(bytes) & word.digitMask);
+    if (wrong == 0) continue;
+    // Up to there the format's reader goes from place to place: each number has all its digits. What is no digit of a
+    // number may be a blank or the end of a shorter one; a literal stands there or not.
+    const std::size_t place = word.at + static_cast<std::size_t>(std::countr_zero(wrong)) / 8;
+    return {kinds_[place] == Kind::digit ? Reads::unknown : Reads::no};
+  }
+  if (!isWhole_ || !readFields(text.data(), datetime)) return {Reads::unknown};
+  datetime.offset = OffsetForm::none;
+  datetime.offsetSeconds = 0;
+  if (offset_ == Offset::none || (offset_ == Offset::ofIso && text.size() == size_))
+    return {Reads::yes, size_};
+  return readOffset(text, datetime);
+}
+
+// False for what does not exist, and for names in other letters.
+bool Layout::readFields(const char* text, DatetimeText& datetime) const {
+  int year = ofAll_;
+  if (year_ != kNowhere) {
+    year = twoDigitsAt(text + year_) * 100 + twoDigitsAt(text + year_ + 2);
+  } else if (yearOfCentury_ != kNowhere) {
+    year = twoDigitsAt(text + yearOfCentury_);
+    year += year < 69 ? 2000 : 1900;
+  }
+  const int month =
+      month_ != kNowhere ? twoDigitsAt(text + month_) : kMonthsByKey.at(text + monthName_);
+  const int day = twoDigitsAt(text + day_);
+  if (month < 1 || month > 12 || day < 1 || (day > 28 && day > daysInMonth(year, month)))
+    return false;
+  datetime.day = dayOfPlain(year, month, day);
+  if (weekday_ != kNowhere && kWeekdaysByKey.at(text + weekday_) != weekdayOf(datetime.day) + 1)
+    return false;
+  if (separator_ != kNowhere) {
+    const char separator = text[separator_];
+    if (separator != 'T' && separator != 't' && separator != ' ') return false;
+  }
+  const int hour = hour_ == kNowhere ? 0 : twoDigitsAt(text + hour_);
+  const int minute = minute_ == kNowhere ? 0 : twoDigitsAt(text + minute_);
+  const int second = second_ == kNowhere ? 0 : twoDigitsAt(text + second_);
+  datetime.secondOfDay = hour * 3600 + minute * 60 + second;
+  return hour <= 23 && minute <= 59 && second <= 59;
+}
+
+// Z, +hhmm or +hh:mm, of ISO 8601 only the latter, behind the other parts.
+Layout::Front Layout::readOffset(std::string_view text, DatetimeText& datetime) const {
+  const std::string_view rest = text.substr(size_);
+  const char sign = rest.empty() ? '\0' : rest[0];
+  if (sign == 'Z') {
+    datetime.offset = OffsetForm::z;
+    return {Reads::yes, size_ + 1};
+  }
+  if (sign != '+' && sign != '-')
+    return {sign == 'z' || offset_ == Offset::ofIso ? Reads::unknown : Reads::no};
+  const bool hasColon = rest.size() > 3 && rest[3] == ':';
+  const std::size_t minutesAt = hasColon ? 4 : 3, end = minutesAt + 2;
+  const bool isShort = rest.size() < end || (offset_ == Offset::ofIso && !hasColon);
+  if (isShort || !isDigit(rest[1]) || !isDigit(rest[2]) || !isDigit(rest[minutesAt]) ||
+      !isDigit(rest[minutesAt + 1]))
+    return {Reads::unknown};
+  if (rest.size() > end && (isDigit(rest[end]) || rest[end] == ':')) return {Reads::unknown};
+  const int hours = twoDigitsAt(rest.data() + 1), minutes = twoDigitsAt(&rest[minutesAt]);
+  const int magnitude = hours * 3600 + minutes * 60;
+  if (hours > 23 || minutes > 59 || (sign == '-' && magnitude == 0)) return {Reads::unknown};
+  datetime.offset = OffsetForm::numeric;
+  datetime.offsetSeconds = sign == '-' ? -magnitude : magnitude;
+  return {Reads::yes, size_ + end};
+}
+
+bool Layout::write(std::string& out, std::string_view text, const WallTime& wall) const {
+  constexpr std::int64_t kDay = 86400, kFirst = kFirstPlainDay * kDay,
+                         kEnd = (kLastPlainDay + 1) * kDay;
+  if (wall.seconds < kFirst || wall.seconds >= kEnd || wall.insertedSecond) return false;
+  const std::int64_t sinceFirst = static_cast<std::int64_t>(wall.seconds) - kFirst;
+  std::array<char, kMost + kWordSize> written;
+  std::memcpy(written.data(), text.data(), size_);
+  if (!writeFields(written.data(), sinceFirst / kDay + kFirstPlainDay,
+                   static_cast<int>(sinceFirst % kDay)))
+    return false;
+  char* end = written.data() + size_;
+  if (offset_ != Offset::none && !writeOffset(end, text, wall)) return false;
+  out.append(written.data(), static_cast<std::size_t>(end - written.data()));
+  return true;
+}
+
+// False where something would be lost that the texts have no place for.
+bool Layout::writeFields(char* to, std::int64_t day, int clock) const {
+  const PlainDate date = plainDateOf(static_cast<int>(day));
+  if (year_ != kNowhere) {
+    putTwoDigits(to + year_, date.year / 100);
+    putTwoDigits(to + year_ + 2, date.year % 100);
+  } else if (yearOfCentury_ != kNowhere) {
+    if (date.year < 1969 || date.year > 2068) return false;
+    putTwoDigits(to + yearOfCentury_, date.year % 100);
+  } else if (date.year != ofAll_) {
+    return false;
+  }
+  if (month_ != kNowhere) {
+    putTwoDigits(to + month_, date.month);
+  } else {
+    std::memcpy(to + monthName_, kMonthNames[static_cast<std::size_t>(date.month - 1)].data(), 3);
+  }
+  const bool hasZero = to[day_] == '0';  // 05, which then is how it is spelled
+  putTwoDigits(to + day_, date.day);
+  if (date.day < 10 && blankDay_ && !hasZero) to[day_] = ' ';
+  if (weekday_ != kNowhere)
+    std::memcpy(to + weekday_, kWeekdayNames[static_cast<std::size_t>(weekdayOf(day))].data(), 3);
+  if (hour_ != kNowhere) {
+    putTwoDigits(to + hour_, clock / 3600);
+    clock %= 3600;
+  }
+  if (minute_ != kNowhere) {
+    putTwoDigits(to + minute_, clock / 60);
+    clock %= 60;
+  }
+  if (second_ == kNowhere) return clock == 0;
+  putTwoDigits(to + second_, clock);
+  return true;
+}
+
+bool Layout::writeOffset(char*& end, std::string_view text, const WallTime& wall) const {
+  bool hasColon = true;
+  if (offset_ == Offset::ofIso) {
+    if (wall.offset == OffsetForm::none) return true;
+    if (wall.offset == OffsetForm::z) {
+      *end++ = 'Z';
+      return true;
+    }
+  } else {
+    if (wall.offset == OffsetForm::none) return false;
+    if (text[size_] == 'Z') {
+      *end++ = 'Z';
+      return wall.offset != OffsetForm::numeric;
+    }
+    hasColon = text[size_ + 3] == ':';
+  }
+  const int magnitude = wall.offsetSeconds < 0 ? -wall.offsetSeconds : wall.offsetSeconds;
+  if (magnitude % 60 != 0) return false;
+  *end++ = wall.offsetSeconds < 0 ? '-' : '+';
+  putTwoDigits(end, magnitude / 3600);
+  end += 2;
+  if (hasColon) *end++ = ':';
+  putTwoDigits(end, magnitude / 60 % 60);
+  end += 2;
+  return true;
+}
+
+bool Layout::refusesAllOf(const Layout& other) const {
+  for (std::size_t k = 0; k < size_; ++k) {
+    const bool isLiteral = kinds_[k] == Kind::literal;
+    const char literal = literals_[k];
+    if (k == other.size_) {
+      // The other's texts end here, or with an offset.
+      if (other.offset_ == Offset::none) return true;
+      return isLiteral && std::string_view("Zz+-").find(literal) == std::string_view::npos;
+    }
+    const Kind theirs = other.kinds_[k];
+    if (theirs == Kind::separator) return false;
+    const bool isDigitThere =
+        other.isDigitAt(k) || (theirs == Kind::literal && isDigit(other.literals_[k]));
+    if (isLiteral) {
+      if (theirs == Kind::literal && other.literals_[k] != literal) return true;
+      if (other.isDigitAt(k)) return !isDigit(literal);
+      if (theirs == Kind::letter) return !isAsciiLetter(literal);
+    } else if (isDigitAt(k) && !isDigitThere) {
+      return kinds_[k] == Kind::digitOfYear;
+    }
+  }
+  const bool isLonger = other.size_ > size_ || other.offset_ == Offset::ofFormat;
+  return isWhole_ && offset_ == Offset::none && isLonger;
+}
+
+}  // namespace plx

@@ -1,0 +1,34 @@
+// The layouts of a notation: which texts can be read and written by the places of their parts.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "datetime/layout.h"
+#include "datetime/notation.h"
+
+namespace plx {
+
+// For one thread at a time: keeps which layout the last text had, as the next one most often has it too.
+class LayoutReader {
+ public:
+  // The notation outlives the reader.
+  explicit LayoutReader(const Notation& notation);
+
+  // The layout that reads a text as reading.h reads it in the notation, and writes it likewise; null for texts that are
+  // left to that. As for Layout::read, four members of `datetime` are set.
+  const Layout* read(std::string_view text, DatetimeText& datetime) {
+    if (last_ != nullptr && last_->read(text, datetime) && !isMissing(text)) return last_;
+    return readOther(text, datetime);
+  }
+
+ private:
+  const Layout* readOther(std::string_view text, DatetimeText& datetime);
+  bool isMissing(std::string_view text) const;
+
+  const Notation& notation_;
+  std::vector<const Layout*> layouts_;
+  const Layout* last_ = nullptr;
+};
+
+}  // namespace plx
