@@ -35,9 +35,14 @@ Setter::Setter(Module& module, const SetterOptions& options)
     : module_(module),
       options_(options),
       reader_(options.reading),
-      keepsDigits_(std::ranges::none_of(options.assignments, [](const Assignment& assignment) {
-        return factsOf(assignment.component).takesFractions || assignment.isMultiple();
-      })) {
+      keepsDigits_(std::ranges::none_of(options.assignments,
+                                        [](const Assignment& assignment) {
+                                          return factsOf(assignment.component).takesFractions ||
+                                                 assignment.isMultiple();
+                                        })),
+      byPlaces_(options.byPlaces && !options.check),
+      hasValuesForAll_(std::ranges::all_of(
+          options.assignments, [](const Assignment& a) { return a.value.has_value(); })) {
   const auto& assignments = options.assignments;
   std::optional<std::size_t> ofDate;
   bool hasMonths = false;
@@ -59,8 +64,11 @@ Setter::Setter(Module& module, const SetterOptions& options)
 
 void Setter::work(std::span<const Task> tasks, Batch& batch) {
   batch_ = &batch;
+  tasks_ = tasks;
   begin(tasks.size());
-  for (std::size_t i = 0; i < tasks.size(); ++i) read(tasks[i], i);
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    if (!byPlaces_ || !readByPlaces(tasks[i], i)) read(tasks[i], i);
+  }
   for (auto& [zone, group] : groups_) {
     if (group.tasks.empty()) continue;
     if (options_.check) group.before = group.datetimes;
@@ -76,6 +84,7 @@ void Setter::work(std::span<const Task> tasks, Batch& batch) {
 void Setter::begin(std::size_t tasks) {
   batch_->clear(tasks);
   items_.assign(tasks, {});
+  readings_.clear();
   if (reader_.trim()) {
     groups_.clear();
     lastGroup_ = nullptr;
@@ -85,37 +94,67 @@ void Setter::begin(std::size_t tasks) {
 
 void Setter::read(const Task& task, std::size_t at) {
   Trouble trouble{at, Trouble::Kind::datetime, 0, {}};
-  const auto reading = reader_.read(task, trouble);
+  auto reading = reader_.read(task, trouble);
   if (!reading) return batch_->fail(std::move(trouble));
-  if (reading->missing) return;
+  if (reading->missing || !takeValues(task, at, *reading->zone)) return;
+  put(at, *reading->zone, reading->pair);
+  items_[at].reading = readings_.size();
+  readings_.push_back(*std::move(reading));
+}
 
+bool Setter::readByPlaces(const Task& task, std::size_t at) {
+  const auto reading = reader_.readByPlaces(task);
+  if (!reading) return false;
+  if (!takeValues(task, at, *reading->zone)) return true;
+  put(at, *reading->zone, reading->pair);
+  items_[at].layout = reading->layout;
+  return true;
+}
+
+// The values for a task; false where one of them was wrong, which then is told.
+bool Setter::takeValues(const Task& task, std::size_t at, const Zone& zone) {
+  bool& areKnown = areKnown_[zone.isCalendar() ? 1 : 0];
+  if (areKnown) return true;
+  const bool areRight = readValues(task, at, zone);
+  areKnown = areRight && hasValuesForAll_;
+  if (!areRight) areKnown_ = {};  // some of them are gone
+  return areRight;
+}
+
+bool Setter::readValues(const Task& task, std::size_t at, const Zone& zone) {
   values_.clear();
   std::size_t given = 0;
   for (std::size_t a = 0; a < options_.assignments.size(); ++a) {
     const Assignment& assignment = options_.assignments[a];
     std::optional<double> value = assignment.value;
-    trouble = {at, Trouble::Kind::value, a, {}};
+    Complaint complaint;
     if (!value) {
       Assignment own = assignment;
-      value = readValueOf(own, task.values[given++], options_.reading.weeks.firstDay,
-                          trouble.complaint);
+      value = readValueOf(own, task.values[given++], options_.reading.weeks.firstDay, complaint);
     }
-    if (!value) return batch_->fail(std::move(trouble));
     const bool isValue = assignment.own != Own::date && assignment.change == Change::to;
-    auto wrong = isValue && reading->zone->isCalendar()
-                     ? refusedByCalendar(assignment.component, *value)
-                     : std::nullopt;
-    if (wrong) {
-      wrong->what += " for " + quoteText(task.text);  // in another zone it may be right
-      trouble.complaint = std::move(*wrong);
-      return batch_->fail(std::move(trouble));
+    if (value && isValue && zone.isCalendar()) {
+      if (auto wrong = refusedByCalendar(assignment.component, *value)) {
+        complaint = std::move(*wrong);
+        complaint.what += " for " + quoteText(task.text);  // in another zone it may be right
+        value.reset();
+      }
+    }
+    if (!value) {
+      batch_->fail({at, Trouble::Kind::value, a, std::move(complaint)});
+      return false;
     }
     values_.push_back(*value);
   }
+  return true;
+}
 
-  Group& group = groupOf(*reading->zone);
-  items_[at] = {*reading, &group, group.tasks.size(), &reader_.notationOf(task)};
-  group.datetimes.push(reading->pair);
+// Puts a datetime and its values among those of its zone.
+void Setter::put(std::size_t at, const Zone& zone, const doubledouble& pair) {
+  Group& group = groupOf(zone);
+  items_[at].group = &group;
+  items_[at].index = group.tasks.size();
+  group.datetimes.push(pair);
   group.tasks.push_back(at);
   for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
 }
@@ -327,18 +366,20 @@ void Setter::settingsOf(const Group& group, std::size_t at, std::vector<Setting>
   }
 }
 
-std::optional<Setter::Result> Setter::resultOf(std::size_t task) const {
+std::optional<Setter::Result> Setter::resultOf(std::size_t task) {
   const Item& item = items_[task];
   if (item.group == nullptr || batch_->outcomes[task].kind != Outcome::Kind::changed)
     return std::nullopt;
-  Result result{item.reading, item.group->datetimes.at(item.index), {}};
+  Result result{item.layout != nullptr ? readAgain(task).value() : readings_[item.reading],
+                item.group->datetimes.at(item.index),
+                {}};
   settingsOf(*item.group, item.index, result.settings);
   return result;
 }
 
 // Whether the datetime itself is in a gap or an overlap of its zone's clock; empty where it is in none.
 std::string Setter::doubtOf(const Group& group, std::size_t task) const {
-  const Reading& reading = items_[task].reading;
+  const Reading& reading = readings_[items_[task].reading];
   const auto wall = wallOf(reading);
   if (!wall) return {};
   const auto change = group.checker.doubtOf(*wall, secondOf(reading.pair));
@@ -348,18 +389,45 @@ std::string Setter::doubtOf(const Group& group, std::size_t task) const {
   return fmt::format("the datetime comes twice, {}", Checker::describeOverlap(*change));
 }
 
+// Whole seconds of which the text has a place for each part.
+bool Setter::writeByPlaces(std::size_t at) {
+  const Item& item = items_[at];
+  const doubledouble pair = item.group->datetimes.at(item.index);
+  constexpr double kMost = 0x1p52;
+  if (pair.lo != 0.0 || !(std::fabs(pair.hi) < kMost)) return false;
+  const auto millis = static_cast<std::int64_t>(pair.hi);
+  if (static_cast<double>(millis) != pair.hi || millis % 1000 != 0) return false;
+  const Zone& zone = item.group->zone;
+  Complaint complaint;
+  return zone.isRight(pair, complaint) &&
+         item.layout->write(batch_->text, tasks_[at].text, zone.wallTime(millis / 1000));
+}
+
+// What a task says that was read by places, in full.
+std::optional<Reading> Setter::readAgain(std::size_t at) {
+  Trouble trouble{at, Trouble::Kind::datetime, 0, {}};
+  return reader_.read(tasks_[at], trouble);
+}
+
 void Setter::write(std::size_t at) {
   const Item& item = items_[at];
   Outcome& outcome = batch_->outcomes[at];
   if (item.group == nullptr || outcome.kind == Outcome::Kind::failed) return;
+  const std::size_t begin = batch_->text.size();
+  if (item.layout != nullptr && writeByPlaces(at)) {
+    outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
+    return;
+  }
+  std::optional<Reading> again;
+  if (item.layout != nullptr) again = readAgain(at);
+  const Reading& reading = again ? *again : readings_[item.reading];
+  const Notation& notation = reader_.notationOf(tasks_[at]);
   const doubledouble pair = item.group->datetimes.at(item.index);
   Complaint complaint;
-  const std::size_t begin = batch_->text.size();
-  if (!plx::write(item.reading, pair, *item.notation, batch_->text, complaint))
+  if (!plx::write(reading, pair, notation, batch_->text, complaint))
     return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
   outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
-  if (keepsDigits_ && item.reading.text.fraction.size() > 9 &&
-      cutsDigits(item.reading, pair, *item.notation))
+  if (keepsDigits_ && reading.text.fraction.size() > 9 && cutsDigits(reading, pair, notation))
     batch_->cutDigits = true;
   if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
 }

@@ -1,8 +1,10 @@
 // Sets components of datetimes in text.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -23,6 +25,8 @@ struct SetterOptions {
   bool clips = false;     // a day that a month lacks becomes its last
   ReadingOptions reading;
   bool check = false;  // report findings: something else came out than was asked for
+  // Texts of which each part has its place are read and written by places, which gives the same; tests compare.
+  bool byPlaces = true;
 };
 
 class Setter : public CellWork {
@@ -39,7 +43,7 @@ class Setter : public CellWork {
     doubledouble after;
     std::vector<Setting> settings;
   };
-  std::optional<Result> resultOf(std::size_t task) const;
+  std::optional<Result> resultOf(std::size_t task);
 
  private:
   // The datetimes of a batch that share a zone. Each column has one entry for each of the datetimes.
@@ -58,10 +62,10 @@ class Setter : public CellWork {
   };
   // A task of the batch that has a datetime.
   struct Item {
-    Reading reading;
     Group* group = nullptr;
-    std::size_t index = 0;  // in the group
-    const Notation* notation = nullptr;
+    std::size_t index = 0;           // in the group
+    const Layout* layout = nullptr;  // by which it was read, or
+    std::size_t reading = 0;         // where that stands in `readings_`
   };
 
   // Indices of assignments that become one call of the module: one, or with `together` all of the date.
@@ -69,6 +73,10 @@ class Setter : public CellWork {
 
   void begin(std::size_t tasks);
   void read(const Task& task, std::size_t at);
+  bool readByPlaces(const Task& task, std::size_t at);
+  bool takeValues(const Task& task, std::size_t at, const Zone& zone);
+  bool readValues(const Task& task, std::size_t at, const Zone& zone);
+  void put(std::size_t at, const Zone& zone, const doubledouble& pair);
   Group& groupOf(const Zone& zone);
   void set(Group& group, std::size_t part);
   Component componentOf(const Part& part, const Zone& zone) const;
@@ -85,18 +93,26 @@ class Setter : public CellWork {
   std::string doubtOf(const Group& group, std::size_t task) const;
   void settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const;
   void write(std::size_t at);
+  bool writeByPlaces(std::size_t at);
+  std::optional<Reading> readAgain(std::size_t at);
 
   Module& module_;
   const SetterOptions& options_;
   TaskReader reader_;
   const bool keepsDigits_;  // no component replaces the digits of a second
+  const bool byPlaces_;
+  const bool hasValuesForAll_;
   std::vector<Part> parts_;
   bool mayCarryOnTheWay_ = false;
   std::vector<double> told_;  // what the module is told: the values of a part that has steps
   std::unordered_map<const Zone*, Group> groups_;
   Group* lastGroup_ = nullptr;  // the group used last, mostly the next datetime's, too
+  std::span<const Task> tasks_;  // of the batch
   std::vector<Item> items_;
+  std::vector<Reading> readings_;
   std::vector<double> values_;  // of the task that is being read
+  // Whether those are the same for all, and known to be right, outside of a calendar and in one.
+  std::array<bool, 2> areKnown_{};
   Batch* batch_ = nullptr;
 };
 

@@ -93,6 +93,45 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
   return reading;
 }
 
+std::optional<PlacedReading> TaskReader::readByPlaces(const Task& task) {
+  if (options_.zoneOfTask || !options_.clock.isTheModules()) return std::nullopt;
+  const Layout* const layout = layoutsOf(notationOf(task)).read(task.text, placed_);
+  if (layout == nullptr) return std::nullopt;
+  const Zone* const zone = zoneOfPlaced();
+  // Where midnight comes twice or not at all, a date alone does not tell all.
+  const bool isDate = layout == isoDates_;
+  if (zone == nullptr || zone->countsLeapSeconds() || (isDate && zone->isCalendar()))
+    return std::nullopt;
+  Complaint complaint;
+  const auto second = zone->secondOf(placed_, complaint);
+  if (!second) return std::nullopt;
+  // Years of four digits are in every range.
+  PlacedReading reading{
+      layout, zone, {static_cast<double>(static_cast<std::int64_t>(*second) * 1000), 0.0}};
+  if (!zone->isRight(reading.pair, complaint)) return std::nullopt;
+  return reading;
+}
+
+LayoutReader& TaskReader::layoutsOf(const Notation& notation) {
+  if (lastLayouts_ == nullptr || layoutsNotation_ != &notation) {
+    lastLayouts_ = &layouts_.try_emplace(&notation, notation).first->second;
+    layoutsNotation_ = &notation;
+  }
+  return *lastLayouts_;
+}
+
+const Zone* TaskReader::zoneOfPlaced() {
+  if (zone_) return &*zone_;
+  if (placedZone_ == nullptr || placedForm_ != placed_.offset ||
+      placedOffset_ != placed_.offsetSeconds) {
+    Complaint complaint;
+    placedZone_ = zones_.of(placed_, complaint);
+    placedForm_ = placed_.offset;
+    placedOffset_ = placed_.offsetSeconds;
+  }
+  return placedZone_;
+}
+
 // Which of two equal times a datetime is makes no difference to its components: none is refused here.
 bool TaskReader::settleClock(Reading& reading, Complaint& complaint) const {
   const auto wall = wallOf(reading);

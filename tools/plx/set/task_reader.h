@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "datetime/layout_reader.h"
 #include "datetime/notation.h"
 #include "datetime/reading.h"
 #include "datetime/zone.h"
@@ -32,6 +33,13 @@ void noteShortZone(std::string_view name);
 // Reports the noted names on standard error, at the end of the run.
 void tellShortZones();
 
+// A datetime whose text is read, and can be written, by the places of its parts.
+struct PlacedReading {
+  const Layout* layout;
+  const Zone* zone;
+  doubledouble pair;
+};
+
 class TaskReader {
  public:
   // Throws a Failure of Status::unknownName for the zone.
@@ -41,15 +49,24 @@ class TaskReader {
   // trouble's task. The zone of a reading lives until the next trim.
   std::optional<Reading> read(const Task& task, Trouble& trouble);
 
+  // The same of a task that can be read by the places of its parts; nothing for one that is left to `read`.
+  std::optional<PlacedReading> readByPlaces(const Task& task);
+
   // The notation in which a task is read and written.
   const Notation& notationOf(const Task& task) const {
     return task.notation != nullptr ? *task.notation : options_.notation;
   }
 
   // To be called between batches: drops the zones where there are too many, and returns whether it did.
-  bool trim() { return zones_.trim(); }
+  bool trim() {
+    const bool dropped = zones_.trim();
+    if (dropped) placedZone_ = nullptr;
+    return dropped;
+  }
 
  private:
+  LayoutReader& layoutsOf(const Notation& notation);
+  const Zone* zoneOfPlaced();
   bool settleClock(Reading& reading, Complaint& complaint) const;
 
   const ReadingOptions& options_;
@@ -58,6 +75,16 @@ class TaskReader {
   // What was meant by texts that name no zone. To find that out takes as long as thousands of rows.
   static constexpr std::size_t kMostNearZones = 100;
   std::map<std::string, std::string> nearZones_;
+
+  std::map<const Notation*, LayoutReader> layouts_;
+  const Notation* layoutsNotation_ = nullptr;  // of the last task, and its layouts
+  LayoutReader* lastLayouts_ = nullptr;
+  const Layout* const isoDates_ = &Layout::ofIsoDates();
+  DatetimeText placed_;  // what such a task says
+  // The zone of the last one, without one for all, and by which offset.
+  const Zone* placedZone_ = nullptr;
+  OffsetForm placedForm_ = OffsetForm::none;
+  int placedOffset_ = 0;
 };
 
 }  // namespace plx
