@@ -78,7 +78,6 @@ class Format {
   // What is wrong with a text that `read` refuses.
   Complaint complaintOf(std::string_view text) const;
   // Whether a datetime may have a byte at one of its first places; of most, that tells at once that they are none.
-  const std::array<bool, 256>& beginnings() const { return fronts_[0]; }
   static constexpr std::size_t kFronts = 5;
   bool mayHave(std::size_t place, char byte) const {
     return fronts_[place][static_cast<unsigned char>(byte)];

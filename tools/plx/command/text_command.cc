@@ -136,7 +136,7 @@ bool looksLikeDatetime(std::string_view input, const Notation& notation) {
   const Form form = notation.from;
   constexpr std::string_view kDigits = "0123456789";
   const auto begins = [&](const auto& format) {
-    return format->beginnings()[static_cast<unsigned char>(input.front())];
+    return format->mayHave(0, input.front());
   };
   if (!notation.formats.empty()) {
     return input.find_first_of(kDigits) == 0 ||

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "datetime/scanner.h"
@@ -197,17 +198,71 @@ std::vector<std::shared_ptr<const Format>> logFormats(std::optional<int> year) {
   return formats;
 }
 
+namespace {
+
+constexpr unsigned kIso = 31;      // the bit of the dates of ISO 8601
+constexpr unsigned kFurther = 30;  // and of formats that have no bit of their own
+
+constexpr std::uint32_t bitOf(std::size_t format) {
+  return std::uint32_t{1} << std::min<std::size_t>(format, kFurther);
+}
+
+constexpr std::uint8_t kBegins = 1, kJoins = 2;  // kinds of bytes
+
+}  // namespace
+
 InLineSplitter::InLineSplitter(const InLineOptions& options) : options_(options) {
   if (options.match) pattern_.emplace(*options.match);
-  for (std::size_t byte = 0; byte < beginnings_.size(); ++byte) {
-    beginnings_[byte] = options.recognised && isDigit(static_cast<char>(byte));
-    for (const auto& format : options.formats) beginnings_[byte] |= format->beginnings()[byte];
+  findFronts();
+  for (std::size_t byte = 0; byte < kinds_.size(); ++byte) {
+    if (fronts_[0][byte] != 0) kinds_[byte] |= kBegins;
+    if (!canBeginBehind(static_cast<char>(byte))) kinds_[byte] |= kJoins;
   }
+  for (const auto& format : options.formats) hasYear_.push_back(namesYear(format->text()));
+}
+
+void InLineSplitter::findFronts() {
+  for (std::size_t place = 0; place < fronts_.size(); ++place) {
+    for (std::size_t byte = 0; byte < fronts_[place].size(); ++byte) {
+      const char c = static_cast<char>(byte);
+      Forms& forms = fronts_[place][byte];
+      if (options_.recognised && (place == 4 ? c == '-' : isDigit(c))) forms |= 1U << kIso;
+      for (std::size_t i = 0; i < options_.formats.size(); ++i)
+        if (options_.formats[i]->mayHave(place, c)) forms |= bitOf(i);
+    }
+  }
+}
+
+// Those that may stand at the front of a text, by its first bytes.
+InLineSplitter::Forms InLineSplitter::formsAt(std::string_view text) const {
+  Forms forms = ~Forms{0};
+  const std::size_t count = std::min(text.size(), options_.byPlaces ? fronts_.size() : 1);
+  for (std::size_t i = 0; i < count; ++i) forms &= fronts_[i][static_cast<unsigned char>(text[i])];
+  return forms;
+}
+
+// The datetime in a format that begins there; of no bytes where there is none.
+FoundInLine InLineSplitter::readFront(std::size_t number, std::string_view line,
+                                      std::size_t begin) {
+  const Format& format = *options_.formats[number];
+  const std::string_view text = line.substr(begin);
+  Layout::Front front{Layout::Reads::unknown};
+  if (options_.byPlaces) front = format.layout().readFront(text, datetime_);
+  bool hasTime = format.layout().hasClock();
+  if (front.reads == Layout::Reads::unknown) {
+    FormatReading reading;
+    front.size = format.readFront(text, reading);
+    hasTime = format.isCount() || reading.datetime.separator != 0;
+  }
+  return {begin, begin + front.size, hasTime, format.isCount() || format.hasOffset(),
+          hasYear_[number]};
 }
 
 // The longest datetime that begins there. Where none can end, `unclear_` is where one seemed to.
 std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t begin) {
   const std::string_view text = line.substr(begin);
+  Forms forms = formsAt(text);
+  if (forms == 0 || (options_.recognised && !isPlausible(text))) return std::nullopt;
   FoundInLine found{begin, begin};
   bool isUnclear = false;
   const auto take = [&](const FoundInLine& candidate) {
@@ -218,8 +273,7 @@ std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t
       found = candidate;
     }
   };
-  if (options_.recognised) {
-    if (!isPlausible(text)) return std::nullopt;
+  if ((forms & 1U << kIso) != 0) {
     const IsoShape shape = isoAt(text);
     const std::size_t end = begin + shape.size;
     if (shape.hasComma && isAmongCommas(line, begin, end)) {
@@ -229,15 +283,13 @@ std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t
       if (shape.hasTime && found.end == end && !mayGoOn(line.substr(end))) return found;
     }
   }
-  const auto first = static_cast<unsigned char>(text[0]);
-  for (const auto& format : options_.formats) {
-    FormatReading reading;
-    if (!format->beginnings()[first]) continue;
-    const std::size_t size = format->readFront(text, reading);
-    if (size == 0) continue;
-    const bool hasTime = format->isCount() || reading.datetime.separator != 0;
-    take({begin, begin + size, hasTime, format->isCount() || format->hasOffset(),
-          namesYear(format->text())});
+  for (forms &= ~(1U << kIso); forms != 0; forms &= forms - 1) {
+    const auto first = static_cast<std::size_t>(std::countr_zero(forms));
+    const std::size_t end = first == kFurther ? options_.formats.size() : first + 1;
+    for (std::size_t i = first; i < end; ++i) {
+      const FoundInLine candidate = readFront(i, line, begin);
+      if (candidate.end > begin) take(candidate);
+    }
   }
   if (found.end > begin) return found;
   if (isUnclear && !unclear_) unclear_ = begin;
@@ -261,34 +313,41 @@ void InLineSplitter::split(const Chunk& chunk, std::size_t longest, Cells& cells
   }
 }
 
-inline bool InLineSplitter::canBeginAt(std::string_view line, std::size_t at, Span part) const {
-  return beginnings_[static_cast<unsigned char>(line[at])] &&
-         (at == part.begin || canBeginBehind(line[at - 1]));
+// The first place from `at` on where a datetime may begin; `end` where there is none. Few bytes are the first of a word,
+// so that one look at each is most of the work.
+inline std::size_t InLineSplitter::candidateFrom(std::size_t at, std::string_view line,
+                                                 Span part) const {
+  const auto kindOf = [&](std::size_t i) { return kinds_[static_cast<unsigned char>(line[i])]; };
+  std::uint8_t before = at > part.begin ? kindOf(at - 1) : 0;
+  for (; at < part.end; ++at) {
+    const std::uint8_t kind = kindOf(at);
+    if ((kind & kBegins) != 0 && (before & kJoins) == 0) return at;
+    before = kind;
+  }
+  return part.end;
 }
 
 void InLineSplitter::findIn(std::string_view line, Span part) {
   found_.clear();
   unclear_.reset();
-  for (std::size_t at = part.begin; at < part.end; ++at) {
-    if (!canBeginAt(line, at, part)) continue;
-    const auto found = this->at(line.substr(0, part.end), at);
-    if (!found) continue;
-    found_.push_back(*found);
-    at = found->end - 1;
+  const std::string_view toEnd = line.substr(0, part.end);
+  for (std::size_t at = part.begin; (at = candidateFrom(at, line, part)) < part.end;) {
+    const auto found = this->at(toEnd, at);
+    if (found) found_.push_back(*found);
+    at = found ? found->end : at + 1;
   }
 }
 
 // What begins before a place and is none in a format of its shape.
 std::optional<Beside> InLineSplitter::wrongBefore(std::size_t end, std::string_view line,
                                                   Span part) const {
-  for (std::size_t at = part.begin; at < end; ++at) {
+  for (std::size_t at = part.begin; (at = candidateFrom(at, line, part)) < end; ++at) {
     const std::string_view text = line.substr(at, part.end - at);
-    if (!canBeginAt(line, at, part)) continue;
     if (options_.recognised ? !isPlausible(text)
                             : isWord(text[0]) && !isDigit(text[0]) && !isName(text))
       continue;
     for (const auto& format : options_.formats) {
-      if (!format->beginnings()[static_cast<unsigned char>(text[0])]) continue;
+      if (!format->mayHave(0, text[0])) continue;
       if (auto complaint = wrongInShape(*format, text)) return Beside{at, std::move(*complaint)};
     }
   }

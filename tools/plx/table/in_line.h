@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,6 +32,8 @@ struct InLineOptions {
   std::optional<std::string>
       match;               // a regular expression for the part of a line that has the datetime
   bool usesClock = false;  // the time of day is read or set, so that a date alone has to be one
+  // Formats are tried by the places of their parts first, which finds the same; tests compare.
+  bool byPlaces = true;
 };
 
 class InLineSplitter {
@@ -45,15 +48,26 @@ class InLineSplitter {
   void split(const Chunk& chunk, std::size_t longest, Cells& cells);
 
  private:
-  bool canBeginAt(std::string_view line, std::size_t at, Span part) const;
+  // Formats, by their numbers, and the dates of ISO 8601.
+  using Forms = std::uint32_t;
+
+  void findFronts();
+  Forms formsAt(std::string_view text) const;
+  FoundInLine readFront(std::size_t format, std::string_view line, std::size_t begin);
   std::optional<FoundInLine> at(std::string_view line, std::size_t begin);
+  std::size_t candidateFrom(std::size_t at, std::string_view line, Span part) const;
   void findIn(std::string_view line, Span part);
   std::optional<Beside> wrongBefore(std::size_t end, std::string_view line, Span part) const;
   std::optional<Beside> doubtOf(std::string_view line, Span part);
   void addLine(std::string_view line, std::size_t begin, Cells& cells);
 
   const InLineOptions& options_;
-  std::array<bool, 256> beginnings_{};
+  // By place and byte: the forms that may have it there.
+  std::array<std::array<Forms, 256>, Format::kFronts> fronts_{};
+  std::array<std::uint8_t, 256>
+      kinds_{};                // of bytes: whether a datetime may begin there, or behind
+  DatetimeText datetime_;      // what was read last
+  std::vector<bool> hasYear_;  // of the formats
   std::optional<Pattern> pattern_;
   std::vector<FoundInLine> found_;  // of the line
   std::optional<std::size_t>
