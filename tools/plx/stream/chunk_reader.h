@@ -12,8 +12,9 @@
 
 namespace plx {
 
-// Bytes to read of a file at a time; a pipe gives what is there.
-inline constexpr std::size_t kFileChunk = std::size_t{1} << 18;
+// Bytes to read of a file at a time; a pipe gives what is there. What is kept of short rows while they are worked on is
+// ten times as large, and stays within the 2 MiB of cache that many cores have.
+inline constexpr std::size_t kFileChunk = std::size_t{1} << 17;
 
 class ChunkReader {
  public:

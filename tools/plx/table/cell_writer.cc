@@ -10,7 +10,10 @@ CellWriter::CellWriter(const Chunk& chunk, std::string& out, std::size_t from)
     : chunk_(chunk), out_(out), at_(from), isTable_(false), format_() {}
 
 CellWriter::CellWriter(const Chunk& chunk, const TableFormat& format, std::string& out)
-    : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(format) {}
+    : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(format) {
+  for (const char c : {format.separator, '\n', '\r', '"'})
+    needsQuotes_[static_cast<unsigned char>(c)] = true;
+}
 
 CellWriter::CellWriter(const Chunk& chunk, const JsonStyle& style, std::string& out)
     : chunk_(chunk), out_(out), at_(0), isTable_(true), format_(), json_(style) {}
@@ -60,8 +63,9 @@ void CellWriter::finish(std::size_t end) {
 }
 
 bool CellWriter::needsQuotes(std::string_view text) const {
-  return std::ranges::any_of(
-      text, [&](char c) { return c == format_.separator || c == '\n' || c == '\r' || c == '"'; });
+  bool any = false;
+  for (const char c : text) any |= needsQuotes_[static_cast<unsigned char>(c)];
+  return any;
 }
 
 // The text, its quotes doubled within quotes.

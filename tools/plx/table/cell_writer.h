@@ -1,6 +1,7 @@
 // Writes a chunk with some of its cells replaced and fields appended; every other byte as it is.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -50,6 +51,7 @@ class CellWriter {
   std::size_t at_;  // bytes of the chunk copied so far
   const bool isTable_;
   const TableFormat format_;
+  std::array<bool, 256> needsQuotes_{};  // by byte, of a table
   const std::optional<JsonStyle> json_;
 };
 
