@@ -52,8 +52,7 @@ constexpr PlainDate plainDateOf(int day) {
 // Month and day may lie outside their ranges and carry. dayOf(2014, 5, 10) is 16200.
 inline std::int64_t dayOf(std::int64_t year, int month, int day) {
   const bool isPlain = 0 <= year && year <= 9999 && 1 <= month && month <= 12;
-  if (isPlain && -1000 <= day && day <= 1000)
-    return dayOfPlain(static_cast<int>(year), month, day);
+  if (isPlain && -1000 <= day && day <= 1000) return dayOfPlain(static_cast<int>(year), month, day);
   return static_cast<std::int64_t>(ymd2days(static_cast<double>(year), month, day));
 }
 
