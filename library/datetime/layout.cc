@@ -1,10 +1,10 @@
 #include "datetime/layout.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "datetime/day_number.h"
+#include "datetime/eight_bytes.h"
 #include "datetime/scanner.h"
 #include "messages/calendar_names.h"
 #include "messages/letters.h"
@@ -12,16 +12,6 @@
 namespace plx {
 
 namespace {
-
-constexpr std::size_t kWordSize = 8;
-constexpr std::uint64_t kEachByte = 0x0101010101010101;
-
-std::uint64_t wordAt(const char* text) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, text, kWordSize);
-  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
-  return word;
-}
 
 // Bits in the bytes that are no digits. A digit is 3 in its upper half, and still is when 6 is added; the uppermost
 // bit is left out of the sum, so that no byte carries into the next one.
@@ -174,12 +164,12 @@ bool Layout::putName(std::uint8_t& place) {
 
 // The last word may overlap the one before it, so that none reaches behind the last place.
 void Layout::makeWords() {
-  if (size_ < kWordSize) return;
-  wordCount_ = (size_ + kWordSize - 1) / kWordSize;
+  if (size_ < kEight) return;
+  wordCount_ = (size_ + kEight - 1) / kEight;
   for (std::size_t i = 0; i < wordCount_; ++i) {
-    const std::size_t at = std::min(i * kWordSize, size_ - kWordSize);
+    const std::size_t at = std::min(i * kEight, size_ - kEight);
     Word word{at, 0, 0, 0};
-    for (std::size_t k = 0; k < kWordSize; ++k) {
+    for (std::size_t k = 0; k < kEight; ++k) {
       const std::uint64_t ofByte = std::uint64_t{0xFF} << 8 * k;
       if (isDigitAt(at + k)) word.digitMask |= ofByte;
       if (kinds_[at + k] != Kind::literal) continue;
@@ -230,13 +220,13 @@ Layout::Front Layout::readFront(std::string_view text, DatetimeText& datetime) c
   if (wordCount_ == 0 || text.size() < size_) return {Reads::unknown};
   for (std::size_t i = 0; i < wordCount_; ++i) {
     const Word& word = words_[i];
-    const std::uint64_t bytes = wordAt(text.data() + word.at);
+    const std::uint64_t bytes = eightBytesAt(text.data() + word.at);
     const std::uint64_t wrong =
         ((bytes ^ word.literals) & word.literalMask) | (nonDigits(bytes) & word.digitMask);
     if (wrong == 0) continue;
     // Up to there the format's reader goes from place to place: each number has all its digits. What is no digit of a
     // number may be a blank or the end of a shorter one; a literal stands there or not.
-    const std::size_t place = word.at + static_cast<std::size_t>(std::countr_zero(wrong)) / 8;
+    const std::size_t place = word.at + firstByte(wrong);
     return {kinds_[place] == Kind::digit ? Reads::unknown : Reads::no};
   }
   if (!isWhole_ || !readFields(text.data(), datetime)) return {Reads::unknown};
@@ -305,7 +295,7 @@ bool Layout::write(std::string& out, std::string_view text, const WallTime& wall
                          kEnd = (kLastPlainDay + 1) * kDay;
   if (wall.seconds < kFirst || wall.seconds >= kEnd || wall.insertedSecond) return false;
   const std::int64_t sinceFirst = static_cast<std::int64_t>(wall.seconds) - kFirst;
-  std::array<char, kMost + kWordSize> written;
+  std::array<char, kMost + kEight> written;
   std::memcpy(written.data(), text.data(), size_);
   if (!writeFields(written.data(), sinceFirst / kDay + kFirstPlainDay,
                    static_cast<int>(sinceFirst % kDay)))

@@ -35,9 +35,4 @@ const Layout* LayoutReader::readOther(std::string_view text, DatetimeText& datet
   return nullptr;
 }
 
-bool LayoutReader::isMissing(std::string_view text) const {
-  return !notation_.missing.empty() &&
-         std::ranges::find(notation_.missing, text) != notation_.missing.end();
-}
-
 }  // namespace plx

@@ -1,6 +1,7 @@
 // The layouts of a notation: which texts can be read and written by the places of their parts.
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +25,10 @@ class LayoutReader {
 
  private:
   const Layout* readOther(std::string_view text, DatetimeText& datetime);
-  bool isMissing(std::string_view text) const;
+  bool isMissing(std::string_view text) const {
+    return !notation_.missing.empty() &&
+           std::ranges::find(notation_.missing, text) != notation_.missing.end();
+  }
 
   const Notation& notation_;
   std::vector<const Layout*> layouts_;

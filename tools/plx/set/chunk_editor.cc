@@ -60,9 +60,11 @@ std::string_view ChunkEditor::keep(const Chunk& chunk, const Cell& cell) {
 }
 
 void ChunkEditor::collect(const Chunk& chunk) {
-  tasks_.clear();
   kept_.clear();
   fileLines_.clear();
+  if (valuesOfRecord_ == 0 && file_ == nullptr && !options_.zone && datetimes_ == 1)
+    return collectTexts(chunk);
+  tasks_.clear();
   values_.assign(end_ * valuesOfRecord_, {});
   for (std::size_t r = 0; r < end_; ++r) {
     if (file_ != nullptr && !takeFromFile(chunk, r)) break;
@@ -80,6 +82,13 @@ void ChunkEditor::collect(const Chunk& chunk) {
       tasks_.push_back(task);
     }
   }
+}
+
+// Of tasks that differ in their texts alone, those of the last chunk among them.
+void ChunkEditor::collectTexts(const Chunk& chunk) {
+  tasks_.resize(end_, {{}, {}, {}, options_.notations.empty() ? nullptr : options_.notations[0]});
+  const std::size_t column = options_.datetimes[0];
+  for (std::size_t r = 0; r < end_; ++r) tasks_[r].text = keep(chunk, cellOf(r, column));
 }
 
 // Takes the values for a line from the file; false, with end_ at that line, where the file has none left.

@@ -77,6 +77,7 @@ class ChunkEditor : public Worker {
  private:
   void split(const Chunk& chunk);
   void collect(const Chunk& chunk);
+  void collectTexts(const Chunk& chunk);
   void addWrongRecords();
   bool takeFromFile(const Chunk& chunk, std::size_t record);
   std::string_view keep(const Chunk& chunk, const Cell& cell);

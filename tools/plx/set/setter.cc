@@ -96,7 +96,7 @@ void Setter::read(const Task& task, std::size_t at) {
   Trouble trouble{at, Trouble::Kind::datetime, 0, {}};
   auto reading = reader_.read(task, trouble);
   if (!reading) return batch_->fail(std::move(trouble));
-  if (reading->missing || !takeValues(task, at, *reading->zone)) return;
+  if (reading->missing || !hasValues(task, at, *reading->zone)) return;
   put(at, *reading->zone, reading->pair);
   items_[at].reading = readings_.size();
   readings_.push_back(*std::move(reading));
@@ -105,7 +105,7 @@ void Setter::read(const Task& task, std::size_t at) {
 bool Setter::readByPlaces(const Task& task, std::size_t at) {
   const auto reading = reader_.readByPlaces(task);
   if (!reading) return false;
-  if (!takeValues(task, at, *reading->zone)) return true;
+  if (!hasValues(task, at, *reading->zone)) return true;
   put(at, *reading->zone, reading->pair);
   items_[at].layout = reading->layout;
   return true;
@@ -113,10 +113,8 @@ bool Setter::readByPlaces(const Task& task, std::size_t at) {
 
 // The values for a task; false where one of them was wrong, which then is told.
 bool Setter::takeValues(const Task& task, std::size_t at, const Zone& zone) {
-  bool& areKnown = areKnown_[zone.isCalendar() ? 1 : 0];
-  if (areKnown) return true;
   const bool areRight = readValues(task, at, zone);
-  areKnown = areRight && hasValuesForAll_;
+  areKnown_[zone.isCalendar() ? 1 : 0] = areRight && hasValuesForAll_;
   if (!areRight) areKnown_ = {};  // some of them are gone
   return areRight;
 }

@@ -74,6 +74,9 @@ class Setter : public CellWork {
   void begin(std::size_t tasks);
   void read(const Task& task, std::size_t at);
   bool readByPlaces(const Task& task, std::size_t at);
+  bool hasValues(const Task& task, std::size_t at, const Zone& zone) {
+    return areKnown_[zone.isCalendar() ? 1 : 0] || takeValues(task, at, zone);
+  }
   bool takeValues(const Task& task, std::size_t at, const Zone& zone);
   bool readValues(const Task& task, std::size_t at, const Zone& zone);
   void put(std::size_t at, const Zone& zone, const doubledouble& pair);

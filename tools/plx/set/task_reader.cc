@@ -112,24 +112,16 @@ std::optional<PlacedReading> TaskReader::readByPlaces(const Task& task) {
   return reading;
 }
 
-LayoutReader& TaskReader::layoutsOf(const Notation& notation) {
-  if (lastLayouts_ == nullptr || layoutsNotation_ != &notation) {
-    lastLayouts_ = &layouts_.try_emplace(&notation, notation).first->second;
-    layoutsNotation_ = &notation;
-  }
-  return *lastLayouts_;
+void TaskReader::findLayouts(const Notation& notation) {
+  lastLayouts_ = &layouts_.try_emplace(&notation, notation).first->second;
+  layoutsNotation_ = &notation;
 }
 
-const Zone* TaskReader::zoneOfPlaced() {
-  if (zone_) return &*zone_;
-  if (placedZone_ == nullptr || placedForm_ != placed_.offset ||
-      placedOffset_ != placed_.offsetSeconds) {
-    Complaint complaint;
-    placedZone_ = zones_.of(placed_, complaint);
-    placedForm_ = placed_.offset;
-    placedOffset_ = placed_.offsetSeconds;
-  }
-  return placedZone_;
+void TaskReader::findZoneOfPlaced() {
+  Complaint complaint;
+  placedZone_ = zones_.of(placed_, complaint);
+  placedForm_ = placed_.offset;
+  placedOffset_ = placed_.offsetSeconds;
 }
 
 // Which of two equal times a datetime is makes no difference to its components: none is refused here.

@@ -65,8 +65,19 @@ class TaskReader {
   }
 
  private:
-  LayoutReader& layoutsOf(const Notation& notation);
-  const Zone* zoneOfPlaced();
+  LayoutReader& layoutsOf(const Notation& notation) {
+    if (layoutsNotation_ != &notation) findLayouts(notation);
+    return *lastLayouts_;
+  }
+  void findLayouts(const Notation& notation);
+  const Zone* zoneOfPlaced() {
+    if (zone_) return &*zone_;
+    const bool isLast = placedZone_ != nullptr && placedForm_ == placed_.offset &&
+                        placedOffset_ == placed_.offsetSeconds;
+    if (!isLast) findZoneOfPlaced();
+    return placedZone_;
+  }
+  void findZoneOfPlaced();
   bool settleClock(Reading& reading, Complaint& complaint) const;
 
   const ReadingOptions& options_;

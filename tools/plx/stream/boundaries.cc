@@ -1,13 +1,23 @@
 #include "stream/boundaries.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace plx {
 
 namespace {
 
+// In pieces whose counts fit a byte, so that a vector has as many of them as it has bytes.
 std::size_t count(std::string_view bytes, char byte) {
-  return static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), byte));
+  constexpr std::size_t kPiece = 255;
+  std::size_t all = 0;
+  for (std::size_t begin = 0; begin < bytes.size(); begin += kPiece) {
+    std::uint8_t inPiece = 0;
+    for (const char c : bytes.substr(begin, kPiece))
+      inPiece = static_cast<std::uint8_t>(inPiece + (c == byte ? 1 : 0));
+    all += inPiece;
+  }
+  return all;
 }
 
 }  // namespace

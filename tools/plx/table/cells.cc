@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "datetime/eight_bytes.h"
 #include "stream/line_reader.h"
 #include "table/field_reader.h"
 
@@ -35,6 +36,8 @@ class TableSplitter {
   bool skipHeader();
   bool isCut(std::size_t end) const;
   bool splitRecord();
+  bool splitBare();
+  std::size_t fieldEnd(std::size_t begin) const;
   bool splitPlain(std::size_t lineEnd, std::size_t textEnd);
   bool splitQuoted();
   bool finishRecord(std::size_t end, std::size_t next);
@@ -91,12 +94,43 @@ bool TableSplitter::isCut(std::size_t end) const {
 }
 
 bool TableSplitter::splitRecord() {
-  const std::size_t lineEnd = findByte(bytes_, '\n', at_);
   if (quote_ < at_) quote_ = findByte(bytes_, '"', at_);
   if (return_ < at_) return_ = findByte(bytes_, '\r', at_);
+  if (quote_ == bytes_.size() && return_ == bytes_.size()) return splitBare();
+  const std::size_t lineEnd = findByte(bytes_, '\n', at_);
   const bool crlf = lineEnd < bytes_.size() && lineEnd > at_ && bytes_[lineEnd - 1] == '\r';
   const std::size_t textEnd = crlf ? lineEnd - 1 : lineEnd;
   return quote_ < lineEnd || return_ < textEnd ? splitQuoted() : splitPlain(lineEnd, textEnd);
+}
+
+// The first separator or LF.
+std::size_t TableSplitter::fieldEnd(std::size_t begin) const {
+  const std::uint64_t separators = static_cast<unsigned char>(format_.separator) * kEachByte,
+                      lineEnds = '\n' * kEachByte;
+  std::size_t at = begin;
+  for (; at + kEight <= bytes_.size(); at += kEight) {
+    const std::uint64_t bytes = eightBytesAt(bytes_.data() + at);
+    const std::uint64_t found = zeroBytes(bytes ^ separators) | zeroBytes(bytes ^ lineEnds);
+    if (found != 0) return at + firstByte(found);
+  }
+  while (at < bytes_.size() && bytes_[at] != format_.separator && bytes_[at] != '\n') ++at;
+  return at;
+}
+
+// A record of a chunk that has neither quotes nor CR from here on.
+bool TableSplitter::splitBare() {
+  const auto isLineEnd = [&](std::size_t at) { return at == bytes_.size() || bytes_[at] == '\n'; };
+  std::size_t index = 0, begin = at_, end = fieldEnd(at_);
+  for (const Column& column : columns_) {
+    for (; index < column.index; ++index) {
+      if (isLineEnd(end)) return failMissing(index + 1, end);
+      begin = end + 1;
+      end = fieldEnd(begin);
+    }
+    cells_.cells.push_back({begin, end});
+  }
+  const std::size_t lineEnd = isLineEnd(end) ? end : findByte(bytes_, '\n', end);
+  return finishRecord(lineEnd, std::min(lineEnd + 1, bytes_.size()));
 }
 
 // A record without quotes, and without CR but in its line end.
