@@ -227,7 +227,15 @@ void ChunkEditor::replaceAll(CellWriter& writer) {
     if (batch_.outcomes[task].kind == Outcome::Kind::changed)
       writer.replace(cellOfTask(task), result(task));
   };
-  if (!json_ || datetimes_ == 1) {
+  if (datetimes_ == 1) {  // most often, and then there is nothing to divide for each
+    const std::size_t column = options_.datetimes[0];
+    for (std::size_t task = 0; task < end_; ++task) {
+      if (batch_.outcomes[task].kind == Outcome::Kind::changed)
+        writer.replace(cellOf(task, column), result(task));
+    }
+    return;
+  }
+  if (!json_) {
     for (std::size_t task = 0; task < end_ * datetimes_; ++task) replace(task);
     return;
   }

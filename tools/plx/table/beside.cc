@@ -79,7 +79,7 @@ std::optional<Beside> behind(std::string_view line, const FoundInLine& found) {
   if (isInBrackets) ++at;
   const std::string_view rest = line.substr(at);
   const std::string_view word = letters(rest);
-  const bool isWord = endsWord(rest.substr(word.size()));
+  const bool isWord = !word.empty() && endsWord(rest.substr(word.size()));
   const auto left = [&](const char* what, std::string_view accepted) {
     return Beside{at, {std::string(what) + " would stay behind the datetime", accepted}};
   };
