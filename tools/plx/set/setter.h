@@ -109,7 +109,7 @@ class Setter : public CellWork {
   bool mayCarryOnTheWay_ = false;
   std::vector<double> told_;  // what the module is told: the values of a part that has steps
   std::unordered_map<const Zone*, Group> groups_;
-  Group* lastGroup_ = nullptr;  // the group used last, mostly the next datetime's, too
+  Group* lastGroup_ = nullptr;   // the group used last, mostly the next datetime's, too
   std::span<const Task> tasks_;  // of the batch
   std::vector<Item> items_;
   std::vector<Reading> readings_;
