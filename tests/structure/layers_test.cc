@@ -66,6 +66,9 @@ const Layer kLayers[] = {
     // it; the functions. Of the module it has what is known without a host (kKnowledge), and nothing
     // else.
     {"library/messages/.*", "messages/.*|unicode/.*|fmt/.*"},
+    // A zone's file tells when it was changed.
+    {"library/datetime/rules_in_use\\..*",
+     "messages/.*|datetime/.*|zones/.*|unicode/.*|fmt/.*|sys/stat\\.h", kKnowledge},
     {"library/datetime/.*",
      "(messages|datetime)/.*|zones/.*|unicode/.*|fmt/.*|boost/multiprecision/.*", kKnowledge},
     {"library/elements/.*", "(messages|datetime|elements)/.*|fmt/.*", kKnowledge},
