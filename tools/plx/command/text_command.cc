@@ -135,9 +135,7 @@ bool isDatetime(const std::string& input, const ReadingOptions& options, Complai
 bool looksLikeDatetime(std::string_view input, const Notation& notation) {
   const Form form = notation.from;
   constexpr std::string_view kDigits = "0123456789";
-  const auto begins = [&](const auto& format) {
-    return format->mayHave(0, input.front());
-  };
+  const auto begins = [&](const auto& format) { return format->mayHave(0, input.front()); };
   if (!notation.formats.empty()) {
     return input.find_first_of(kDigits) == 0 ||
            (input.find_first_of(kDigits) != std::string_view::npos &&

@@ -99,7 +99,7 @@ void Setter::read(const Task& task, std::size_t at) {
   if (reading->missing || !hasValues(task, at, *reading->zone)) return;
   put(at, *reading->zone, reading->pair);
   items_[at].reading = readings_.size();
-  readings_.push_back(*std::move(reading));
+  readings_.push_back(*reading);
 }
 
 bool Setter::readByPlaces(const Task& task, std::size_t at) {

@@ -53,7 +53,7 @@ class InLineSplitter {
 
   void findFronts();
   Forms formsAt(std::string_view text) const;
-  FoundInLine readFront(std::size_t format, std::string_view line, std::size_t begin);
+  FoundInLine readFront(std::size_t number, std::string_view line, std::size_t begin);
   std::optional<FoundInLine> at(std::string_view line, std::size_t begin);
   std::size_t candidateFrom(std::size_t at, std::string_view line, Span part) const;
   void findIn(std::string_view line, Span part);
