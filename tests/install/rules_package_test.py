@@ -100,7 +100,9 @@ def main():
         root = folder / "root"
         root.mkdir()
         subprocess.run(["tar", "-C", root, "-xf", releases.bare_root(release)], check=True)
-        packages = [path for path in (folder / "packed").glob("*.deb") if not path.name.startswith("libplx-dev")]
+        # Without what depends on plx: that would have to be removed with it.
+        packages = [path for path in (folder / "packed").glob("*.deb")
+                    if path.name.startswith(("plx_", "libplx-host1_"))]
         for path in packages:
             shutil.copy(path, root)
 
