@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "datetime/day_number.h"
 #include "datetime/eight_bytes.h"
@@ -180,17 +181,24 @@ void Layout::makeWords() {
   }
 }
 
+// Adds parts by the letters that formats have for them, and what stands between them.
+void Layout::addAll(std::string_view text) {
+  constexpr std::pair<char, Letter> kLetters[] = {{'Y', Letter::year},   {'m', Letter::month},
+                                                  {'d', Letter::day},    {'H', Letter::hour},
+                                                  {'M', Letter::minute}, {'S', Letter::second}};
+  for (const char& c : text) {
+    FormatPart part;
+    for (const auto& [letter, meaning] : kLetters)
+      if (letter == c) part.letter = meaning;
+    add(part, {&c, 1});
+  }
+  makeWords();
+}
+
 const Layout& Layout::ofIsoDates() {
   static const Layout layout = [] {
     Layout made;
-    for (const char c : std::string_view("y-m-d")) {
-      FormatPart part;
-      if (c == 'y') part.letter = Letter::year;
-      if (c == 'm') part.letter = Letter::month;
-      if (c == 'd') part.letter = Letter::day;
-      made.add(part, "-");
-    }
-    made.makeWords();
+    made.addAll("Y-m-d");
     made.isWhole_ = true;
     return made;
   }();
@@ -202,14 +210,7 @@ const Layout& Layout::ofIsoDatetimes() {
     Layout made = ofIsoDates();
     made.separator_ = static_cast<std::uint8_t>(made.size_);
     made.put(Kind::separator, 1);
-    for (const char c : std::string_view("h:m:s")) {
-      FormatPart part;
-      if (c == 'h') part.letter = Letter::hour;
-      if (c == 'm') part.letter = Letter::minute;
-      if (c == 's') part.letter = Letter::second;
-      made.add(part, ":");
-    }
-    made.makeWords();
+    made.addAll("H:M:S");
     made.offset_ = Offset::ofIso;
     return made;
   }();

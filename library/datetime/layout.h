@@ -71,6 +71,7 @@ class Layout {
   static constexpr std::uint8_t kNowhere = 0xFF;
 
   bool add(const FormatPart& part, std::string_view literals);
+  void addAll(std::string_view text);
   bool put(Kind kind, std::size_t count);
   bool putNumber(const FormatPart& part, std::uint8_t& place, std::size_t digits);
   bool putName(std::uint8_t& place);
