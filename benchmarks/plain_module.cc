@@ -3,12 +3,18 @@
 
 #include "base/elements_of.h"
 #include "base/field_codes.h"
-#include "unzoned/vector_walk.h"
+#include "base/raise.h"
+#include "unzoned/plain_walk.h"
+#include "unzoned/set_field_utc.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/set_field.h"
 
-std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
-  return plainWalk(component, leapSeconds, elements);
+void setFieldUTC(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
+                 paArray* result, bool leapSeconds) {
+  const Elements elements = elementsOf(datetimes, values, result);
+  if (plainWalk(componentOf(field), leapSeconds, elements) < elements.count) {
+    raise(component_Pelmor::catalog_datetime::key_MustBeInteger());
+  }
 }
 
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,

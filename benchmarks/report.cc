@@ -71,7 +71,7 @@ std::string processor() {
 
 void writeGoals(std::ostream& out, const Collector& collector) {
   const Ratios ratios(collector);
-  const std::string best = instructionSets().front().name;
+  const std::string best = unzonedInstructionSets().front().name;
   const auto row = [&](const std::string& what, const std::string& goal, const std::string& result,
                        bool holds) {
     out << "| " << what << " | " << goal << " | " << result << " | " << (holds ? "yes" : "**no**")
@@ -242,9 +242,9 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
       << "How fast components of unzoned datetimes are set, as `scripts/benchmark` measured it and "
          "wrote it\nhere. Inputs are random with a fixed seed; answers are checked against the "
          "plain code, which is the\nmeaning. The copy is a loop that reads and writes the same "
-         "bytes with ordinary stores, in the same\nprocess; all others are calls of `setFieldUTC` "
-         "on the "
-         "arrays of a host. Repetitions of all\nmeasurements are interleaved, and medians "
+         "bytes with ordinary stores, in the same\nprocess; all others are walks over the arrays "
+         "of a host, as `setFieldUTC` calls them. Repetitions of\nall measurements are "
+         "interleaved, and medians "
          "compared.\n\nDatetimes in a time zone have "
          "[a page of their own](zoned_performance.md).\n\n"
       << "- processor: " << processor() << "\n- compiler: "
@@ -256,7 +256,7 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
       << "\n- flags: `" << PLX_FLAGS << "`\n- commit: " << commit << "\n\n## Goals\n\n";
   writeGoals(out, collector);
   std::vector<std::string> walks{"copy"};
-  for (const auto& set : instructionSets()) walks.emplace_back(set.name);
+  for (const auto& set : unzonedInstructionSets()) walks.emplace_back(set.name);
   std::vector<std::string> withPlain = walks;
   withPlain.emplace_back("plain");
   out << "\n## Nanoseconds per element\n\nMedian, and the spread of the repetitions (largest less "
@@ -267,7 +267,7 @@ bool writeReport(const Collector& collector, const char* page, const char* plot,
   writeTimes(out, collector, "whole", kInCache, withPlain);
   out << "4 million elements of whole milliseconds, in memory:\n\n";
   writeTimes(out, collector, "whole", kInMemory, walks);
-  const std::vector<std::string> few{"copy", instructionSets().front().name, "AVX2"};
+  const std::vector<std::string> few{"copy", unzonedInstructionSets().front().name, "AVX2"};
   out << "4 million elements with a fraction in the low part, in memory:\n\n";
   writeTimes(out, collector, "fraction", kInMemory, few);
   out << "## Beside other ways\n\nThe month of 4096 elements; \"auto\" is a plain loop without "

@@ -1,7 +1,7 @@
 // How fast components are set without a zone, beside a copy of the same bytes: who changes a
 // hundred million datetimes is to wait for the memory, not for the calendar.
 //
-// Walks are measured through setFieldUTC on the arrays of a host. Calls are measured through the
+// Walks are measured on the arrays of a host, as setFieldUTC calls them. Calls are measured through the
 // module, and, for small arrays, through one with the plain code in the place of vectors.
 //
 // Names are kind/values/component/walk/elements, such as "whole/each/month/AVX3/4096". Answers are
@@ -16,18 +16,12 @@
 #include <functional>
 #include <string>
 
+#include "base/elements_of.h"
 #include "call.h"
 #include "data.h"
 #include "reference.h"
 #include "report.h"
-#include "unzoned/set_field_utc.h"
 #include "unzoned/vector_walk.h"
-
-// What setFieldUTC walks with: here, whatever is to be measured.
-static Walk* chosenWalk = plainWalk;
-std::size_t vectorWalk(Component component, bool leapSeconds, const Elements& elements) {
-  return chosenWalk(component, leapSeconds, elements);
-}
 
 namespace {
 
@@ -87,11 +81,10 @@ void add(const Measured& m, const std::string& walk, bool isChecked,
   })->UseRealTime();
 }
 
-void addWalk(const Measured& m, const std::string& name, Walk* walk) {
+void addWalk(const Measured& m, const std::string& name, UnzonedWalk* walk) {
   add(m, name, true, [=](const Arrays& arrays) {
-    chosenWalk = walk;
-    setFieldUTC(arrays.datetimes, arrays.values, fieldOf(kComponents[m.component]), arrays.result,
-                m.kind.leapSeconds);
+    walk(kComponents[m.component], m.kind.leapSeconds,
+         elementsOf(arrays.datetimes, arrays.values, arrays.result));
   });
 }
 
@@ -117,7 +110,7 @@ void addCall(const Measured& m, const std::string& name, const char* module) {
 }
 
 void addAll() {
-  const auto sets = instructionSets();
+  const auto sets = unzonedInstructionSets();
   const std::string best = sets.front().name;
   for (int c = 0; c < 11; ++c) {
     for (const bool oneValue : {false, true}) {
@@ -165,7 +158,7 @@ void addAll() {
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  if (instructionSets().empty()) {
+  if (unzonedInstructionSets().empty()) {
     std::puts("nothing to measure: this processor has none of the instruction sets of this build");
     return 0;
   }

@@ -178,7 +178,7 @@ void addCopy(const Measured& m) {
 void addUnzoned(const Measured& m) {
   add(m, "unzoned", false,
       [c = kComponents[m.component]](const Zone&, Component, const Arrays& arrays) {
-        benchmark::DoNotOptimize(vectorWalk(c, false, arrays.elements));
+        benchmark::DoNotOptimize(unzonedVectorWalk(c, false, arrays.elements));
       });
 }
 

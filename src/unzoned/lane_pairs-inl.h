@@ -19,7 +19,7 @@
 // namespace and for every processor, and may be used; so may types and constants.
 #pragma once
 
-#include "unzoned/instruction_set-inl.h"
+#include "dispatch/instruction_set-inl.h"
 
 #include <hwy/cache_control.h>
 

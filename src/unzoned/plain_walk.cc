@@ -48,7 +48,8 @@ doubledouble setOne(Setter* setter, const doubledouble& t, double v, bool leapSe
   return leapSeconds ? utcToElapsed(set) : set;
 }
 
-bool setElement(Setter* setter, bool isWhole, bool leapSeconds, const Elements& e, std::size_t i) {
+bool setByPlainCode(Setter* setter, bool isWhole, bool leapSeconds, const Elements& e,
+                    std::size_t i) {
   const doubledouble t{e.high[i], e.low ? e.low[i] : 0.0};
   const double v = e.values[i * e.step];
   doubledouble set;
@@ -65,16 +66,17 @@ bool setElement(Setter* setter, bool isWhole, bool leapSeconds, const Elements& 
 
 }  // namespace
 
-bool setElement(Component component, bool leapSeconds, const Elements& elements, std::size_t i) {
-  return setElement(setterOf(component), !factsOf(component).takesFractions, leapSeconds, elements,
-                    i);
+bool setByPlainCode(Component component, bool leapSeconds, const Elements& elements,
+                    std::size_t i) {
+  return setByPlainCode(setterOf(component), !factsOf(component).takesFractions, leapSeconds,
+                        elements, i);
 }
 
 std::size_t plainWalk(Component component, bool leapSeconds, const Elements& elements) {
   Setter* const setter = setterOf(component);
   const bool isWhole = !factsOf(component).takesFractions;
   for (std::size_t i = 0; i < elements.count; ++i) {
-    if (!setElement(setter, isWhole, leapSeconds, elements, i)) return i;
+    if (!setByPlainCode(setter, isWhole, leapSeconds, elements, i)) return i;
   }
   return elements.count;
 }

@@ -10,9 +10,9 @@
 
 // Writes the result of element i. False where its new value must be a whole number and is not:
 // then nothing is written.
-bool setElement(Component component, bool leapSeconds, const Elements& elements, std::size_t i);
+bool setByPlainCode(Component component, bool leapSeconds, const Elements& elements, std::size_t i);
 
 // Sets elements in order. Returns their count, or the index of the first whose value must be a whole
 // number and is not; the elements before that one are written, and what later ones hold is unspecified.
-using Walk = std::size_t(Component component, bool leapSeconds, const Elements& elements);
-Walk plainWalk;
+using UnzonedWalk = std::size_t(Component component, bool leapSeconds, const Elements& elements);
+UnzonedWalk plainWalk;

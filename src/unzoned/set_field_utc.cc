@@ -10,7 +10,7 @@
 void setFieldUTC(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
                  paArray* result, bool leapSeconds) {
   const Elements elements = elementsOf(datetimes, values, result);
-  if (vectorWalk(componentOf(field), leapSeconds, elements) < elements.count) {
+  if (unzonedVectorWalk(componentOf(field), leapSeconds, elements) < elements.count) {
     raise(component_Pelmor::catalog_datetime::key_MustBeInteger());
   }
 }

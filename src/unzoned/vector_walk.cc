@@ -12,7 +12,7 @@
 
 #include <type_traits>
 
-#include "unzoned/instruction_set-inl.h"
+#include "dispatch/instruction_set-inl.h"
 #include "unzoned/lane_leaps-inl.h"
 #include "unzoned/leap_block.h"
 
@@ -42,7 +42,8 @@ HWY_NOINLINE size_t setMixed(Component component, bool leapSeconds, const Elemen
   HWY_ALIGN double isClaimed[hn::MaxLanes(d)];
   hn::Store(hn::IfThenElseZero(claimed, all(1.0)), d, isClaimed);
   for (size_t lane = 0; lane < hn::Lanes(d); ++lane) {
-    if (isClaimed[lane] == 0.0 && !setElement(component, leapSeconds, e, i + lane)) return i + lane;
+    if (isClaimed[lane] == 0.0 && !setByPlainCode(component, leapSeconds, e, i + lane))
+      return i + lane;
   }
   return e.count;
 }
@@ -315,7 +316,8 @@ size_t walk(Component component, bool leapSeconds, const Elements& e) {
 HWY_AFTER_NAMESPACE();
 
 template <>
-std::size_t walkBy<instruction_sets::PLX_INSTRUCTION_SET>(Component component, bool leapSeconds,
-                                                          const Elements& elements) {
+std::size_t unzonedWalkBy<instruction_sets::PLX_INSTRUCTION_SET>(Component component,
+                                                                 bool leapSeconds,
+                                                                 const Elements& elements) {
   return lanes::HWY_NAMESPACE::walk(component, leapSeconds, elements);
 }

@@ -51,13 +51,13 @@ bool setByTable(const OffsetTable& table, Component component, const Elements& e
   return true;
 }
 
-void setElement(const OffsetTable& table, Component component, const Elements& elements,
-                std::size_t i, CalendarWalk& calendar) {
+void setByTableOrCalendar(const OffsetTable& table, Component component, const Elements& elements,
+                          std::size_t i, CalendarWalk& calendar) {
   if (!setByTable(table, component, elements, i)) calendar.set(i);
 }
 
 void tableWalk(const OffsetTable& table, Component component, const Elements& elements,
                CalendarWalk& calendar) {
   for (std::size_t i = 0; i < elements.count; ++i)
-    setElement(table, component, elements, i, calendar);
+    setByTableOrCalendar(table, component, elements, i, calendar);
 }

@@ -20,8 +20,8 @@ bool setByTable(const OffsetTable& table, Component component, const Elements& e
                 std::size_t i);
 
 // The same, but an element that is not claimed is set by the calendar, which may raise.
-void setElement(const OffsetTable& table, Component component, const Elements& elements,
-                std::size_t i, CalendarWalk& calendar);
+void setByTableOrCalendar(const OffsetTable& table, Component component, const Elements& elements,
+                          std::size_t i, CalendarWalk& calendar);
 
 // Sets all elements in order.
 void tableWalk(const OffsetTable& table, Component component, const Elements& elements,

@@ -7,7 +7,7 @@
 //   of 48         tryNear         components that stay near: one granule's word for both offsets
 //                 tryStretches    else, for either time scale, by remembered stretches or useGranules
 //               tryMixed        fractions split off, then trySeries and tryWhole again
-//   one         setElement      what no vector claims: by the table, else by the calendar
+//   one         setByTableOrCalendar   what no vector claims
 //
 // Compiled once for each instruction set, PLX_INSTRUCTION_SET, into an object of its own.
 
@@ -15,7 +15,7 @@
 
 #include <type_traits>
 
-#include "unzoned/instruction_set-inl.h"
+#include "dispatch/instruction_set-inl.h"
 #include "zoned/lane_blocks-inl.h"
 #include "zoned/table_walk.h"
 
@@ -48,7 +48,7 @@ HWY_INLINE void walkBlocks(const ZonedCall& call, const Zone& zone, Learned& lea
         !tryMixed<Component, kOneValue>(zone, learned, block, oneValue, mixed, place)) {
       for (size_t i = 0; i < block.count; ++i) {
         if (mixed.isClaimed[i] == 0.0) {
-          setElement(call.table, call.component, e, from + i, call.calendar);
+          setByTableOrCalendar(call.table, call.component, e, from + i, call.calendar);
         }
       }
     }
@@ -84,7 +84,7 @@ void walkVectors(const ZonedCall& call) {
 
 void walkElements(const ZonedCall& call) {
   for (size_t i = 0; i < call.elements.count; ++i) {
-    setElement(call.table, call.component, call.elements, i, call.calendar);
+    setByTableOrCalendar(call.table, call.component, call.elements, i, call.calendar);
   }
 }
 

@@ -1,6 +1,7 @@
 // The walk over the elements of an array in a time zone by vectors: the same results as the table
-// walk, bit for bit, many times faster. Written once, compiled for several instruction sets, chosen
-// at run time.
+// walk, bit for bit, many times faster. Written once, compiled for several instruction sets
+// (vector_walk.cc), chosen at run time (best_walk.cc), as the walk without a zone is
+// (unzoned/vector_walk.h).
 #pragma once
 
 #include <cstddef>
@@ -8,8 +9,8 @@
 
 #include "base/component.h"
 #include "base/elements.h"
+#include "dispatch/instruction_sets.h"
 #include "offsets/offset_table.h"
-#include "unzoned/instruction_sets.h"
 #include "zoned/calendar_walk.h"
 #include "zoned/zone_lookup.h"
 

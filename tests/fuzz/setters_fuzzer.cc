@@ -101,8 +101,8 @@ void compareUnzoned(Input& in) {
   const Arrays arrays = anyArrays(in);
   Results plain(arrays.count);
   const std::size_t done = plainWalk(component, leapSeconds, elementsOf(arrays, plain));
-  static const std::vector<InstructionSet> sets = instructionSets();
-  for (const InstructionSet& set : sets) {
+  static const std::vector<UnzonedInstructionSet> sets = unzonedInstructionSets();
+  for (const UnzonedInstructionSet& set : sets) {
     Results fast(arrays.count);
     const std::size_t fastDone = set.walk(component, leapSeconds, elementsOf(arrays, fast));
     require(fastDone == done, "the same element is refused by", set.name);

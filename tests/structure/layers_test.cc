@@ -38,6 +38,7 @@ const Layer kLayers[] = {
     {"src/base/field_codes\\.h", "base/.*|unicode/ucal\\.h"},
     {"src/base/(raise|elements_of)\\.h", "base/.*|host/.*"},
     {"src/base/.*", "arith/.*|base/.*"},
+    {"src/dispatch/.*", "dispatch/.*|hwy/.*"},
     {"src/icu/.*", "base/(calendar_limits|raise)\\.h|icu/.*|host/.*|unicode/.*|boost/.*"},
     // Programs beside the module use it too: it knows no host, and raises nothing.
     {"src/offsets/.*",
@@ -45,12 +46,12 @@ const Layer kLayers[] = {
     {"src/unzoned/(components|leap_seconds)\\..*",
      "arith/.*|unzoned/(components|leap_seconds)\\.h"},
     {"src/unzoned/set_field_utc\\..*", "base/.*|unzoned/.*|host/.*|unicode/ucal\\.h"},
-    {"src/unzoned/.*", "arith/.*|base/(component|elements|found_once)\\.h|unzoned/.*|hwy/.*"},
+    {"src/unzoned/.*",
+     "arith/.*|base/(component|elements|found_once)\\.h|dispatch/.*|unzoned/.*|hwy/.*"},
     // Of its neighbour it has the vectors, not what is done with them.
     {"src/zoned/.*",
-     "arith/.*|base/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|hwy/.*|"
-     "unzoned/(lane_constants|lane_pairs-inl|lane_components-inl)\\.h|"
-     "unzoned/(compiled_sets|instruction_sets|instruction_set-inl)\\.h"},
+     "arith/.*|base/.*|dispatch/.*|icu/.*|offsets/.*|zoned/.*|host/.*|unicode/.*|"
+     "unzoned/(lane_constants|lane_pairs-inl|lane_components-inl)\\.h"},
     {"src/timezone/.*",
      "base/raise\\.h|icu/.*|offsets/remembered_zones\\.h|timezone/.*|host/.*|unicode/.*|boost/.*"},
     {"src/entry/default_float_environment\\.h", ""},

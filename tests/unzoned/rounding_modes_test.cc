@@ -33,7 +33,7 @@ struct Inputs {
 };
 
 TEST(RoundingModes, LeaveNoArray) {
-  auto sets = instructionSets();
+  auto sets = unzonedInstructionSets();
   sets.push_back({"plain", plainWalk});
   const auto environments = roundings();
   Cases cases(static_cast<std::int64_t>(sets.size() * environments.size()) * 2 *

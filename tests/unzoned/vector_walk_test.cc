@@ -51,7 +51,7 @@ struct Results {
   std::size_t done;
 };
 
-Results run(Walk* walk, Component component, bool leapSeconds, const Inputs& in) {
+Results run(UnzonedWalk* walk, Component component, bool leapSeconds, const Inputs& in) {
   const std::size_t n = in.size();
   Results out{std::vector<double>(n, 77.0), std::vector<double>(n, 77.0), 0};
   out.done = walk(component, leapSeconds,
@@ -64,7 +64,7 @@ Results run(Walk* walk, Component component, bool leapSeconds, const Inputs& in)
 std::int64_t expectSame(Component component, bool leapSeconds, const Inputs& in) {
   const Results plain = run(plainWalk, component, leapSeconds, in);
   std::int64_t compared = 0;
-  for (const InstructionSet& set : instructionSets()) {
+  for (const UnzonedInstructionSet& set : unzonedInstructionSets()) {
     const Results got = run(set.walk, component, leapSeconds, in);
     EXPECT_EQ(got.done, plain.done) << set.name << ' ' << nameOf(component);
     compared += static_cast<std::int64_t>(std::min(plain.done, got.done));
@@ -217,7 +217,7 @@ double usualValue(Random& random, Component component) {
   }
 }
 
-std::int64_t setCount() { return static_cast<std::int64_t>(instructionSets().size()); }
+std::int64_t setCount() { return static_cast<std::int64_t>(unzonedInstructionSets().size()); }
 
 // ---- The tests ----
 
@@ -226,8 +226,8 @@ std::int64_t setCount() { return static_cast<std::int64_t>(instructionSets().siz
 #define PLX_TEXT_OF(...) PLX_TEXT_OF_(__VA_ARGS__)
 
 TEST(InstructionSets, HasTheSetsOfThisProcessorThatTheBuildHas) {
-  const auto sets = instructionSets();
-  for (const InstructionSet& set : sets) {
+  const auto sets = unzonedInstructionSets();
+  for (const UnzonedInstructionSet& set : sets) {
     std::printf("[  SETS    ] %s\n", set.name);
     EXPECT_NE(set.walk, nullptr) << set.name;
   }
@@ -249,19 +249,19 @@ TEST(InstructionSets, HasTheSetsOfThisProcessorThatTheBuildHas) {
 TEST(InstructionSets, TheFirstIsTaken) {
   const auto refusesAll = [](Component, bool, const Elements&) { return std::size_t{0}; };
   const auto setsAll = [](Component, bool, const Elements& e) { return e.count; };
-  EXPECT_EQ(bestWalk({{"best", setsAll}, {"other", refusesAll}}), +setsAll);
-  EXPECT_EQ(bestWalk({{"other", refusesAll}}), +refusesAll);
+  EXPECT_EQ(bestUnzonedWalk({{"best", setsAll}, {"other", refusesAll}}), +setsAll);
+  EXPECT_EQ(bestUnzonedWalk({{"other", refusesAll}}), +refusesAll);
 }
 
 TEST(InstructionSets, AProcessorWithNoneOfThemGetsThePlainWalk) {
-  EXPECT_EQ(bestWalk({}), &plainWalk);
+  EXPECT_EQ(bestUnzonedWalk({}), &plainWalk);
 }
 
 // What the tests below hold against the plain walk.
 class VectorWalk : public testing::Test {
  protected:
   void SetUp() override {
-    if (instructionSets().empty())
+    if (unzonedInstructionSets().empty())
       GTEST_SKIP() << "this processor has none of the sets of this build: " PLX_TEXT_OF(
           PLX_INSTRUCTION_SETS);
   }
@@ -499,7 +499,7 @@ TEST_F(VectorWalk, MoreThanCachesHold) {
     if (!takesFractions(component)) in.values[kCount - 3] = 0.5;
     const Results plain = run(plainWalk, component, leapSeconds, in);
     ASSERT_GE(plain.done, kCount - 3);
-    for (const InstructionSet& set : instructionSets()) {
+    for (const UnzonedInstructionSet& set : unzonedInstructionSets()) {
       for (const auto& [behind, lowBehind] : {std::pair{0, 0}, {1, 1}, {0, 2}}) {
         AlignedDoubles high(kCount, static_cast<std::size_t>(behind), 77.0);
         AlignedDoubles low(kCount, static_cast<std::size_t>(lowBehind), 77.0);
@@ -523,7 +523,7 @@ TEST_F(VectorWalk, LengthsAndMemory) {
   Cases cases(setCount() * 400);
   constexpr std::size_t kMost = 3 * 8 + 5;
   Random random(7);
-  for (const InstructionSet& set : instructionSets()) {
+  for (const UnzonedInstructionSet& set : unzonedInstructionSets()) {
     for (std::size_t n = 0; n <= kMost; ++n) {
       for (std::size_t before = 0; before < 8; ++before) {
         GuardedArray<double> high(n + before), low(n + before), values(n + before);
@@ -566,7 +566,7 @@ TEST_F(VectorWalk, LengthsAndMemory) {
 TEST_F(VectorWalk, FirstOffendingElement) {
   Cases cases(11 * 37 * 3);
   Random random(8);
-  for (const InstructionSet& set : instructionSets()) {
+  for (const UnzonedInstructionSet& set : unzonedInstructionSets()) {
     for (const Component component : kEvery) {
       for (std::size_t n : {7u, 16u, 21u, 37u}) {
         for (std::size_t offending = 0; offending < n; ++offending) {

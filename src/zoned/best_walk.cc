@@ -1,11 +1,7 @@
 #include "base/found_once.h"
-#include "unzoned/compiled_sets.h"
+#include "dispatch/compiled_sets.h"
 #include "zoned/table_walk.h"
 #include "zoned/vector_walk.h"
-
-std::vector<ZonedInstructionSet> zonedInstructionSets() {
-  return supportedSets<ZonedWalk>([](auto set) { return &zonedWalkBy<decltype(set)>; });
-}
 
 namespace {
 
@@ -14,6 +10,10 @@ void walkByTable(const ZonedCall& call) {
 }
 
 }  // namespace
+
+std::vector<ZonedInstructionSet> zonedInstructionSets() {
+  return supportedSets<ZonedWalk>([](auto set) { return &zonedWalkBy<decltype(set)>; });
+}
 
 ZonedWalk* bestZonedWalk(const std::vector<ZonedInstructionSet>& sets) {
   return bestOf(sets, &walkByTable);

@@ -2,9 +2,10 @@
 // an object of its own for each set (src/CMakeLists.txt); which object runs is decided at run time, by
 // what the processor has.
 //
-//   an object of a set   instruction_set-inl.h, then code in a namespace of the set; its one entry
-//                        is a specialisation such as  template <> Walk walkBy<instruction_sets::AVX2>
-//   a list of entries    compiled_sets.h: supportedSets<Walk>([](auto set) { return &walkBy<decltype(set)>; })
+//   an object of a set   vector_walk.cc: instruction_set-inl.h, then code in a namespace of the set; its entry
+//                        is a specialisation such as  template <> UnzonedWalk unzonedWalkBy<instruction_sets::AVX2>
+//   the choice           best_walk.cc: supportedSets() of compiled_sets.h lists the entries, bestOf() takes the
+//                        first, and a FoundOnce remembers it
 #pragma once
 
 #include <vector>

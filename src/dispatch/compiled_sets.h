@@ -2,7 +2,7 @@
 // choosing other sets recompiles no other source.
 #pragma once
 
-#include "unzoned/instruction_sets.h"
+#include "dispatch/instruction_sets.h"
 
 namespace instruction_sets {
 

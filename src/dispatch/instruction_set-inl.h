@@ -31,4 +31,4 @@
 
 #include <hwy/highway.h>
 
-#include "unzoned/instruction_sets.h"
+#include "dispatch/instruction_sets.h"
