@@ -11,6 +11,9 @@
 
 namespace plx {
 
+inline constexpr TableFormat kCsv{',', false};
+inline constexpr TableFormat kTsv{'\t', false};
+
 // A text as the only chunk of a source.
 inline Chunk chunkOf(std::string_view text) {
   Chunk chunk;

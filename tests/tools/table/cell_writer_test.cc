@@ -11,8 +11,6 @@
 namespace plx {
 namespace {
 
-constexpr TableFormat kCsv{',', false};
-
 // The table with every field of the second column replaced and a field appended to each record.
 std::string written(std::string_view bytes, const TableFormat& format, const char* replacement,
                     const char* appended) {

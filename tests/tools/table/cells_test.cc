@@ -19,9 +19,6 @@ namespace {
 
 using Rows = std::vector<std::vector<std::string>>;
 
-constexpr TableFormat kCsv{',', false};
-constexpr TableFormat kTsv{'\t', false};
-
 TEST(Cells, FieldsOfATable) {
   const struct {
     std::string bytes;
