@@ -127,8 +127,8 @@ const Listed kListed[] = {
      "finalRaw:int { -7200 } finalRule:string { \"R1000\" } finalYear:int { 2000 } ", false,
      "when yearly rules hold already"},
 };
-// More changes than a table has room for that is remembered.
-constexpr int kMany = 6000;
+// More changes than a table that is remembered has room for: so many, so far apart.
+constexpr int kMany = 6000, kSecondsOfMany = 350'000;
 
 // What the digits of the maps mean.
 constexpr const char* kTypes = "0, 0, 3600, 0, 7200, 0, -3600, 0, -7200, 0";
@@ -171,7 +171,7 @@ Zone written(const Listed& listed) {
 Zone writtenWithMany() {
   std::string list, map;
   for (int i = 0; i < kMany; ++i) {
-    list += (i == 0 ? "" : ", ") + std::to_string(i * 350'000);
+    list += (i == 0 ? "" : ", ") + std::to_string(i * kSecondsOfMany);
     map += i % 2 == 0 ? "01" : "02";
   }
   return written({("trans:intvector { " + list + " }").c_str(), map.c_str(), "", true, "many"});
@@ -225,9 +225,20 @@ double offsetAt(const icu::BasicTimeZone& zone, double t, bool isWall) {
   return static_cast<double>(raw) + saving;
 }
 
+// ICU copies all changes of a zone to tell the next one, so those of the zone with many are not asked of it.
+std::vector<Change> changesOfMade(std::size_t made, const icu::BasicTimeZone& zone) {
+  if (made != kOfMany) return changesOf(zone);
+  std::vector<Change> all;
+  for (int i = 0; i < kMany; ++i) {
+    const double t = 1000.0 * i * kSecondsOfMany;
+    all.push_back({t, offsetAt(zone, t - 1.0, false), offsetAt(zone, t, false)});
+  }
+  return all;
+}
+
 // Every half an hour around the turn of each month in years of every kind, as far as standard time is
 // from UTC, and beside every change.
-std::vector<double> timesOf(const icu::BasicTimeZone& zone) {
+std::vector<double> timesOf(const std::vector<Change>& changes) {
   std::vector<double> all;
   for (int year = 1999; year < 2000 + 28; ++year) {
     for (int month = 1; month <= 12; ++month) {
@@ -235,7 +246,7 @@ std::vector<double> timesOf(const icu::BasicTimeZone& zone) {
       for (int half = -28; half <= 28; ++half) all.push_back(turn + half * 1800000.0);
     }
   }
-  for (const Change& change : changesOf(zone)) {
+  for (const Change& change : changes) {
     for (const double t :
          {change.instant, change.instant + change.before, change.instant + change.after}) {
       for (const double around : {-1.0, 0.0}) all.push_back(t + around);
@@ -251,7 +262,8 @@ TEST(MadeRules, AreToldRightOrRefused) {
   for (std::size_t i = 0; i < zones().size(); ++i) {
     const Zone& made = zones()[i];
     const auto zone = zoneOf(nameOf(i));
-    ASSERT_TRUE(zone->useDaylightTime() || !changesOf(*zone).empty())
+    const std::vector<Change> changes = changesOfMade(i, *zone);
+    ASSERT_TRUE(zone->useDaylightTime() || !changes.empty())
         << made.why << ": ICU has not taken the rules";
     const auto table = OffsetTable::of(*zone);
     if (made.isTold) {
@@ -259,7 +271,7 @@ TEST(MadeRules, AreToldRightOrRefused) {
     }
     if (!table) continue;
     ++told;
-    for (const double t : timesOf(*zone)) {
+    for (const double t : timesOf(changes)) {
       ASSERT_EQ(::offsetAt(table->instants(), t), offsetAt(*zone, t, false))
           << made.why << ", at " << t;
       ASSERT_EQ(::offsetAt(table->walls(), t), offsetAt(*zone, t, true))
@@ -283,7 +295,7 @@ TEST(MadeRules, GiveTheSameInShortCallsAndInLongOnes) {
       const double* const high = paGetRealData(result.get());
       return std::vector<double>(high, high + t.size());
     };
-    const std::vector<double> all = timesOf(*zoneOf(nameOf(i)));
+    const std::vector<double> all = timesOf(changesOf(*zoneOf(nameOf(i))));
     for (std::size_t from = 0; from + 80 <= all.size(); from += 79) {
       const auto begin = all.begin() + static_cast<std::ptrdiff_t>(from);
       const std::vector<double> few = set({begin, begin + 79}), more = set({begin, begin + 80});
