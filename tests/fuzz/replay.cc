@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "support/length.h"
 #include "support/random.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -112,7 +113,7 @@ int main(int argc, char** argv) {
   }
   failurePath = std::filesystem::path(argv[0]).filename().string() + ".failure";
   std::signal(SIGABRT, keepInput);
-  const long runs = std::atol(argv[1]);
+  const std::int64_t runs = ofUsual(std::atol(argv[1]));
   const std::vector<Bytes> corpus = corpusIn(argv[2]);
   if (corpus.empty()) {
     std::fprintf(stderr, "no inputs in %s\n", argv[2]);
@@ -120,12 +121,13 @@ int main(int argc, char** argv) {
   }
   for (const Bytes& bytes : corpus) run(bytes);
   Random random(20240229);
-  for (long i = 0; i < runs; ++i) {
+  for (std::int64_t i = 0; i < runs; ++i) {
     Bytes bytes = corpus[anyBelow(random, corpus.size())];
     const Bytes& other = corpus[anyBelow(random, corpus.size())];
     for (auto changes = random.whole(1, 8); changes > 0; --changes) change(random, bytes, other);
     run(bytes);
   }
-  std::printf("%zu inputs of the corpus, %ld made from them\n", corpus.size(), runs);
+  std::printf("%zu inputs of the corpus, %lld made from them\n", corpus.size(),
+              static_cast<long long>(runs));
   return 0;
 }

@@ -15,9 +15,9 @@ import numpy as np
 import pytest
 
 import plx
-from support import WHOLE, Cases, random_datetimes, same_bits
+from support import SHORT, WHOLE, Cases, random_datetimes, same_bits
 
-CALLS = 1_000_000 if WHOLE else 20_000
+CALLS = 1_000_000 if WHOLE else 5_000 if SHORT else 20_000
 
 
 def run(code, **options):

@@ -24,3 +24,6 @@ inline std::int64_t ofWhole(std::int64_t whole) {
 
 // Of what every run visits whole, but for short ones, which visit a quarter.
 inline std::int64_t ofUsual(std::int64_t usual) { return testsAreShort() ? usual / 4 : usual; }
+
+// Whether such a run visits the case of this number: short ones take every fourth.
+inline bool isVisited(std::int64_t number) { return !testsAreShort() || number % 4 == 0; }
