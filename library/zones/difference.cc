@@ -32,8 +32,8 @@ std::optional<Offsets> firstOf(const icu::BasicTimeZone& icu, const ZoneFile& sy
   for (std::int64_t second = from; second < until;) {
     const Offsets offsets{second, offsetAt(icu, second), system.offsetAt(second)};
     if (isMeant(offsets)) return offsets;
-    const auto step = system.nextStep(second + 1, until);
-    second = nextOfIcu(icu, second, step ? step->second : until);
+    const auto change = system.nextOffsetChange(second + 1, until);
+    second = nextOfIcu(icu, second, change ? change->second : until);
   }
   return std::nullopt;
 }

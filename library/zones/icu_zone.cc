@@ -99,38 +99,39 @@ ZoneFile::Type typeOf(const YearlyRule& rule, int offset) {
   return {offset, rule.saving && offset == rule.saving->offset && offset != rule.standard};
 }
 
-// Of a rule that holds since long before the first year, its steps from the year before that on.
-void listSteps(const YearlyRule& rule, std::int64_t from, std::int64_t until,
-               std::vector<Listed>& all) {
+// Of a rule that holds since long before the first year, its changes from the year before that on.
+void listOffsetChanges(const YearlyRule& rule, std::int64_t from, std::int64_t until,
+                       std::vector<Listed>& all) {
   if (from < startOfYear(kFirstYear - 1)) {
     from = startOfYear(kFirstYear - 1);
     all.push_back({from, typeOf(rule, rule.offsetAt(from))});
     ++from;
   }
-  while (const auto step = rule.nextStep(from)) {
-    if (step->second >= until) break;
-    all.push_back({step->second, typeOf(rule, step->offset)});
-    from = step->second + 1;
+  while (const auto change = rule.nextOffsetChange(from)) {
+    if (change->second >= until) break;
+    all.push_back({change->second, typeOf(rule, change->offset)});
+    from = change->second + 1;
   }
 }
 
 // How many of the file's changes, from the front, are not those of its rule.
 std::size_t countBeforeRule(const ZoneFile& file) {
   std::size_t count = file.changes.size();
-  // Each is the step after the one before it.
+  // Each is the change after the one before it.
   while (count > 1) {
     const ZoneFile::Change& last = file.changes[count - 1];
-    const auto step = file.rule->nextStep(file.changes[count - 2].second + 1);
-    if (!step || step->second != last.second || step->offset != file.types[last.type].offset) break;
+    const auto change = file.rule->nextOffsetChange(file.changes[count - 2].second + 1);
+    if (!change || change->second != last.second || change->offset != file.types[last.type].offset)
+      break;
     --count;
   }
   return count;
 }
 
-// All steps behind those that are listed, up to kLastListedYear.
+// All changes behind those that are listed, up to kLastListedYear.
 void listToTheEnd(const YearlyRule& rule, std::vector<Listed>& all) {
   const std::int64_t from = all.empty() ? startOfYear(kFirstYear) : all.back().second + 1;
-  listSteps(rule, from, startOfYear(kLastListedYear + 1), all);
+  listOffsetChanges(rule, from, startOfYear(kLastListedYear + 1), all);
 }
 
 // The file's changes, and the rule's behind them, up to the year in which ICU's final rule takes over; where there
@@ -148,7 +149,7 @@ std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& 
   std::int64_t year = kFirstYear + 1;
   if (all.empty()) {
     // ICU lists no changes at all where the rule's are the first ones.
-    listSteps(*file.rule, startOfYear(kFirstYear), startOfYear(year), all);
+    listOffsetChanges(*file.rule, startOfYear(kFirstYear), startOfYear(year), all);
     if (all.empty()) {
       // Saving begins at the second at which it ends, and so holds all year.
       const std::int64_t begin = startOfYear(kFirstYear);
@@ -161,9 +162,9 @@ std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& 
     all.resize(countBeforeRule(file));
     const std::int64_t last = all.back().second;
     year = std::max<std::int64_t>(yearOf(last) + 1, kFirstYear);
-    listSteps(*file.rule, last + 1, startOfYear(year), all);
+    listOffsetChanges(*file.rule, last + 1, startOfYear(year), all);
   }
-  // A change may take the clocks where the rule does not have them until its next step. A rule with a step as the year
+  // A change may take the clocks where the rule does not have them until its next change. A rule with a change as the year
   // begins never agrees with the list before it, and ICU has no year to let it take over in.
   for (int years = 0; file.rule->offsetAt(startOfYear(year)) != all.back().type.offset; ++years) {
     if (years == 3) {
@@ -171,7 +172,7 @@ std::vector<Listed> listOf(const ZoneFile& file, std::optional<IcuZone::Final>& 
       listToTheEnd(*file.rule, all);
       return all;
     }
-    listSteps(*file.rule, all.back().second + 1, startOfYear(++year), all);
+    listOffsetChanges(*file.rule, all.back().second + 1, startOfYear(++year), all);
   }
   if (year > std::numeric_limits<std::int16_t>::max())
     throw BadZones("has a change beyond the year 32767");

@@ -102,13 +102,13 @@ class RuleReader {
 
 // What saving begins and ends with around a year, in the order in which it happens; what lasts no time is
 // left out.
-struct Steps {
-  std::array<YearlyRule::Step, 6> all;
+struct OffsetChanges {
+  std::array<OffsetChange, 6> all;
   std::size_t count = 0;
 
-  Steps(const YearlyRule& rule, std::int64_t year) {
+  OffsetChanges(const YearlyRule& rule, std::int64_t year) {
     for (std::int64_t y = year - 1; y <= year + 1; ++y) {
-      const YearlyRule::Step begin{rule.beginIn(y), rule.saving->offset},
+      const OffsetChange begin{rule.beginIn(y), rule.saving->offset},
           end{rule.endIn(y), rule.standard};
       if (begin.second <= end.second) {
         add(begin), add(end);
@@ -119,11 +119,11 @@ struct Steps {
   }
 
  private:
-  void add(const YearlyRule::Step& step) {
-    if (count > 0 && all[count - 1].second >= step.second) {
-      all[count - 1].offset = step.offset;
+  void add(const OffsetChange& change) {
+    if (count > 0 && all[count - 1].second >= change.second) {
+      all[count - 1].offset = change.offset;
     } else {
-      all[count++] = step;
+      all[count++] = change;
     }
   }
 };
@@ -170,22 +170,22 @@ std::int64_t YearlyDate::dayIn(std::int64_t year) const {
 
 int YearlyRule::offsetAt(std::int64_t second) const {
   if (!hasChanges()) return standard;
-  const Steps steps(*this, yearOfDay(floorDiv(second, kDay)));
+  const OffsetChanges changes(*this, yearOfDay(floorDiv(second, kDay)));
   int offset = standard;
-  for (std::size_t i = 0; i < steps.count && steps.all[i].second <= second; ++i)
-    offset = steps.all[i].offset;
+  for (std::size_t i = 0; i < changes.count && changes.all[i].second <= second; ++i)
+    offset = changes.all[i].offset;
   return offset;
 }
 
-std::optional<YearlyRule::Step> YearlyRule::nextStep(std::int64_t from) const {
+std::optional<OffsetChange> YearlyRule::nextOffsetChange(std::int64_t from) const {
   if (!hasChanges()) return std::nullopt;
   const std::int64_t year = yearOfDay(floorDiv(from, kDay));
   // One in each of two years at least, unless saving never ends. The last one may end as the next year begins.
   for (std::int64_t y = year; y <= year + 1; ++y) {
-    const Steps steps(*this, y);
-    for (std::size_t i = 1; i + 1 < steps.count; ++i) {
-      if (steps.all[i].second >= from && steps.all[i].offset != steps.all[i - 1].offset)
-        return steps.all[i];
+    const OffsetChanges changes(*this, y);
+    for (std::size_t i = 1; i + 1 < changes.count; ++i) {
+      if (changes.all[i].second >= from && changes.all[i].offset != changes.all[i - 1].offset)
+        return changes.all[i];
     }
   }
   return std::nullopt;

@@ -41,6 +41,12 @@ struct YearlyDate {
   std::int64_t wallSecondIn(std::int64_t year) const { return dayIn(year) * 86400 + second; }
 };
 
+// An offset becomes another one.
+struct OffsetChange {
+  std::int64_t second;
+  int offset;  // from that second on
+};
+
 struct YearlyRule {
   struct Saving {
     int offset;             // of saving, in seconds east of UTC; may be less than standard time's
@@ -62,12 +68,8 @@ struct YearlyRule {
 
   int offsetAt(std::int64_t second) const;
 
-  // The first second from `from` on at which the offset becomes another. Nothing where that never happens.
-  struct Step {
-    std::int64_t second;
-    int offset;
-  };
-  std::optional<Step> nextStep(std::int64_t from) const;
+  // The first at `from` or later. Nothing where the offset never changes.
+  std::optional<OffsetChange> nextOffsetChange(std::int64_t from) const;
 };
 
 // Nothing for a text that is no such rule; of one with saving, dates are required.

@@ -117,21 +117,22 @@ int ZoneFile::offsetAt(std::int64_t second) const {
   return types[after == changes.begin() ? 0 : std::prev(after)->type].offset;
 }
 
-std::optional<ZoneFile::Step> ZoneFile::nextStep(std::int64_t from, std::int64_t until) const {
+std::optional<OffsetChange> ZoneFile::nextOffsetChange(std::int64_t from,
+                                                       std::int64_t until) const {
   const auto first =
       std::lower_bound(changes.begin(), changes.end(), from,
                        [](const Change& change, std::int64_t s) { return change.second < s; });
   const int before = offsetAt(from - 1);
   for (auto change = first; change != changes.end() && change->second < until; ++change) {
     const int offset = types[change->type].offset;
-    if (offset != before) return Step{change->second, offset};
+    if (offset != before) return OffsetChange{change->second, offset};
   }
   if (!rule) return std::nullopt;
   if (!changes.empty()) from = std::max(from, changes.back().second + 1);
   if (from >= until) return std::nullopt;
-  const auto step = rule->nextStep(from);
-  if (!step || step->second >= until) return std::nullopt;
-  return Step{step->second, step->offset};
+  const auto ofRule = rule->nextOffsetChange(from);
+  if (!ofRule || ofRule->second >= until) return std::nullopt;
+  return ofRule;
 }
 
 ZoneFile readZoneFile(std::string_view bytes) {

@@ -24,8 +24,8 @@ class BadZones : public std::runtime_error {
 struct ZoneFile {
   struct Type {
     int offset;
-    bool
-        isSaving;  // as the file has it: Dublin's winter is saving, by an hour less than its standard time
+    // As the file has it: Dublin's winter is saving, by an hour less than its standard time.
+    bool isSaving;
 
     friend bool operator==(const Type&, const Type&) = default;
   };
@@ -41,12 +41,8 @@ struct ZoneFile {
   // The offset that the zone's clocks show at a second, within 2^60 of 1970 here as below.
   int offsetAt(std::int64_t second) const;
 
-  // The first second in [from, until) at which the offset becomes another, with the offset from then on.
-  struct Step {
-    std::int64_t second;
-    int offset;
-  };
-  std::optional<Step> nextStep(std::int64_t from, std::int64_t until) const;
+  // The first at `from` or later and before `until`. Nothing where there is none.
+  std::optional<OffsetChange> nextOffsetChange(std::int64_t from, std::int64_t until) const;
 };
 
 // Throws BadZones for what is no such file, is cut short, contradicts itself, or counts leap seconds.

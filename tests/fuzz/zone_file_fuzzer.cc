@@ -30,7 +30,7 @@ int offsetIn(const IcuZone& zone, std::int64_t second) {
 void requireSteps(const ZoneFile& file) {
   std::int64_t from = k1800;
   for (int i = 0; i < 100; ++i) {
-    const auto step = file.nextStep(from, k2501);
+    const auto step = file.nextOffsetChange(from, k2501);
     if (!step) break;
     require(step->second >= from && step->second < k2501, "a step lies where it was looked for");
     require(file.offsetAt(step->second) == step->offset, "a step has the offset that follows");
@@ -47,7 +47,7 @@ void requireEqual(const ZoneFile& file, const IcuZone& zone) {
   std::int64_t from = k1800;
   for (int i = 0; i < 100 && from < end; ++i) {
     require(offsetIn(zone, from) == file.offsetAt(from), "the same offset in ICU's form");
-    const auto step = file.nextStep(from + 1, end);
+    const auto step = file.nextOffsetChange(from + 1, end);
     if (!step) break;
     from = step->second;
   }

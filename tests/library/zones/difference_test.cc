@@ -101,7 +101,8 @@ std::optional<std::int64_t> firstDisagreement(const icu::BasicTimeZone& zone,
   for (double t = -1000; zone.getNextTransition(t, false, next) && next.getTime() < k2100 * 1000.0;
        t = next.getTime())
     seconds.insert(static_cast<std::int64_t>(next.getTime() / 1000));
-  for (auto step = file.nextStep(0, k2100); step; step = file.nextStep(step->second + 1, k2100))
+  for (auto step = file.nextOffsetChange(0, k2100); step;
+       step = file.nextOffsetChange(step->second + 1, k2100))
     seconds.insert(step->second);
   for (const std::int64_t second : seconds) {
     for (const std::int64_t at : {second - 1, second}) {

@@ -37,7 +37,7 @@ TEST(DayNumber, FollowsTheCalendar) {
 std::vector<std::pair<std::int64_t, int>> stepsOf(const zones::YearlyRule& rule) {
   std::vector<std::pair<std::int64_t, int>> all;
   std::int64_t from = dayNumber(2023, 1, 1) * kDay;
-  while (const auto step = rule.nextStep(from)) {
+  while (const auto step = rule.nextOffsetChange(from)) {
     if (step->second >= dayNumber(2026, 1, 1) * kDay) break;
     EXPECT_NE(rule.offsetAt(step->second - 1), step->offset);
     EXPECT_EQ(rule.offsetAt(step->second), step->offset);

@@ -44,7 +44,7 @@ TEST(ZoneFile, HasTheOffsetsThatWereWritten) {
     ++cases;
   }
   const auto step = [&](std::int64_t from, std::int64_t until) {
-    const auto found = file.nextStep(from, until);
+    const auto found = file.nextOffsetChange(from, until);
     return found ? found->second : 0;
   };
   EXPECT_EQ(step(-3000000000, 0), -2177456400);
