@@ -89,7 +89,7 @@ double readWord(const char* word, Component component) {
   throw wrong(complaint, word, true);
 }
 
-NewValues readStep(const plxSetting& setting, const plxArray& datetimes) {
+NewValues readSetting(const plxSetting& setting, const plxArray& datetimes) {
   const ComponentFacts& facts = factsOfSelector(setting.component);
   NewValues values;
   if (setting.word != nullptr) {
@@ -212,10 +212,10 @@ SetJob readSetJob(const Module& module, const plxArray* datetimes, const plxSett
   if (count == 0 || settings == nullptr)
     refuseArgument("settings", "none", "one setting or several");
   for (std::size_t s = 0; s < count; ++s) {
-    job.steps.push_back(readStep(settings[s], *datetimes));
-    const NewValues& step = job.steps.back();
-    job.keepsParts = job.keepsParts && !factsOf(step.component).takesFractions;
-    job.needsZone = job.needsZone || step.areLast;
+    job.settings.push_back(readSetting(settings[s], *datetimes));
+    const NewValues& values = job.settings.back();
+    job.keepsParts = job.keepsParts && !factsOf(values.component).takesFractions;
+    job.needsZone = job.needsZone || values.areLast;
   }
   const plxOptions& given = job.options;
   if (given.findings != nullptr)

@@ -48,7 +48,7 @@ void write(plxError* error, std::string_view identifier, std::string_view messag
 
 void write(plxError* error, const plx::Stop& stop) {
   const std::size_t done = stop.index == PLX_NO_INDEX ? stop.done : stop.index;
-  write(error, stop.wrong.identifier, stop.wrong.message, stop.index, done, stop.step);
+  write(error, stop.wrong.identifier, stop.wrong.message, stop.index, done, stop.setting);
 }
 
 int finish(plxError* error, const std::optional<plx::Stop>& stop) {
@@ -137,7 +137,7 @@ char* plxExplain(const plxArray* datetime, const plxSetting* setting, const plxO
                         plx::Status::usage, plx::id::kShapeMismatch});
     const std::string asked = setting->word != nullptr
                                   ? std::string(setting->word)
-                                  : plx::numberText(job.steps.front().type,
+                                  : plx::numberText(job.settings.front().type,
                                                     static_cast<const char*>(setting->values.data));
     const std::string explained = plx::explain(job, asked, form != plxPLAIN_TEXT);
     text = copyOf(form == plxHTML ? plx::htmlOf(explained) : explained);

@@ -68,12 +68,12 @@ BlockSetter::BlockSetter(const SetJob& job)
     }
     checker_.emplace(*zone_);
   }
-  steps_.reserve(job.steps.size());
-  for (const NewValues& values : job.steps) {
+  values_.reserve(job.settings.size());
+  for (const NewValues& given : job.settings) {
     HostArray forAll;
-    if (values.forAll) forAll = hostNumber(*values.forAll);
-    steps_.push_back(
-        {values, hostNumber(factsOf(values.component).selector), std::move(forAll), nullptr});
+    if (given.forAll) forAll = hostNumber(*given.forAll);
+    values_.push_back(
+        {given, hostNumber(factsOf(given.component).selector), std::move(forAll), nullptr});
   }
   if (job.datetimes.isPair) return;
   elements_ = DatetimeElements::of(job.datetimes.type, job.keepsParts);
@@ -93,14 +93,14 @@ std::optional<Stop> BlockSetter::work(std::size_t start, std::size_t count) {
 }
 
 // An element is at fault: reported once that element is alone in its block.
-bool BlockSetter::fails(Wrong wrong, std::size_t step) {
-  if (isAlone_) stop_ = Stop{std::move(wrong), 0, 0, step};
+bool BlockSetter::fails(Wrong wrong, std::size_t setting) {
+  if (isAlone_) stop_ = Stop{std::move(wrong), 0, 0, setting};
   return false;
 }
 
 // No element is at fault: reported at once, since no other block would do better.
-bool BlockSetter::failsAtOnce(Wrong wrong, std::size_t step) {
-  stop_ = Stop{std::move(wrong), PLX_NO_INDEX, 0, step};
+bool BlockSetter::failsAtOnce(Wrong wrong, std::size_t setting) {
+  stop_ = Stop{std::move(wrong), PLX_NO_INDEX, 0, setting};
   return false;
 }
 
@@ -114,9 +114,9 @@ bool BlockSetter::trySet(std::size_t start, std::size_t count) {
   if (!read(start, count)) return false;
   const paArray* datetimes = datetimes_;
   if (!agreesWithClock(datetimes, count)) return false;
-  for (std::size_t at = 0; at < steps_.size(); ++at) {
-    if (!prepare(steps_[at], at, datetimes, start, count)) return false;
-    if (!apply(steps_[at], at, datetimes, count)) return false;
+  for (std::size_t at = 0; at < values_.size(); ++at) {
+    if (!prepare(values_[at], at, datetimes, start, count)) return false;
+    if (!apply(values_[at], at, datetimes, count)) return false;
     datetimes = result_.get();
     if (!agreesWithClock(datetimes, count)) return false;
   }
@@ -197,66 +197,66 @@ bool BlockSetter::readEach(std::size_t count) {
 }
 
 // Reads and checks the new values of a block.
-bool BlockSetter::prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
-                          std::size_t count) {
-  const NewValues& values = step.values;
-  if (values.forAll) return count == 0 || (isAlone_ && isLeftOut(0)) || areTaken(step, at, 1);
-  if (values.areLast) return prepareLast(step, datetimes, count);
-  const char* bytes = gather(values.elements, values.type.bytes, start, count, valueRoom_);
+bool BlockSetter::prepare(BlockValues& values, std::size_t at, const paArray* datetimes,
+                          std::size_t start, std::size_t count) {
+  const NewValues& given = values.given;
+  if (given.forAll) return count == 0 || (isAlone_ && isLeftOut(0)) || areTaken(values, at, 1);
+  if (given.areLast) return prepareLast(values, datetimes, count);
+  const char* bytes = gather(given.elements, given.type.bytes, start, count, valueRoom_);
   if (where_ != nullptr) {
     for (std::size_t i = 0; i < count; ++i)
-      if (isLeftOut(i))
-        std::memset(valueRoom_.data() + i * values.type.bytes, 0, values.type.bytes);
+      if (isLeftOut(i)) std::memset(valueRoom_.data() + i * given.type.bytes, 0, given.type.bytes);
   }
-  step.bytes = bytes;
-  if (!step.array || paGetNumberOfElements(step.array.get()) != count)
-    step.array = hostColumn(count, paREAL);
-  const std::size_t read = readNumbers(values.type, bytes, count, highOf(step.array.get()));
-  if (read == count) return areTaken(step, at, count);
+  values.bytes = bytes;
+  if (!values.array || paGetNumberOfElements(values.array.get()) != count)
+    values.array = hostColumn(count, paREAL);
+  const std::size_t read = readNumbers(given.type, bytes, count, highOf(values.array.get()));
+  if (read == count) return areTaken(values, at, count);
   return fails(wrong({"the value is too large for a double to hold exactly", "numbers within 2^53",
                       Status::badData, id::kValueNotExact},
-                     numberText(values.type, bytes + read * values.type.bytes), true),
+                     numberText(given.type, bytes + read * given.type.bytes), true),
                at);
 }
 
 // Whether a calendar takes the values: of some that it does not, the module would make a wrong time.
-bool BlockSetter::areTaken(const Step& step, std::size_t at, std::size_t count) {
+bool BlockSetter::areTaken(const BlockValues& values, std::size_t at, std::size_t count) {
   constexpr double kAlwaysTaken = 2'000'000;
   if (!job_.hasZone) return true;
-  const double* values = highOf(step.array.get());
+  const double* numbers = highOf(values.array.get());
   for (std::size_t i = 0; i < count; ++i) {
-    if (!(std::fabs(values[i]) > kAlwaysTaken) || std::isinf(values[i])) continue;
-    if (const auto complaint = refusedByCalendar(step.values.component, values[i]))
-      return fails(wrong(*complaint, valueText(step, i), true), at);
+    if (!(std::fabs(numbers[i]) > kAlwaysTaken) || std::isinf(numbers[i])) continue;
+    if (const auto complaint = refusedByCalendar(values.given.component, numbers[i]))
+      return fails(wrong(*complaint, valueText(values, i), true), at);
   }
   return true;
 }
 
-bool BlockSetter::prepareLast(Step& step, const paArray* datetimes, std::size_t count) {
-  step.array = hostColumn(count, paREAL);
+bool BlockSetter::prepareLast(BlockValues& values, const paArray* datetimes, std::size_t count) {
+  values.array = hostColumn(count, paREAL);
   const double most = zone_->isCalendar() ? kMaxCalendarMillis : kMaxMillis;
   for (std::size_t i = 0; i < count; ++i) {
     const doubledouble datetime = pairAt(datetimes, i);
     // Whatever its value, a datetime out of range is refused, and a missing one stays.
     const bool isDatetime = std::fabs(datetime.hi) <= most;
-    highOf(step.array.get())[i] =
-        isDatetime ? resolve({true, 0}, step.values.component, datetime, *zone_) : 1.0;
+    highOf(values.array.get())[i] =
+        isDatetime ? resolve({true, 0}, values.given.component, datetime, *zone_) : 1.0;
   }
   return true;
 }
 
-bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count) {
+bool BlockSetter::apply(BlockValues& values, std::size_t at, const paArray* datetimes,
+                        std::size_t count) {
   HostArray& into = lent_[isSecondLent_ ? 1 : 0];
   if (!into) into = hostColumn(count, paCOMPLEX);
   isSecondLent_ = !isSecondLent_;
   HostArray next;
-  const auto error = job_.module.set(datetimes, step.array.get(), step.selector.get(),
+  const auto error = job_.module.set(datetimes, values.array.get(), values.selector.get(),
                                      zoneText_.get(), next, into.get());
   if (!error) {
     const HostArray before = std::exchange(result_, std::move(next));
-    return settleClocks(step, at, datetimes, count);
+    return settleClocks(values, at, datetimes, count);
   }
-  const Wrong refused = refusal(step, *error);
+  const Wrong refused = refusal(values, *error);
   // An unknown zone or a lack of memory is no element's fault.
   const bool isOfElement = refused.identifier.starts_with("Pelmor:datetime:") &&
                            !refused.identifier.ends_with(id::kUnknownTimeZone);
@@ -264,14 +264,14 @@ bool BlockSetter::apply(Step& step, std::size_t at, const paArray* datetimes, st
 }
 
 // What the module's error means for the first element of the block.
-Wrong BlockSetter::refusal(const Step& step, const paError& error) const {
+Wrong BlockSetter::refusal(const BlockValues& values, const paError& error) const {
   const auto is = [&](std::string_view known) {
     return std::string_view(error.identifier).ends_with(known);
   };
   if (room_ > 0) {
     if (is(id::kMustBeInteger))
       return wrong({"not a whole number", kAcceptedWhole, Status::badData, id::kMustBeInteger},
-                   valueText(step, 0), true);
+                   valueText(values, 0), true);
     if (is(id::kRangeError)) {
       Complaint complaint = complaintOf(error);
       complaint.identifier = id::kRangeError;
@@ -281,9 +281,9 @@ Wrong BlockSetter::refusal(const Step& step, const paError& error) const {
   return {error.identifier, escapeText(error.message)};
 }
 
-std::string BlockSetter::valueText(const Step& step, std::size_t i) const {
-  if (step.values.forAll || step.values.areLast) return fmt::format("{}", step.at(i));
-  return numberText(step.values.type, step.bytes + i * step.values.type.bytes);
+std::string BlockSetter::valueText(const BlockValues& values, std::size_t i) const {
+  if (values.given.forAll || values.given.areLast) return fmt::format("{}", values.at(i));
+  return numberText(values.given.type, values.bytes + i * values.given.type.bytes);
 }
 
 bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
@@ -296,7 +296,7 @@ bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
 }
 
 // Settles wall times that come twice or not at all, as the options say.
-bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* before,
+bool BlockSetter::settleClocks(const BlockValues& values, std::size_t at, const paArray* before,
                                std::size_t count) {
   if (choice_.isTheModules()) return true;
   if (zone_ == nullptr || !zone_->isCalendar()) return true;
@@ -310,16 +310,16 @@ bool BlockSetter::settleClocks(const Step& step, std::size_t at, const paArray* 
     if (changes_ && !changes_->areAnyNear(high + first, end - first)) continue;
     for (std::size_t i = first; i < end; ++i) {
       if (changes_ && !changes_->mayBeNear(high[i])) continue;
-      if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(step, at, before, i))
+      if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(values, at, before, i))
         return false;
     }
   }
   return true;
 }
 
-bool BlockSetter::settleClock(const Step& step, std::size_t at, const paArray* before,
+bool BlockSetter::settleClock(const BlockValues& values, std::size_t at, const paArray* before,
                               std::size_t i) {
-  const Setting setting{step.values.component, step.at(i)};
+  const Setting setting{values.given.component, values.at(i)};
   const doubledouble after = pairAt(result_.get(), i);
   const Settled settled = settle(choice_, *checker_, *zone_, setting, pairAt(before, i), after);
   if (settled.kind == Settled::Kind::kept) return true;
@@ -340,13 +340,13 @@ bool BlockSetter::settleClock(const Step& step, std::size_t at, const paArray* b
 bool BlockSetter::judge(std::size_t count) {
   if (job_.options.findings == nullptr && job_.options.refused == 0) return true;
   findings_.assign(count, 0);
-  std::vector<Setting> asked(steps_.size());
+  std::vector<Setting> asked(values_.size());
   for (std::size_t i = 0; i < count; ++i) {
     const doubledouble before = pairAt(datetimes_, i), after = pairAt(result_.get(), i);
     const double most = zone_->isCalendar() ? kMaxCalendarMillis : kMaxMillis;
     if (!(std::fabs(before.hi) <= most) || !(std::fabs(after.hi) <= most)) continue;
     for (std::size_t s = 0; s < asked.size(); ++s)
-      asked[s] = {steps_[s].values.component, steps_[s].at(i)};
+      asked[s] = {values_[s].given.component, values_[s].at(i)};
     const Finding finding = checker_->check(before, after, asked);
     unsigned bits = 0;
     if (finding.carried) bits |= plxCARRIED;
@@ -413,8 +413,8 @@ std::size_t BlockSetter::write(std::size_t first, std::size_t count, char* out) 
 // milliseconds of a second by as much again: 2^-52 together.
 Slack BlockSetter::slackOf(std::size_t i) const {
   Slack slack{0, !std::isfinite(highOf(datetimes_)[i])};
-  for (const Step& step : steps_) {
-    const double value = step.at(i);
+  for (const BlockValues& values : values_) {
+    const double value = values.at(i);
     slack.propagates = slack.propagates || !std::isfinite(value);
     if (std::floor(value) == value || !std::isfinite(value)) continue;
     slack.millis = std::max(slack.millis, std::fabs(value) * (1000 * 0x1p-52));

@@ -30,8 +30,9 @@ class BlockSetter : public BlockWorker {
   unsigned notes() const override { return notes_; }
 
  private:
-  struct Step {
-    const NewValues& values;
+  // The new values of one setting, for the block that is being set.
+  struct BlockValues {
+    const NewValues& given;
     HostArray selector;
     HostArray array;              // the values of the block, or the one value for all
     const char* bytes = nullptr;  // the values of the block as the caller's bytes
@@ -42,24 +43,25 @@ class BlockSetter : public BlockWorker {
   };
 
   bool trySet(std::size_t start, std::size_t count);
-  bool fails(Wrong wrong, std::size_t step = 0);
-  bool failsAtOnce(Wrong wrong, std::size_t step = 0);
+  bool fails(Wrong wrong, std::size_t setting = 0);
+  bool failsAtOnce(Wrong wrong, std::size_t setting = 0);
   void makeRoom(std::size_t count);
   const char* gather(const Strided& from, std::size_t bytes, std::size_t start, std::size_t count,
                      std::vector<char>& room) const;
   bool read(std::size_t start, std::size_t count);
   void readPairs(std::size_t start, std::size_t count);
   bool readEach(std::size_t count);
-  bool prepare(Step& step, std::size_t at, const paArray* datetimes, std::size_t start,
+  bool prepare(BlockValues& values, std::size_t at, const paArray* datetimes, std::size_t start,
                std::size_t count);
-  bool areTaken(const Step& step, std::size_t at, std::size_t count);
-  bool prepareLast(Step& step, const paArray* datetimes, std::size_t count);
-  std::string valueText(const Step& step, std::size_t i) const;
-  Wrong refusal(const Step& step, const paError& error) const;
-  bool apply(Step& step, std::size_t at, const paArray* datetimes, std::size_t count);
+  bool areTaken(const BlockValues& values, std::size_t at, std::size_t count);
+  bool prepareLast(BlockValues& values, const paArray* datetimes, std::size_t count);
+  std::string valueText(const BlockValues& values, std::size_t i) const;
+  Wrong refusal(const BlockValues& values, const paError& error) const;
+  bool apply(BlockValues& values, std::size_t at, const paArray* datetimes, std::size_t count);
   bool agreesWithClock(const paArray* datetimes, std::size_t count);
-  bool settleClocks(const Step& step, std::size_t at, const paArray* before, std::size_t count);
-  bool settleClock(const Step& step, std::size_t at, const paArray* before, std::size_t i);
+  bool settleClocks(const BlockValues& values, std::size_t at, const paArray* before,
+                    std::size_t count);
+  bool settleClock(const BlockValues& values, std::size_t at, const paArray* before, std::size_t i);
   bool judge(std::size_t count);
   std::size_t put(std::size_t start, std::size_t count);
   std::size_t write(std::size_t first, std::size_t count, char* out);
@@ -84,7 +86,7 @@ class BlockSetter : public BlockWorker {
   std::size_t settled_ = 0;  // elements met by settleClocks(), until changes_ is worth making
   std::optional<Checker> checker_;
   HostArray zoneText_;
-  std::vector<Step> steps_;
+  std::vector<BlockValues> values_;  // of each setting
   // Null for pairs. elementsWithoutParts_ writes results that are a whole second at a gap's edge.
   std::unique_ptr<DatetimeElements> elements_, elementsWithoutParts_;
 

@@ -16,7 +16,7 @@ struct Stop {
   Wrong wrong;
   std::size_t index = PLX_NO_INDEX;  // PLX_NO_INDEX: no element is at fault
   std::size_t done = 0;              // how many elements are set
-  std::size_t step = 0;
+  std::size_t setting = 0;           // during which of several, counted from 0
 };
 
 // One for each thread.

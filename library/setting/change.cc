@@ -125,8 +125,8 @@ double movedDay(const Assignment& assignment, double value, double day, const Zo
   }
 }
 
-// The step that leads to `day` by setting the day of the month, whatever field was asked for.
-Step throughDay(const Wall& wall, double day, const Lost& lost) {
+// What leads to `day` by setting the day of the month, whatever field was asked for.
+ResolvedSetting throughDay(const Wall& wall, double day, const Lost& lost) {
   Setting setting{Component::dayOfMonth, dateOf(wall.day).day + (day - wall.day)};
   setting.mayCarry = true;
   setting.noSuchDate = lost.date;
@@ -165,30 +165,31 @@ double multipleNear(const doubledouble& msOfDay, Change change, const Units& uni
   return start + (isUp ? above : below);
 }
 
-Step clockStep(const Assignment& assignment, double value, const Wall& wall, const Zone& zone) {
+ResolvedSetting resolvedOnClock(const Assignment& assignment, double value, const Wall& wall,
+                                const Zone& zone) {
   const Component component = assignment.component;
-  Step step{{component, value}};
-  step.setting.mayCarry = true;
+  ResolvedSetting resolved{{component, value}};
+  resolved.setting.mayCarry = true;
   if (assignment.change != Change::by) {
-    step.setting.component = Component::timeOfDay;
-    step.setting.value =
+    resolved.setting.component = Component::timeOfDay;
+    resolved.setting.value =
         multipleNear(wall.msOfDay, assignment.change, unitsOf(component), value) / kMillisPerSecond;
-    return step;
+    return resolved;
   }
   const double second = secondOfDay(wall);
   const double shown = shownValue(component, wall.day, second, zone);
   if (!factsOf(component).takesFractions) {
-    step.setting.value = shown + value;
-    return step;
+    resolved.setting.value = shown + value;
+    return resolved;
   }
-  // The module sets whole seconds; fractions, old and new, are added to its result (step.rest).
+  // The module sets whole seconds; fractions, old and new, are added to its result (resolved.rest).
   const double whole = floorDouble(value);
-  step.rest = dd::add(dd::subtract(wall.msOfDay, second * kMillisPerSecond),
-                      two_prod(value - whole, kMillisPerSecond));
-  const bool carries = step.rest.hi >= kMillisPerSecond;
-  if (carries) step.rest = dd::subtract(step.rest, kMillisPerSecond);
-  step.setting.value = shown + whole + (carries ? 1.0 : 0.0);
-  return step;
+  resolved.rest = dd::add(dd::subtract(wall.msOfDay, second * kMillisPerSecond),
+                          two_prod(value - whole, kMillisPerSecond));
+  const bool carries = resolved.rest.hi >= kMillisPerSecond;
+  if (carries) resolved.rest = dd::subtract(resolved.rest, kMillisPerSecond);
+  resolved.setting.value = shown + whole + (carries ? 1.0 : 0.0);
+  return resolved;
 }
 
 // The order in which settings of the date are resolved as one: each counts within the unit that earlier ones lead to.
@@ -324,7 +325,7 @@ bool isChange(const Assignment& assignment, const Zone& zone, bool clips) {
   return assignment.component == Component::weekOfYear && (zone.isCalendar() || startsElsewhere);
 }
 
-Component steppedComponent(const Assignment& assignment, const Zone& zone, bool clips) {
+Component resolvedComponent(const Assignment& assignment, const Zone& zone, bool clips) {
   if (!isChange(assignment, zone, clips)) return assignment.component;
   if (!assignment.isOfDate())
     return assignment.change == Change::by ? assignment.component : Component::timeOfDay;
@@ -333,15 +334,15 @@ Component steppedComponent(const Assignment& assignment, const Zone& zone, bool 
   return Component::dayOfMonth;
 }
 
-Step stepOf(const Assignment& assignment, double value, const doubledouble& datetime,
-            const Zone& zone, bool clips) {
+ResolvedSetting resolvedOf(const Assignment& assignment, double value, const doubledouble& datetime,
+                           const Zone& zone, bool clips) {
   if (!isChange(assignment, zone, clips)) {
     if (isLast(value)) value = resolve({true, 0}, assignment.component, datetime, zone);
     return {{assignment.component, value}};
   }
   const Wall wall = wallOf(datetime, zone);
-  if (!assignment.isOfDate()) return clockStep(assignment, value, wall, zone);
-  const Component component = steppedComponent(assignment, zone, clips);
+  if (!assignment.isOfDate()) return resolvedOnClock(assignment, value, wall, zone);
+  const Component component = resolvedComponent(assignment, zone, clips);
   if (component != Component::dayOfMonth) {
     const Date date = dateOf(wall.day);
     Setting setting{component, component == Component::year
@@ -355,15 +356,15 @@ Step stepOf(const Assignment& assignment, double value, const doubledouble& date
                                            : lastOf(assignment.component, wall.day, zone);
   Lost lost;
   const double day = movedDay(assignment, value, wall.day, zone, clips, lost);
-  Step step = throughDay(wall, day, lost);
-  if (assignment.change != Change::to) return step;
-  step.setting.claim = assignment.field();
-  step.setting.claimed = value;
-  return step;
+  ResolvedSetting resolved = throughDay(wall, day, lost);
+  if (assignment.change != Change::to) return resolved;
+  resolved.setting.claim = assignment.field();
+  resolved.setting.claimed = value;
+  return resolved;
 }
 
-Step togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
-                const doubledouble& datetime, const Zone& zone, bool clips) {
+ResolvedSetting togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
+                           const doubledouble& datetime, const Zone& zone, bool clips) {
   std::vector<std::size_t> order(assignments.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
   std::ranges::stable_sort(order, {}, [&](std::size_t i) { return rankOf(assignments[i]); });

@@ -60,23 +60,23 @@ inline bool isOfMonths(const Assignment& assignment) {
 // Whether a setting is more than a call of the module with the value as it is.
 bool isChange(const Assignment& assignment, const Zone& zone, bool clips);
 
-// What the module is told.
-struct Step {
+// A setting resolved to what the module is told: one component and its value.
+struct ResolvedSetting {
   Setting setting;
   doubledouble rest{};  // milliseconds that are added to the module's result
 };
 
 // For a datetime within the range; `value` is the assignment's, or the datetime's own.
-Step stepOf(const Assignment& assignment, double value, const doubledouble& datetime,
-            const Zone& zone, bool clips);
-// The component that such steps set: the same for all datetimes of a zone.
-Component steppedComponent(const Assignment& assignment, const Zone& zone, bool clips);
+ResolvedSetting resolvedOf(const Assignment& assignment, double value, const doubledouble& datetime,
+                           const Zone& zone, bool clips);
+// The component that it is resolved to: the same for all datetimes of a zone.
+Component resolvedComponent(const Assignment& assignment, const Zone& zone, bool clips);
 
 // Settings of the date that are resolved as one, whatever their order: first year, quarter and month, with
 // the day within the month that they lead to, then weeks, days of the week and numbers of days. The setting
 // is of the day of the month. `values` are those of the assignments.
-Step togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
-                const doubledouble& datetime, const Zone& zone, bool clips);
+ResolvedSetting togetherOf(std::span<const Assignment> assignments, std::span<const double> values,
+                           const doubledouble& datetime, const Zone& zone, bool clips);
 // Two settings that cannot be resolved as one, such as the day of the year and the month. Nothing where all can.
 struct Apart {
   CalendarField a, b;

@@ -46,23 +46,23 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
   one.options.gap = job.options.gap;
   one.datetimes = pairIn(before);
   one.results = pairIn(after);
-  NewValues& step = one.steps.front();
-  if (step.areLast) {
-    step.forAll = resolve({true, 0}, step.component, before, zone);
-    step.areLast = false;
-  } else if (!step.forAll) {
+  NewValues& values = one.settings.front();
+  if (values.areLast) {
+    values.forAll = resolve({true, 0}, values.component, before, zone);
+    values.areLast = false;
+  } else if (!values.forAll) {
     double number = 0;
-    if (readNumbers(step.type, step.elements.at(0), 1, &number) == 1) step.forAll = number;
+    if (readNumbers(values.type, values.elements.at(0), 1, &number) == 1) values.forAll = number;
   }
   unsigned notes = 0;
   if (auto stop = run(one, notes)) throw std::move(stop->wrong);
-  const double value = step.forAll.value_or(std::nan(""));
+  const double value = values.forAll.value_or(std::nan(""));
   if (!std::isfinite(value) || !(std::fabs(after.hi) <= most)) {
     throw wrong({"the value or the result is out of range", zone.acceptedRange(), Status::badData,
                  id::kOutOfRange},
                 fmt::format("{}", value), true);
   }
-  const Setting setting{step.component, value};
+  const Setting setting{values.component, value};
   return explain({zone, setting, std::string(asked), before, after}, colour);
 }
 

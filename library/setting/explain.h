@@ -8,7 +8,7 @@
 
 namespace plx {
 
-// The text of inspect/explain.h for the only element and the only step of a job; `asked` is the value as it was
+// The text of inspect/explain.h for the only element and the only setting of a job; `asked` is the value as it was
 // written. Throws a Wrong.
 std::string explain(const SetJob& job, std::string_view asked, bool colour);
 

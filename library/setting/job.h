@@ -30,8 +30,8 @@ struct SetJob {
 
   const Module& module;
   DatetimeArray datetimes, results;
-  std::vector<NewValues> steps;
-  plxOptions options{};  // none of later versions
+  std::vector<NewValues> settings;  // in their order
+  plxOptions options{};             // none of later versions
   Strided findings, where;
   std::string zoneText;    // as the module reads it
   bool isLocal = false;    // the zone is the system's
@@ -42,7 +42,7 @@ struct SetJob {
   const Zone* zone = nullptr;
   // The position of the element that the results begin with.
   std::size_t firstResult = 0;
-  bool keepsParts = true;  // no step replaces what is below a millisecond
+  bool keepsParts = true;  // no setting replaces what is below a millisecond
 };
 
 // Sets all elements. Nothing, or where it stopped: the elements before are set. `notes` is set to what is

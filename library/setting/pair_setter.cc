@@ -32,9 +32,9 @@ double* from(const Strided& elements, std::size_t start) {
 bool PairSetter::takes(const SetJob& job) {
   const DatetimeArray& in = job.datetimes;
   const DatetimeArray& out = job.results;
-  if (!in.isPair || in.type.isSwapped() || job.hasZone || job.needsZone || job.steps.size() != 1)
+  if (!in.isPair || in.type.isSwapped() || job.hasZone || job.needsZone || job.settings.size() != 1)
     return false;
-  const NewValues& values = job.steps.front();
+  const NewValues& values = job.settings.front();
   if (!values.forAll || job.options.where != nullptr || job.options.notes != nullptr) return false;
   if (!factsOf(values.component).takesFractions && std::floor(*values.forAll) != *values.forAll)
     return false;
@@ -48,8 +48,8 @@ bool PairSetter::takes(const SetJob& job) {
 
 PairSetter::PairSetter(const SetJob& job)
     : job_(job),
-      value_(hostNumber(*job.steps.front().forAll)),
-      selector_(hostNumber(factsOf(job.steps.front().component).selector)),
+      value_(hostNumber(*job.settings.front().forAll)),
+      selector_(hostNumber(factsOf(job.settings.front().component).selector)),
       zone_(hostText(job.zoneText)) {}
 
 // Results that begin with a cache line: for these the module uses non-temporal stores.

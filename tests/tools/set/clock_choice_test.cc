@@ -36,7 +36,7 @@ class ClockChoiceTest : public testing::Test {
     NewValues values;
     values.component = component;
     values.forAll = value;
-    job.steps = {values};
+    job.settings = {values};
     job.options.fold = choice.fold;
     job.options.gap = choice.gap;
     job.zoneText = zone.text();

@@ -131,7 +131,7 @@ class NpySetter {
     const NpyHeader& header = file.header();
     for (const NpySetting& setting : settings) {
       values_.emplace_back(setting, header, zone.isCalendar());
-      job_.steps.push_back(values_.back().values());
+      job_.settings.push_back(values_.back().values());
       // The components that take fractions replace what is below a second.
       job_.keepsParts = job_.keepsParts && !factsOf(setting.component).takesFractions;
     }
@@ -178,7 +178,7 @@ class NpySetter {
   Failure failureOf(const Stop& stop) const {
     if (stop.index == PLX_NO_INDEX) return {Status::inputOutput, stop.wrong.message};
     const std::string where = stop.wrong.isOfValue
-                                  ? values_[stop.step].where(stop.index)
+                                  ? values_[stop.setting].where(stop.index)
                                   : elementText(file_.name(), file_.header(), stop.index);
     const bool isOfZone = stop.wrong.identifier.ends_with(id::kOtherClock);
     return {isOfZone ? Status::unknownName : Status::badData, where + ": " + stop.wrong.message};

@@ -162,7 +162,7 @@ Setter::Group& Setter::groupOf(const Zone& zone) {
   const auto [found, isNew] = groups_.try_emplace(&zone, zone);
   if (isNew) {
     found->second.values.resize(options_.assignments.size());
-    found->second.steps.resize(parts_.size());
+    found->second.resolved.resize(parts_.size());
   }
   return *(lastGroup_ = &found->second);
 }
@@ -170,20 +170,20 @@ Setter::Group& Setter::groupOf(const Zone& zone) {
 // What a part sets, in the zone.
 Component Setter::componentOf(const Part& part, const Zone& zone) const {
   if (part.size() > 1) return Component::dayOfMonth;
-  return steppedComponent(options_.assignments[part.front()], zone, options_.clips);
+  return resolvedComponent(options_.assignments[part.front()], zone, options_.clips);
 }
 
 // Whether the module cannot be given the part's values as they are.
-bool Setter::needsSteps(const Part& part, const Zone& zone) const {
+bool Setter::needsResolving(const Part& part, const Zone& zone) const {
   const Assignment& first = options_.assignments[part.front()];
   return part.size() > 1 || isChange(first, zone, options_.clips);
 }
 
-Step Setter::stepAt(const Group& group, const Part& part, std::size_t at) const {
+ResolvedSetting Setter::resolvedAt(const Group& group, const Part& part, std::size_t at) const {
   const doubledouble now = group.datetimes.at(at);
   const double value = group.values[part.front()][at];
   const Assignment& first = options_.assignments[part.front()];
-  if (part.size() == 1) return stepOf(first, value, now, group.zone, options_.clips);
+  if (part.size() == 1) return resolvedOf(first, value, now, group.zone, options_.clips);
   std::vector<Assignment> assignments;
   std::vector<double> values;
   for (const std::size_t a : part) {
@@ -193,34 +193,34 @@ Step Setter::stepAt(const Group& group, const Part& part, std::size_t at) const 
   return togetherOf(assignments, values, now, group.zone, options_.clips);
 }
 
-void Setter::makeSteps(Group& group, std::size_t part) {
+void Setter::resolvePart(Group& group, std::size_t part) {
   const Component component = componentOf(parts_[part], group.zone);
   const double most = group.zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
-  std::vector<Step>& steps = group.steps[part];
-  steps.assign(group.tasks.size(), {{component, kAnyValue}});
-  for (std::size_t i = 0; i < steps.size(); ++i) {
+  std::vector<ResolvedSetting>& resolved = group.resolved[part];
+  resolved.assign(group.tasks.size(), {{component, kAnyValue}});
+  for (std::size_t i = 0; i < resolved.size(); ++i) {
     // An earlier setting may have led out of range, which shows in the end.
     if (!(std::fabs(group.datetimes.at(i).hi) <= most)) continue;
     if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
-    steps[i] = stepAt(group, parts_[part], i);
-    const double value = steps[i].setting.value;
+    resolved[i] = resolvedAt(group, parts_[part], i);
+    const double value = resolved[i].setting.value;
     const bool isTaken =
         std::isfinite(value) && (!group.zone.isCalendar() || !refusedByCalendar(component, value));
     if (isTaken) continue;
-    steps[i] = {{component, kAnyValue}};
+    resolved[i] = {{component, kAnyValue}};
     giveUp(group, i, {"the result is out of range", group.zone.acceptedRange()});
   }
   told_.clear();
-  for (const Step& step : steps) told_.push_back(step.setting.value);
+  for (const ResolvedSetting& one : resolved) told_.push_back(one.setting.value);
 }
 
 void Setter::set(Group& group, std::size_t part) {
   const std::size_t first = parts_[part].front();
   if (part > 0) refuseOtherClock(group);
-  const bool hasSteps = needsSteps(parts_[part], group.zone);
-  if (hasSteps) makeSteps(group, part);
-  std::vector<double>& values = hasSteps ? told_ : group.values[first];
-  for (std::size_t i = 0; i < values.size() && !hasSteps; ++i) {
+  const bool isResolved = needsResolving(parts_[part], group.zone);
+  if (isResolved) resolvePart(group, part);
+  std::vector<double>& values = isResolved ? told_ : group.values[first];
+  for (std::size_t i = 0; i < values.size() && !isResolved; ++i) {
     if (!isLast(values[i])) continue;
     const doubledouble now = group.datetimes.at(i);
     const bool inRange = std::fabs(now.hi) <= kMaxMillis;
@@ -230,8 +230,8 @@ void Setter::set(Group& group, std::size_t part) {
   const bool settles = !options_.reading.clock.isTheModules() && group.zone.isCalendar();
   const Datetimes before = settles ? group.datetimes : Datetimes();
   setRange(group, componentOf(parts_[part], group.zone), values, 0, values.size());
-  for (std::size_t i = 0; i < values.size() && hasSteps; ++i) {
-    const doubledouble& rest = group.steps[part][i].rest;
+  for (std::size_t i = 0; i < values.size() && isResolved; ++i) {
+    const doubledouble& rest = group.resolved[part][i].rest;
     if (rest.hi != 0.0) group.datetimes.replace(i, dd::add(group.datetimes.at(i), rest));
   }
   if (settles) settleClocks(group, part, before);
@@ -267,7 +267,7 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
   constexpr std::size_t kWorthwhile = 512;  // `changes` takes as long to make
   group.settled += group.tasks.size();
   if (!group.changes && group.settled >= kWorthwhile) group.changes.emplace(group.zone);
-  const bool hasSteps = needsSteps(parts_[part], group.zone);
+  const bool isResolved = needsResolving(parts_[part], group.zone);
   const std::size_t first = parts_[part].front();
   for (std::size_t i = 0; i < group.tasks.size(); ++i) {
     const doubledouble after = group.datetimes.at(i);
@@ -275,8 +275,8 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
     if (!(std::fabs(after.hi) <= kMaxCalendarMillis)) continue;  // which is told elsewhere
     if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
     const Setting setting =
-        hasSteps ? group.steps[part][i].setting
-                 : Setting{options_.assignments[first].component, group.values[first][i]};
+        isResolved ? group.resolved[part][i].setting
+                   : Setting{options_.assignments[first].component, group.values[first][i]};
     const Settled settled =
         settle(options_.reading.clock, group.checker, group.zone, setting, before.at(i), after);
     if (settled.kind == Settled::Kind::refused) {
@@ -346,11 +346,11 @@ void Setter::settingsOf(const Group& group, std::size_t at, std::vector<Setting>
   settings.clear();
   for (std::size_t part = 0; part < parts_.size(); ++part) {
     const std::size_t first = parts_[part].front();
-    if (!needsSteps(parts_[part], group.zone)) {
+    if (!needsResolving(parts_[part], group.zone)) {
       settings.push_back({options_.assignments[first].component, group.values[first][at]});
       continue;
     }
-    settings.push_back(group.steps[part][at].setting);
+    settings.push_back(group.resolved[part][at].setting);
     if (parts_[part].size() == 1) continue;
     for (const std::size_t a : parts_[part]) {
       const Assignment& assignment = options_.assignments[a];

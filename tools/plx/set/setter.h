@@ -55,7 +55,8 @@ class Setter : public CellWork {
     Datetimes datetimes, before;
     std::vector<std::size_t> tasks;
     std::vector<std::vector<double>> values;  // for each assignment a column
-    std::vector<std::vector<Step>> steps;     // for each part a column, where it needs one
+    std::vector<std::vector<ResolvedSetting>>
+        resolved;  // for each part a column, where it is resolved
     Checker checker;
     std::optional<ClockChanges> changes;  // made once enough datetimes were settled to be worth it
     std::size_t settled = 0;
@@ -83,9 +84,9 @@ class Setter : public CellWork {
   Group& groupOf(const Zone& zone);
   void set(Group& group, std::size_t part);
   Component componentOf(const Part& part, const Zone& zone) const;
-  bool needsSteps(const Part& part, const Zone& zone) const;
-  Step stepAt(const Group& group, const Part& part, std::size_t at) const;
-  void makeSteps(Group& group, std::size_t part);
+  bool needsResolving(const Part& part, const Zone& zone) const;
+  ResolvedSetting resolvedAt(const Group& group, const Part& part, std::size_t at) const;
+  void resolvePart(Group& group, std::size_t part);
   void lookOnTheWay(const Group& group);
   void refuseOtherClock(Group& group);
   void settleClocks(Group& group, std::size_t part, const Datetimes& before);
@@ -107,7 +108,7 @@ class Setter : public CellWork {
   const bool hasValuesForAll_;
   std::vector<Part> parts_;
   bool mayCarryOnTheWay_ = false;
-  std::vector<double> told_;  // what the module is told: the values of a part that has steps
+  std::vector<double> told_;  // what the module is told: the values of a part that is resolved
   std::unordered_map<const Zone*, Group> groups_;
   Group* lastGroup_ = nullptr;   // the group used last, mostly the next datetime's, too
   std::span<const Task> tasks_;  // of the batch
