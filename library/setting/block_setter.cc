@@ -58,8 +58,7 @@ void swapEach(std::size_t count, const char* from, char* to) {
 
 }  // namespace
 
-BlockSetter::BlockSetter(const SetJob& job)
-    : job_(job), choice_{job.options.fold, job.options.gap}, zoneText_(hostText(job.zoneText)) {
+BlockSetter::BlockSetter(const SetJob& job) : job_(job), zoneText_(hostText(job.zoneText)) {
   if (job.needsZone) {
     zone_ = job.zone;
     if (zone_ == nullptr) {
@@ -67,6 +66,7 @@ BlockSetter::BlockSetter(const SetJob& job)
       zone_ = &*ownZone_;
     }
     checker_.emplace(*zone_);
+    settler_.emplace(ClockChoice{job.options.fold, job.options.gap}, *zone_, *checker_);
   }
   values_.reserve(job.settings.size());
   for (const NewValues& given : job.settings) {
@@ -298,30 +298,16 @@ bool BlockSetter::agreesWithClock(const paArray* datetimes, std::size_t count) {
 // Settles wall times that come twice or not at all, as the options say.
 bool BlockSetter::settleClocks(const BlockValues& values, std::size_t at, const paArray* before,
                                std::size_t count) {
-  if (choice_.isTheModules()) return true;
-  if (zone_ == nullptr || !zone_->isCalendar()) return true;
-  constexpr std::size_t kWorthwhile = 512;  // changes_ takes as long to make
-  settled_ += count;
-  if (!changes_ && settled_ >= kWorthwhile) changes_.emplace(*zone_);
-  const double* high = highOf(result_.get());
-  constexpr std::size_t kTogether = 32;
-  for (std::size_t first = 0; first < count; first += kTogether) {
-    const std::size_t end = std::min(first + kTogether, count);
-    if (changes_ && !changes_->areAnyNear(high + first, end - first)) continue;
-    for (std::size_t i = first; i < end; ++i) {
-      if (changes_ && !changes_->mayBeNear(high[i])) continue;
-      if (std::fabs(high[i]) <= kMaxCalendarMillis && !settleClock(values, at, before, i))
-        return false;
-    }
-  }
-  return true;
+  if (!settler_ || !settler_->isNeeded()) return true;
+  return settler_->forEachNear({highOf(result_.get()), count},
+                               [&](std::size_t i) { return settleClock(values, at, before, i); });
 }
 
 bool BlockSetter::settleClock(const BlockValues& values, std::size_t at, const paArray* before,
                               std::size_t i) {
   const Setting setting{values.given.component, values.at(i)};
   const doubledouble after = pairAt(result_.get(), i);
-  const Settled settled = settle(choice_, *checker_, *zone_, setting, pairAt(before, i), after);
+  const Settled settled = settler_->settle(setting, pairAt(before, i), after);
   if (settled.kind == Settled::Kind::kept) return true;
   if (settled.kind == Settled::Kind::refused) {
     return fails(

@@ -15,8 +15,7 @@
 #include "elements/elements.h"
 #include "inspect/check.h"
 #include "module/module.h"
-#include "setting/clock_changes.h"
-#include "setting/clock_choice.h"
+#include "setting/clock_settler.h"
 #include "setting/job.h"
 
 namespace plx {
@@ -79,12 +78,10 @@ class BlockSetter : public BlockWorker {
   std::string elementText(std::size_t i) const;
 
   const SetJob& job_;
-  const ClockChoice choice_;
   std::optional<Zone> ownZone_;
   const Zone* zone_ = nullptr;
-  std::optional<ClockChanges> changes_;
-  std::size_t settled_ = 0;  // elements met by settleClocks(), until changes_ is worth making
-  std::optional<Checker> checker_;
+  std::optional<Checker> checker_;  // where there is a zone_, as is settler_
+  std::optional<ClockSettler> settler_;
   HostArray zoneText_;
   std::vector<BlockValues> values_;  // of each setting
   // Null for pairs. elementsWithoutParts_ writes results that are a whole second at a gap's edge.

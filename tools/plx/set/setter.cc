@@ -159,7 +159,7 @@ void Setter::put(std::size_t at, const Zone& zone, const doubledouble& pair) {
 
 Setter::Group& Setter::groupOf(const Zone& zone) {
   if (lastGroup_ != nullptr && &lastGroup_->zone == &zone) return *lastGroup_;
-  const auto [found, isNew] = groups_.try_emplace(&zone, zone);
+  const auto [found, isNew] = groups_.try_emplace(&zone, zone, options_.reading.clock);
   if (isNew) {
     found->second.values.resize(options_.assignments.size());
     found->second.resolved.resize(parts_.size());
@@ -227,7 +227,7 @@ void Setter::set(Group& group, std::size_t part) {
     values[i] = inRange ? resolve({true, 0}, options_.assignments[first].component, now, group.zone)
                         : kAnyValue;
   }
-  const bool settles = !options_.reading.clock.isTheModules() && group.zone.isCalendar();
+  const bool settles = group.settler.isNeeded();
   const Datetimes before = settles ? group.datetimes : Datetimes();
   setRange(group, componentOf(parts_[part], group.zone), values, 0, values.size());
   for (std::size_t i = 0; i < values.size() && isResolved; ++i) {
@@ -264,21 +264,14 @@ void Setter::lookOnTheWay(const Group& group) {
 
 // Settles wall times that come twice or not at all, as the options say.
 void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& before) {
-  constexpr std::size_t kWorthwhile = 512;  // `changes` takes as long to make
-  group.settled += group.tasks.size();
-  if (!group.changes && group.settled >= kWorthwhile) group.changes.emplace(group.zone);
   const bool isResolved = needsResolving(parts_[part], group.zone);
   const std::size_t first = parts_[part].front();
-  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
-    const doubledouble after = group.datetimes.at(i);
-    if (group.changes && !group.changes->mayBeNear(after.hi)) continue;
-    if (!(std::fabs(after.hi) <= kMaxCalendarMillis)) continue;  // which is told elsewhere
-    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+  group.settler.forEachNear(group.datetimes.hi, [&](std::size_t i) {
+    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) return true;
     const Setting setting =
         isResolved ? group.resolved[part][i].setting
                    : Setting{options_.assignments[first].component, group.values[first][i]};
-    const Settled settled =
-        settle(options_.reading.clock, group.checker, group.zone, setting, before.at(i), after);
+    const Settled settled = group.settler.settle(setting, before.at(i), group.datetimes.at(i));
     if (settled.kind == Settled::Kind::refused) {
       giveUp(group, i,
              {Checker::describe(settled.finding),
@@ -286,7 +279,8 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
     } else if (settled.kind != Settled::Kind::kept) {
       group.datetimes.replace(i, settled.result);
     }
-  }
+    return true;
+  });
 }
 
 // Refuses an earlier part's results where ICU's rules and the system's clock differ; write() sees only the last ones.

@@ -15,7 +15,7 @@
 #include "set/cell_work.h"
 #include "set/task_reader.h"
 #include "setting/change.h"
-#include "setting/clock_changes.h"
+#include "setting/clock_settler.h"
 
 namespace plx {
 
@@ -48,18 +48,17 @@ class Setter : public CellWork {
  private:
   // The datetimes of a batch that share a zone. Each column has one entry for each of the datetimes.
   struct Group {
-    explicit Group(const Zone& zone) : zone(zone), checker(zone) {}
+    Group(const Zone& zone, const ClockChoice& choice)
+        : zone(zone), checker(zone), settler(choice, zone, checker) {}
     void clear();
 
     const Zone& zone;
     Datetimes datetimes, before;
     std::vector<std::size_t> tasks;
-    std::vector<std::vector<double>> values;  // for each assignment a column
-    std::vector<std::vector<ResolvedSetting>>
-        resolved;  // for each part a column, where it is resolved
+    std::vector<std::vector<double>> values;             // for each assignment a column
+    std::vector<std::vector<ResolvedSetting>> resolved;  // for each part that needs resolving
     Checker checker;
-    std::optional<ClockChanges> changes;  // made once enough datetimes were settled to be worth it
-    std::size_t settled = 0;
+    ClockSettler settler;
   };
   // A task of the batch that has a datetime.
   struct Item {
