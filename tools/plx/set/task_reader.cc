@@ -88,7 +88,7 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
   if (!reading && notationOf(task).formats.empty() && needsFormat(task.text))
     trouble.complaint.what += ", unless --format tells how it is written";
   if (reading && !reading->text.suffix.zone.empty()) noteShortZone(reading->text.suffix.zone);
-  if (reading && !options_.clock.isTheModules() && !settleClock(*reading, trouble.complaint))
+  if (reading && !options_.clock.isTheModules() && !settleReading(*reading, trouble.complaint))
     return std::nullopt;
   return reading;
 }
@@ -125,7 +125,7 @@ void TaskReader::findZoneOfPlaced() {
 }
 
 // Which of two equal times a datetime is makes no difference to its components: none is refused here.
-bool TaskReader::settleClock(Reading& reading, Complaint& complaint) const {
+bool TaskReader::settleReading(Reading& reading, Complaint& complaint) const {
   const auto wall = wallOf(reading);
   if (!wall) return true;
   const auto change = Checker(*reading.zone).doubtOf(*wall, secondOf(reading.pair));

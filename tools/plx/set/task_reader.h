@@ -78,7 +78,7 @@ class TaskReader {
     return placedZone_;
   }
   void findZoneOfPlaced();
-  bool settleClock(Reading& reading, Complaint& complaint) const;
+  bool settleReading(Reading& reading, Complaint& complaint) const;
 
   const ReadingOptions& options_;
   std::optional<Zone> zone_;  // the one for all datetimes
