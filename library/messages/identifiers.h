@@ -20,7 +20,5 @@ inline constexpr std::string_view kStopped = "library:Stopped";
 inline constexpr std::string_view kUnknownTimeZone = "datetime:UnknownTimeZone";
 inline constexpr std::string_view kMustBeInteger = "datetime:MustBeInteger";
 inline constexpr std::string_view kRangeError = "datetime:RangeError";
-inline constexpr std::string_view kOutOfMemory = "host:OutOfMemory";
-inline constexpr std::string_view kFailed = "host:Failed";
 
 }  // namespace plx::id
