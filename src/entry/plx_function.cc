@@ -46,7 +46,7 @@ void setInLocalZone(const Arguments& in, paArray* result) {
 // Inputs: datetimes, new values, component selector, time zone. Output: the adjusted datetimes.
 void plxFunction(int nlhs, paArray* plhs[], int nrhs, const paArray* prhs[]) {
   // Before the checks: comparing a selector that is NaN must not end a host that traps exceptions. This
-  // function itself computes nothing (see the header).
+  // function itself computes nothing: the compiler might compute before the environment is set.
   const DefaultFloatEnvironment environment;
   const Arguments in = checkArguments(nlhs, nrhs, prhs);
 

@@ -26,5 +26,6 @@ ZoneKind zoneKindOf(const paArray* tz);
 // Null for other kinds. The caller owns the zone. May raise ICUError or throw std::bad_alloc, too.
 icu::TimeZone* makeTimeZone(const paArray* tz, ZoneKind kind);
 
-// Both in one; sets `leapSeconds` where there is no zone and leap seconds are counted.
+// Both in one, for callers that remember no zones; the entry asks for the kind first, since a zone that is
+// remembered is not made again. Sets `leapSeconds` where there is no zone and leap seconds are counted.
 icu::TimeZone* getTimeZone(const paArray* tz, bool& leapSeconds);
