@@ -380,14 +380,14 @@ bool Layout::refusesAllOf(const Layout& other) const {
     }
     const Kind theirs = other.kinds_[k];
     if (theirs == Kind::separator) return false;
-    const bool isDigitThere =
-        other.isDigitAt(k) || (theirs == Kind::literal && isDigit(other.literals_[k]));
     if (isLiteral) {
       if (theirs == Kind::literal && other.literals_[k] != literal) return true;
       if (other.isDigitAt(k)) return !isDigit(literal);
       if (theirs == Kind::letter) return !isAsciiLetter(literal);
-    } else if (isDigitAt(k) && !isDigitThere) {
-      return kinds_[k] == Kind::digitOfYear;
+    } else if (isDigitAt(k) && !other.isDigitAt(k)) {
+      // A digit that stands for itself there may be all of a number here, and then what follows has other places.
+      const bool mayBeDigit = theirs == Kind::literal && isDigit(other.literals_[k]);
+      return kinds_[k] == Kind::digitOfYear && !mayBeDigit;
     }
   }
   const bool isLonger = other.size_ > size_ || other.offset_ == Offset::ofFormat;

@@ -3,15 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "datetime/format.h"
 #include "datetime/layout_reader.h"
 #include "datetime/reading.h"
 #include "support/cases.h"
+#include "support/guarded_array.h"
 #include "support/length.h"
 #include "support/random.h"
 
@@ -185,6 +191,8 @@ TEST(Layout, RefusesTheTextsOfOthers) {
   EXPECT_FALSE(refuses("%d/%m/%Y %H%z", "%d/%m/%Y %H%z"));
   EXPECT_TRUE(refuses("%Y/%m/%d %H:%M:%S.%f", "%Y/%m/%d %H:%M:%S"));
   EXPECT_FALSE(refuses("%Y5%m", "%Y%m%d %H")) << "a digit that stands for itself";
+  EXPECT_FALSE(refuses("%Y/%m/%d %H", "%Y/%m/%d 5")) << "which is an hour of one digit";
+  EXPECT_FALSE(refuses("%Y/%m/%d%H", "%Y/%m/1%d")) << "or moves all digits behind it";
   EXPECT_TRUE(refuses("%Y/%m/%d", "%d/%b/%Y")) << "a year has all its digits";
   EXPECT_FALSE(refuses("%d%b%Y", "%b %d, %Y")) << "a day may have a blank";
 
@@ -203,47 +211,246 @@ TEST(Layout, RefusesTheTextsOfOthers) {
   }
 }
 
-// The whole of reading.h, in notations of several formats.
-TEST(LayoutReader, ReadsAsReadingDoes) {
+// A format of parts in any order and spelling, with anything between them or nothing.
+std::shared_ptr<const Format> randomFormat(Random& random) {
+  const auto oneOf = [&](std::initializer_list<const char*> texts) {
+    return texts.begin()[random.whole(0, static_cast<std::int64_t>(texts.size()) - 1)];
+  };
+  for (;;) {
+    const bool hasYear = !random.oneIn(6);
+    std::vector<const char*> parts = {oneOf({"%m", "%m", "%b", "%b", "%-m", "%B"}),
+                                      oneOf({"%d", "%d", "%e", "%-d", "%_d", "%0d"})};
+    if (hasYear) parts.push_back(oneOf({"%Y", "%Y", "%y"}));
+    if (random.oneIn(4)) parts.push_back(oneOf({"%a", "%A"}));
+    if (!random.oneIn(3)) {
+      parts.push_back(oneOf({"%H", "%H", "%H:%M", "%k:%M", "%I:%M %p"}));
+      if (random.oneIn(2)) parts.back() = oneOf({"%T", "%H%M%S", "%H:%M:%S.%f", "%R:%S"});
+    }
+    // From end to beginning, so that many begin with the year.
+    for (std::size_t i = 0; i + 1 < parts.size(); ++i)
+      if (random.oneIn(3)) std::swap(parts[i], parts[i + 1]);
+    std::ranges::reverse(parts);
+    if (random.oneIn(4)) parts.push_back(oneOf({"%z", "%:z", "%Z", " %z"}));
+    const char* const between = oneOf({"", "", "/", "-", ".", " ", "\xC3\xA9"});
+    std::string text = random.oneIn(6) ? oneOf({"T", "5", "[", "%%", "am "}) : "";
+    for (const char* part : parts) {
+      text += part;
+      if (part != parts.back())
+        text += random.oneIn(6) ? oneOf({"5", "0", ":", ", ", "T"}) : between;
+    }
+    if (random.oneIn(6)) text += oneOf({"5", "]", " Z", "."});
+    Complaint complaint;
+    if (auto format = Format::forReading(
+            text,
+            hasYear ? std::nullopt : std::optional(static_cast<int>(random.whole(2015, 2016))),
+            complaint))
+      return std::make_shared<const Format>(*std::move(format));
+  }
+}
+
+// A format that reads some of the same texts: a part of it stands for itself, is another or is missing. The format
+// itself where that is none.
+std::shared_ptr<const Format> nearlyThat(const std::shared_ptr<const Format>& format,
+                                         Random& random) {
+  constexpr const char* kOthers[] = {"", "5", "1", "10", "%d", "%H", "%m", "%e", "%Y", "%b", " "};
+  std::string text = format->text();
+  const auto at = text.find('%', static_cast<std::size_t>(random.whole(0, std::ssize(text) - 1)));
+  if (at == std::string::npos) return format;
+  text.replace(at, random.oneIn(4) ? 0 : 2, kOthers[random.whole(0, std::size(kOthers) - 1)]);
+  Complaint complaint;
+  auto other = Format::forReading(text, {}, complaint);
+  return other ? std::make_shared<const Format>(*std::move(other)) : format;
+}
+
+// As people and programs spell it: a zero less, other letters, blanks around it, more behind it.
+std::string spelledOtherwise(std::string text, Random& random) {
+  constexpr const char* kBehind[] = {" ",  "Z",   "z",      ".5", ",25", ".12345678901234567890",
+                                     "\r", "+02", "+02:00", "5",  "\"",  "-00:00"};
+  const auto place = [&] {
+    return static_cast<std::size_t>(random.whole(0, static_cast<std::int64_t>(text.size()) - 1));
+  };
+  switch (random.whole(0, 11)) {
+    case 0: {
+      const std::size_t zero = text.find('0', place());
+      return zero == std::string::npos ? text : text.erase(zero, 1);
+    }
+    case 1: {
+      const std::size_t zero = text.find('0', place());
+      if (zero != std::string::npos) text[zero] = ' ';
+      return text;
+    }
+    case 2: {
+      const std::size_t letter =
+          text.find_first_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
+      if (letter != std::string::npos) text[letter] ^= 0x20;
+      return text;
+    }
+    case 3:
+      return " " + text;
+    case 4:
+      return text + kBehind[random.whole(0, std::size(kBehind) - 1)];
+    case 5:
+      return text.substr(0, place());
+    case 6:
+      return "\xEF\xBB\xBF" + text;
+    case 7:
+      return changed(text, random);
+    default:
+      return text;
+  }
+}
+
+// Bytes that end where readable memory does.
+class AtTheEnd {
+ public:
+  std::string_view operator()(std::string_view text) {
+    char* const begin = page_.data() + page_.size() - text.size();
+    std::ranges::copy(text, begin);
+    return {begin, text.size()};
+  }
+
+ private:
+  GuardedArray<char> page_{4096};
+};
+
+Notation notationOf(std::size_t formats, const std::vector<Format>& all, Random& random) {
+  Notation notation;
+  auto& chosen = notation.formats;
+  while (chosen.size() < formats) {
+    if (!chosen.empty() && random.oneIn(2)) {
+      chosen.push_back(nearlyThat(chosen.back(), random));
+    } else if (random.oneIn(4)) {
+      const auto number = static_cast<std::size_t>(random.whole(0, all.size() - 1));
+      chosen.push_back(std::make_shared<const Format>(all[number]));
+    } else {
+      chosen.push_back(randomFormat(random));
+    }
+  }
+  notation.recognisedToo = formats > 0 && random.oneIn(3);
+  notation.missing = {"2014-05-10", "10.05.14"};
+  return notation;
+}
+
+std::string randomTextOf(const Notation& notation, const std::vector<Format>& all, Random& random) {
+  if (random.oneIn(100)) return notation.missing[random.oneIn(2) ? 0 : 1];
+  if (random.oneIn(4) || notation.formats.empty()) {
+    DatetimeText form;
+    form.separator = random.oneIn(3) ? '\0' : 'T';
+    WallTime wall = randomWall(random);
+    if (form.separator == 0) wall.seconds = floorDiv(wall.seconds, 86400).quotient * 86400;
+    std::string text;
+    writeDatetime(text, form, wall, "");
+    return text;
+  }
+  if (random.oneIn(10))
+    return randomText(all[static_cast<std::size_t>(random.whole(0, all.size() - 1))], random);
+  return randomText(
+      *notation.formats[static_cast<std::size_t>(random.whole(0, notation.formats.size() - 1))],
+      random);
+}
+
+// The whole of reading.h, in notations of no format to four: what is read by places, reading.h reads as the same
+// in the same format, and writes as the same; and texts that it refuses are not read by places.
+TEST(LayoutReader, ReadsAndWritesAsReadingDoes) {
   Random random(4);
-  Cases read(ofUsual(10'000));
+  Cases cases(ofUsual(100'000)), read(ofUsual(20'000)), refused(ofUsual(10'000)),
+      written(ofUsual(10'000));
+  const auto all = formats();
+  std::vector<Zone> zoneForAll;
+  for (const char* name : {"", "UTC", "Europe/Paris", "+05:30", "Africa/Monrovia"})
+    zoneForAll.push_back(Zone::named(name));
+  Zones zones;
+  AtTheEnd atTheEnd;
+  for (std::int64_t n = testsAreWhole() ? 20'000 : ofUsual(800); n > 0; --n) {
+    const Notation notation = notationOf(static_cast<std::size_t>(random.whole(0, 4)), all, random);
+    LayoutReader reader(notation);
+    const Zone* const zone =
+        random.oneIn(3)
+            ? nullptr
+            : &zoneForAll[static_cast<std::size_t>(random.whole(0, zoneForAll.size() - 1))];
+    for (int i = 0; i < 150; ++i) {
+      const std::string spelled = spelledOtherwise(randomTextOf(notation, all, random), random);
+      const std::string_view text = atTheEnd(spelled);
+      DatetimeText datetime;
+      const Layout* const layout = reader.read(text, datetime);
+      Complaint complaint;
+      const auto expected = plx::read(text, notation, zone, zones, complaint);
+      ++cases;
+      if (!expected) ++refused;
+      if (layout == nullptr) continue;
+      ++read;
+      std::string told = spelled + " in";
+      for (const auto& format : notation.formats) told += " " + format->text();
+      ASSERT_TRUE(expected.has_value()) << told << ": " << complaint.what;
+      ASSERT_FALSE(expected->missing) << told;
+      expectSame(datetime, expected->text, told);
+      ASSERT_TRUE(expected->text.fraction.empty()) << told;
+      const bool isDate = layout == &Layout::ofIsoDates();
+      if (expected->format != nullptr) {
+        ASSERT_EQ(layout, &expected->format->layout()) << told;
+      } else {
+        ASSERT_TRUE(isDate || layout == &Layout::ofIsoDatetimes()) << told;
+      }
+      // Of a date in a zone, TaskReader has reading.h find whether midnight is there once.
+      if (isDate && expected->zone->isCalendar()) continue;
+      const auto second = static_cast<std::int64_t>(randomWall(random).seconds);
+      std::string byPlaces = "before ", plainly = "before ";
+      if (!layout->write(byPlaces, text, expected->zone->wallTime(second))) {
+        ASSERT_EQ(byPlaces, "before ");
+        continue;
+      }
+      ++written;
+      ASSERT_TRUE(plx::write(*expected, {static_cast<double>(second) * 1000, 0.0}, notation,
+                             plainly, complaint))
+          << told << ": " << complaint.what << "; by places: " << byPlaces;
+      ASSERT_EQ(byPlaces, plainly) << told;
+    }
+  }
+}
+
+// Each text alone, in each of the formats and as ISO 8601, cut at each place, and with each byte at each place.
+TEST(LayoutReader, ReadsEachByteAsReadingDoes) {
+  Cases cases(ofUsual(400'000));
+  constexpr const char* kTexts[] = {"2014-05-10T08:30:15+02:00",
+                                    "2014-05-10 08:30:15Z",
+                                    "10/Oct/2000:13:55:36 -0700",
+                                    "Sat May 10 08:30:15 2014",
+                                    "20140510083015",
+                                    "10.05.14",
+                                    "May 10 08:30:15",
+                                    "Sat, 10 May 2014 08:30:15 +00:00"};
   const auto all = formats();
   const Zone utc = Zone::named("UTC");
   Zones zones;
-  for (int n = 0; n < 60; ++n) {
-    Notation notation;
-    for (std::int64_t i = random.whole(0, 4); i > 0; --i)
-      notation.formats.push_back(std::make_shared<const Format>(
-          all[static_cast<std::size_t>(random.whole(0, all.size() - 1))]));
-    notation.recognisedToo = !notation.formats.empty() && random.oneIn(2);
-    notation.missing = {"2014-05-10", "10.05.14"};
+  AtTheEnd atTheEnd;
+  std::vector<Notation> notations(1);
+  for (const Format& format : all) {
+    notations.emplace_back().formats = {std::make_shared<const Format>(format)};
+    notations.emplace_back(notations.back()).recognisedToo = true;
+  }
+  for (const Notation& notation : notations) {
     LayoutReader reader(notation);
-    for (std::int64_t i = ofUsual(2'000); i > 0; --i) {
-      const Format& format = !notation.formats.empty() && !random.oneIn(4)
-                                 ? *notation.formats[static_cast<std::size_t>(
-                                       random.whole(0, notation.formats.size() - 1))]
-                                 : all[static_cast<std::size_t>(random.whole(0, all.size() - 1))];
-      std::string text = randomText(format, random);
-      if (random.oneIn(4)) {
-        DatetimeText form;
-        form.separator = 'T';
-        text.clear();
-        writeDatetime(text, form, randomWall(random), "");
-      }
-      if (random.oneIn(100)) text = notation.missing[random.oneIn(2) ? 0 : 1];
-      text = changed(text, random);
+    const auto compare = [&](std::string_view spelled) {
+      const std::string_view text = atTheEnd(spelled);
       DatetimeText datetime;
       const Layout* const layout = reader.read(text, datetime);
-      if (layout == nullptr) continue;
+      ++cases;
+      if (layout == nullptr) return;
       Complaint complaint;
       const auto expected = plx::read(text, notation, &utc, zones, complaint);
-      ASSERT_TRUE(expected.has_value()) << text << ": " << complaint.what;
-      ASSERT_FALSE(expected->missing) << text;
-      expectSame(datetime, expected->text, text);
-      if (expected->format != nullptr) {
-        EXPECT_EQ(layout, &expected->format->layout()) << text;
+      ASSERT_TRUE(expected.has_value()) << spelled << ": " << complaint.what;
+      expectSame(datetime, expected->text, std::string(spelled));
+    };
+    for (const std::string text : kTexts) {
+      for (std::size_t size = 0; size <= text.size(); ++size) compare(text.substr(0, size));
+      for (std::size_t at = 0; at < text.size(); ++at) {
+        for (int byte = 0; byte < 256; byte += testsAreShort() ? 5 : 1) {
+          std::string other = text;
+          other[at] = static_cast<char>(byte);
+          compare(other);
+        }
       }
-      ++read;
+      if (HasFatalFailure()) return;
     }
   }
 }
