@@ -72,6 +72,7 @@ std::string quoteText(std::string_view text) {
 }
 
 std::string escapeText(std::string_view text) {
+  if (text.empty()) return "\"\"";
   std::string out;
   appendEscaped(out, text, text.size(), {});
   return out;

@@ -36,7 +36,7 @@ struct Complaint {
 // backslash and a t.
 std::string quoteText(std::string_view text);
 
-// The same for a file name that begins a message, without the quotes and never cut.
+// The same for a file name that begins a message, without the quotes, but around an empty one, and never cut.
 std::string escapeText(std::string_view text);
 
 // "where: what is wrong: "text"; accepted: what is accepted".

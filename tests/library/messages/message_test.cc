@@ -36,6 +36,7 @@ TEST(QuoteText, CutsLongTextsOnAWholeCharacter) {
 TEST(EscapeText, KeepsFileNamesWhole) {
   EXPECT_EQ(escapeText(std::string(300, 'x')), std::string(300, 'x'));
   EXPECT_EQ(escapeText("a \"b\"\n"), "a \"b\"\\n");
+  EXPECT_EQ(escapeText(""), "\"\"") << "a message that begins with nothing would name no file";
 }
 
 }  // namespace

@@ -309,6 +309,20 @@ TEST_F(RulesCommand, AFolderWithoutRightsIsTold) {
   ::chmod(rules().c_str(), 0755);
 }
 
+TEST_F(RulesCommand, AFolderThatIsGivenHasAName) {
+  zone("Africa/Abidjan", kAhead);
+  Cases cases(2);
+  for (const std::string option : {"--to", "--from"}) {
+    EXPECT_EQ(
+        runPlx({"rules", "update", option, ""}),
+        (PlxResult{2, "",
+                   "plx: " + option + ": no name of a folder: \"\"; accepted: the path of one\n",
+                   0}));
+    ++cases;
+  }
+  EXPECT_FALSE(fs::exists(file()));
+}
+
 TEST_F(RulesCommand, AFolderThatIsGivenNeedsNoHome) {
   zone("Africa/Abidjan", kAhead);
   const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";

@@ -88,6 +88,11 @@ std::string usualTarget() {
   return own;
 }
 
+void refuseEmptyName(std::string_view option, const std::optional<std::string>& folder) {
+  if (folder && folder->empty())
+    throw Failure{Status::usage, describe(option, {"no name of a folder", "the path of one"}, "")};
+}
+
 void runUpdate(const std::vector<std::string>& given, Output& output) {
   std::optional<std::string> from, to;
   Arguments arguments("Converts the system's time-zone rules, and puts them where plx finds them.",
@@ -104,6 +109,8 @@ void runUpdate(const std::vector<std::string>& given, Output& output) {
       std::string(kStatusHelp));
   if (!arguments.parse(given, output)) return;
 
+  refuseEmptyName("--from", from);
+  refuseEmptyName("--to", to);
   const zones::SystemZones system(from.value_or(zones::systemZonesFolder()));
   const std::string folder = to ? *to : usualTarget();
   ::umask(022);  // rules are for everyone to read

@@ -96,8 +96,7 @@ std::string pathOfNpyInput() {
   return fmt::format("/proc/self/fd/{}", ::fileno(copy));
 }
 
-NpyFile::NpyFile(const std::string& path, const std::string& name)
-    : name_(name.empty() ? "\"\"" : escapeText(name)) {
+NpyFile::NpyFile(const std::string& path, const std::string& name) : name_(escapeText(name)) {
   descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor_ < 0) throw failure(name_, "cannot open");
   try {

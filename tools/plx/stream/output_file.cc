@@ -83,7 +83,7 @@ fs::path folderOf(const fs::path& file) {
 
 // By way of the other constructor, so that the destructor clears up whatever ends this one.
 OutputFile::OutputFile(const std::string& path) : OutputFile() {
-  name_ = path.empty() ? "\"\"" : escapeText(path);
+  name_ = escapeText(path);
   if (const auto opened = openedDescriptor(path)) {
     descriptor_ = ::fcntl(*opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (descriptor_ < 0) fail("open");
@@ -102,7 +102,7 @@ OutputFile::OutputFile(const std::string& path) : OutputFile() {
 }
 
 OutputFile::OutputFile(const std::string& path, const InPlace& inPlace) : OutputFile() {
-  name_ = path.empty() ? "\"\"" : escapeText(path);
+  name_ = escapeText(path);
   inPlace_ = inPlace;
   if (::stat(path.c_str(), &old_) != 0) fail("open");
   if (!S_ISREG(old_.st_mode)) {

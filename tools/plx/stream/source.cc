@@ -28,7 +28,7 @@ std::optional<std::uint64_t> sizeOf(int descriptor) {
 
 Source::Source(const std::string& path)
     : descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
-      name_(path.empty() ? "\"\"" : escapeText(path)) {
+      name_(escapeText(path)) {
   if (descriptor_ < 0) fail("open");
   size_ = sizeOf(descriptor_);
 }
