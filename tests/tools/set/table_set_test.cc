@@ -211,7 +211,7 @@ TEST(TableSet, Complaints) {
        "a.csv:2:1: the line is too long, it begins: \"2014-05-10\"; accepted: lines of up to 9 "
        "bytes",
        1},
-      {"t\n2014-05-10\n", "set day 1 -c t --longest 9X a.csv", "--longest: not a number", 2},
+      {"t\n2014-05-10\n", "set day 1 -c t --longest 9X a.csv", "--longest: not a size", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 a.csv",
        "; of a table, choose a column with --column, of t, n\n", 1},
       {"t;n\n2014-05-10;1\n", "set day 1 a.csv", "--column, of t, n\n", 1},

@@ -40,15 +40,21 @@ Failure usage(std::string_view option, std::string_view what, std::string_view t
   return {Status::usage, describe(option, {std::string(what), accepted}, text)};
 }
 
-// A whole number from `least` to `most`.
-std::size_t numberOf(const std::string& text, std::string_view option, std::size_t least,
-                     std::size_t most, std::string_view accepted) {
+// A whole number from 1 to `most`; nothing for other texts.
+std::optional<std::size_t> countOf(std::string_view text, std::size_t most) {
   std::size_t number = 0;
   const char* end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, number);
-  if (result.ec != std::errc() || result.ptr != end || number < least || number > most)
-    throw usage(option, "not a number that it takes", text, accepted);
-  return number;
+  const bool isCount =
+      result.ec == std::errc() && result.ptr == end && 1 <= number && number <= most;
+  return isCount ? std::optional(number) : std::nullopt;
+}
+
+std::size_t jobsOf(const std::string& text) {
+  constexpr std::size_t kMost = 64;
+  const auto jobs = countOf(text, kMost);
+  if (!jobs) throw usage("--jobs", "not a number that it takes", text, "1 to 64 threads");
+  return *jobs;
 }
 
 OnError onErrorOf(const std::optional<std::string>& text) {
@@ -84,15 +90,19 @@ std::optional<char> separatorTold(const TextOptions& options, const std::string&
 // How long a record may be.
 std::size_t longestOf(const TextOptions& options, std::size_t usual) {
   if (!options.longest) return usual;
-  constexpr std::string_view kAccepted =
-      "1 to 1099511627776 bytes, or with K, M or G behind the number";
-  std::string number = *options.longest;
+  constexpr std::size_t kMost = std::size_t{1} << 40;
   constexpr std::string_view kUnits = "KMG";
+  std::string_view number = *options.longest;
   const std::size_t unit = number.empty() ? std::string_view::npos : kUnits.find(number.back());
   const std::size_t shift = unit == std::string_view::npos ? 0 : 10 * (unit + 1);
-  if (shift > 0) number.pop_back();
-  constexpr std::size_t kMost = std::size_t{1} << 40;
-  return numberOf(number, "--longest", 1, kMost >> shift, kAccepted) << shift;
+  if (shift > 0) number.remove_suffix(1);
+  const auto size = countOf(number, kMost >> shift);
+  if (!size) {
+    throw usage("--longest", "not a size that it takes", *options.longest,
+                "1 to 1099511627776 bytes, which are 1024G; K, M and G behind a whole number stand "
+                "for 1024, 1024K and 1024M bytes");
+  }
+  return *size << shift;
 }
 
 // Of all that goes wrong, only this says that there is none; the rest is told when it is opened.
@@ -200,7 +210,7 @@ class Run {
     edit_.values = work_.values;
     edit_.onError = onErrorOf(options.onError);
     edit_.onFinding = work_.onFinding;
-    if (options.jobs) jobs_ = numberOf(*options.jobs, "--jobs", 1, 64, "1 to 64 threads");
+    if (options.jobs) jobs_ = jobsOf(*options.jobs);
     if (work_.valueFile) {
       values_.emplace(*work_.valueFile);
       jobs_ = 1;  // the file is read in step
