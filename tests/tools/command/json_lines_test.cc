@@ -94,6 +94,30 @@ TEST(JsonLines, WrongLinesAreToldWithTheirNumber) {
   }
 }
 
+// What they have is not known.
+TEST(JsonLines, OfWrongLinesNoValueIsMissed) {
+  const auto set = [](const char* lines) {
+    return runPlx(words("set day 1 -c .at --on-error pass"), lines);
+  };
+  Cases cases(3);
+  for (const char* lines : {"x\ny\n", "{\"at\":[]}\n{\"at\":{}}\n", "{\"at\":\"2014\n]\n"}) {
+    const PlxResult result = set(lines);
+    EXPECT_EQ(result.status, 1) << result;
+    EXPECT_EQ(result.out, lines);
+    EXPECT_NE(result.err.find("plx: -:1:"), std::string::npos) << result;
+    EXPECT_TRUE(result.err.ends_with("plx: 2 datetimes were wrong and were left as they stood\n"))
+        << result;
+    EXPECT_EQ(result.err.find("has this value"), std::string::npos) << result;
+    ++cases;
+  }
+  const PlxResult mixed = set("x\n{}\n");
+  EXPECT_EQ(mixed.status, 3);
+  EXPECT_TRUE(
+      mixed.err.ends_with("plx: -: no line without an error has this value: \".at\"; "
+                          "accepted: a path that some line has\n"))
+      << mixed;
+}
+
 TEST(JsonLines, APathThatNoLineHasIsAnError) {
   const TemporaryFolder folder;
   folder.write("a.jsonl", "{\"at\":null}\n{}\n");

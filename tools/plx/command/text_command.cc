@@ -243,8 +243,11 @@ class Run {
                         "-i, or -o with another file"};
     }
     present_.clear();
+    right_ = wrong_ = 0;
     pipeline.run(reader, [&](const Chunk& chunk, const Piece& piece) {
       sink_->take(piece, chunk.size);
+      right_ += piece.records - piece.wrongRecords;
+      wrong_ += piece.wrongRecords;
       present_.resize(piece.present.size());
       std::ranges::transform(present_, piece.present, present_.begin(), std::plus());
     });
@@ -283,13 +286,16 @@ class Run {
     }
   }
 
-  // A path that leads nowhere in any line is no path that was meant.
+  // A path that leads nowhere in any line is no path that was meant. What wrong lines have is not known, and where all
+  // are wrong, that was told of each.
   void refuseAbsentValues(const std::string& name) const {
+    if (right_ == 0) return;
+    const char* const what =
+        wrong_ == 0 ? "no line has this value" : "no line without an error has this value";
     for (std::size_t i = 0; i < present_.size(); ++i) {
       if (present_[i] == 0)
         throw Failure{Status::unknownName,
-                      describe(name, {"no line has this value", "a path that some line has"},
-                               edit_.columns[i].name)};
+                      describe(name, {what, "a path that some line has"}, edit_.columns[i].name)};
     }
   }
 
@@ -488,7 +494,8 @@ class Run {
   std::optional<ValueFile> values_;
   std::optional<Sink> sink_;
   std::unique_ptr<ChunkEditor> argumentEditor_;
-  std::vector<std::size_t> present_;  // of JSON, how many lines of the input have each value
+  std::vector<std::size_t> present_;   // of JSON, how many lines of the input have each value
+  std::size_t right_ = 0, wrong_ = 0;  // of its records, how many can be read, and how many cannot
 };
 
 }  // namespace

@@ -151,6 +151,7 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   piece.warnings += batch_.warnings;
   piece.present = cells_.present;
   piece.records = cells_.records.size();
+  piece.wrongRecords = cells_.wrong.size();
   piece.cutDigits = piece.cutDigits || batch_.cutDigits;
   piece.carriedOnTheWay = piece.carriedOnTheWay || batch_.carriedOnTheWay;
 }

@@ -24,11 +24,12 @@ inline constexpr std::size_t kMostMessages = 20;
 struct Piece {
   std::string text;
   std::vector<std::string>
-      messages;              // about single datetimes, in their order; at most kMostMessages
-  std::size_t errors = 0;    // datetimes that were wrong and passed over
-  std::size_t findings = 0;  // datetimes that came out otherwise than asked
-  std::size_t warnings = 0;  // datetimes behind the end of the table of leap seconds
-  std::size_t records = 0;   // records of the chunk
+      messages;                  // about single datetimes, in their order; at most kMostMessages
+  std::size_t errors = 0;        // datetimes that were wrong and passed over
+  std::size_t findings = 0;      // datetimes that came out otherwise than asked
+  std::size_t warnings = 0;      // datetimes behind the end of the table of leap seconds
+  std::size_t records = 0;       // records of the chunk
+  std::size_t wrongRecords = 0;  // in which nothing could be read
   std::vector<std::size_t> present;  // in how many records each column is, where one may be absent
   bool cutDigits = false;            // a datetime had more digits than a pair of doubles holds
   bool carriedOnTheWay = false;      // settings in turn led by way of a date that does not exist
@@ -36,7 +37,7 @@ struct Piece {
   void clear() {
     text.clear();
     messages.clear();
-    errors = findings = warnings = records = 0;
+    errors = findings = warnings = records = wrongRecords = 0;
     present.clear();
     cutDigits = false;
     carriedOnTheWay = false;
