@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "stream/chunk_reader.h"
@@ -11,6 +13,7 @@
 #include "support/length.h"
 #include "support/random.h"
 #include "table/cell_writer.h"
+#include "table/field_reader.h"
 #include "tools/support/packets.h"
 #include "tools/support/tables.h"
 
@@ -234,6 +237,98 @@ TEST(Cells, AnyBytesComeOutAsTheyWentIn) {
       ASSERT_EQ(!cells.failure, cells.end == chunk.size) << chunk.bytes();
       ++cases;
     }
+  }
+}
+
+// A table without quotes and CR as the reader of single fields splits it; of a record that lacks a column, the number of
+// its fields.
+struct Plain {
+  std::vector<std::pair<std::size_t, std::size_t>> cells, records;
+  std::size_t end = 0, fieldsOfWrong = 0;
+};
+Plain splitByFields(std::string_view bytes, const TableFormat& format,
+                    const std::vector<Column>& columns) {
+  Plain plain;
+  while (plain.end < bytes.size()) {
+    std::size_t at = plain.end;
+    if (bytes[at] == '\n') {
+      ++plain.end;
+      continue;
+    }
+    std::vector<Field> fields;
+    do {
+      FieldError error;
+      fields.push_back(readField(bytes, at, format, error).value());
+      at = fields.back().next;
+    } while (!fields.back().lastOfRecord);
+    if (fields.size() <= columns.back().index) {
+      plain.fieldsOfWrong = fields.size();
+      return plain;
+    }
+    for (const Column& column : columns)
+      plain.cells.emplace_back(fields[column.index].begin, fields[column.index].end);
+    plain.records.emplace_back(plain.end, fields.back().end);
+    plain.end = at;
+  }
+  return plain;
+}
+
+void expectAsByFields(const std::string& bytes, const TableFormat& format,
+                      const std::vector<Column>& columns) {
+  const Plain expected = splitByFields(bytes, format, columns);
+  // Alone, and with a quote far behind, where it is split in another way.
+  for (const char* behind : {"", "\n\"\"\n"}) {
+    const Chunk chunk = chunkOf(bytes + behind);
+    Cells cells;
+    splitTable(chunk, format, columns, cells);
+    ASSERT_GE(cells.records.size(), expected.records.size()) << bytes;
+    for (std::size_t i = 0; i < expected.records.size(); ++i) {
+      ASSERT_EQ(cells.records[i].begin, expected.records[i].first) << bytes;
+      ASSERT_EQ(cells.records[i].end, expected.records[i].second) << bytes;
+    }
+    for (std::size_t i = 0; i < expected.cells.size(); ++i) {
+      ASSERT_EQ(cells.cells[i].begin, expected.cells[i].first) << bytes;
+      ASSERT_EQ(cells.cells[i].end, expected.cells[i].second) << bytes;
+    }
+    if (expected.fieldsOfWrong > 0) {
+      ASSERT_TRUE(cells.failure) << bytes;
+      ASSERT_EQ(cells.end, expected.end) << bytes;
+      const std::string told =
+          "is missing, the record has " + std::to_string(expected.fieldsOfWrong);
+      ASSERT_NE(cells.failure->message.find(told), std::string::npos) << cells.failure->message;
+    } else if (*behind == '\0') {
+      ASSERT_FALSE(cells.failure) << bytes;
+      ASSERT_EQ(cells.records.size(), expected.records.size()) << bytes;
+      ASSERT_EQ(cells.end, bytes.size());
+    }
+  }
+}
+
+// Eight bytes are looked at at a time: the bytes here differ from separators and line ends by a bit, or by one.
+TEST(Cells, RecordsWithoutQuotesAreSplitAsFieldsAreRead) {
+  Cases cases(ofUsual(60'000));
+  Random random(4);
+  const auto oneOf = [&](std::string_view bytes) {
+    return bytes[static_cast<std::size_t>(random.whole(0, std::ssize(bytes) - 1))];
+  };
+  const std::vector<std::vector<Column>> choices = {
+      {{0, "1"}}, {{1, "2"}}, {{0, "1"}, {1, "2"}}, {{0, "1"}, {3, "4"}}, {{2, "3"}, {3, "4"}}};
+  for (std::int64_t i = ofUsual(60'000); i > 0; --i) {
+    const TableFormat format{oneOf(",\t; |\x01\x7F"), false};
+    std::string near;
+    for (const char c : {format.separator, '\n'}) {
+      for (const int other : {c - 1, c + 1, c ^ 0x80, c ^ 0x20, c | 0x80, 0})
+        near += static_cast<char>(other);
+    }
+    std::erase_if(near, [](char c) { return c == '"' || c == '\r'; });
+    std::string bytes;
+    for (std::int64_t size = random.whole(0, random.oneIn(4) ? 200 : 24); size > 0; --size) {
+      const auto kind = random.whole(0, 9);
+      bytes += kind == 0 ? '\n' : kind < 4 ? format.separator : kind < 7 ? oneOf(near) : 'a';
+    }
+    expectAsByFields(bytes, format, choices[static_cast<std::size_t>(random.whole(0, 4))]);
+    if (HasFatalFailure()) return;
+    ++cases;
   }
 }
 
