@@ -84,12 +84,21 @@ inline PlxResult runPlx(const std::vector<std::string>& arguments, std::string_v
   return runPlxIn(".", arguments, input);
 }
 
-// What comes within ten seconds, up to a line end.
+// Seconds to wait for what has to come. A machine that has other work may leave a program without a processor for long;
+// only a test that fails waits so.
+inline constexpr int kPatience = 120;
+
+// Whether something comes, or the end.
+inline bool waitFor(int descriptor) {
+  struct pollfd polled = {descriptor, POLLIN, 0};
+  return ::poll(&polled, 1, kPatience * 1000) == 1;
+}
+
+// What comes, up to a line end.
 inline std::string readLine(int descriptor) {
   std::string line;
-  struct pollfd polled = {descriptor, POLLIN, 0};
   char c = 0;
-  while (::poll(&polled, 1, 10'000) == 1 && ::read(descriptor, &c, 1) == 1) {
+  while (waitFor(descriptor) && ::read(descriptor, &c, 1) == 1) {
     line += c;
     if (c == '\n') break;
   }

@@ -1,7 +1,9 @@
 // A folder of its own for a test, gone when the test is.
 #pragma once
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -13,7 +15,8 @@ class TemporaryFolder {
  public:
   TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "plx-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (::mkdtemp(name.data()) == nullptr)
+      throw std::runtime_error(name + ": " + std::strerror(errno));
     folder_ = name;
   }
   ~TemporaryFolder() {
@@ -26,7 +29,10 @@ class TemporaryFolder {
   std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
   std::string write(const std::string& name, std::string_view bytes) const {
-    std::ofstream(path(name), std::ios::binary) << bytes;
+    std::ofstream file(path(name), std::ios::binary);
+    file << bytes;
+    file.close();
+    if (!file) throw std::runtime_error(path(name) + ": cannot write: " + std::strerror(errno));
     return path(name);
   }
   std::string read(const std::string& name) const {
