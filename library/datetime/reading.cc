@@ -71,17 +71,19 @@ std::optional<DatetimeText> settled(const Zone& own, const DatetimeText& datetim
 bool place(const Zone* zoneForAll, Zones& zones, Reading& reading, Complaint& complaint) {
   const DatetimeText* datetime = &reading.text;
   std::optional<DatetimeText> withOffset;
-  reading.zone = zoneForAll;
+  reading.zone = reading.clock = zoneForAll;
   if (zoneForAll == nullptr || !datetime->suffix.zone.empty()) {
     const Zone* const own = zones.of(*datetime, complaint);
     if (own == nullptr) return false;
     if (zoneForAll == nullptr) reading.zone = own;
+    reading.clock = own;
     if (!datetime->suffix.zone.empty()) {
       withOffset = settled(*own, *datetime, complaint);
       if (!withOffset) return false;
       datetime = &*withOffset;
     }
   }
+  if (reading.text.offset != OffsetForm::none) reading.clock = nullptr;
   const Zone& zone = *reading.zone;
   const auto second = zone.secondOf(*datetime, complaint);
   if (!second) return false;

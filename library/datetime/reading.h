@@ -24,6 +24,8 @@ struct Reading {
   const Format* format = nullptr;  // of the notation, which it came in
   FormatSpelling spelling;
   const Zone* zone = nullptr;  // where it is to be worked on
+  // Whose wall time the text is: that zone, or the one in its brackets. Null for an instant.
+  const Zone* clock = nullptr;
   doubledouble pair{0.0, 0.0};
 };
 

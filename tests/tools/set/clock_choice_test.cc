@@ -14,6 +14,7 @@
 #include "setting/job.h"
 #include "support/built.h"
 #include "support/cases.h"
+#include "tools/support/run_plx.h"
 
 namespace plx {
 namespace {
@@ -119,6 +120,44 @@ TEST_F(ClockChoiceTest, TextAndArraysAgree) {
   }
   EXPECT_GT(moved, 300u);
   EXPECT_GT(refused, 300u);
+}
+
+// In the zone in its brackets, whatever zone it is set in.
+TEST(ClockChoice, OfADatetimeWithAZoneInBrackets) {
+  const std::string skipped = "2014-03-30T02:30[Europe/Paris]",
+                    twice = "2014-10-26T02:30[Europe/Paris]",
+                    newYork = "2014-03-09T02:30[Europe/Paris]",
+                    withOffset = "2014-10-26T02:30+01:00[Europe/Paris]";
+  const std::string doubtful = "plx: argument: \"" + skipped + "\": the datetime does not exist";
+  const std::string refused = "plx: argument: 02:30:00 is skipped on 2014-03-30";
+  const struct {
+    std::string text, options, out, err;
+  } rows[] = {
+      {skipped, "--gap error", "", refused},
+      {skipped, "--gap error --zone UTC", "", refused},
+      {skipped, "--gap start", "2014-03-30T01:00:59+01:00[Europe/Paris]", ""},
+      {skipped, "--gap end --zone America/New_York", "2014-03-29T21:00:00-04:00[America/New_York]",
+       ""},
+      {skipped, "--gap start --zone America/New_York",
+       "2014-03-29T20:00:59-04:00[America/New_York]", ""},
+      {skipped, "--check report", "2014-03-30T03:00:00+02:00[Europe/Paris]", doubtful},
+      {skipped, "--check report --zone UTC", "2014-03-30T01:00:00Z[UTC]", doubtful},
+      {newYork, "--gap error --zone America/New_York",
+       "2014-03-08T20:00:00-05:00[America/New_York]", ""},
+      {twice, "--fold earlier --zone UTC", "2014-10-26T00:00:00Z[UTC]", ""},
+      {withOffset, "--fold earlier --zone UTC", "2014-10-26T01:00:00Z[UTC]", ""},
+      // Leap seconds are another time line, on which clocks are not settled.
+      {skipped, "--gap error --zone UTCLeapSeconds", "2014-03-30T01:00:00Z[UTC]", ""},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& r : rows) {
+    std::vector<std::string> arguments = words(r.options);
+    arguments.insert(arguments.begin(), {"set", "minute", "0", r.text});
+    const PlxResult result = runPlx(arguments);
+    EXPECT_EQ(result.out, r.out.empty() ? "" : r.out + "\n") << r.text << ' ' << r.options;
+    EXPECT_TRUE(r.err.empty() ? result.err.empty() : result.err.starts_with(r.err)) << result;
+    ++cases;
+  }
 }
 
 }  // namespace

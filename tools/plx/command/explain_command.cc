@@ -92,7 +92,8 @@ std::string explanation(const Options& options, bool colour) {
   Explained explained{*reading.zone, result->settings.front(), options.setting.value, reading.pair,
                       result->after};
   explained.digits = std::max<std::size_t>(9, reading.text.fraction.size());
-  explained.wall = wallOf(reading);
+  if (reading.clock != nullptr && reading.clock->text() == reading.zone->text())
+    explained.wall = wallOf(reading);
   explained.field = assignment.field();
   if (assignment.change != Change::to || !options.setting.sign.empty())
     explained.typed = options.setting.text();

@@ -374,7 +374,9 @@ std::string Setter::doubtOf(const Group& group, std::size_t task) const {
   const Reading& reading = readings_[items_[task].reading];
   const auto wall = wallOf(reading);
   if (!wall) return {};
-  const auto change = group.checker.doubtOf(*wall, secondOf(reading.pair));
+  const int128 second = secondOf(reading.pair);
+  const auto change = reading.clock == &group.zone ? group.checker.doubtOf(*wall, second)
+                                                   : Checker(*reading.clock).doubtOf(*wall, second);
   if (!change) return {};
   if (change->isGap())
     return "the datetime does not exist: " + Checker::describeGap(*wall, *change);

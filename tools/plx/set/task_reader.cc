@@ -6,7 +6,6 @@
 #include <mutex>
 #include <set>
 
-#include "datetime/number_text.h"
 #include "datetime/rules_in_use.h"
 #include "datetime/scanner.h"
 #include "inspect/check.h"
@@ -17,12 +16,9 @@
 namespace plx {
 
 std::optional<int128> wallOf(const Reading& reading) {
-  const DatetimeText& text = reading.text;
-  const bool isNumber = isCount(text.form) || text.form == Form::pair;
-  if (reading.missing || isNumber || !reading.zone->isCalendar() ||
-      text.offset != OffsetForm::none || !text.suffix.zone.empty())
+  if (reading.clock == nullptr || !reading.clock->isCalendar() || reading.zone->countsLeapSeconds())
     return std::nullopt;
-  return int128{text.day} * 86400 + text.secondOfDay;
+  return int128{reading.text.day} * 86400 + reading.text.secondOfDay;
 }
 
 namespace {
@@ -128,7 +124,7 @@ void TaskReader::findZoneOfPlaced() {
 bool TaskReader::settleReading(Reading& reading, Complaint& complaint) const {
   const auto wall = wallOf(reading);
   if (!wall) return true;
-  const auto change = Checker(*reading.zone).doubtOf(*wall, secondOf(reading.pair));
+  const auto change = Checker(*reading.clock).doubtOf(*wall, secondOf(reading.pair));
   if (!change) return true;
   const ClockChoice& choice = options_.clock;
   if (!change->isGap()) {
