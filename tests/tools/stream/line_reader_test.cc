@@ -121,6 +121,9 @@ TEST(LineReader, RefusesALineTooLongAfterThoseBeforeIt) {
           << failure.message;
     }
     EXPECT_EQ(all, (std::vector<std::string>{"|a|LF 1", "|b|LF 2"}));
+
+    LineReader first(folder.write("first", std::string(kLongestLine + 1, 'x') + end));
+    EXPECT_THROW(first.read(lines), Failure) << "instead of no lines";
   }
 }
 

@@ -150,6 +150,18 @@ TEST(OutputFile, KeepsModesAndOwners) {
   }
 }
 
+// As the old file has them at the end: who takes rights away meanwhile means the new one, too.
+TEST(OutputFile, KeepsTheModeThatIsSetMeanwhile) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  OutputFile file(path);
+  Output(file.descriptor()).write("new");
+  ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+  file.commit();
+  EXPECT_EQ(folder.read("file"), "new");
+  EXPECT_EQ(modeOf(path), 0600);
+}
+
 // An access control list as the system keeps it: four bytes of version, and entries of a kind, rights
 // and the number of a user or group. The entries stand in the order of their kinds.
 struct ListEntry {

@@ -120,7 +120,7 @@ TEST(Progress, IsShownOnATerminalAndCleared) {
 
 TEST(Progress, IsNotShown) {
   if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
-  Cases cases(3);
+  Cases cases(4);
   const auto work = [](ShowProgress show) {
     return [show] {
       Progress progress(show, STDERR_FILENO, STDOUT_FILENO, std::nullopt);
@@ -136,6 +136,17 @@ TEST(Progress, IsNotShown) {
     progress.advance(1);
   };
   EXPECT_EQ(onTerminal(brief, false), "") << "where all is done at once";
+  ++cases;
+  const auto inBackground = [&] {
+    const pid_t job = ::fork();
+    if (job == 0) {
+      ::setpgid(0, 0);
+      work(ShowProgress::automatic)();
+      ::_exit(0);
+    }
+    ::waitpid(job, nullptr, 0);
+  };
+  EXPECT_EQ(onTerminal(inBackground, false), "") << "the terminal is another job's";
   ++cases;
 }
 
