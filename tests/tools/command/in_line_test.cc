@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/cases.h"
+#include "table/pattern.h"
 #include "tools/support/run_plx.h"
 
 namespace {
@@ -196,21 +197,32 @@ TEST(InLine, NothingOfADatetimeIsLeftBesideIt) {
       << "digits behind the comma are no part of a date alone";
 }
 
+TEST(InLine, AllInBracketsBelongsToIt) {
+  EXPECT_EQ(
+      inLine({"--to", "rfc3339"}, "2014-05-10T08:30:15-04:00[America/New_York][u-ca=gregory] x\n"),
+      (PlxResult{0, "2014-05-10T08:00:00-04:00 x\n", "", 0}));
+}
+
 TEST(InLine, MatchChoosesThePart) {
-  Cases cases(7);
+  Cases cases(8);
   const std::string line = "from 2014-05-10T08:30:15Z to 2014-05-11T08:30:15Z\n";
   const std::string first = "from 2014-05-10T08:00:00Z to 2014-05-11T08:30:15Z\n",
                     second = "from 2014-05-10T08:30:15Z to 2014-05-11T08:00:00Z\n";
   const struct {
     const char* pattern;
     std::string out;
-  } rows[] = {{"from (\\S+)", first}, {"^.{25}", first},        {"to (\\S+)", second},
-              {"to .*", second},      {"(?i)TO (.*)$", second}, {"(?<=to )\\d.*", second}};
+  } rows[] = {{"from (\\S+)", first},    {"^.{25}", first},        {"to (\\S+)", second},
+              {"to .*", second},         {"(?i)TO (.*)$", second}, {"(?<=to )\\d.*", second},
+              {"2014.* to (.*)", second}};
   for (const auto& r : rows) {
     EXPECT_EQ(inLine({"--match", r.pattern}, line), (PlxResult{0, r.out, "", 0})) << r.pattern;
     ++cases;
   }
+  EXPECT_EQ(inLine({"--match", "^.{19}"}, "2014-05-10T08:30:15.25Z x\n").out,
+            "2014-05-10T08:00:00.25Z x\n")
+      << "nothing is read beyond it";
   EXPECT_EQ(inLine({"--match", "until (.*)"}, line).status, 1) << "no line has it";
+  EXPECT_FALSE(plx::Pattern("(until)?(.*)").find("2014-05-10")) << "its first group is not there";
   const PlxResult wrong = inLine({"--match", "to (.*"}, line);
   EXPECT_EQ(wrong.status, 2);
   EXPECT_TRUE(wrong.err.starts_with(

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "support/cases.h"
+#include "tools/support/pipe.h"
 #include "tools/support/run_plx.h"
 
 namespace {
 
 TEST(JsonLines, OnlyTheValueChanges) {
-  Cases cases(17);
+  Cases cases(18);
   const struct {
     const char *command, *in, *out, *why;
   } rows[] = {
@@ -47,6 +48,8 @@ TEST(JsonLines, OnlyTheValueChanges) {
        R"({"d":2,"z":"Europe/Paris","at":"2014-05-10T22:30:00Z"})",
        R"({"d":2,"z":"Europe/Paris","at":"2014-05-02T00:30:00+02:00"})",
        "values and zones of the same line"},
+      {"set minute 0 -c .at --zone-column .z", R"({"z":"","at":"2014-05-10T08:30:00+02:00"})",
+       R"({"z":"","at":"2014-05-10T08:00:00+02:00"})", "no zone but that of the datetime"},
       {"set day=@.d -c .at", R"({"at":"2014-05-10","d":"last"})",
        R"({"at":"2014-05-31","d":"last"})", "names among the values"},
       {"get month -c .at -c .by", "{\"at\":\"2014-05-10\"}\n{\"by\":\"2014-06-20\",\"at\":null}\n",
@@ -56,6 +59,21 @@ TEST(JsonLines, OnlyTheValueChanges) {
     EXPECT_EQ(runPlx(words(r.command), r.in), (PlxResult{0, r.out, "", 0})) << r.why;
     ++cases;
   }
+}
+
+// However the lines arrive.
+TEST(JsonLines, OneLineThatHasTheValueIsEnough) {
+  const Pipe in, out;
+  PlxProcess plx({"set", "day", "1", "-c", ".at"}, in.read, out.write, STDERR_FILENO);
+  ::close(in.read);
+  ::close(out.write);
+  writeAll(in.write, "{\"at\":\"2014-05-10\"}\n");
+  EXPECT_EQ(readLine(out.read), "{\"at\":\"2014-05-01\"}\n");
+  writeAll(in.write, "{}\n");
+  ::close(in.write);
+  EXPECT_EQ(readLine(out.read), "{}\n");
+  EXPECT_EQ(plx.wait().status, 0);
+  ::close(out.read);
 }
 
 const std::string kMixed =

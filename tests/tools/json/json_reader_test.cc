@@ -155,6 +155,13 @@ TEST(JsonReader, TellsWhatIsWrong) {
     EXPECT_EQ(error->at, r.at) << r.text;
     ++cases;
   }
+  // Where the whole value is asked for, of which there is one on a line.
+  for (const char* text : {"1 2", "1 x", "1 \"x\""}) {
+    std::vector<JsonValue> values;
+    const auto error = readIn(text, {"."}, values);
+    ASSERT_TRUE(error) << text;
+    EXPECT_EQ(error->at, 2U) << text;
+  }
 }
 
 }  // namespace

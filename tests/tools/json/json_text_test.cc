@@ -55,8 +55,8 @@ TEST(JsonText, Escapes) {
     ++cases;
   }
   std::string controls;
-  appendJson(controls, std::string_view("\0\x1f\x7f/", 4));
-  EXPECT_EQ(controls, "\\u0000\\u001f\x7f/");
+  appendJson(controls, std::string_view("\0\x1f \x7f/", 5));
+  EXPECT_EQ(controls, "\\u0000\\u001f \x7f/");
 }
 
 TEST(JsonText, Paths) {

@@ -113,8 +113,12 @@ TEST(Cells, WhatCanBeReadInTwoWaysIsRefused) {
        "table.csv:2:2: column 2 (2) is missing, the record has 1 field: \"x\"; accepted: records "
        "with all the columns that were asked for",
        "a record that is too short"},
+      {"a,b\nx\r\n", kCsv,
+       "table.csv:2:2: column 2 (2) is missing, the record has 1 field: \"x\"; accepted: records "
+       "with all the columns that were asked for",
+       "with CRLF"},
   };
-  Cases cases(10);
+  Cases cases(11);
   for (const auto& r : rows) {
     const Chunk chunk = chunkOf(r.bytes);
     Cells cells;
