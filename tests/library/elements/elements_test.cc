@@ -23,6 +23,17 @@ ElementType typeOf(const char* text) {
   return *type;
 }
 
+TEST(NpyElements, TypesThatAreNone) {
+  Cases cases(7);
+  for (const char* text :
+       {"", "<f3", "<M8[]", "<M8[0s]", "<M8[-1s]", "<M8[99999999999s]", "<M8[x]"}) {
+    Complaint complaint;
+    EXPECT_FALSE(readElementType(text, complaint)) << text;
+    EXPECT_NE(complaint.what, "") << text;
+    ++cases;
+  }
+}
+
 constexpr const char* kTypes[] = {
     "<c16",    ">c16",    "<f8",     ">f8",     "<M8[ms]",  ">M8[ms]",   "<M8[s]",  ">M8[25s]",
     "<M8[us]", ">M8[us]", "<M8[ns]", ">M8[ns]", "<M8[D]",   ">M8[W]",    "<M8[m]",  "<M8[Y]",
