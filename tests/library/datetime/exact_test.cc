@@ -199,17 +199,20 @@ TEST(Exact, ReadingAgreesWithFromCharsAndSumsOnPaper) {
   }
 }
 
-// Midpoints between two doubles, and what lies a digit beyond them.
-TEST(Exact, ReadingBreaksTiesOfHiToEven) {
-  Cases cases(ofWhole(9'000));
+// Midpoints between two doubles, and what lies a digit beyond them; and midpoints between two low parts.
+TEST(Exact, ReadingBreaksTiesToEven) {
+  Cases cases(ofWhole(12'000));
   std::mt19937_64 random(4);
   for (int i = 0; i < ofWhole(3'000); ++i) {
     const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random),
                                  std::uniform_int_distribution<int>(-60, 60)(random));
     const double half = (std::nextafter(hi, INFINITY) - hi) / 2;
     const LongDecimal tie = LongDecimal(hi) + LongDecimal(half);
+    const double lo = half * std::uniform_real_distribution<double>(0.25, 0.5)(random);
+    const LongDecimal tieOfLo =
+        LongDecimal(hi) + LongDecimal(lo) + LongDecimal((std::nextafter(lo, INFINITY) - lo) / 2);
     for (const LongDecimal& millis :
-         {tie, tie + LongDecimal(kSmallest), tie - LongDecimal(kSmallest)}) {
+         {tie, tie + LongDecimal(kSmallest), tie - LongDecimal(kSmallest), tieOfLo}) {
       std::string digits = millis.text();
       const std::size_t point = digits.find('.');
       const std::string whole = digits.substr(0, point - 3);

@@ -388,5 +388,31 @@ TEST(Reading, ABarrageOfBrokenTextsIsRefusedOrReadAgain) {
   }
 }
 
+// Those of offsets, of names in brackets and of texts; of no kind any is left, once there are more than a thousand.
+TEST(Zones, AreAllDroppedWhereTheyAreMany) {
+  const std::vector<std::string> names = everyZone();
+  Cases cases(3);
+  const auto addHalf = [&](Zones& zones, int kind) {
+    Complaint complaint;
+    for (int i = 0; i < 501; ++i) {
+      DatetimeText datetime;
+      datetime.offset = kind == 0 ? OffsetForm::numeric : OffsetForm::none;
+      datetime.offsetSeconds = i;
+      if (kind == 1) datetime.suffix.zone = names.at(static_cast<std::size_t>(i));
+      kind == 2 ? zones.named(fmt::format("None/{}", i), complaint) : zones.of(datetime, complaint);
+    }
+  };
+  for (const int kind : {0, 1, 2}) {
+    Zones zones;
+    addHalf(zones, kind);
+    EXPECT_FALSE(zones.trim()) << kind;
+    addHalf(zones, (kind + 1) % 3);
+    EXPECT_TRUE(zones.trim()) << kind;
+    addHalf(zones, (kind + 1) % 3);
+    EXPECT_FALSE(zones.trim()) << kind;
+    ++cases;
+  }
+}
+
 }  // namespace
 }  // namespace plx

@@ -99,6 +99,22 @@ TEST(SystemClock, TellsFromWhereTheOffsetsReallyDiffer) {
   }
 }
 
+// Whatever place it has in the array: four are compared at once.
+TEST(SystemClock, FindsTheFirstThatDiffers) {
+  const SystemZone zone(kHour, {{kMarch + 300, 2 * kHour}, {kOctober, kHour}});
+  Cases cases(55);
+  for (std::size_t size = 1; size <= 10; ++size) {
+    for (std::size_t place = 0; place < size; ++place) {
+      std::vector<double> millis(size, (kMarch - 400 * kDay) * 1000.0);
+      SystemClock clock(paris());
+      EXPECT_EQ(clock.firstDiffering(millis), std::nullopt) << size;
+      for (std::size_t i = place; i < size; ++i) millis[i] = kMarch * 1000.0;
+      EXPECT_EQ(clock.firstDiffering(millis), place) << size;
+      ++cases;
+    }
+  }
+}
+
 // A difference of decades is walked through once, in whatever order the datetimes come.
 TEST(SystemClock, LooksThroughNoDifferenceTwice) {
   const SystemZone zone(kHour, {{0, 2 * kHour}, {80 * 365 * kDay, kHour}});

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <unicode/gregocal.h>
+#include <unicode/rbtz.h>
 #include <unicode/simpletz.h>
+#include <unicode/tzrule.h>
 
 #include <cstdint>
 #include <memory>
@@ -190,6 +192,39 @@ TEST(ZoneOffsets, AreAskedOfICUWhereThereIsNoTable) {
     ASSERT_NO_FATAL_FAILURE(compare(second));
     const auto edge = static_cast<std::int64_t>(known.stretchAt(second).end / 1000.0);
     for (const std::int64_t around : {-1, 0, 1}) ASSERT_NO_FATAL_FAILURE(compare(edge + around));
+  }
+}
+
+// An hour of standard time after an hour of saving is no change of the offset.
+TEST(ZoneOffsets, WhatLeavesTheOffsetIsPassedOverWithoutATableToo) {
+  constexpr std::int32_t kHour = 3'600'000;
+  const struct {
+    std::int32_t standard, saving;
+    UDate from;
+  } rules[] = {{0, kHour, 1e12}, {kHour, 0, 1.1e12}, {0, kHour, 1.2e12}, {2 * kHour, 0, 1.3e12}};
+  auto zone =
+      std::make_unique<icu::RuleBasedTimeZone>("own", new icu::InitialTimeZoneRule("UTC", 0, 0));
+  UErrorCode status = U_ZERO_ERROR;
+  for (const auto& rule : rules) {
+    zone->addTransitionRule(
+        new icu::TimeArrayTimeZoneRule("rule", rule.standard, rule.saving, &rule.from, 1,
+                                       icu::DateTimeRule::UTC_TIME),
+        status);
+  }
+  zone->complete(status);
+  ASSERT_TRUE(U_SUCCESS(status));
+  ASSERT_FALSE(OffsetTable::of(*zone));
+  const ZoneOffsets offsets(std::move(zone));
+  Cases cases(5);
+  for (const std::int64_t second :
+       {1'000'000'000, 1'050'000'000, 1'100'000'000, 1'150'000'000, 1'299'999'999}) {
+    const OffsetStretch stretch = offsets.stretchAt(second);
+    EXPECT_EQ(stretch.start, 1e12) << second;
+    EXPECT_EQ(stretch.end, 1.3e12) << second;
+    EXPECT_EQ(stretch.before, 0) << second;
+    EXPECT_EQ(stretch.offset, kHour) << second;
+    EXPECT_EQ(stretch.after, 2 * kHour) << second;
+    ++cases;
   }
 }
 

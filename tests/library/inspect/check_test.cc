@@ -85,6 +85,7 @@ TEST_F(Check, TellsWhatHappened) {
        "2014-03-09T03:50:00-04:00"},
       {"minute=150", "America/New_York", "2014-03-09T01:50",
        "minute 150 carried over: 2014-03-09T03:30:00-04:00"},
+      {"hour=3", "America/New_York", "2014-03-09T12:00", ""},
       {"day=30", "Pacific/Apia", "2011-12-10T12:00",
        "12:00:00 is skipped on 2011-12-30, when the clock goes from 2011-12-30 00:00:00 to "
        "2011-12-31 00:00:00: 2011-12-31T12:00:00+14:00"},

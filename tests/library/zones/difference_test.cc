@@ -170,6 +170,10 @@ TEST(Difference, OfAFixedOffset) {
   EXPECT_FALSE(zones::firstDifferent(*utc, file, 3000, 4000));
   EXPECT_EQ(zones::firstDifferent(*utc, file, 3000, 4001)->second, 4000);
   EXPECT_FALSE(zones::firstEqual(*utc, file, 4000, k2100));
+  file.changes = {{1000, 1}, {1001, 0}};
+  const auto end = zones::firstEqual(*utc, file, 1000, k2100);
+  ASSERT_TRUE(end) << "for a second alone";
+  EXPECT_EQ(end->second, 1001);
 }
 
 }  // namespace

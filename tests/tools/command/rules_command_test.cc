@@ -1,6 +1,9 @@
 // `plx rules`, which rules the program uses, and what it says where the system's are others.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,9 +16,11 @@
 #include <vector>
 
 #include "datetime/local_zone.h"
+#include "datetime/rules_in_use.h"
 #include "support/built.h"
 #include "support/cases.h"
 #include "support/lines_of.h"
+#include "tools/support/pipe.h"
 #include "tools/support/run_plx.h"
 #include "tools/support/zone_files.h"
 #include "zones/yearly_rule.h"
@@ -229,6 +234,12 @@ TEST_F(RulesCommand, ListsWhereTheyDiffer) {
             "Etc/GMT+1: from 2030-01-01 to 2030-12-31 +00:00 (in use: -01:00)\n"
             "Europe/Yonder: unknown to the rules in use\n")
       << "each once";
+  zone("Etc/GMT+6", zoneFile(0, {{-315619200, -6 * kHour}}));
+  EXPECT_EQ(runPlx({"rules", "diff", "Etc/GMT+6"}).out,
+            "Etc/GMT+6: until 1959-12-31 +00:00 (in use: -06:00)\n")
+      << "zones that are named, before 1970, too";
+  EXPECT_EQ(runPlx({"rules", "diff"}).out,
+            all.out + "and 1 zone before 1970 alone: plx rules diff --since 1800\n");
 }
 
 TEST_F(RulesCommand, SaysWhatIsWrong) {
@@ -246,6 +257,9 @@ TEST_F(RulesCommand, SaysWhatIsWrong) {
       {{"rules", "diff", "--since", "noon"},
        2,
        "--since: not a year that it takes: \"noon\"; accepted: 1800 to 2099"},
+      {{"rules", "diff", "--since", "2100"},
+       2,
+       "--since: not a year that it takes: \"2100\"; accepted: 1800 to 2099"},
       {{"rules", "update", "--to", rules(), "--from", "/nowhere"},
        4,
        "/nowhere: cannot be read: No such file or directory; accepted: a folder of compiled zones "
@@ -254,7 +268,7 @@ TEST_F(RulesCommand, SaysWhatIsWrong) {
        4,
        "/dev/null/rules: cannot create: Not a directory"},
   };
-  Cases cases(5);
+  Cases cases(6);
   for (const auto& row : rows) {
     EXPECT_EQ(runPlx(row.arguments), (PlxResult{row.status, "", "plx: " + row.told + '\n', 0}));
     ++cases;
@@ -344,6 +358,17 @@ TEST_F(RulesCommand, ShortNamesAreToldWithTheSystemsRulesToo) {
   EXPECT_EQ(runPlx({"set", "hour", "0", "2014-05-10", "-z", "BST", "--quiet"}).err, "");
 }
 
+// Each thread and each input has a watch of its own.
+TEST_F(RulesCommand, TheFirstInstantOfAllWatchesIsTold) {
+  zone("Africa/Abidjan", kAhead);
+  Cases cases(3);
+  for (const int month : {12, 5, 8}) {
+    RulesWatch("Africa/Abidjan").take((k2030 + month * 2'592'000.0) * 1000.0);
+    ++cases;
+  }
+  EXPECT_THAT(otherRules(), HasSubstr("Africa/Abidjan from 2030-05-31 on"));
+}
+
 TEST_F(RulesCommand, RulesAreForEveryoneToRead) {
   zone("Africa/Abidjan", kAhead);
   const mode_t mask = ::umask(077);
@@ -380,6 +405,24 @@ TEST_F(RulesCommand, SeveralUpdatesAndReadersAtOnce) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(left(), (std::vector<std::string>{".lock", "zoneinfo64.res"}));
+}
+
+// Else one that began earlier could put its older rules over those of a later one.
+TEST_F(RulesCommand, AnUpdateWaitsForTheOneBeforeIt) {
+  zone("Africa/Abidjan", kAhead);
+  fs::create_directories(rules());
+  const int before = ::open((rules() + "/.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_EQ(::flock(before, LOCK_EX), 0);
+  const Pipe out;
+  PlxProcess update({"rules", "update", "--to", rules()}, STDIN_FILENO, out.write, STDERR_FILENO);
+  ::close(out.write);
+  struct pollfd told = {out.read, POLLIN, 0};
+  EXPECT_EQ(::poll(&told, 1, 400), 0) << "it has ended";
+  EXPECT_FALSE(fs::exists(file()));
+  ::close(before);
+  EXPECT_EQ(update.wait().status, 0);
+  EXPECT_TRUE(fs::exists(file()));
+  ::close(out.read);
 }
 
 TEST_F(RulesCommand, DamagedRulesAreToldAndOthersUsed) {
