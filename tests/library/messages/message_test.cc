@@ -19,6 +19,7 @@ TEST(QuoteText, FitsOneLineOfATerminal) {
       {std::string("a\0b", 3), R"("a\x00b")", "nor does a zero byte end the line"},
       {"\xC2\x9B", R"("\xC2\x9B")", "the second range of control characters"},
       {"\xE2\x80\xAE", R"("\xE2\x80\xAE")", "nothing turns the line around"},
+      {"\xE2\x81\xA6", R"("\xE2\x81\xA6")", "nor a part of it"},
       {"10. M\xC3\xA4rz", "\"10. M\xC3\xA4rz\"", "letters of other languages stay"},
       {"\xC3(", R"("\xC3(")", "bytes that are no UTF-8"},
       {"say \"x\\y\"", R"("say \"x\\y\"")", "quotes and backslashes"},

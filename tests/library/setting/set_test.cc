@@ -62,6 +62,31 @@ TEST(Set, MillisecondsAsDoubles) {
   EXPECT_EQ(out, (std::vector<Pair>{{millis + 5 * 3600000, 1e-5}}));
 }
 
+// Long columns are divided where a cache line begins; there is none in these.
+TEST(Set, ShortPairsAnywhereInACacheLine) {
+  constexpr std::size_t kCount = 3;
+  const double hour = 13;
+  const plxSetting setting = forAll(paHOUR, hour);
+  const std::vector<double> from(kCount, static_cast<double>(kMillis)), low(kCount, 1e-5);
+  alignas(64) std::array<double, 16> high{}, rest{};
+  Cases cases(8);
+  for (std::size_t at = 1; at <= 8; ++at) {
+    high.fill(7);
+    rest.fill(7);
+    const plxArray in = {const_cast<double*>(from.data()), "<f8",  1, &kCount, nullptr,
+                         const_cast<double*>(low.data()),  nullptr};
+    const plxArray out = {&high[at], "<f8", 1, &kCount, nullptr, &rest[at], nullptr};
+    plxError error;
+    EXPECT_EQ(told(plxSet(&in, &setting, 1, nullptr, &out, &error), error), "");
+    for (std::size_t i = 0; i < high.size(); ++i) {
+      const bool isSet = at <= i && i < at + kCount;
+      EXPECT_EQ(high[i], isSet ? static_cast<double>(kMillis + 5 * 3600000) : 7) << at << ' ' << i;
+      EXPECT_EQ(rest[i], isSet ? 1e-5 : 7) << at << ' ' << i;
+    }
+    ++cases;
+  }
+}
+
 TEST(Set, SeveralInTheirOrder) {
   double february = 2;
   // 10 May -> 10 February -> 28 February.
@@ -96,6 +121,11 @@ TEST(Set, TellsTheFirstElementThatIsWrong) {
   EXPECT_EQ(plxSet(&in, &setting, 1, nullptr, &results, &error), 1);
   EXPECT_STREQ(error.identifier, "Pelmor:datetime:MustBeInteger");
   EXPECT_EQ(error.index, 1U);
+  std::vector<double> datetimes = {0, 0, 1e300, 0};
+  const plxArray millis = arrayOf(datetimes, "<f8", count), numbers = arrayOf(hours, "<f8", count);
+  EXPECT_EQ(plxGet(&millis, paHOUR, nullptr, &numbers, &error), 1);
+  EXPECT_EQ(error.index, 2U);
+  EXPECT_EQ(error.done, 2U);
 }
 
 // Whichever element it is that cannot be set, of the blocks and the parts of blocks that are worked on as one: all

@@ -52,6 +52,10 @@ inline plxOptions inZone(const char* zone) {
 // What a call tells: "" where it succeeds, else identifier, index and message.
 inline std::string told(int status, const plxError& error) {
   if (status == 0 && error.identifier[0] == '\0') return "";
-  const std::string index = error.index == PLX_NO_INDEX ? "" : " at " + std::to_string(error.index);
+  const bool hasIndex = error.index != PLX_NO_INDEX;
+  const std::string index = hasIndex ? " at " + std::to_string(error.index) : "";
+  if (hasIndex) {
+    EXPECT_EQ(error.done, error.index) << "all elements before it were set";
+  }
   return std::string(error.identifier) + index + ": " + error.message;
 }

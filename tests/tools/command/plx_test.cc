@@ -36,6 +36,8 @@ TEST(Plx, SetsOneDatetime) {
       {"set hour 1 2014-05-10", "2014-05-10T01:00:00", "or grows a time of day"},
       {"set day-of-week 0 --zone Europe/Paris 2014-05-10", "2014-05-10", "a date in a zone"},
       {"set second 30.1 2014-05-10T08:30", "2014-05-10T08:30:30.1", "30.1 and no more digits"},
+      {"set second 59.9999999999 2014-05-10T08:30 --digits 3", "2014-05-10T08:30:59.999",
+       "digits that are cut are not rounded up before"},
       {"set second 30.1 2014-05-10T08:30 --exact", "2014-05-10T08:30:30.1",
        "30.1 seconds are 30100 milliseconds exactly"},
       {"set second 0.0001 2014-05-10T08:30 --exact", "2014-05-10T08:30:00.00010000000000000000555",
@@ -47,6 +49,8 @@ TEST(Plx, SetsOneDatetime) {
       {"set day 11 2014-05-10t08:30z", "2014-05-11t08:30:00Z", "t stays, z is Z"},
       {"set hour 1 2014-05-10T08:30+05:30", "2014-05-10T01:30:00+05:30",
        "its own offset is its zone"},
+      {"set hour 1 2014-05-10T08:30[-04:30]", "2014-05-10T01:30:00-04:30[-04:30]",
+       "or one in brackets"},
       {"set hour 1 2014-05-10T08:30+00:00", "2014-05-10T01:30:00+00:00", "an offset of zero"},
       {"set hour 1 2014-05-10T08:30-00:00", "2014-05-10T01:30:00-00:00", "or one nobody knows"},
       {"set hour 1 1890-05-10T08:30-04:56:02", "1890-05-10T01:30:00-04:56:02", "with seconds"},
@@ -207,6 +211,7 @@ TEST(Plx, TakesValuesFromAFileInStep) {
   folder.write("values", "1\n2\r\n3");
   folder.write("gap", "1\n\n3\n\n");
   folder.write("none", "");
+  folder.write("wrong", "1\nx\n");
   const std::string three = "2014-05-10\n2014-05-11\n2014-05-12\n";
   const std::string in = folder.path("");
   EXPECT_EQ(runPlxIn(in, {"set", "month", "@values"}, three).out,
@@ -241,6 +246,8 @@ TEST(Plx, TakesValuesFromAFileInStep) {
           1, "2014-01-10\n",
           "plx: gap:2:1: not a number: \"\"; accepted: a number such as 13, jan to dec, last\n",
           0}));
+  const PlxResult wrong = runPlxIn(in, {"set", "month", "@wrong"}, "2014-05-10\n\n2014-05-12\n");
+  EXPECT_TRUE(wrong.err.starts_with("plx: wrong:2:1: not a number: \"x\"")) << wrong;
 }
 
 TEST(Plx, SaysWhatIsWrongAndWhere) {
@@ -498,7 +505,10 @@ TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
   EXPECT_NE(folder.read("whole.npy"), bytes);
   for (const char* name : {"piped.npy", "redirected.npy", "late.npy"})
     EXPECT_EQ(folder.read(name), folder.read("whole.npy")) << name;
-  // What only begins like one is text.
+  // What only begins like one is text, as is the rest of a file.
+  folder.write("skipped", bytes.substr(0, 6) + "2014-05-10\n");
+  EXPECT_EQ(run("(dd bs=6 count=1 of=first 2> err; " + plx + " set day 5 > rest) < skipped"), 0);
+  EXPECT_EQ(folder.read("rest"), "2014-05-05\n");
   EXPECT_EQ(run("printf '\\223NUM' | " + plx + " set day 5 2> err"), 256);
   EXPECT_NE(folder.read("err").find("not a datetime"), std::string::npos) << folder.read("err");
 }
@@ -534,6 +544,20 @@ TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
       EXPECT_EQ(isOneLine(result.err), row.warns && leaps) << result.err;
     }
   }
+}
+
+TEST(Plx, TellsThatDigitsWereCut) {
+  const std::vector<std::string> command = words("set hour 3 -z America/New_York");
+  const auto told = [&](const std::string& fraction) {
+    std::vector<std::string> arguments = command;
+    arguments.push_back("2014-05-10T08:30:15." + fraction);
+    return runPlx(arguments).err;
+  };
+  EXPECT_EQ(told("1234567890123456789012"), "") << "22 of them";
+  EXPECT_EQ(
+      told("12345678901234567890123"),
+      "plx: digits of seconds that no pair of doubles holds, the twenty-third and further ones "
+      "as a rule, were cut\n");
 }
 
 TEST(Plx, Helps) {
