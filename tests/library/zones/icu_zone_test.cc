@@ -83,7 +83,8 @@ TEST(IcuZone, HasTheFilesRuleInIcusForm) {
 // What is listed ends with the last year that is.
 TEST(IcuZone, EveryRuleOfTheSystemsHasIcusForm) {
   const zones::SystemZones system(zones::systemZonesFolder());
-  Cases cases(150);
+  // Of Debian 13's names 143 have one; those of yesterday stand in a package of their own there.
+  Cases cases(130);
   for (const std::string& name : system.names()) {
     const auto file = system.zone(name);
     if (!file->rule || !file->rule->hasChanges()) continue;
