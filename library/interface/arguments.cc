@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 
 #include "datetime/local_zone.h"
 #include "elements/elements.h"
@@ -28,12 +29,26 @@ constexpr std::size_t kMostDimensions = 64;
   refuse(id::kInvalidArgument, fmt::format("{}: {}", what, why), accepted);
 }
 
-// The product of the shape. Throws for an array that no memory could hold.
-std::size_t countOf(const plxArray& array, std::string_view what) {
+// Whether an enumerator that counts from 0 to `last` stands there. A caller in C may have written any number, and to
+// read that as an enumerator would be undefined here.
+template <class Enum>
+bool isAmong(const Enum& written, Enum last) {
+  std::make_unsigned_t<std::underlying_type_t<Enum>> number;
+  std::memcpy(&number, &written, sizeof number);
+  return number <= static_cast<decltype(number)>(last);
+}
+
+// Before anything reads the lengths.
+void checkDimensions(const plxArray& array, std::string_view what) {
   if (array.ndim > kMostDimensions)
     refuseArgument(what, "too many dimensions", "at most 64 dimensions");
   if (array.ndim > 0 && array.shape == nullptr)
     refuseArgument(what, "the shape is null", "a length for each dimension");
+}
+
+// The product of the shape. Throws for an array that no memory could hold.
+std::size_t countOf(const plxArray& array, std::string_view what) {
+  checkDimensions(array, what);
   const std::size_t* const end = array.shape + array.ndim;
   if (std::find(array.shape, end, 0) != end) return 0;
   std::size_t count = 1;
@@ -71,6 +86,7 @@ std::string shapeText(const plxArray& array) {
 
 void checkShape(const plxArray& array, const plxArray& datetimes, std::string_view what,
                 std::string_view accepted) {
+  checkDimensions(array, what);
   if (array.ndim == datetimes.ndim &&
       std::equal(array.shape, array.shape + array.ndim, datetimes.shape))
     return;
@@ -189,10 +205,8 @@ plxOptions readOptions(const plxOptions* options) {
   if (options->size < offsetof(plxOptions, zone) + sizeof(options->zone))
     refuseArgument("options", "the size is too small", "sizeof(plxOptions)");
   std::memcpy(&read, options, std::min(options->size, sizeof read));
-  if (read.fold < plxFOLD_LATER || read.fold > plxFOLD_ERROR)
-    refuseArgument("options", "unknown fold", "a plxFold");
-  if (read.gap < plxGAP_SHIFT || read.gap > plxGAP_END)
-    refuseArgument("options", "unknown gap", "a plxGap");
+  if (!isAmong(read.fold, plxFOLD_ERROR)) refuseArgument("options", "unknown fold", "a plxFold");
+  if (!isAmong(read.gap, plxGAP_END)) refuseArgument("options", "unknown gap", "a plxGap");
   constexpr unsigned kFindings = plxCARRIED | plxNO_SUCH_DATE | plxSHIFTED | plxTWICE | plxMOVED;
   if ((read.refused & ~kFindings) != 0)
     refuseArgument("options", "unknown findings are refused", "bits of findings");

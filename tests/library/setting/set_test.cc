@@ -231,29 +231,4 @@ TEST(Set, ArraysWithoutElements) {
   }
 }
 
-TEST(Set, RefusesWhatIsNoCall) {
-  std::vector<double> millis = {1};
-  const std::size_t count = 1;
-  double value = 1;
-  const plxArray in = arrayOf(millis, "<f8", count);
-  plxError error;
-  const auto refused = [&](const plxArray* datetimes, plxSetting setting, const char* zone) {
-    plxOptions options{};
-    options.size = sizeof options;
-    options.zone = zone;
-    EXPECT_EQ(plxSet(datetimes, &setting, 1, &options, &in, &error), 1);
-    EXPECT_EQ(error.index, PLX_NO_INDEX);
-    EXPECT_EQ(error.done, 0U);
-    EXPECT_STRNE(error.message, "");
-    return std::string(error.identifier);
-  };
-  EXPECT_EQ(refused(nullptr, forAll(paHOUR, value), nullptr), "Pelmor:library:InvalidArgument");
-  EXPECT_EQ(refused(&in, forAll(5, value), nullptr), "Pelmor:library:UnknownComponent");
-  EXPECT_EQ(refused(&in, forAll(paHOUR, value), "Mars/Base"), "Pelmor:datetime:UnknownTimeZone");
-  EXPECT_EQ(refused(&in, word(paHOUR, "noon"), nullptr), "Pelmor:library:UnknownValue");
-  const plxArray texts = arrayOf(millis, "<U4", count);
-  EXPECT_EQ(refused(&texts, forAll(paHOUR, value), nullptr), "Pelmor:library:UnknownType");
-  EXPECT_EQ(millis, std::vector<double>{1});
-}
-
 }  // namespace
