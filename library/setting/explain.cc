@@ -35,11 +35,13 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
   if (auto wrong = DatetimePlaces(job.datetimes).read(0, before)) throw std::move(*wrong);
   const Zone zone = zoneOf(job.isLocal ? "local" : job.zoneText);
   const double most = zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
-  if (!(std::fabs(before.hi) <= most)) {
+  if (std::isnan(before.hi))
+    throw wrong({"the datetime is a missing one, NaT or NaN", zone.acceptedRange(), Status::badData,
+                 id::kOutOfRange});
+  if (!(std::fabs(before.hi) <= most))
     throw wrong(
-        {"not a datetime, or out of range", zone.acceptedRange(), Status::badData, id::kOutOfRange},
+        {"the datetime is out of range", zone.acceptedRange(), Status::badData, id::kOutOfRange},
         fmt::format("{}", before.hi));
-  }
   SetJob one = job;
   one.options = {};
   one.options.fold = job.options.fold;

@@ -363,7 +363,7 @@ void single(Call& c) {
 }
 
 TEST(Arguments, WhatExplainingRefuses) {
-  Cases cases(6);
+  Cases cases(7);
   expectRefusals(
       explain, single,
       {{[](Call& c) { c.form = static_cast<plxTextForm>(3); },
@@ -385,6 +385,10 @@ TEST(Arguments, WhatExplainingRefuses) {
         },
         "library:ShapeMismatch: datetime: not a single element; accepted: an array of one "
         "element"},
+       {[](Call& c) { c.seconds[0] = kNaT; },
+        "library:OutOfRange: the datetime is a missing one, NaT or NaN; accepted: dates within "
+        "2^52 "
+        "days of 1970, from -12330436974479-06-28 to +12330436978418-07-07"},
        {[](Call& c) { c.options.zone = "Mars/Base"; }, UNKNOWN_ZONE("Mars/Base")}},
       cases);
 }
