@@ -52,7 +52,10 @@ std::string modulePath(const char* asked) {
 void load(const char* asked) {
   const std::lock_guard lock(loading);
   if (const Module* module = loaded.load()) {
-    if (asked == nullptr || module->path() == asked) return;
+    std::error_code error;
+    if (asked == nullptr || module->path() == asked ||
+        std::filesystem::equivalent(module->path(), asked, error))
+      return;
     throw notFound("another module is loaded already: " + module->path());
   }
   paError error;
