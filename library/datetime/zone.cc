@@ -28,7 +28,7 @@ constexpr std::string_view kAcceptedZones =
 constexpr std::string_view kAcceptedKnownZones =
     "zones that plx zones lists; plx rules update takes the system's rules";
 constexpr std::string_view kAcceptedRules =
-    "--zone with an identifier, which means the rules of that data; or newer data";
+    "a zone by its identifier, which means the rules of that data; or newer data";
 constexpr std::string_view kAcceptedInsertedSeconds =
     "23:59:60 of the UTC days that ended with a leap second, the last on 2012-06-30, with --zone "
     "UTCLeapSeconds";

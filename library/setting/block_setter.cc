@@ -11,6 +11,7 @@
 #include "elements/bytes.h"
 #include "inspect/leap_table.h"
 #include "inspect/named.h"
+#include "setting/datetime_places.h"
 #include "setting/refusals.h"
 #include "setting/stream_copy.h"
 #include "setting/zone_of.h"
@@ -274,6 +275,9 @@ Wrong BlockSetter::refusal(const BlockValues& values, const paError& error) cons
                    valueText(values, 0), true);
     if (is(id::kRangeError)) {
       Complaint complaint = complaintOf(error);
+      const doubledouble datetime = pairAt(datetimes_, 0);
+      if (!(std::fabs(datetime.hi + datetime.lo) <= kMaxCalendarMillis))
+        complaint.what = "the datetime is out of range";
       complaint.identifier = id::kRangeError;
       return wrong(complaint, elementText(0));
     }
@@ -458,10 +462,7 @@ void BlockSetter::takeNotes(std::size_t count) {
 }
 
 std::string BlockSetter::elementText(std::size_t i) const {
-  if (job_.datetimes.isPair) {
-    const doubledouble pair = pairAt(datetimes_, i);
-    return fmt::format("{},{}", pair.hi, pair.lo);
-  }
+  if (job_.datetimes.isPair) return pairText(pairAt(datetimes_, i));
   return elements_->text(element(i));
 }
 

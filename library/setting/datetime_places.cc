@@ -1,5 +1,7 @@
 #include "setting/datetime_places.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -19,6 +21,8 @@ void storeDouble(const Strided& to, std::size_t position, bool isSwapped, double
 }
 
 }  // namespace
+
+std::string pairText(const doubledouble& pair) { return fmt::format("{},{}", pair.hi, pair.lo); }
 
 DatetimePlaces::DatetimePlaces(const DatetimeArray& array) : array_(array) {
   if (!array.isPair) elements_ = DatetimeElements::of(array.type, false);
@@ -58,6 +62,13 @@ std::optional<Wrong> DatetimePlaces::write(std::size_t position,
   storeDouble(array_.elements, position, isSwapped, datetime.hi);
   storeDouble(array_.low, position, isSwapped, datetime.lo);
   return std::nullopt;
+}
+
+std::string DatetimePlaces::text(std::size_t position) const {
+  if (elements_) return elements_->text(array_.elements.at(position));
+  doubledouble pair{};
+  read(position, pair);
+  return pairText(pair);
 }
 
 }  // namespace plx

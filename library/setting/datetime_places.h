@@ -14,6 +14,9 @@
 
 namespace plx {
 
+// A pair of arrays' elements, for messages.
+std::string pairText(const doubledouble& pair);
+
 class DatetimePlaces {
  public:
   // The array outlives the places.
@@ -25,6 +28,8 @@ class DatetimePlaces {
   // False where the datetimes have to be read one by one; what is in the arrays then has no meaning.
   bool readMillis(std::size_t start, std::size_t count, double* high, double* low);
   std::optional<Wrong> write(std::size_t position, const doubledouble& datetime) const;
+  // The datetime at a position, for messages.
+  std::string text(std::size_t position) const;
 
  private:
   const DatetimeArray& array_;

@@ -32,7 +32,8 @@ DatetimeArray pairIn(doubledouble& pair) {
 
 std::string explain(const SetJob& job, std::string_view asked, bool colour) {
   doubledouble before{}, after{};
-  if (auto wrong = DatetimePlaces(job.datetimes).read(0, before)) throw std::move(*wrong);
+  const DatetimePlaces places(job.datetimes);
+  if (auto wrong = places.read(0, before)) throw std::move(*wrong);
   const Zone zone = zoneOf(job.isLocal ? "local" : job.zoneText);
   const double most = zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
   if (std::isnan(before.hi))
@@ -41,7 +42,7 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
   if (!(std::fabs(before.hi) <= most))
     throw wrong(
         {"the datetime is out of range", zone.acceptedRange(), Status::badData, id::kOutOfRange},
-        fmt::format("{}", before.hi));
+        places.text(0));
   SetJob one = job;
   one.options = {};
   one.options.fold = job.options.fold;

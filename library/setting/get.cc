@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "base/calendar_limits.h"
-#include "datetime/number_text.h"
 #include "elements/bytes.h"
 #include "inspect/component_value.h"
 #include "inspect/wall.h"
@@ -18,12 +17,6 @@ namespace plx {
 namespace {
 
 constexpr std::size_t kReadBlock = std::size_t{1} << 12;
-
-std::string textOf(const doubledouble& pair) {
-  std::string text;
-  writePair(text, pair);
-  return text;
-}
 
 class Getter : public BlockWorker {
  public:
@@ -41,7 +34,7 @@ class Getter : public BlockWorker {
       }
       double number = std::numeric_limits<double>::quiet_NaN();
       if (std::isfinite(datetime.hi)) {
-        if (auto wrong = faultOf(datetime)) return Stop{std::move(*wrong), i};
+        if (auto wrong = faultOf(datetime, i)) return Stop{std::move(*wrong), i};
         number = componentValue(job_.component, datetime, zone_);
       }
       char* out = job_.numbers.at(i);
@@ -51,17 +44,17 @@ class Getter : public BlockWorker {
   }
 
  private:
-  std::optional<Wrong> faultOf(const doubledouble& datetime) const {
+  std::optional<Wrong> faultOf(const doubledouble& datetime, std::size_t i) const {
     const double most = zone_.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
     if (!(std::fabs(datetime.hi + datetime.lo) <= most)) {
       return wrong({"the datetime is out of range", zone_.acceptedRange(), Status::badData,
                     zone_.isCalendar() ? id::kRangeError : id::kOutOfRange},
-                   textOf(datetime));
+                   places_.text(i));
     }
     Complaint complaint;
     if (zone_.isRight(datetime, complaint)) return std::nullopt;
     complaint.identifier = id::kOtherClock;
-    return wrong(complaint, textOf(datetime));
+    return wrong(complaint, places_.text(i));
   }
 
   bool readTogether(std::size_t start, std::size_t count) {

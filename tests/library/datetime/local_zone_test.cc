@@ -132,7 +132,7 @@ const std::string kDiffering =
     ": local is Europe/Paris, where the system's clock and the time-zone data in use, " +
     timeZoneData() + ", differ from ";
 const std::string kAccepted =
-    "; accepted: --zone with an identifier, which means the rules of that data; or newer data\n";
+    "; accepted: a zone by its identifier, which means the rules of that data; or newer data\n";
 
 // The system's Paris has no summer time in 2014: its clock differs from 2014-03-30T01:00Z until October.
 TEST_F(LocalZone, IsRefusedWhereTheClocksDiffer) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <complex>
 #include <cstdint>
@@ -181,6 +182,36 @@ TEST(Set, StopsAtAnyElementOfAnyBlock) {
         }
       }
     }
+  }
+}
+
+// 8 MiB of results, wherever they begin, as in pieces of a few.
+TEST(Set, ManyResultsThatBypassTheCaches) {
+  constexpr std::size_t kLong = (std::size_t{1} << 20) + 700, kPiece = 100'003;
+  const double hour = 13;
+  const plxSetting setting = forAll(paHOUR, hour);
+  std::vector<std::int64_t> datetimes(kLong);
+  for (std::size_t i = 0; i < kLong; ++i) datetimes[i] = static_cast<std::int64_t>(i) * 3'456'789;
+  std::vector<std::int64_t> expected(kLong);
+  plxError error;
+  for (std::size_t start = 0; start < kLong; start += kPiece) {
+    const std::size_t count = std::min(kPiece, kLong - start);
+    const plxArray in = {&datetimes[start], "<M8[ms]", 1, &count, nullptr, nullptr, nullptr};
+    const plxArray out = {&expected[start], "<M8[ms]", 1, &count, nullptr, nullptr, nullptr};
+    ASSERT_EQ(told(plxSet(&in, &setting, 1, nullptr, &out, &error), error), "");
+  }
+  Cases cases(4);
+  const plxArray in = arrayOf(datetimes, "<M8[ms]", kLong);
+  for (const std::size_t offset : {0, 3, 8, 60}) {
+    std::vector<char> bytes(8 * kLong + 64, 'x');
+    plxArray out = in;
+    out.data = bytes.data() + offset;
+    ASSERT_EQ(told(plxSet(&in, &setting, 1, nullptr, &out, &error), error), "");
+    EXPECT_EQ(std::memcmp(out.data, expected.data(), 8 * kLong), 0) << offset;
+    EXPECT_EQ(std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(offset), 'x'),
+              static_cast<std::ptrdiff_t>(offset));
+    EXPECT_EQ(std::string(&bytes[offset + 8 * kLong], 64 - offset), std::string(64 - offset, 'x'));
+    ++cases;
   }
 }
 

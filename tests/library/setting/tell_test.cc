@@ -3,19 +3,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <complex>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <filesystem>
 #include <memory>
 #include <string_view>
 
 #include "library/setting/support.h"
 #include "support/cases.h"
 #include "support/random.h"
+#include "tools/support/temporary_folder.h"
+#include "tools/support/zone_files.h"
 
 namespace {
 
 using testing::HasSubstr;
 using Text = std::unique_ptr<char, decltype(&plxFreeText)>;
+
+char* bytesOf(double& number) { return reinterpret_cast<char*>(&number); }
 
 std::vector<double> read(std::vector<std::int64_t> counts, const char* type, int component,
                          const char* zone = nullptr) {
@@ -131,6 +140,110 @@ TEST(Get, TellsTheElementThatIsOutOfRange) {
   EXPECT_STREQ(error.identifier, "Pelmor:library:OutOfRange");
   EXPECT_EQ(error.index, 1U);
   EXPECT_EQ(numbers.elements(), (std::vector<double>{1970, 0}));
+}
+
+TEST(Get, LeavesOutAndWritesInTheOtherByteOrder) {
+  Column<std::int64_t> seconds({0, kNaT, std::numeric_limits<std::int64_t>::max(), 86400 * 40},
+                               "<M8[s]");
+  Column<double> numbers({7, 7, 7, 7}, ">f8");
+  const plxArray in = seconds.array(), out = numbers.array();
+  // Every second byte, and the one that is out of range left out.
+  const std::uint8_t where[] = {1, 0, 1, 0, 0, 9, 255, 9};
+  const std::ptrdiff_t stride = 2;
+  plxOptions options = inZone(nullptr);
+  options.where = where;
+  options.whereStrides = &stride;
+  plxError error;
+  EXPECT_EQ(told(plxGet(&in, paMONTH, &options, &out, &error), error), "");
+  std::vector<double> found = numbers.elements();
+  EXPECT_EQ(found[2], 7);
+  for (double& number : found) std::reverse(bytesOf(number), bytesOf(number) + sizeof number);
+  EXPECT_EQ(found[0], 1);
+  EXPECT_TRUE(std::isnan(found[1]));
+  EXPECT_EQ(found[3], 2);
+}
+
+TEST(Get, TellsDatetimesAsTheyAreWritten) {
+  constexpr std::int64_t kFar = 100'000'000;  // days
+  constexpr const char* kInZone =
+      "; accepted: in a time zone, from -140744-08-10T07:30:29.504Z to "
+      "+144683-05-23T16:29:30.496Z";
+  Column<std::int64_t> days({0, kFar}, "<M8[D]");
+  Column<double> millis({0, 1e16}, "<f8"), numbers({7, 7}, "<f8");
+  Column<std::complex<double>> pairs({{0, 0}, {1e16, -1}}, "<c16");
+  const std::pair<plxArray, std::string> rows[] = {{days.array(), "+275760-09-13T00:00:00"},
+                                                   {millis.array(), "1e+16"},
+                                                   {pairs.array(), "1e+16-1j"}};
+  const plxArray out = numbers.array();
+  const plxOptions options = inZone("+01:00");
+  for (const auto& [in, text] : rows) {
+    plxError error;
+    EXPECT_EQ(
+        told(plxGet(&in, paMONTH, &options, &out, &error), error),
+        "Pelmor:datetime:RangeError at 1: the datetime is out of range: \"" + text + '"' + kInZone);
+    const plxSetting month = word(paMONTH, "2");
+    EXPECT_EQ(
+        told(plxSet(&in, &month, 1, &options, &in, &error), error),
+        "Pelmor:datetime:RangeError at 1: the datetime is out of range: \"" + text + '"' + kInZone);
+  }
+}
+
+// Where the system's clock shows Paris without its summer time.
+TEST(Get, TellsOfAClockThatDiffersFromTheRules) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directories(folder.path("zoneinfo/Europe"));
+  const std::string paris = folder.write("zoneinfo/Europe/Paris", zoneFile(3600, {}, "CET-1"));
+  ::setenv("TZ", (':' + paris).c_str(), 1);
+  Column<std::int64_t> seconds({1392000000, 1405000000}, "<M8[s]");  // February and July 2014
+  Column<double> numbers({7, 7}, "<f8");
+  const plxArray in = seconds.array(), out = numbers.array();
+  const plxOptions options = inZone("local");
+  plxError error;
+  const std::string differs =
+      "Pelmor:library:OtherClock at 1: local is Europe/Paris, where the system's clock and the "
+      "time-zone data in use, ";
+  EXPECT_THAT(told(plxGet(&in, paHOUR, &options, &out, &error), error),
+              AllOf(testing::StartsWith(differs), HasSubstr(": +01:00 and +02:00: \"2014-07-10T"),
+                    testing::EndsWith("; accepted: a zone by its identifier, which means the "
+                                      "rules of that data; or newer data")));
+  EXPECT_EQ(numbers.elements(), (std::vector<double>{3, 7}));
+  const plxSetting hour = word(paHOUR, "12");
+  EXPECT_THAT(told(plxSet(&in, &hour, 1, &options, &in, &error), error),
+              testing::StartsWith(differs));
+  ::unsetenv("TZ");
+  ::tzset();
+}
+
+TEST(Convert, LeavesOutAndWritesPairsInTheOtherByteOrder) {
+  Column<std::int64_t> micros({1500, 7, kNaT, -1}, "<M8[us]"), back({7, 7, 7, 7}, "<M8[us]");
+  Column<double> high({7, 7, 7, 7}, ">f8");
+  std::vector<double> low(4, 7);
+  const plxArray in = micros.array(), out = back.array();
+  plxArray pairs = high.array();
+  pairs.low = low.data();
+  const std::uint8_t where[] = {1, 0, 1, 1};
+  plxOptions options = inZone(nullptr);
+  options.where = where;
+  plxError error;
+  EXPECT_EQ(told(plxConvert(&in, &options, &pairs, &error), error), "");
+  EXPECT_EQ(high.elements()[1], 7);
+  EXPECT_EQ(low[1], 7);
+  EXPECT_EQ(told(plxConvert(&pairs, &options, &out, &error), error), "");
+  EXPECT_EQ(back.elements(), (std::vector<std::int64_t>{1500, 7, kNaT, -1}));
+  std::reverse(bytesOf(high.elements()[0]), bytesOf(high.elements()[0]) + sizeof(double));
+  EXPECT_EQ(high.elements()[0], 1.5);
+}
+
+TEST(Convert, TellsOfADatetimeThatIsNone) {
+  Column<std::complex<double>> pairs({{0, 0}, {1, kNan}}, "<c16");
+  Column<double> millis({7, 7}, "<f8");
+  const plxArray in = pairs.array(), out = millis.array();
+  plxError error;
+  EXPECT_EQ(told(plxConvert(&in, nullptr, &out, &error), error),
+            "Pelmor:library:NotFinite at 1: the low part of a finite datetime is not finite: "
+            "\"1+nanj\"; accepted: a finite low part, the imaginary one, where the high part is "
+            "finite");
+  EXPECT_EQ(millis.elements(), (std::vector<double>{0, 7}));
 }
 
 // Counts become pairs, and the pairs the same counts.

@@ -460,7 +460,7 @@ TEST_F(NpySetterTest, TheFirstThatTheModuleRefuses) {
     times[count - 1] = -0x1.8p52;
     EXPECT_THAT(refusal(npyOf("<f8", times), {{"hour", 1}, {"day", 1}}, "Europe/Paris"),
                 StartsWith("times.npy: element " + std::to_string(first) +
-                           ": the value or the result is out of range: \"6755399441055744\""));
+                           ": the datetime is out of range: \"6755399441055744\""));
   }
   const Doubles table = {0, 0, 0, 0, 1e300, 0};
   EXPECT_THAT(refusal(npyOf("<f8", table, "(2, 3)", true), {{"day", 1}}),
