@@ -5,7 +5,7 @@ import os
 import numpy as np
 
 WHOLE = "PLX_WHOLE_TESTS" in os.environ
-# As the other tests have it under the sanitizers: a quarter of what usual runs visit.
+# As the other tests have it under the sanitizers: an eighth of what usual runs visit.
 SHORT = not WHOLE and "PLX_SHORT_TESTS" in os.environ
 # Programs take longer to start.
 SANITIZED = "PLX_SANITIZED" in os.environ

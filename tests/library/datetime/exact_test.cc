@@ -201,7 +201,7 @@ TEST(Exact, ReadingAgreesWithFromCharsAndSumsOnPaper) {
 
 // Midpoints between two doubles, and what lies a digit beyond them; and midpoints between two low parts.
 TEST(Exact, ReadingBreaksTiesToEven) {
-  Cases cases(ofWhole(12'000));
+  Cases cases(4 * ofWhole(3'000));
   std::mt19937_64 random(4);
   for (int i = 0; i < ofWhole(3'000); ++i) {
     const double hi = std::ldexp(std::uniform_real_distribution<double>(1, 2)(random),

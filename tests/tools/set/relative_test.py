@@ -13,7 +13,7 @@ import pandas
 from dateutil.relativedelta import relativedelta
 
 PLX = sys.argv[1]
-COUNT = int(sys.argv[2]) if len(sys.argv) > 2 else 50 if "PLX_SHORT_TESTS" in os.environ else 200
+COUNT = int(sys.argv[2]) if len(sys.argv) > 2 else 25 if "PLX_SHORT_TESTS" in os.environ else 200
 SEED = 20260522
 
 
