@@ -75,11 +75,14 @@ std::vector<std::string> listOf(const std::string& text) {
   return list;
 }
 
-// Where the colon stands behind which a column's own form or format begins.
+// Where the colon stands behind which a column's own form or format begins: the first one right before a form or a
+// letter, as names have colons too, or else the first one with a letter somewhere behind it.
 std::size_t colonOf(const std::string& text) {
   std::size_t inside = std::string::npos;
   for (std::size_t at = text.find(':'); at != std::string::npos; at = text.find(':', at + 1)) {
     const std::string_view rest = std::string_view(text).substr(at + 1);
+    // Behind a letter, the colon of hh:mm is part of the format.
+    if (text.find('%', inside) < at) return inside;
     if (rest.starts_with('%') || formNamed(rest)) return at;
     if (inside == std::string::npos && rest.find('%') != std::string_view::npos) inside = at;
   }
