@@ -24,7 +24,18 @@ TEST(Options, AtTheirEdges) {
     const char *part, *why;
   } rows[] = {
       {"get month -- --quiet=1", 4, "--quiet=1: cannot open: No such file", "no option behind --"},
+      {"help", 0, "Usage: plx [", "as --help"},
+      {"help set", 0, "Usage: plx set", "as set --help"},
+      {"help sett", 2, "help: no such command: \"sett\"", "none of this name"},
       {"help set get", 2, "help: no such command: \"get\"", "one command at a time"},
+      {"--module none.so help set", 0, "Usage: plx set", "which needs no module"},
+      {"--module", 2, "--module needs a PATH", "nothing behind it"},
+      {"rules --module", 2, "plx: --module needs a PATH; see plx rules --help", "nor here"},
+      {"components --module x --module y", 2, "plx: --module is given more than once;", "twice"},
+      {"set month 3 2014-05-10 -z UTC -z UTC", 2, "plx: --zone is given more than once;", "twice"},
+      {"set month 3 2014-05-10 --nosuch=1", 2, "not expected: --nosuch=1", "no option"},
+      {"set =3 2014-05-10", 3, "unknown component: \"\"", "no name"},
+      {"set month+=1 Day=2", 4, "Day=2: cannot open", "a capital letter is no component's"},
       {"set month 3 day=2", 2, "the two ways of setting cannot be mixed: \"day=2\"", "at the end"},
       {"set month 3 day=2 2014-05-10", 2, "cannot be mixed: \"day=2\"", "before the inputs"},
       {"set month=@values day=@values 2014-05-10", 2, "one file of values is read at a time", ""},

@@ -100,14 +100,18 @@ std::string descriptionOf(const CLI::App& app) {
   return text;
 }
 
-// "--zone: 1 required ZONE missing" names the option first.
-std::string withoutValue(std::string_view complaint) {
-  const std::size_t colon = complaint.find(": 1 required "), end = complaint.rfind(" missing");
-  if (colon == std::string_view::npos || end == std::string_view::npos)
-    return escapeText(complaint);
-  const std::size_t value = colon + std::string_view(": 1 required ").size();
-  return fmt::format("{} needs a {}", complaint.substr(0, colon),
-                     complaint.substr(value, end - value));
+// The parser's own words count: "--zone: 1 required ZONE missing", "--zone: At Most 1 required but received 2". It leaves
+// out the name of a hidden option, which only --module is.
+std::string withoutCounts(std::string_view complaint) {
+  constexpr std::string_view kRequired = ": 1 required ", kMissing = " missing";
+  const std::size_t colon = std::min(complaint.find(':'), complaint.size());
+  const std::string_view option = colon == 0 ? "--module" : complaint.substr(0, colon);
+  std::string_view value = complaint.substr(colon);
+  if (value.starts_with(": At Most 1 ")) return fmt::format("{} is given more than once", option);
+  if (!value.starts_with(kRequired) || !value.ends_with(kMissing)) return escapeText(complaint);
+  value.remove_prefix(kRequired.size());
+  value.remove_suffix(kMissing.size());
+  return fmt::format("{} needs a {}", option, value);
 }
 
 }  // namespace
@@ -219,12 +223,11 @@ bool Arguments::parse(std::vector<std::string> arguments, Output& output) {
     output.text() += app.help();
     return false;
   } catch (const CLI::ParseError& error) {
-    // The parser's own words for an option without its value count what is missing.
-    const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+    const bool isMiscounted = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
     const bool extras = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    const std::string message = extras       ? unexpected(app)
-                                : lacksValue ? withoutValue(error.what())
-                                             : escapeText(error.what());
+    const std::string message = extras         ? unexpected(app)
+                                : isMiscounted ? withoutCounts(error.what())
+                                               : escapeText(error.what());
     throw Failure{Status::usage, message + "; see " + app.get_name() + " --help"};
   }
   parser_->unmarkAll();

@@ -101,7 +101,7 @@ void runCommandLine(const std::vector<std::string>& arguments, Output& output) {
   CommandArguments rest(arguments.begin(), at);
   if (at != arguments.end()) rest.insert(rest.end(), at + 1, arguments.end());
   if (name == "help") {
-    runHelp(rest, output);
+    runHelp({at + 1, arguments.end()}, output);
   } else if (const Command* const command = findCommand(name)) {
     command->run(rest, output);
   } else {
