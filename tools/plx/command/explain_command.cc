@@ -146,7 +146,7 @@ bool takesColour(int descriptor) {
   const char* none = std::getenv("NO_COLOR");
   const char* terminal = std::getenv("TERM");
   if (none != nullptr && *none != '\0') return false;
-  if (terminal != nullptr && std::string_view(terminal) == "dumb") return false;
+  if (terminal == nullptr || std::string_view(terminal) == "dumb") return false;
   return ::isatty(descriptor) == 1;
 }
 
