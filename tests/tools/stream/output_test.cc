@@ -404,6 +404,44 @@ TEST(OutputFile, LeavesProtectedFilesAlone) {
   EXPECT_EQ(filesIn(folder.path("")), 1u);
 }
 
+// Then nothing is lost that a backup or an error could save.
+TEST(OutputFile, TheOldFileMayGoMeanwhile) {
+  Cases cases(3);
+  const InPlace kinds[] = {InPlace{}, InPlace{".bak"}};
+  for (const InPlace& kind : kinds) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", "old");
+    OutputFile file(path, kind);
+    Output(file.descriptor()).write("new");
+    fs::remove(path);
+    file.commit();
+    EXPECT_EQ(folder.read("file"), "new");
+    EXPECT_EQ(filesIn(folder.path("")), 1u);
+    ++cases;
+  }
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  OutputFile file(path);
+  fs::remove(path);
+  file.commit();
+  EXPECT_EQ(folder.read("file"), "");
+  ++cases;
+}
+
+// A backup that another program has put there meanwhile is not overwritten, nor is the file replaced without one.
+TEST(OutputFile, ABackupThatCameMeanwhileIsLeftAlone) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  OutputFile file(path, InPlace{".bak"});
+  Output(file.descriptor()).write("new");
+  folder.write("file.bak", "another's");
+  EXPECT_EQ(failureOf([&] { file.commit(); }),
+            path + ": cannot keep a backup as " + path +
+                ".bak: File exists; accepted: a --backup SUFFIX that no file has yet");
+  EXPECT_EQ(folder.read("file"), "old");
+  EXPECT_EQ(folder.read("file.bak"), "another's");
+}
+
 // Lines that a program appends to its log meanwhile are not lost.
 TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
   Cases cases(8);

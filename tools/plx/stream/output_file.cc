@@ -183,6 +183,7 @@ void OutputFile::keepBackup() {
   if (!inPlace_ || !inPlace_->backupSuffix) return;
   if (::link(target_.c_str(), backupPath().c_str()) == 0) return;
   const int error = errno;
+  if (error == ENOENT) return;  // the old file is gone, and nothing is lost
   if (error != EEXIST || !hasBackup()) failBackup(error);
 }
 
