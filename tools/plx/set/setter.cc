@@ -204,9 +204,13 @@ void Setter::resolvePart(Group& group, std::size_t part) {
     if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
     resolved[i] = resolvedAt(group, parts_[part], i);
     const double value = resolved[i].setting.value;
-    const bool isTaken =
-        std::isfinite(value) && (!group.zone.isCalendar() || !refusedByCalendar(component, value));
-    if (isTaken) continue;
+    std::optional<Complaint> wrong;
+    if (!std::isfinite(value)) {
+      wrong = Complaint{"the result is out of range", group.zone.acceptedRange()};
+    } else if (group.zone.isCalendar()) {
+      wrong = refusedByCalendar(component, value);
+    }
+    if (!wrong) continue;
     resolved[i] = {{component, kAnyValue}};
     giveUp(group, i, {"the result is out of range", group.zone.acceptedRange()});
   }
