@@ -208,7 +208,9 @@ TEST(TableSet, Complaints) {
        "plx: a.csv: the header can be read with ',' and with ';' between its columns; accepted: ",
        2},
       {"t\n2014-05-10\n", "set day 1 -c t --delimiter ab a.csv",
-       "plx: --delimiter: no character between fields: \"ab\"; accepted: ", 2},
+       "plx: --delimiter: no character between fields: \"ab\"; accepted: tab, space, or one "
+       "character of ASCII that is no quote and no line end\n",
+       2},
       {"t\n2014-05-10\n", "set day 1 -c t --delimiter \" a.csv", "--delimiter: no character", 2},
       {"t\n2014-05-10\n", "set day 1 -c t --delimiter ; --csv a.csv", "one of --csv, --tsv", 2},
       {"t\n2014-05-10\n", "set day 1 -c t --longest 9 a.csv",

@@ -82,7 +82,7 @@ std::optional<char> separatorTold(const TextOptions& options, const std::string&
   const auto separator = separatorNamed(*options.delimiter);
   if (!separator) {
     throw usage("--delimiter", "no character between fields", *options.delimiter,
-                "one character of ASCII that is no quote, tab or space");
+                "tab, space, or one character of ASCII that is no quote and no line end");
   }
   return separator;
 }
