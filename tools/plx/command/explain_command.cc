@@ -95,8 +95,7 @@ std::string explanation(const Options& options, bool colour) {
   if (reading.clock != nullptr && reading.clock->text() == reading.zone->text())
     explained.wall = wallOf(reading);
   explained.field = assignment.field();
-  if (assignment.change != Change::to || !options.setting.sign.empty())
-    explained.typed = options.setting.text();
+  if (assignment.change != Change::to) explained.typed = options.setting.text();
   explained.columns = columnsOf(STDOUT_FILENO);
   return explain(explained, colour);
 }

@@ -250,13 +250,11 @@ bool JsonReader::Walk::fits(ondemand::json_type type, const char* at, const Node
 // The node that a member leads to, or null.
 bool JsonReader::Walk::member(std::string_view key, const char* at, const Node*& node) {
   const Node* const parent = std::exchange(node, nullptr);
-  if (parent->children.empty()) return true;
   const bool escaped = key.find('\\') != std::string_view::npos;
   const std::string plain = escaped ? unescapedJson(key) : std::string();
   for (const std::size_t child : parent->children) {
     Node& candidate = nodes[child];
-    if (candidate.step.index || candidate.step.key != (escaped ? std::string_view(plain) : key))
-      continue;
+    if (candidate.step.key != (escaped ? std::string_view(plain) : key)) continue;
     if (candidate.seen == texts)
       return fail("the key is there twice, and readers differ about which counts", at,
                   "each key once");

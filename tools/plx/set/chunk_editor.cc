@@ -62,8 +62,7 @@ std::string_view ChunkEditor::keep(const Chunk& chunk, const Cell& cell) {
 void ChunkEditor::collect(const Chunk& chunk) {
   kept_.clear();
   fileLines_.clear();
-  if (valuesOfRecord_ == 0 && file_ == nullptr && !options_.zone && datetimes_ == 1)
-    return collectTexts(chunk);
+  if (valuesOfRecord_ == 0 && !options_.zone && datetimes_ == 1) return collectTexts(chunk);
   tasks_.clear();
   values_.assign(end_ * valuesOfRecord_, {});
   for (std::size_t r = 0; r < end_; ++r) {
@@ -110,12 +109,7 @@ bool ChunkEditor::takeFromFile(const Chunk& chunk, std::size_t record) {
     return false;
   }
   fileLines_.back() = line->number;
-  const std::string_view text = kept_.emplace_back(line->text);
-  std::size_t next = record * valuesOfRecord_;
-  for (const ValueSource& source : options_.values) {
-    if (source.file) values_[next] = text;
-    if (source.column || source.file) ++next;
-  }
+  values_[record] = kept_.emplace_back(line->text);  // one file at most, and no columns beside it
   return true;
 }
 
@@ -152,8 +146,8 @@ void ChunkEditor::judge(const Chunk& chunk, Piece& piece) {
   piece.present = cells_.present;
   piece.records = cells_.records.size();
   piece.wrongRecords = cells_.wrong.size();
-  piece.cutDigits = piece.cutDigits || batch_.cutDigits;
-  piece.carriedOnTheWay = piece.carriedOnTheWay || batch_.carriedOnTheWay;
+  piece.cutDigits = batch_.cutDigits;
+  piece.carriedOnTheWay = batch_.carriedOnTheWay;
 }
 
 Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const {

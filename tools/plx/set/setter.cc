@@ -212,7 +212,7 @@ void Setter::resolvePart(Group& group, std::size_t part) {
     }
     if (!wrong) continue;
     resolved[i] = {{component, kAnyValue}};
-    giveUp(group, i, {"the result is out of range", group.zone.acceptedRange()});
+    giveUp(group, i, std::move(*wrong));
   }
   told_.clear();
   for (const ResolvedSetting& one : resolved) told_.push_back(one.setting.value);
@@ -249,10 +249,8 @@ void Setter::lookOnTheWay(const Group& group) {
   for (const Assignment& assignment : options_.assignments)
     if (assignment.isOfDate()) assignments.push_back(assignment);
   if (areApart(assignments)) return;
-  const double most = group.zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
   for (std::size_t i = 0; i < group.tasks.size(); ++i) {
     const doubledouble before = group.datetimes.at(i);
-    if (!(std::fabs(before.hi) <= most)) continue;
     const double day = wallOf(before, group.zone).day, dayOfMonth = dateOf(day).day;
     if (dayOfMonth <= 28.0) continue;
     values.clear();

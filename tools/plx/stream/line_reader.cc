@@ -19,21 +19,19 @@ std::string_view endingOf(std::string_view line) {
 
 }  // namespace
 
+// So a line that is too long is the first of its chunk, and those before it have been given.
+static_assert(kLongestLine >= kFileChunk);
+
 LineReader::LineReader(const std::string& path)
     : source_(path), reader_(source_, false, kLongestLine + kAroundLine) {}
 
 bool LineReader::read(std::vector<Line>& lines) {
   lines.clear();
-  if (failure_) throw *failure_;
   if (!reader_.read(chunk_)) return false;
   std::size_t number = chunk_.line;
   for (std::size_t at = 0; at < chunk_.size;) {
     const Line line = lineAt(chunk_, at, number++);
-    if (line.text.size() > kLongestLine) {
-      failure_ = lineTooLong(name(), line, kLongestLine);
-      if (lines.empty()) throw *failure_;
-      break;
-    }
+    if (line.text.size() > kLongestLine) throw lineTooLong(name(), line, kLongestLine);
     at += line.lead.size() + line.text.size() + line.ending.size();
     lines.push_back(line);
     // Only whole lines are written: else the next file's first line would be appended to this file's last.

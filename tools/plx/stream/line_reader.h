@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,7 +43,6 @@ class LineReader {
   Source source_;
   ChunkReader reader_;
   Chunk chunk_;
-  std::optional<Failure> failure_;  // of the line after those that were given
 };
 
 // A line of a chunk at `begin`, up to its line end or to the end of the chunk.
