@@ -25,6 +25,7 @@
 #include "stream/signals.h"
 #include "support/cases.h"
 #include "support/proc_files.h"
+#include "tools/support/end_process.h"
 #include "tools/support/interrupted.h"
 #include "tools/support/temporary_folder.h"
 
@@ -61,7 +62,7 @@ int statusOf(const std::function<void()>& work) {
   const pid_t child = ::fork();
   if (child == 0) {
     work();
-    ::_exit(testing::Test::HasFailure() ? 99 : 0);
+    endProcess(testing::Test::HasFailure() ? 99 : 0);
   }
   int status = 0;
   ::waitpid(child, &status, 0);
@@ -329,6 +330,25 @@ TEST(OutputFile, FollowsLinks) {
   EXPECT_TRUE(fs::is_symlink(folder.path("dangling")));
   EXPECT_EQ(filesIn(folder.path("data")), 2u);
 
+  fs::create_symlink(folder.path("data/far"), folder.path("absolute"));
+  writeFile(folder.path("absolute"), "new");
+  EXPECT_EQ(folder.read("data/far"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.path("absolute")));
+
+  // As many in a row as the system follows.
+  std::string last = "data/file";
+  for (int i = 0; i < 40; ++i) {
+    const std::string name = "link" + std::to_string(i);
+    fs::create_symlink(last, folder.path(name));
+    last = name;
+  }
+  writeFile(folder.path(last), "through all");
+  EXPECT_EQ(folder.read("data/file"), "through all");
+  EXPECT_TRUE(fs::is_symlink(folder.path(last)));
+  fs::create_symlink(last, folder.path("one more"));
+  EXPECT_EQ(failureOf([&] { OutputFile file(folder.path("one more")); }),
+            folder.path("one more") + ": cannot open: Too many levels of symbolic links");
+
   fs::create_symlink("loop", folder.path("loop"));
   EXPECT_EQ(failureOf([&] { OutputFile file(folder.path("loop")); }),
             folder.path("loop") + ": cannot open: Too many levels of symbolic links");
@@ -382,7 +402,17 @@ TEST(OutputFile, TellsWhereItCannotWrite) {
             folder.path("") + ": cannot open: Is a directory");
   EXPECT_EQ(failureOf([&] { OutputFile file(""); }),
             "\"\": cannot open: No such file or directory");
-  // A descriptor that is not open.
+  // A folder that has come in the file's place meanwhile.
+  EXPECT_EQ(failureOf([&] {
+              OutputFile file(folder.path("new"));
+              fs::create_directory(folder.path("new"));
+              file.commit();
+            }),
+            folder.path("new") + ": cannot replace: Is a directory");
+  EXPECT_EQ(filesIn(folder.path("")), 1u) << "the folder alone";
+  // What is no descriptor, and one that is not open.
+  EXPECT_EQ(failureOf([&] { OutputFile file("/dev/fd/1x"); }),
+            "/dev/fd/1x: cannot create a temporary file beside it: No such file or directory");
   EXPECT_EQ(failureOf([&] { OutputFile file("/dev/fd/876"); }),
             "/dev/fd/876: cannot open: Bad file descriptor");
 }
@@ -444,7 +474,7 @@ TEST(OutputFile, ABackupThatCameMeanwhileIsLeftAlone) {
 
 // Lines that a program appends to its log meanwhile are not lost.
 TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
-  Cases cases(8);
+  Cases cases(10);
   const struct {
     const char* name;
     std::function<void(const std::string& path)> change;
@@ -465,6 +495,13 @@ TEST(OutputFile, AnInputThatChangesIsLeftAlone) {
          std::ofstream(path) << "old";
        },
        "old"},
+      {"replaced by another of the same time",
+       [](const auto& path) {
+         std::ofstream(path + ".new") << "OLD";
+         fs::last_write_time(path + ".new", fs::last_write_time(path));
+         fs::rename(path + ".new", path);
+       },
+       "OLD"},
   };
   for (const auto& r : rows) {
     for (const bool prepared : {false, true}) {

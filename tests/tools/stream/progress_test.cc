@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 
 #include "stream/signals.h"
 #include "support/cases.h"
+#include "tools/support/end_process.h"
 #include "tools/support/terminal.h"
 
 namespace plx {
@@ -73,7 +75,7 @@ std::string onTerminal(const std::function<void()>& work, bool resultsToo, int e
     if (!resultsToo) ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
     ::setenv("TERM", "xterm", 1);
     work();
-    ::_exit(0);
+    endProcess(0);
   }
   std::string shown;
   char bytes[1000];
@@ -120,7 +122,7 @@ TEST(Progress, IsShownOnATerminalAndCleared) {
 
 TEST(Progress, IsNotShown) {
   if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
-  Cases cases(4);
+  Cases cases(5);
   const auto work = [](ShowProgress show) {
     return [show] {
       Progress progress(show, STDERR_FILENO, STDOUT_FILENO, std::nullopt);
@@ -142,11 +144,21 @@ TEST(Progress, IsNotShown) {
     if (job == 0) {
       ::setpgid(0, 0);
       work(ShowProgress::automatic)();
-      ::_exit(0);
+      endProcess(0);
     }
     ::waitpid(job, nullptr, 0);
   };
   EXPECT_EQ(onTerminal(inBackground, false), "") << "the terminal is another job's";
+  ++cases;
+  const auto cannotClear = [] {
+    ::setenv("TERM", "dumb", 1);
+    Progress dumb(ShowProgress::automatic, STDERR_FILENO, STDOUT_FILENO, std::nullopt);
+    ::unsetenv("TERM");
+    Progress unknown(ShowProgress::automatic, STDERR_FILENO, STDOUT_FILENO, std::nullopt);
+    workFor(dumb, std::chrono::milliseconds(1300));
+    unknown.advance(1);
+  };
+  EXPECT_EQ(onTerminal(cannotClear, false), "") << "a terminal that clears no line";
   ++cases;
 }
 
@@ -165,6 +177,26 @@ TEST(Progress, IsShownAnywhereWhenForced) {
   const std::string_view shown(bytes, static_cast<std::size_t>(count));
   EXPECT_TRUE(shown.starts_with("\r 50% [")) << shown;
   EXPECT_TRUE(shown.ends_with(kClear)) << shown;
+}
+
+TEST(Progress, ATerminalThatDoesNotTellItsWidthHas80Columns) {
+  if (!hasPseudoTerminals()) GTEST_SKIP() << kNoPseudoTerminals;
+  const std::string shown = onTerminal(
+      [] {
+        const struct winsize unknown = {};
+        ::ioctl(STDERR_FILENO, TIOCSWINSZ, &unknown);
+        Progress progress(ShowProgress::always, STDERR_FILENO, STDOUT_FILENO, 100);
+        progress.advance(50);
+      },
+      false);
+  EXPECT_TRUE(shown.starts_with("\r 50% [" + std::string(19, '#') + std::string(19, '.') +
+                                "]  50 of 100 B"))
+      << shown;
+}
+
+TEST(Progress, OneThatCannotBeWrittenIsNoError) {
+  Progress progress(ShowProgress::always, -1, STDOUT_FILENO, 100);
+  EXPECT_NO_THROW(progress.advance(50));
 }
 
 TEST(Progress, ASignalClearsIt) {

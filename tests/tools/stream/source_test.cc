@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,8 +70,53 @@ TEST(Source, KnowsWhoWritesToIt) {
   EXPECT_TRUE(Source(path).isWrittenBy(descriptor));
   EXPECT_FALSE(Source(other).isWrittenBy(descriptor));
   EXPECT_FALSE(Source(empty).isWrittenBy(ofEmpty)) << "as the shell leaves it behind >";
+  EXPECT_FALSE(Source(path).isWrittenBy(-1)) << "nobody";
   ::close(descriptor);
   ::close(ofEmpty);
+}
+
+// The message of a Failure that `work` ends with.
+template <class Work>
+std::string messageOf(const Work& work) {
+  try {
+    work();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status, Status::inputOutput);
+    return failure.message;
+  }
+  return "no failure";
+}
+
+// plx holds the places of the standard descriptors, so this is for other callers.
+TEST(Source, StandardInputThatIsClosedCannotBeRead) {
+  const int before = ::dup(STDIN_FILENO);
+  ::close(STDIN_FILENO);
+  std::string told;
+  {
+    Source source("-");
+    EXPECT_EQ(source.size(), std::nullopt);
+    EXPECT_FALSE(source.isWrittenBy(before));
+    told = messageOf([&] { received(source); });
+  }
+  ::dup2(before, STDIN_FILENO);
+  ::close(before);
+  EXPECT_EQ(told, "-: cannot read: Bad file descriptor");
+}
+
+TEST(Source, TooManyOpenFilesAreAnError) {
+  const TemporaryFolder folder;
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int writer = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+  Source source(pipe);
+  struct rlimit before = {};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const struct rlimit none = {0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  const std::string told = messageOf([&] { source.allowWakeUp(); });
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(told, pipe + ": cannot read: Too many open files");
+  ::close(writer);
 }
 
 TEST(Source, SignalsDoNotEndTheWaitingForMore) {
@@ -126,6 +172,7 @@ TEST(Source, GivesItsDescriptorsBack) {
   {
     Source ofFile(file), ofPipe(pipe), standard("-");
     ofPipe.allowWakeUp();
+    ofPipe.allowWakeUp();  // once more makes no difference
     EXPECT_EQ(openDescriptors(), open + 4) << "two, and two that wake one up";
   }
   EXPECT_EQ(openDescriptors(), open);
