@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "json/json_fault.h"
 #include "support/cases.h"
 
 namespace plx {
@@ -35,7 +36,7 @@ std::string shown(const std::string& text, const JsonValue& value) {
 }
 
 TEST(JsonReader, FindsValues) {
-  Cases cases(18);
+  Cases cases(21);
   const struct {
     const char *text, *path, *value;
   } rows[] = {
@@ -57,6 +58,7 @@ TEST(JsonReader, FindsValues) {
       {R"(17  )", ".", "17"},
       {"null\r", ".", "null"},
       {R"([["x"]])", ".[0][0]", "'x'"},
+      {R"({"b":[false,true,null],"a":3})", ".a", "3"},
       {R"({"b":1,"b":2,"a":3})", ".a", "3"},  // twice, but nobody asked for it
       {"{\"a\":1}\r", ".a", "1"},
   };
@@ -161,6 +163,28 @@ TEST(JsonReader, TellsWhatIsWrong) {
     const auto error = readIn(text, {"."}, values);
     ASSERT_TRUE(error) << text;
     EXPECT_EQ(error->at, 2U) << text;
+  }
+  std::vector<JsonValue> values;
+  const auto error = readIn(R"({"a":{"b":1}})", {".a[0]"}, values);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->complaint.what, ".a is an object, not an array");
+  EXPECT_EQ(error->at, 5U);
+}
+
+// Every value of JSON passes, and of blanks alone something is told.
+TEST(JsonFault, IsFoundWhereThereIsOne) {
+  Cases cases(10);
+  for (const char* text : {"null", " true ", "false", "-1.5e3", "\"\\u0041\"", "[]", "{}",
+                           R"([false,{"a":[null]}])"}) {
+    EXPECT_FALSE(findJsonFault(text)) << text;
+    ++cases;
+  }
+  for (const char* text : {"", "  "}) {
+    const auto fault = findJsonFault(text);
+    ASSERT_TRUE(fault) << '"' << text << '"';
+    EXPECT_STREQ(fault->what, "not JSON, as the line ends within a value");
+    EXPECT_EQ(fault->at, 0U);
+    ++cases;
   }
 }
 

@@ -1,8 +1,11 @@
 #include "npy/npy_file.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstring>
 #include <fstream>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,42 @@ int mappingsOf(const std::string& path) {
   std::ifstream maps("/proc/self/maps");
   for (std::string line; std::getline(maps, line);) count += line.ends_with(path);
   return count;
+}
+
+// The memory that this process has in use, in bytes.
+std::size_t resident() {
+  std::size_t all = 0, pages = 0;
+  std::ifstream("/proc/self/statm") >> all >> pages;
+  return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+// What has been read of a large array is given back, 4 MiB at a time, and can be read again.
+TEST(NpyFile, GivesBackWhatHasBeenRead) {
+  if (!hasProcFiles()) GTEST_SKIP() << kNoProcFiles;
+  constexpr std::size_t kCount = std::size_t{3} << 20, kMiB = std::size_t{1} << 20;
+  const TemporaryFolder folder;
+  std::vector<double> numbers(kCount);
+  std::iota(numbers.begin(), numbers.end(), 0.0);
+  const std::string path = folder.write("a.npy", npyOf("<f8", numbers));
+  NpyFile file(path, path);
+  const auto sum = [&] {
+    const char* const elements = file.elements(0);
+    double all = 0;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      double one = 0;
+      std::memcpy(&one, elements + 8 * i, sizeof one);
+      all += one;
+    }
+    return all;
+  };
+  const double expected = static_cast<double>(kCount) * static_cast<double>(kCount - 1) / 2;
+  EXPECT_EQ(sum(), expected);
+  const std::size_t whole = resident();
+  file.release(kCount / 2);
+  EXPECT_LT(resident() + 7 * kMiB, whole) << "8 of 12 MiB, as whole windows";
+  EXPECT_GT(resident() + 13 * kMiB, whole) << "and no more";
+  file.release(kCount / 4);
+  EXPECT_EQ(sum(), expected);
 }
 
 // Whether the file can be read or not.

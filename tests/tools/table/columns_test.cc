@@ -66,12 +66,18 @@ TEST(Columns, HeadersThatAreNone) {
       {"\xFF\xFE"
        "a",
        "table.csv:1:1: the text is UTF-16: \"\\xFF\\xFEa\"; accepted: UTF-8"},
+      {"\xFE\xFF"
+       "a",
+       "table.csv:1:1: the text is UTF-16: \"\\xFE\\xFFa\"; accepted: UTF-8"},
+      {"\r\na,b\n",
+       "table.csv:1:1: the first line is empty: \"\"; accepted: a first record with the names of "
+       "the columns"},
       {"a,\"b\n",
        "table.csv:1:3: the quote is never closed: \"\\\"b\"; accepted: quotes around the whole "
        "field, "
        "and those inside doubled"},
   };
-  Cases cases(5);
+  Cases cases(7);
   for (const auto& r : rows) {
     const Failure failure = failureOf([&] { headerOf(r.bytes); });
     EXPECT_EQ(failure.status, Status::badData);
@@ -133,14 +139,14 @@ TEST(Columns, ThatAreNotThere) {
        "from 1"},
       {{"id", "1"}, Status::usage, "column 1 is asked for twice, as \"id\" and \"1\""},
   };
-  Cases cases(9);
+  Cases cases(10);
   for (const auto& r : rows) {
     const Failure failure = failureOf([&] { chooseColumns(header, r.asked, "table.csv"); });
     EXPECT_EQ(failure.status, r.status);
     EXPECT_EQ(failure.message, r.message);
     ++cases;
   }
-  for (const char* asked : {"id", "0", "-1", "99999999999999999999"}) {
+  for (const char* asked : {"id", "0", "-1", "1x", "99999999999999999999"}) {
     const Failure failure = failureOf([&] { chooseColumns({asked}); });
     EXPECT_EQ(failure.status, Status::unknownName);
     ++cases;
@@ -167,6 +173,25 @@ TEST(TableFormat, TheSeparatorByTheName) {
     EXPECT_EQ(separatorOf(r.name), r.separator) << r.name;
     ++cases;
   }
+}
+
+TEST(TableFormat, TheSeparatorThatIsTold) {
+  Cases cases(13);
+  const struct {
+    std::string text;
+    std::optional<char> separator;
+  } rows[] = {{"tab", '\t'}, {"\\t", '\t'},
+              {"\t", '\t'},  {"space", ' '},
+              {" ", ' '},    {"~", '~'},
+              {";", ';'},    {"\x7F", {}},
+              {"\xE9", {}},  {"", {}},
+              {"\"", {}},    {"\r", {}},
+              {"\n", {}},    {std::string(1, '\0'), {}}};
+  for (const auto& r : rows) {
+    EXPECT_EQ(separatorNamed(r.text), r.separator) << r.text;
+    ++cases;
+  }
+  EXPECT_EQ(nameOfSeparator('\t') + nameOfSeparator(' ') + nameOfSeparator(';'), "tabspace';'");
 }
 
 }  // namespace
