@@ -135,6 +135,10 @@ TEST_F(NpySetterTest, NaNAndNaT) {
   EXPECT_THAT(refusal(npyOf<double>("<c16", {0, kNan}), {{"year", 2000}}),
               HasSubstr("element 0: the low part of a finite datetime is not finite: \"0+nanj\""));
 
+  EXPECT_EQ(numbersOf<double>(set(npyOf<double>("<f8", {0, 5}), {{"hour", kInf}})),
+            (Doubles{kInf, kInf}));
+  EXPECT_THAT(refusal(npyOf<std::int64_t>("<M8[s]", {0}), {{"hour", -kInf}}),
+              HasSubstr("element 0: the result is not finite: \"-inf\""));
   folder_.write("v.npy", npyOf<double>("<f8", {kNan, 1, kInf}));
   const auto floats =
       numbersOf<double>(set(npyOf<double>("<f8", {0, kNan, 5}), {{"hour", 0, "v.npy"}}));
@@ -396,6 +400,9 @@ TEST_F(NpySetterTest, ValuesOfAFile) {
   for (const char* shape : {"()", "(1,)", "(1, 1)"})
     EXPECT_EQ(numbersOf<std::int64_t>(set(three, with(npyOf<float>(">f4", {2}, shape)))),
               (Counts{86'400, 86'400, 86'400}));
+  EXPECT_EQ(numbersOf<double>(set(npyOf<double>("<f8", {0, 60'000}),
+                                  with(npyOf<double>("<f8", {2.5}), "second"))),
+            (Doubles{2500, 62'500}));
   EXPECT_EQ(set(npyOf<double>("<f8", {}), with(npyOf<double>("<f8", {5}))).size(), 128u);
   EXPECT_EQ(set(npyOf<double>("<f8", {}, "(0, 5)"), with(npyOf<double>("<f8", {}, "(0, 5)", true)))
                 .size(),
@@ -415,6 +422,9 @@ TEST_F(NpySetterTest, ValuesOfAFile) {
       {npyOf<double>("<f8", {1.5}), "day", "v.npy: element 0: not a whole number: \"1.5\""},
       {npyOf<std::int64_t>("<i8", {1, 2, (1LL << 53) + 1}), "day",
        "v.npy: element 2: the value is too large for a double to hold exactly: "
+       "\"9007199254740993\""},
+      {npyOf<std::int64_t>("<i8", {(1LL << 53) + 1}), "day",
+       "v.npy: element 0: the value is too large for a double to hold exactly: "
        "\"9007199254740993\""},
       {npyOf<double>("<c16", {1, 2, 3, 4, 5, 6}), "day",
        "v.npy: the elements are no numbers: \"complex128\""},
