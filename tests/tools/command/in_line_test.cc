@@ -16,7 +16,7 @@ PlxResult inLine(const std::vector<std::string>& more, std::string_view input) {
 }
 
 TEST(InLine, LogsAsTheyAre) {
-  Cases cases(33);
+  Cases cases(35);
   const struct {
     const char *in, *out, *why;
   } rows[] = {
@@ -28,6 +28,9 @@ TEST(InLine, LogsAsTheyAre) {
       {"x (2014-05-10T08:30:15Z).", "x (2014-05-10T08:00:00Z).", "at the end of a sentence"},
       {"2014-05-10T08:30:15-04:00[America/New_York] x",
        "2014-05-10T08:00:00-04:00[America/New_York] x", "a zone in brackets"},
+      {"2014-05-10T08:30:15Z[UTC] x", "2014-05-10T08:00:00Z[UTC] x", "which may be UTC"},
+      {"2014-05-10T08:30:15+02:00[+02:00] x", "2014-05-10T08:00:00+02:00[+02:00] x",
+       "or an offset"},
       {"2014-05-10T08:30:15Z[main] x", "2014-05-10T08:00:00Z[main] x",
        "brackets of something else"},
       {"2014-05-10 08:30:15 +0200 x", "2014-05-10 08:00:00 +0200 x", "git's offset"},
@@ -197,6 +200,63 @@ TEST(InLine, NothingOfADatetimeIsLeftBesideIt) {
       << "digits behind the comma are no part of a date alone";
 }
 
+// Of a date alone: which times of day the clock's components would be set without.
+TEST(InLine, ATimeOfDayApartFromTheDate) {
+  const struct {
+    const char* line;
+    bool isTold;
+  } rows[] = {
+      {"2014-05-10 at 12:30", true},
+      {"2014-05-10 x_12:30", true},
+      {"2014-05-10 T12:30 x", true},
+      {"2014-05-10 [8:30:15]", true},
+      {"2014-05-10", false},
+      {"2014-05-10 took 3 s", false},
+      {"2014-05-10 a: b", false},
+      {"2014-05-10 :30", false},
+      {"2014-05-10 x 1:2", false},
+      {"2014-05-10 x 123:45", false},
+      {"2014-05-10 x 1.12:30", false},
+      {"2014-05-10 x a12:30", false},
+      {"2014-05-10 10.0.0.1:80", false},
+      {"2014-05-10 host:8080", false},
+      {"2014-05-10 [fe80::12:30]", false},
+      {"2014-05-10 x:12:30 y", false},
+      {"2014-05-10 x 1:2 12:30", true},
+  };
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    ++cases;
+    const std::string line = row.line + std::string("\n");
+    const PlxResult result = runPlx(words("set hour=3 --in-line"), line);
+    EXPECT_EQ(result.status, row.isTold ? 1 : 0) << line << result;
+    EXPECT_EQ(result.out, row.isTold ? "" : "2014-05-10T03:00:00" + line.substr(10)) << line;
+    const bool isTold =
+        result.err.find(": a time of day stands apart from the date: ") < result.err.size();
+    EXPECT_EQ(isTold, row.isTold) << result.err;
+  }
+  // One that is not set does not matter, unless the result is to be written in another form.
+  const std::string line = "2014-05-10 at 08:30\n";
+  EXPECT_EQ(runPlx(words("set day=3 --in-line"), line).out, "2014-05-03 at 08:30\n");
+  for (const char* other :
+       {"set day=3 --in-line --to iso", "set day=3 --in-line --to-format %d.%m.%Y"})
+    EXPECT_EQ(runPlx(words(other), line).status, 1) << other;
+}
+
+TEST(InLine, CountsOfSeconds) {
+  EXPECT_EQ(runPlx(words("set hour=3 --in-line --format %s"), "at 1399710615 x\n"),
+            (PlxResult{0, "at 1399692615 x\n", "", 0}));
+}
+
+TEST(InLine, ALineThatIsTooLongEndsIt) {
+  const PlxResult result =
+      inLine({"--longest", "20"}, "2014-05-10T08:30 a\n2014-05-10T08:30:15 b\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "2014-05-10T08:00:00 a\n");
+  EXPECT_TRUE(result.err.starts_with("plx: -:2:1: the line is too long, it begins: "))
+      << result.err;
+}
+
 TEST(InLine, AllInBracketsBelongsToIt) {
   EXPECT_EQ(
       inLine({"--to", "rfc3339"}, "2014-05-10T08:30:15-04:00[America/New_York][u-ca=gregory] x\n"),
@@ -223,6 +283,7 @@ TEST(InLine, MatchChoosesThePart) {
       << "nothing is read beyond it";
   EXPECT_EQ(inLine({"--match", "until (.*)"}, line).status, 1) << "no line has it";
   EXPECT_FALSE(plx::Pattern("(until)?(.*)").find("2014-05-10")) << "its first group is not there";
+  EXPECT_FALSE(plx::Pattern("(a)|b.*").find("b 2014-05-10")) << "nor any behind it";
   const PlxResult wrong = inLine({"--match", "to (.*"}, line);
   EXPECT_EQ(wrong.status, 2);
   EXPECT_TRUE(wrong.err.starts_with(
