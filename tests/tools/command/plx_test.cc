@@ -246,6 +246,13 @@ TEST(Plx, TakesValuesFromAFileInStep) {
           1, "2014-01-10\n",
           "plx: gap:2:1: not a number: \"\"; accepted: a number such as 13, jan to dec, last\n",
           0}));
+  EXPECT_EQ(
+      runPlxIn(in, {"set", "month=@values", "day=3"}, "2014-05-10\n2014-05-11\n\n2014-05-12\n\n"),
+      (PlxResult{0, "2014-01-03\n2014-02-03\n\n2014-03-03\n\n", "", 0}))
+      << "beside a value for all, and an empty line behind the last of the file";
+  EXPECT_EQ(
+      runPlxIn(in, {"set", "day=3", "month=@wrong"}, three).err,
+      "plx: wrong:2:1: not a number: \"x\"; accepted: a number such as 13, jan to dec, last\n");
   const PlxResult wrong = runPlxIn(in, {"set", "month", "@wrong"}, "2014-05-10\n\n2014-05-12\n");
   EXPECT_TRUE(wrong.err.starts_with("plx: wrong:2:1: not a number: \"x\"")) << wrong;
 }
@@ -381,6 +388,10 @@ TEST(Plx, TakesEmptyArgumentsForWhatTheyAre) {
   EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--zone", ""}).out, "2014-05-01\n");
   EXPECT_EQ(runPlx({"set", "day", "1", ""}),
             (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
+  EXPECT_EQ(runPlx({"set", "day", "1", "2014-05-10", "--longest", ""}).err.substr(0, 45),
+            "plx: --longest: not a size that it takes: \"\";");
+  EXPECT_EQ(runPlx({"set", "day", "1", "-i", "a", "--backup", ""}).err,
+            "plx: --backup: not the end of a file's name: \"\"; accepted: a suffix such as .bak\n");
   EXPECT_EQ(runPlx({"set", "day", "@", "2014-05-10"}),
             (PlxResult{4, "", "plx: \"\": cannot open: No such file or directory\n", 0}));
 }
@@ -509,6 +520,10 @@ TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
   folder.write("skipped", bytes.substr(0, 6) + "2014-05-10\n");
   EXPECT_EQ(run("(dd bs=6 count=1 of=first 2> err; " + plx + " set day 5 > rest) < skipped"), 0);
   EXPECT_EQ(folder.read("rest"), "2014-05-05\n");
+  EXPECT_EQ(run("printf '2014' | " + plx + " set day 5 2> err"), 256);
+  EXPECT_NE(folder.read("err").find("a number without its unit"), std::string::npos);
+  EXPECT_EQ(run("true | " + plx + " set day 5 > none"), 0);
+  EXPECT_EQ(folder.read("none"), "");
   EXPECT_EQ(run("printf '\\223NUM' | " + plx + " set day 5 2> err"), 256);
   EXPECT_NE(folder.read("err").find("not a datetime"), std::string::npos) << folder.read("err");
 }

@@ -242,8 +242,22 @@ TEST_F(RulesCommand, ListsWhereTheyDiffer) {
             all.out + "and 1 zone before 1970 alone: plx rules diff --since 1800\n");
 }
 
+TEST_F(RulesCommand, OtherNamesOfAZoneStandBesideIt) {
+  for (const char* name : {"Europe/London", "GB", "GB-Eire"}) zone(name, kAhead);
+  const std::string told = runPlx({"rules", "diff"}).out;
+  EXPECT_THAT(told, StartsWith("Europe/London, also GB, GB-Eire: "));
+  EXPECT_EQ(told.find('\n'), told.size() - 1) << told;
+}
+
+TEST_F(RulesCommand, TellsOfDifferencesBefore1970Alone) {
+  zone("Etc/GMT+6", zoneFile(0, {{-315619200, -6 * kHour}}));
+  EXPECT_THAT(runPlx({"rules"}).out,
+              EndsWith("\nThey differ for 0 zones since 1970, and for 1 before that alone.\n"));
+}
+
 TEST_F(RulesCommand, SaysWhatIsWrong) {
   zone("Africa/Abidjan", kAhead);
+  fs::create_directories(folder_.path("locked/.lock"));
   const struct {
     std::vector<std::string> arguments;
     int status;
@@ -264,11 +278,14 @@ TEST_F(RulesCommand, SaysWhatIsWrong) {
        4,
        "/nowhere: cannot be read: No such file or directory; accepted: a folder of compiled zones "
        "such as /usr/share/zoneinfo"},
+      {{"rules", "update", "--to", folder_.path("locked")},
+       4,
+       folder_.path("locked") + "/.lock: cannot open: Is a directory"},
       {{"rules", "update", "--to", "/dev/null/rules"},
        4,
        "/dev/null/rules: cannot create: Not a directory"},
   };
-  Cases cases(6);
+  Cases cases(7);
   for (const auto& row : rows) {
     EXPECT_EQ(runPlx(row.arguments), (PlxResult{row.status, "", "plx: " + row.told + '\n', 0}));
     ++cases;
@@ -335,6 +352,24 @@ TEST_F(RulesCommand, AFolderThatIsGivenHasAName) {
     ++cases;
   }
   EXPECT_FALSE(fs::exists(file()));
+}
+
+// Where nobody says where to, rules are put into the user's own folder; root's test would write into the system's.
+TEST_F(RulesCommand, AUserWithoutAHomeSaysWhereTo) {
+  zone("Africa/Abidjan", kAhead);
+  ASSERT_EQ(::chmod(folder_.path("").c_str(), 0777), 0);
+  const std::string as = ::geteuid() == 0 ? "setpriv --reuid 65534 --clear-groups " : "";
+  const std::string update = "; " + as + "'" + built("plx") + "' rules update 2>&1; echo $?)";
+  if (linesOf("(" + as + "'" + built("plx") + "' components > '/dev/null' 2>&1; echo $?)") !=
+      std::vector<std::string>{"0"})
+    GTEST_SKIP() << "another user cannot run plx here";
+  EXPECT_EQ(linesOf("(unset HOME XDG_DATA_HOME" + update),
+            (std::vector<std::string>{"plx: there is no HOME to put rules into; accepted: --to DIR",
+                                      "2"}));
+  const auto told = linesOf("(umask 022" + update);
+  ASSERT_EQ(told.size(), 2u);
+  EXPECT_THAT(told[0], StartsWith(file() + ": "));
+  EXPECT_TRUE(fs::exists(file()));
 }
 
 TEST_F(RulesCommand, AFolderThatIsGivenNeedsNoHome) {

@@ -18,6 +18,20 @@ TEST(Settings, Rows) {
       {"set time 09:30:15.5 2014-05-10", "2014-05-10T09:30:15.5", "with a fraction"},
       {"set date=2024-02-29 2014-05-10T08:30:15.25", "2024-02-29T08:30:15.25", "the time stays"},
       {"set date=2024-060 2014-05-10", "2024-02-29", "in any form of a date"},
+      {"set hour+=1 2014-11-02T00:30 -z America/New_York --fold earlier",
+       "2014-11-02T01:30:00-04:00", "of a relative result that comes twice, the first"},
+      {"set hour+=1 2014-11-02T00:30 -z America/New_York", "2014-11-02T01:30:00-05:00",
+       "or the second"},
+      {"set month=nov day=2 2014-05-10T01:30 -z America/New_York --together --fold earlier",
+       "2014-11-02T01:30:00-04:00", "of settings that are resolved as one, too"},
+      {"set hour+=1 2014-03-09T01:30 -z America/New_York --gap start", "2014-03-09T01:59:59-05:00",
+       "of a relative result that is skipped, the last second before"},
+      {"set day=3 2014-11-02T01:30 -z America/New_York --fold same", "2014-11-03T01:30:00-05:00",
+       "a datetime that comes twice is the second"},
+      {"set day=9 2014-03-09T02:30 -z America/New_York --fold earlier", "2014-03-09T03:30:00-04:00",
+       "one that is skipped is as much later as the gap is long"},
+      {"set month=feb hour=6 day=10 2014-01-29 -z Europe/Paris --quiet --together",
+       "2014-02-10T06:00:00+01:00", "settings of the date with one of the clock between them"},
       {"set date=2014-03-09 2014-05-10T02:30 -z America/New_York", "2014-03-09T03:30:00-04:00",
        "one call of the module: only the result meets a gap"},
       {"set date=2014-01-31 month=feb 2014-05-10", "2014-03-03", "in turn, as others"},
@@ -151,6 +165,7 @@ TEST(Settings, SaysWhatIsWrong) {
       {"set day 1 2014-05-10 -z NewYork", "did you mean America/New_York?", 3},
       {"set day 1 2014-05-10 -z Kathmandu", "did you mean Asia/Kathmandu?", 3},
       {"explain hour 2 2014-03-09 -z America/NewYork", "did you mean America/New_York?", 3},
+      {"set day 1 2014-05-10 -z CEX", "unknown time zone: \"CEX\"", 3},
       {"set day 1 2014-05-10 -z nowhere-near", "unknown time zone: \"nowhere-near\"", 3},
       {"set day 1 2014-05-10 --year 2014",
        "--year: nothing takes it: \"2014\"; accepted: a --format without a year", 2},
@@ -223,6 +238,15 @@ TEST(Settings, HintsAtTogether) {
   EXPECT_EQ(hints("set month=feb 2014-01-31"), 0) << "one setting, which is told by --check";
   EXPECT_EQ(hints("set month=feb day=last 2014-01-31 --together"), 0);
   EXPECT_EQ(hints("set month=feb day=last 2014-01-31 --clip"), 0);
+  EXPECT_EQ(hints("set month=feb hour=6 day=10 2014-01-29"), 1) << "one of the clock between them";
+  EXPECT_EQ(hints("set month=feb year=2015 2014-05-31"), 0) << "nor is there a 31 February as one";
+  EXPECT_EQ(hints("set month=feb day=10 day=12 2014-01-31"), 0)
+      << "which cannot be resolved as one";
+  const PlxResult zones =
+      runPlx(words("set month=feb day=10"), "2014-01-31T00:00Z\n2014-01-31T00:00+01:00\n");
+  EXPECT_EQ(zones.out, "2014-03-10T00:00:00Z\n2014-03-10T00:00:00+01:00\n");
+  EXPECT_EQ(zones.err.find(hint), zones.err.rfind(hint)) << "in two zones, " << zones.err;
+  EXPECT_NE(zones.err.find(hint), std::string::npos);
 }
 
 // What --check tells of settings that are more than new values: not that they carry, which was asked.
@@ -248,6 +272,14 @@ TEST(Settings, AreChecked) {
       {"date=2014-03-09 2014-05-10T02:30 -z America/New_York", "02:30:00 is skipped"},
       {"hour+=1 2014-11-02T00:30 -z America/New_York", "comes twice"},
       {"day-of-week=0 2014-05-11T00:00Z", "day-of-week 0 carried over"},
+      {"month+=1 day=last 2014-01-31 --together", ""},
+      {"day=3 2014-11-02T01:30 -z America/New_York",
+       "\"2014-11-02T01:30\": the datetime comes twice, as the clock goes back from 02:00:00 to "
+       "01:00:00\n"},
+      {"day=3 2014-03-09T02:30 -z America/New_York",
+       "\"2014-03-09T02:30\": the datetime does not exist: 02:30:00 is skipped on 2014-03-09"},
+      {"month=13 2014-11-02T01:30 -z America/New_York",
+       "to 01:00:00; month 13 carried over: 2015-01-02T01:30:00-05:00\n"},
   };
   Cases cases(std::size(rows));
   for (const auto& row : rows) {
@@ -257,6 +289,56 @@ TEST(Settings, AreChecked) {
     EXPECT_EQ(result.err.empty(), row.told[0] == '\0') << row.command << '\n' << result;
     EXPECT_NE(result.err.find(row.told), std::string::npos) << row.command << '\n' << result;
   }
+}
+
+// Where a result differs from what was asked, and cannot be written either, the error alone is told.
+TEST(Settings, AnErrorSaysMoreThanAFinding) {
+  const PlxResult result =
+      runPlx(words("set year=9999 month=13 --check report --to rfc3339 --on-error pass"),
+             "2014-05-10T00:00Z\n2014-05-10\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "2014-05-10T00:00Z\n2014-05-10\n");
+  EXPECT_EQ(result.err.find("carried over"), std::string::npos) << result.err;
+  EXPECT_TRUE(result.err.ends_with("plx: 2 datetimes were wrong and were left as they stood\n"))
+      << result.err;
+}
+
+// A date as people write it, which only a format tells how to read, is told apart from other texts.
+TEST(Settings, HintsAtAFormat) {
+  const struct {
+    const char* text;
+    bool hints;
+  } rows[] = {{"1/2/3", true},     {"2014/5/10", true},  {"10.05.14 8:30", true},
+              {"/5/2014", false},  {"20145/5/1", false}, {"1//3", false},
+              {"1/234/5", false},  {"10/05", false},     {"10/05/x", false},
+              {"10/05.14", false}, {"a/b/c", false}};
+  Cases cases(std::size(rows));
+  for (const auto& row : rows) {
+    const PlxResult result = runPlx(words("get day"), std::string(row.text) + '\n');
+    EXPECT_EQ(result.status, 1) << row.text;
+    const bool hints =
+        result.err.find("unless --format tells how it is written") != std::string::npos;
+    EXPECT_EQ(hints, row.hints) << result.err;
+    ++cases;
+  }
+}
+
+// Names that are near to no zone's are told in each row as in the first, however many there are.
+TEST(Settings, TellsWhatZoneWasMeantInEachRow) {
+  std::string table = "t,z\n";
+  for (int i = 0; i < 110; ++i) table += "2014-05-10,Nowhere/At/All" + std::to_string(i) + '\n';
+  table += "2014-05-10,Europe/Pari\n2014-05-10,Europe/Pari\n";
+  const PlxResult all = runPlx(words("get day -c t --zone-column z --on-error pass"), table);
+  EXPECT_TRUE(all.err.ends_with("plx: 112 datetimes were wrong and were left as they stood\n"))
+      << all.err;
+  const std::string last = table.substr(table.find("2014-05-10,Europe"));
+  const PlxResult two =
+      runPlx(words("get day -c t --zone-column z --on-error pass"), "t,z\n" + last);
+  std::size_t hints = 0;
+  for (std::size_t at = 0; (at = two.err.find("did you mean Europe/Paris?", at)) < two.err.size();
+       ++at)
+    ++hints;
+  EXPECT_EQ(hints, 2u) << two.err;
 }
 
 // Names that mean several zones are read as ICU reads them, and told of once.
