@@ -32,6 +32,12 @@ std::string describeOrRethrow(const std::exception_ptr& exception) {
   }
 }
 
+// ICU's folding, which for ASCII is that of letters alone; names of zones are ASCII.
+UChar32 folded(unsigned short unit) {
+  if (unit > 0x7F) return u_foldCase(unit, U_FOLD_CASE_DEFAULT);
+  return 'A' <= unit && unit <= 'Z' ? unit - 'A' + 'a' : unit;
+}
+
 }  // namespace
 
 int lcctype::compare(const unsigned short* a, std::size_t aLength, const unsigned short* b,
@@ -40,8 +46,7 @@ int lcctype::compare(const unsigned short* a, std::size_t aLength, const unsigne
   if (!b) bLength = 0;
   const std::size_t common = std::min(aLength, bLength);
   for (std::size_t i = 0; i < common; ++i) {
-    const UChar32 x = u_foldCase(a[i], U_FOLD_CASE_DEFAULT);
-    const UChar32 y = u_foldCase(b[i], U_FOLD_CASE_DEFAULT);
+    const UChar32 x = folded(a[i]), y = folded(b[i]);
     if (x != y) return x < y ? -1 : 1;
   }
   return aLength == bLength ? 0 : aLength < bLength ? -1 : 1;

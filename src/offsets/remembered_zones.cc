@@ -1,6 +1,7 @@
 #include "offsets/remembered_zones.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -12,11 +13,22 @@ std::uint64_t mixed(std::uint64_t hash, std::uint64_t x) {
   return product ^ product >> 32;
 }
 
+// With so many bytes, eight at once.
+std::uint64_t mixed(std::uint64_t hash, const void* data, std::size_t count) {
+  const auto* bytes = static_cast<const char*>(data);
+  for (std::size_t from = 0; from < count; from += 8) {
+    std::uint64_t x = 0;
+    std::memcpy(&x, bytes + from, std::min<std::size_t>(8, count - from));
+    hash = mixed(hash, x);
+  }
+  return hash;
+}
+
 // Never 0.
 std::uint64_t hashOf(const ZoneKey& key) {
   std::uint64_t hash = mixed(key.text.size(), key.icuLife);
-  for (const std::uint16_t unit : key.text) hash = mixed(hash, unit);
-  for (const char c : key.locale) hash = mixed(hash, static_cast<unsigned char>(c));
+  hash = mixed(hash, key.text.data(), key.text.size_bytes());
+  hash = mixed(hash, key.locale.data(), key.locale.size());
   return hash | 1;
 }
 

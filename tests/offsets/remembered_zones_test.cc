@@ -74,9 +74,10 @@ TEST_F(Remembered, ByTextLocaleAndLife) {
 static_assert(kMost == 64 && kMost * RememberedZones::kMostBytesOfAZone == std::size_t{8} << 20);
 
 // The hash of a key begins with the text's length and the life as one number, and goes on with the text and the
-// locale in a row.
+// locale, each filled up by zeros.
 TEST_F(Remembered, KeysOfOneHashAreToldApart) {
-  const ZoneKey one = texts.key("AB", "en", 4), other = texts.key("A", "Ben", 4 ^ 2 ^ 1);
+  using namespace std::string_literals;
+  const ZoneKey one = texts.key("A", "en", 4), other = texts.key("A\0"s, "en\0"s, 4 ^ 1 ^ 2);
   EXPECT_FALSE(zones.meet(one));
   ASSERT_TRUE(zones.meet(other)) << "of another hash: find keys that have the same";
   zones.remember(one, hours(1));
