@@ -6,7 +6,7 @@
 set -euo pipefail
 hardened=$1 branches=$2 program=$3 binaries=("${@:3:4}")
 # Precompiled headers are no objects, and CMake may leave empty names.
-mapfile -t objects < <(printf '%s\n' "${@:7}" | grep -vE '\.gch$|^$')
+mapfile -t objects < <(printf '%s\n' "${@:7}" | grep -vE '\.(gch|pch)$|^$')
 if [ "$hardened" != ON ]; then
   echo "skipped: this build is not hardened (PLX_HARDENING)"
   exit 77
