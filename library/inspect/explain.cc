@@ -96,8 +96,6 @@ std::string_view usualValues(Component component) {
       return "1 to the last day of the month";
     case Component::dayOfYear:
       return "1 to 365, in leap years 366";
-    case Component::dayOfWeek:
-      return "1, Sunday, to 7, Saturday";
     case Component::hour:
       return "0 to 23";
     case Component::minute:
@@ -106,7 +104,8 @@ std::string_view usualValues(Component component) {
       return "0 to less than 60";
     case Component::timeOfDay:
       return "0 to less than 86400";
-    case Component::year:
+    case Component::dayOfWeek:  // carriedDayOfWeek() tells
+    case Component::year:       // does not carry
     case Component::none:
       break;
   }
@@ -301,12 +300,7 @@ class Explanation {
     const double v = finding_.carried->asked();
     if (finding_.carried->field().own == Own::isoWeek)
       return fmt::format("iso-week takes 1 to 52 or 53: {} carries over into another year.", v);
-    if (component() == Component::dayOfWeek) {
-      return fmt::format("day-of-week takes {}: {} {}.", usualValues(component()), v,
-                         e_.zone.weeks() && e_.zone.isCalendar() ? "counts on into another week"
-                         : v > 7.0 || e_.zone.isCalendar()       ? "wraps into the same week"
-                                                           : "counts back into an earlier week");
-    }
+    if (component() == Component::dayOfWeek) return carriedDayOfWeek(v);
     if (component() == Component::dayOfMonth && v > 28.0 && v <= 31.0) {
       const Date before = dateOf(before_.day);
       return fmt::format("{} has {} days: {} carries over into the month after.", monthName(before),
@@ -314,6 +308,17 @@ class Explanation {
     }
     return fmt::format("{} takes {}: {} carries over into the larger units.", name(),
                        usualValues(component()), v);
+  }
+
+  // The module wraps, but for values below 1 in plain time; weeks that begin on another day are counted by arithmetic.
+  std::string carriedDayOfWeek(double v) const {
+    const int first = e_.zone.weeks() ? e_.zone.weeks()->firstDay : 0;
+    const bool wraps = first == 0 && (v > 7.0 || e_.zone.isCalendar());
+    const auto name = [](int day) { return kWeekdayNames[static_cast<std::size_t>(day % 7)]; };
+    return fmt::format("day-of-week takes 1, {}, to 7, {}: {} {}.", name(first), name(first + 6), v,
+                       wraps     ? "wraps into the same week"
+                       : v > 7.0 ? "counts on into another week"
+                                 : "counts back into an earlier week");
   }
 
   std::string gap() const {

@@ -44,7 +44,7 @@ const std::vector<Session>& sessions() {
 
 TEST(Explain, PrintsWhatWasReviewed) {
   ASSERT_EQ(::unsetenv("COLUMNS"), 0);
-  Cases cases(18);
+  Cases cases(39);
   for (const Session& session : sessions()) {
     EXPECT_EQ(runPlx(words(session.command)), (PlxResult{0, session.printed, "", 0}))
         << session.command;
@@ -58,6 +58,8 @@ TEST(Explain, FitsFortyColumns) {
   for (const char* command :
        {"explain hour 2 2014-03-09T12:50 -z America/New_York", "explain month feb 2014-05-31",
         "explain day 2 2014-11-10T01:30 -z America/New_York",
+        "explain time-of-day 3600.5 2014-05-10 -z UTC", "explain day-of-year last 2014-05-10",
+        "explain week-of-year last 2014-05-10",
         "explain second+=1 2014-05-31T10:00 -z America/Argentina/ComodRivadavia"}) {
     const PlxResult told = runPlx(words(command));
     EXPECT_EQ(told.status, 0) << told;
