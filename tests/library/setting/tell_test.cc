@@ -338,6 +338,79 @@ TEST(Explain, LeavesOtherOptionsAside) {
   EXPECT_EQ(notes, 77U);
 }
 
+std::string toldOf(plxArray datetime, plxSetting setting, const char* zone) {
+  const plxOptions options = inZone(zone);
+  plxError error;
+  const Text text(plxExplain(&datetime, &setting, &options, plxPLAIN_TEXT, &error), plxFreeText);
+  if (text == nullptr) return told(1, error);
+  const std::string whole = text.get();
+  return whole.substr(0, whole.find('\n'));
+}
+
+// As people write them, and as numbers of any type.
+TEST(Explain, ValuesOfEachKind) {
+  Column<std::int64_t> seconds({1394383800}, "<M8[s]");
+  const plxArray one = seconds.array();
+  Column<std::int16_t> two({2 << 8}, ">i2");
+  const plxSetting asNumbers = {paMONTH, two.array(), nullptr};
+  const double half = 0.5;
+  EXPECT_EQ(toldOf(one, word(paDAY_OF_MONTH, "last"), "Europe/Paris"),
+            "Set day to last (31), in Europe/Paris");
+  EXPECT_EQ(toldOf(one, word(paMONTH, "feb"), nullptr),
+            "Set month to feb (2), in plain calendar time");
+  EXPECT_EQ(toldOf(one, word(paQUARTER, "Q2"), nullptr),
+            "Set quarter to Q2 (2), in plain calendar time");
+  EXPECT_EQ(toldOf(one, asNumbers, nullptr), "Set month to 2, in plain calendar time");
+  EXPECT_EQ(toldOf(one, forAll(paSECOND, half), nullptr),
+            "Set second to 0.5, in plain calendar time");
+}
+
+TEST(Explain, WhatCannotBeSet) {
+  constexpr const char* kFar =
+      "; accepted: dates within 2^52 days of 1970, from -12330436974479-06-28 to "
+      "+12330436978418-07-07";
+  constexpr const char* kFarInZone =
+      "; accepted: in a time zone, from -140744-08-10T07:30:29.504Z to "
+      "+144683-05-23T16:29:30.496Z";
+  Column<std::int64_t> seconds({1394383800}, "<M8[s]"), far({std::int64_t{1} << 60}, "<M8[W]");
+  Column<double> millis({1e300}, "<f8"), high({3.9e23}, "<f8");
+  double low = 0;
+  plxArray pair = high.array();
+  pair.low = &low;
+  const double nan = kNan, year = 1e14, yearInZone = 200'000, half = 0.5;
+  Column<std::int64_t> large({(std::int64_t{1} << 53) + 1}, "<i8");
+  const plxArray one = seconds.array();
+  EXPECT_EQ(toldOf(far.array(), word(paMONTH, "2"), nullptr),
+            "Pelmor:library:OutOfRange: the datetime is out of range: \"1152921504606846976\"" +
+                std::string(kFar));
+  EXPECT_EQ(
+      toldOf(millis.array(), word(paMONTH, "2"), nullptr),
+      "Pelmor:library:OutOfRange: the datetime is out of range: \"1e+300\"" + std::string(kFar));
+  EXPECT_EQ(
+      toldOf(pair, word(paMONTH, "2"), nullptr),
+      "Pelmor:library:OutOfRange: the datetime is out of range: \"3.9e+23,0\"" + std::string(kFar));
+  EXPECT_EQ(toldOf(pair, word(paMONTH, "2"), "Europe/Paris"),
+            "Pelmor:library:OutOfRange: the datetime is out of range: \"3.9e+23,0\"" +
+                std::string(kFarInZone));
+  EXPECT_EQ(toldOf(one, forAll(paYEAR, year), nullptr),
+            "Pelmor:library:OutOfRange: the value or the result is out of range: "
+            "\"100000000000000\"" +
+                std::string(kFar));
+  EXPECT_EQ(toldOf(one, forAll(paSECOND, nan), nullptr),
+            "Pelmor:library:OutOfRange: the value or the result is out of range: \"nan\"" +
+                std::string(kFar));
+  EXPECT_EQ(toldOf(one, forAll(paYEAR, yearInZone), "Etc/UTC"),
+            "Pelmor:datetime:RangeError: the value or the result is out of range: "
+            "\"1394383800000,0\"" +
+                std::string(kFarInZone));
+  EXPECT_EQ(toldOf(one, forAll(paMONTH, half), nullptr),
+            "Pelmor:datetime:MustBeInteger: not a whole number: \"0.5\"; accepted: whole numbers; "
+            "only second and time-of-day take fractions");
+  EXPECT_EQ(toldOf(one, {paMONTH, large.array(), nullptr}, nullptr),
+            "Pelmor:library:ValueNotExact: the value is too large for a double to hold exactly: "
+            "\"9007199254740993\"; accepted: numbers within 2^53");
+}
+
 TEST(Tell, Zones) {
   plxError error;
   const Text paris(plxZones("paris", &error), plxFreeText),
