@@ -141,6 +141,21 @@ TEST(Format, SaysWhatIsWrongWithAText) {
       {"%d/%m/%Y", "29/02/2014", "February 2014 has 28 days, in the format %d/%m/%Y"},
       {"%Y-%j", "2014-366", "2014 has 365 days, in the format %Y-%j"},
       {"%G-W%V-%u", "2014-W53-1", "2014 has 52 weeks, in the format %G-W%V-%u"},
+      {"%G-W%V-%u", "2014-W19-0", "there is no weekday 0, in the format %G-W%V-%u"},
+      {"%G-W%V-%u", "2014-W19-8", "there is no weekday 8, in the format %G-W%V-%u"},
+      {"%w %Y-%m-%d", "7 2014-05-10", "there is no weekday 7 with %w, in the format %w %Y-%m-%d"},
+      {"%F %y", "2014-05-10 15",
+       "the parts of the date contradict each other, in the format %F %y"},
+      {"%Y-%j %m", "2014-130 06",
+       "the parts of the date contradict each other, in the format %Y-%j %m"},
+      {"%Y-%j %d", "2014-130 09",
+       "the parts of the date contradict each other, in the format %Y-%j %d"},
+      {"%F %G", "2014-12-31 2014",
+       "the parts of the date contradict each other, in the format %F %G"},
+      {"%F %V", "2014-05-10 18",
+       "the parts of the date contradict each other, in the format %F %V"},
+      {"%G-W%V-%u %Y", "2015-W01-1 2015",
+       "the parts of the date contradict each other, in the format %G-W%V-%u %Y"},
       {"%a %F", "Sun 2014-05-10", "that day is a Saturday, in the format %a %F"},
       {"%F %j", "2014-05-10 131",
        "the parts of the date contradict each other, in the format %F %j"},
@@ -185,6 +200,7 @@ TEST(Format, LosesNothingThatItDoesNotName) {
       {"%B %Y", "May 2014", kDay, "the format has no place for the day of the month"},
       {"%Y", "2014", 31 * kDay, "the format has no place for the month"},
       {"%d.%m.%Y", "31.12.9999", kDay, "%Y has no years but 0000 to 9999"},
+      {"%G-W%V-%u", "9999-W52-5", 3 * kDay, "%G has no years but 0000 to 9999"},
       {"%d.%m.%y", "31.12.68", kDay, "%y has no years but 1969 to 2068"},
   };
   Cases cases(std::size(rows));
@@ -200,6 +216,8 @@ TEST(Format, TakesTheYearOfAllWhereItHasNone) {
   EXPECT_EQ(moved("Feb 29 23:59:59", inFormat("%b %e %H:%M:%S", 2015), 1),
             "<February 2015 has 28 days, in the format %b %e %H:%M:%S>");
   EXPECT_EQ(moved("Dec 31 23:59:59", syslog, 1), "<the format has no place for the year 2017>");
+  EXPECT_EQ(moved("366", inFormat("%j", 2016), kDay),
+            "<the format has no place for the year 2017>");
   EXPECT_EQ(moved("60", inFormat("%j", 2016), -1), "<the format has no place for the hour>");
 }
 
@@ -296,6 +314,7 @@ TEST(Format, IsRefusedWhereItTellsNoDate) {
       {"%FT%TZ", "the Z behind a time says that it is UTC"},
       {"%F%Z%H", "where the zone's name ends is not told"},
       {"%s %Y", "%s tells date and time alone"},
+      {"%Y %y %m %d %j %G %V %u %H %I %p %M %S %f %z %Z %s", "the format has more than 16 parts"},
       {"%s%f", "the fraction of %s does not stand behind its point"},
   };
   Cases cases(std::size(rows));
@@ -310,6 +329,8 @@ TEST(Format, IsRefusedWhereItTellsNoDate) {
   Complaint complaint;
   EXPECT_FALSE(Format::forReading("%F", 2014, complaint));
   EXPECT_EQ(complaint.what, "the format has a year of its own");
+  EXPECT_FALSE(Format::forReading(std::string(999, '-') + "%F", {}, complaint));
+  EXPECT_EQ(complaint.what, "the format is too long");
 }
 
 TEST(Format, ReadsWhatStandsAtTheFront) {
