@@ -69,6 +69,7 @@ TEST_F(Check, TellsWhatHappened) {
       {"day-of-week=8", "", "2015-01-01", "day-of-week 8 carried over: 2014-12-28T00:00:00"},
       {"week-of-year=54", "", "2014-05-10", "week-of-year 54 carried over: 2015-01-10T00:00:00"},
       {"month=2", "", "2014-05-31", "there is no 31 February 2014: 2014-03-03T00:00:00"},
+      {"day=31 month=2", "", "2014-05-10", "there is no 31 February 2014: 2014-03-03T00:00:00"},
       {"quarter=2", "", "2014-12-31", "there is no 31 April 2014: 2014-05-01T00:00:00"},
       {"year=2013", "", "2012-02-29", "there is no 29 February 2013: 2013-03-01T00:00:00"},
       {"month=14", "", "2014-05-31",

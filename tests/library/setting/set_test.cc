@@ -247,14 +247,16 @@ TEST(Set, ArraysWithoutElements) {
   const std::ptrdiff_t strides[] = {kFar, -kFar, kFar};
   const double value = 1;
   const plxSetting day = forAll(paDAY_OF_MONTH, value);
-  for (const char* type : {"<c16", "<f8", ">M8[ns]"}) {
+  for (const char* type : {"<c16", "<f8", ">f8", ">M8[ns]"}) {
     for (const auto& shape : {std::array{kLong, kLong, std::size_t{0}},
                               {kLong, 0, kLong},
                               {0, kLong, kLong},
                               {0, 3, 5}}) {
       for (const std::ptrdiff_t* distances :
            {strides, static_cast<const std::ptrdiff_t*>(nullptr)}) {
-        const plxArray empty = {nullptr, type, 3, shape.data(), distances, nullptr, nullptr};
+        double low = 0;
+        plxArray empty = {nullptr, type, 3, shape.data(), distances, nullptr, nullptr};
+        if (std::string(type) == "<f8") empty.low = &low;
         plxError error;
         EXPECT_EQ(told(plxSet(&empty, &day, 1, nullptr, &empty, &error), error), "") << type;
       }
