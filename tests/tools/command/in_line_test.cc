@@ -16,7 +16,7 @@ PlxResult inLine(const std::vector<std::string>& more, std::string_view input) {
 }
 
 TEST(InLine, LogsAsTheyAre) {
-  Cases cases(35);
+  Cases cases(36);
   const struct {
     const char *in, *out, *why;
   } rows[] = {
@@ -28,6 +28,7 @@ TEST(InLine, LogsAsTheyAre) {
       {"x (2014-05-10T08:30:15Z).", "x (2014-05-10T08:00:00Z).", "at the end of a sentence"},
       {"2014-05-10T08:30:15-04:00[America/New_York] x",
        "2014-05-10T08:00:00-04:00[America/New_York] x", "a zone in brackets"},
+      {"2014-05-10 08:30:15 ample", "2014-05-10 08:00:00 ample", "a word that begins as AM does"},
       {"2014-05-10T08:30:15Z[UTC] x", "2014-05-10T08:00:00Z[UTC] x", "which may be UTC"},
       {"2014-05-10T08:30:15+02:00[+02:00] x", "2014-05-10T08:00:00+02:00[+02:00] x",
        "or an offset"},

@@ -615,6 +615,9 @@ TEST(Plx, DependsOnNoSettingOfTheUser) {
             "2014-05-10T00:00:01.5+05:30\n");
   EXPECT_EQ(runPlx({"set", "second", "1", "2014-05-10", "-z", "UTC+5.30"}).status, 3);
   EXPECT_EQ(runPlx({"set", "second", "1", "2014-05-10"}).out, "2014-05-10T00:00:01\n");
+  EXPECT_EQ(runPlx({"set", "day=2", "second=1", "2014-05-10", "-z", "local"}).out,
+            "2014-05-02T00:00:01+09:00\n");
+  EXPECT_EQ(runPlx({"set", "year=200000", "day=2", "2014-05-10", "-z", "local"}).status, 1);
   EXPECT_EQ(runPlx({"set", "second", "1", "2014-05-10", "-z", "local"}).out,
             "2014-05-10T00:00:01+09:00\n");
   ::unsetenv("LC_ALL");
