@@ -25,7 +25,9 @@ inline std::int64_t ofWhole(std::int64_t whole) {
 }
 
 // Of what every run visits whole, but for short ones, which visit an eighth.
-inline std::int64_t ofUsual(std::int64_t usual) { return testsAreShort() ? usual / kShortPart : usual; }
+inline std::int64_t ofUsual(std::int64_t usual) {
+  return testsAreShort() ? usual / kShortPart : usual;
+}
 
 // Whether such a run visits the case of this number: short ones take every eighth.
 inline bool isVisited(std::int64_t number) { return !testsAreShort() || number % kShortPart == 0; }
