@@ -39,7 +39,8 @@ inline std::vector<std::string> zonesOfThisRun() {
   std::vector<std::string> some{"Africa/Casablanca", "Africa/El_Aaiun",     "America/Nuuk",
                                 "Antarctica/Troll",  "Asia/Gaza",           "Asia/Tehran",
                                 "Europe/Dublin",     "Australia/Lord_Howe", "Pacific/Apia"};
-  for (std::size_t i = 0; i < all.size(); i += testsAreShort() ? 10 * kShortPart : 10) some.push_back(all[i]);
+  for (std::size_t i = 0; i < all.size(); i += testsAreShort() ? 10 * kShortPart : 10)
+    some.push_back(all[i]);
   return some;
 }
 
