@@ -155,6 +155,10 @@ TEST_F(Remembered, ZonesOfIcuFit) {
   for (const std::string& id : everyZone()) {
     auto table = OffsetTable::of(*zoneOf(id));
     if (!table) continue;
+    // Instants, walls and offsets of each stretch.
+    EXPECT_GE(table->bytes(),
+              3 * sizeof(double) * static_cast<std::size_t>(table->instants().stretches))
+        << id;
     most = std::max(most, ZoneOffsets(std::move(*table)).bytes());
     EXPECT_LE(id.size(), RememberedZones::kLongestText);
     ++cases;

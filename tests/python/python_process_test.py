@@ -17,7 +17,7 @@ import pytest
 import plx
 from support import SHORT, WHOLE, Cases, random_datetimes, same_bits
 
-CALLS = 1_000_000 if WHOLE else 2_500 if SHORT else 20_000
+CALLS = 1_000_000 if WHOLE else 5_000 if SHORT else 20_000
 
 
 def run(code, **options):
