@@ -26,6 +26,7 @@
 #include "support/cases.h"
 #include "support/proc_files.h"
 #include "tools/support/end_process.h"
+#include "tools/support/failure_of.h"
 #include "tools/support/interrupted.h"
 #include "tools/support/temporary_folder.h"
 
@@ -67,16 +68,6 @@ int statusOf(const std::function<void()>& work) {
   int status = 0;
   ::waitpid(child, &status, 0);
   return status;
-}
-
-std::string failureOf(const std::function<void()>& work) {
-  try {
-    work();
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.status, Status::inputOutput);
-    return failure.message;
-  }
-  return "no failure";
 }
 
 std::size_t filesIn(const std::string& folder) {

@@ -15,6 +15,7 @@
 #include "messages/message.h"
 #include "support/cases.h"
 #include "support/proc_files.h"
+#include "tools/support/failure_of.h"
 #include "tools/support/interrupted.h"
 #include "tools/support/temporary_folder.h"
 
@@ -75,18 +76,6 @@ TEST(Source, KnowsWhoWritesToIt) {
   ::close(ofEmpty);
 }
 
-// The message of a Failure that `work` ends with.
-template <class Work>
-std::string messageOf(const Work& work) {
-  try {
-    work();
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.status, Status::inputOutput);
-    return failure.message;
-  }
-  return "no failure";
-}
-
 // plx holds the places of the standard descriptors, so this is for other callers.
 TEST(Source, StandardInputThatIsClosedCannotBeRead) {
   const int before = ::dup(STDIN_FILENO);
@@ -96,7 +85,7 @@ TEST(Source, StandardInputThatIsClosedCannotBeRead) {
     Source source("-");
     EXPECT_EQ(source.size(), std::nullopt);
     EXPECT_FALSE(source.isWrittenBy(before));
-    told = messageOf([&] { received(source); });
+    told = failureOf([&] { received(source); });
   }
   ::dup2(before, STDIN_FILENO);
   ::close(before);
@@ -113,7 +102,7 @@ TEST(Source, TooManyOpenFilesAreAnError) {
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const struct rlimit none = {0, before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  const std::string told = messageOf([&] { source.allowWakeUp(); });
+  const std::string told = failureOf([&] { source.allowWakeUp(); });
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
   EXPECT_EQ(told, pipe + ": cannot read: Too many open files");
   ::close(writer);
