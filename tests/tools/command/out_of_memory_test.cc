@@ -16,6 +16,7 @@
 
 #include "datetime/zone.h"
 #include "module/module.h"
+#include "stream/chunk_reader.h"
 #include "stream/output_file.h"
 #include "stream/pipeline.h"
 #include "support/cases.h"

@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "stream/chunk_reader.h"
 #include "support/cases.h"
 #include "support/random.h"
 #include "tools/support/packets.h"

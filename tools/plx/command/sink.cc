@@ -65,7 +65,7 @@ void Sink::take(const Piece& piece, std::size_t bytes) {
   if (piece.warnings > 0) tellOnce(kPastLeapTable);
   if (piece.cutDigits) tellOnce(kCutDigits);
   if (piece.carriedOnTheWay) tellOnce(kCarriedOnTheWay);
-  put(piece.text, bytes);
+  put(piece.bytes(), bytes);
 }
 
 void Sink::tellOnce(std::string_view message) {

@@ -33,6 +33,18 @@ struct Chunk {
   std::size_t size = 0;       // bytes of storage in use
 };
 
+// Gives chunks one after the other, to one thread at a time.
+class Chunks {
+ public:
+  virtual ~Chunks() = default;
+  // False at the end. Throws a Failure where reading fails.
+  virtual bool read(Chunk& chunk) = 0;
+
+  // From here on another thread may call wakeUp, which ends all waiting in read, now and later.
+  virtual void allowWakeUp() = 0;
+  virtual void wakeUp() = 0;
+};
+
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // How many bytes of a chunk are a byte-order mark: 3 or 0.

@@ -16,7 +16,7 @@ namespace plx {
 // ten times as large, and stays within the 2 MiB of cache that many cores have.
 inline constexpr std::size_t kFileChunk = std::size_t{1} << 17;
 
-class ChunkReader {
+class ChunkReader : public Chunks {
  public:
   // `quotes`: as of a table, a LF between two quotes ends no record. `longest`: how long a record may be,
   // in bytes with its line end; a longer one ends the chunks, with Chunk::End::limit. The source
@@ -25,11 +25,14 @@ class ChunkReader {
 
   // Waits for a whole record, and gives all records that are there by then: of a file some
   // kFileChunk bytes. False at the end. Throws a Failure where reading fails.
-  bool read(Chunk& chunk);
+  bool read(Chunk& chunk) override;
 
   // The first chunk, which the first `read` gives again; null where there is none. To be called
   // before that.
   const Chunk* peek();
+
+  void allowWakeUp() override { source_.allowWakeUp(); }
+  void wakeUp() override { source_.wakeUp(); }
 
   Source& source() { return source_; }
 

@@ -18,11 +18,11 @@ struct Pipeline::Thread {
   Piece piece;
 };
 
-// One run over a reader's chunks, as its threads share it.
+// One run over all chunks, as its threads share it.
 class Pipeline::Run {
  public:
-  Run(ChunkReader& reader, const MakeWorker& makeWorker, const Write& write)
-      : reader_(reader), makeWorker_(makeWorker), write_(write) {}
+  Run(Chunks& chunks, const MakeWorker& makeWorker, const Write& write)
+      : chunks_(chunks), makeWorker_(makeWorker), write_(write) {}
 
   // What each thread does: one chunk after the other, to the end or the first failure.
   void work(Thread& thread);
@@ -35,7 +35,7 @@ class Pipeline::Run {
   std::exception_ptr process(Thread& thread) const;
   bool put(const Thread* thread, std::size_t number, std::exception_ptr failure);
 
-  ChunkReader& reader_;
+  Chunks& chunks_;
   const MakeWorker& makeWorker_;
   const Write& write_;
 
@@ -67,7 +67,7 @@ bool Pipeline::Run::take(Chunk& chunk, std::size_t& number, std::exception_ptr& 
   const std::lock_guard lock(reading_);
   if (ended_) return false;
   try {
-    ended_ = !reader_.read(chunk);
+    ended_ = !chunks_.read(chunk);
     if (ended_) return false;
   } catch (...) {
     ended_ = true;
@@ -101,7 +101,7 @@ bool Pipeline::Run::put(const Thread* thread, std::size_t number, std::exception
   if (failure) {
     failure_ = failure;
     stopped_ = true;
-    reader_.source().wakeUp();  // a thread that waits for input would never end
+    chunks_.wakeUp();  // a thread that waits for input would never end
   }
   turn_.notify_all();
   return !stopped_;
@@ -112,11 +112,11 @@ Pipeline::Pipeline(std::size_t jobs, MakeWorker makeWorker)
 
 Pipeline::~Pipeline() = default;
 
-void Pipeline::run(ChunkReader& reader, const Write& write) {
-  Run run(reader, makeWorker_, write);
+void Pipeline::run(Chunks& chunks, const Write& write) {
+  Run run(chunks, makeWorker_, write);
   std::vector<std::jthread> others;  // joined before the run goes, whatever happens
   if (threads_.size() > 1) {
-    reader.source().allowWakeUp();
+    chunks.allowWakeUp();
     const SignalsHeld held;  // the others inherit it, so that this thread gets all signals
     try {
       for (std::size_t i = 1; i < threads_.size(); ++i)

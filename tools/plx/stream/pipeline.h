@@ -13,7 +13,6 @@
 
 #include "messages/message.h"
 #include "stream/chunk.h"
-#include "stream/chunk_reader.h"
 
 namespace plx {
 
@@ -22,7 +21,11 @@ inline constexpr std::size_t kMostMessages = 20;
 
 // What becomes of a chunk.
 struct Piece {
+  // What is to be written: the text, or bytes that the worker keeps until its next chunk.
+  std::string_view bytes() const { return kept.empty() ? text : kept; }
+
   std::string text;
+  std::string_view kept;
   std::vector<std::string>
       messages;                  // about single datetimes, in their order; at most kMostMessages
   std::size_t errors = 0;        // datetimes that were wrong and passed over
@@ -36,6 +39,7 @@ struct Piece {
 
   void clear() {
     text.clear();
+    kept = {};
     messages.clear();
     errors = findings = warnings = records = wrongRecords = 0;
     present.clear();
@@ -44,7 +48,7 @@ struct Piece {
   }
 };
 
-// Turns chunks into text. Each thread has its own.
+// Turns chunks into text, or into elements. Each thread has its own.
 class Worker {
  public:
   virtual ~Worker() = default;
@@ -64,9 +68,9 @@ class Pipeline {
   Pipeline(std::size_t jobs, MakeWorker makeWorker);
   ~Pipeline();
 
-  // Runs all chunks of the reader. Throws the first failure in the order of the chunks, after all text
+  // Runs all chunks. Throws the first failure in the order of the chunks, after all text
   // before it has been written; a failure of writing at once.
-  void run(ChunkReader& reader, const Write& write);
+  void run(Chunks& chunks, const Write& write);
 
  private:
   struct Thread;  // what a thread keeps
