@@ -72,7 +72,7 @@ TEST(InPlace, Arrays) {
   const TemporaryFolder folder;
   const std::vector<std::int64_t> days = {16200, 16230};  // 2014-05-10 and 2014-06-09
   for (const char* name : {"a.npy", "b.npy"}) folder.write(name, npyOf("<M8[D]", days));
-  EXPECT_EQ(changeIn(folder, "-i a.npy b.npy --backup .old"), kDone);
+  EXPECT_EQ(changeIn(folder, "-i a.npy b.npy --backup .old --jobs 2"), kDone);
   for (const char* name : {"a.npy", "b.npy"}) {
     EXPECT_EQ(numbersOf<std::int64_t>(folder.read(name)),
               (std::vector<std::int64_t>{16191, 16222}));

@@ -95,6 +95,8 @@ TEST(Options, AtTheirEdges) {
       {"rules update --help", 0, "Usage: plx rules update", ""},
       {"set month 3 t.npy --on-error stop -o out.npy", 0, "", "as without it"},
       {"set month 3 t.npy --on-error pass -o out.npy", 2, "--on-error is for text", ""},
+      {"set month 3 t.npy --jobs 2 -o out.npy", 0, "", "threads work on arrays, too"},
+      {"set month 3 t.npy --jobs 0 -o out.npy", 2, "--jobs: not a number that it takes", ""},
       {"set month 3 t.npy t.npy", 2, "of .npy arrays, one at a time is set", ""},
       {"set month+=1 t.npy", 2, "month+=1 is for text, and the input is an .npy array", ""},
       {"set hour=up:3 t.npy", 2, "hour=up:3 is for text", ""},

@@ -2,11 +2,13 @@
 #include "set/npy_setter.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -24,7 +26,7 @@
 #include "tools/support/temporary_folder.h"
 
 // How often the system was asked about a file. The C library's function is found here first.
-static long fstatCalls = 0;
+static std::atomic<long> fstatCalls = 0;
 extern "C" int fstat(int descriptor, struct stat* info) noexcept {
   ++fstatCalls;
   return ::fstatat(descriptor, "", info, AT_EMPTY_PATH);
@@ -47,25 +49,39 @@ struct Arg {
 
 class NpySetterTest : public testing::Test {
  protected:
+  // By one thread and by three, which give the same.
   std::string set(const std::string& bytes, const std::vector<Arg>& args, const char* zone = "") {
+    const std::string byOne = setBy(1, bytes, args, zone);
+    EXPECT_EQ(setBy(3, bytes, args, zone), byOne);
+    return byOne;
+  }
+  std::string setBy(std::size_t jobs, const std::string& bytes, const std::vector<Arg>& args,
+                    const char* zone = "") {
     const std::string path = folder_.write("times.npy", bytes);
     std::vector<NpySetting> settings;
     for (const Arg& a : args)
       settings.push_back({findComponent(a.component), a.value,
                           a.file.empty() ? std::string() : folder_.path(a.file)});
     NpyFile file(path);
-    std::string out;
-    setNpy(module_, file, settings, Zone::named(zone), {},
-           [&](std::string_view some) { out += some; });
-    EXPECT_EQ(readNpyHeader(out, "out").header.shape, file.header().shape);
-    EXPECT_EQ(readNpyHeader(out, "out").header.type, file.header().type);
-    return out;
+    written_.clear();
+    setNpy(module_, file, settings, Zone::named(zone), {}, jobs,
+           [&](std::string_view some) { written_ += some; });
+    EXPECT_EQ(readNpyHeader(written_, "out").header.shape, file.header().shape);
+    EXPECT_EQ(readNpyHeader(written_, "out").header.type, file.header().type);
+    return written_;
   }
-  // The message without the folder.
+  // The message without the folder, the same whoever sets; as is what was written before.
   std::string refusal(const std::string& bytes, const std::vector<Arg>& args,
                       const char* zone = "") {
+    const std::string message = refusalBy(1, bytes, args, zone), written = written_;
+    EXPECT_EQ(refusalBy(3, bytes, args, zone), message);
+    EXPECT_EQ(written_, written);
+    return message;
+  }
+  std::string refusalBy(std::size_t jobs, const std::string& bytes, const std::vector<Arg>& args,
+                        const char* zone) {
     try {
-      set(bytes, args, zone);
+      setBy(jobs, bytes, args, zone);
     } catch (const Failure& failure) {
       const std::string start = folder_.path("");
       const std::string& m = failure.message;
@@ -76,6 +92,7 @@ class NpySetterTest : public testing::Test {
 
   Module module_{built("plx_datetime.so")};
   TemporaryFolder folder_;
+  std::string written_;  // by the last call
 };
 
 TEST_F(NpySetterTest, KnownResults) {
@@ -100,10 +117,12 @@ TEST_F(NpySetterTest, AsksTheSystemOnceAChunk) {
   const std::string shape = "(100, 1000)";
   folder_.write("values.npy", npyOf<double>("<f8", Doubles(100'000, 2), shape, true));
   const std::string times = npyOf<double>("<f8", Doubles(100'000, 0), shape);
-  fstatCalls = 0;
-  set(times, {{"day", 0, "values.npy"}});
-  EXPECT_GE(fstatCalls, 2 * 12) << "it is counted: twelve chunks and a part of one, of two files";
-  EXPECT_LE(fstatCalls, 2 * 13 + 10);
+  for (const std::size_t jobs : {1, 3}) {
+    fstatCalls = 0;
+    setBy(jobs, times, {{"day", 0, "values.npy"}});
+    EXPECT_GE(fstatCalls, 2 * 12) << "it is counted: twelve chunks and a part of one, of two files";
+    EXPECT_LE(fstatCalls, 2 * 13 + 10);
+  }
 }
 
 TEST_F(NpySetterTest, SettingsFollowEachOther) {
@@ -502,16 +521,36 @@ TEST_F(NpySetterTest, FilesThatAreNone) {
   ::close(writer);
 }
 
+// Of several wrong elements the first one counts, wherever chunks end, and the chunks before it are written.
+TEST_F(NpySetterTest, TheFirstWrongElementOfManyChunks) {
+  Cases cases(8);
+  constexpr std::size_t kChunk = 8192;
+  for (const std::size_t first : {std::size_t{0}, std::size_t{1}, kChunk - 1, kChunk,
+                                  5 * kChunk - 1, 5 * kChunk, 5 * kChunk + 77, 7 * kChunk + 10}) {
+    Counts times(7 * kChunk + 11, 16'200);
+    for (std::size_t i = first; i < times.size(); i += 1000) times[i] = INT64_MAX;
+    EXPECT_THAT(
+        refusal(npyOf<std::int64_t>("<M8[D]", times), {{"month", 2}}),
+        StartsWith(fmt::format("times.npy: element {}: the datetime is out of range", first)));
+    EXPECT_EQ(written_.size() % kChunk, 128 % kChunk);
+    EXPECT_EQ(written_.size() / kChunk / 8, first / kChunk) << "whole chunks";
+    ++cases;
+  }
+}
+
 TEST_F(NpySetterTest, AFileThatBecomesShorter) {
-  const std::string path = folder_.write("times.npy", npyOf("<f8", Doubles(100'000)));
-  NpyFile file(path);
-  try {
-    setNpy(module_, file, {{findComponent("day"), 1}}, Zone::named(""), {},
-           [&](std::string_view) { ASSERT_EQ(::truncate(path.c_str(), 4096), 0); });
-    FAIL() << "the end was set";
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.status, Status::inputOutput);
-    EXPECT_THAT(failure.message, HasSubstr("the file has become shorter while it was being read"));
+  for (const std::size_t jobs : {1, 3}) {
+    const std::string path = folder_.write("times.npy", npyOf("<f8", Doubles(100'000)));
+    NpyFile file(path);
+    try {
+      setNpy(module_, file, {{findComponent("day"), 1}}, Zone::named(""), {}, jobs,
+             [&](std::string_view) { ASSERT_EQ(::truncate(path.c_str(), 4096), 0); });
+      FAIL() << "the end was set";
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.status, Status::inputOutput);
+      EXPECT_THAT(failure.message,
+                  HasSubstr("the file has become shorter while it was being read"));
+    }
   }
 }
 

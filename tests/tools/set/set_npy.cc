@@ -50,7 +50,7 @@ void run(const std::vector<std::string>& arguments) {
   }
   const int output = ::open(arguments[2].c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (output < 0) throw Failure{Status::inputOutput, "cannot open the output"};
-  setNpy(module, input, settings, zone, {},
+  setNpy(module, input, settings, zone, {}, 1,
          [&](std::string_view bytes) { writeAll(output, bytes); });
   ::close(output);
 }

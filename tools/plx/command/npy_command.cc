@@ -49,7 +49,6 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
               {options.notation.to.has_value(), "--to"},
               {options.notation.toFormat.has_value(), "--to-format"},
               {options.notation.digits.has_value(), "--digits"},
-              {options.jobs.has_value(), "--jobs"},
               {options.onError.has_value() && *options.onError != "stop", "--on-error"},
               {checks, "--check"}};
   for (const auto& row : rows) {
@@ -57,7 +56,7 @@ void refuseTextOptions(const TextOptions& options, bool checks) {
     throw Failure{Status::usage,
                   fmt::format("{} is for text, and the input is an .npy array; "
                               "accepted: --zone, --fold, --gap, --output, --in-place, --backup, "
-                              "--progress, --quiet",
+                              "--jobs, --progress, --quiet",
                               row.name)};
   }
 }
@@ -81,6 +80,7 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
                   "of .npy arrays, one at a time is set; accepted: one INPUT, or several with -i"};
   if (!options.output && !options.inPlace && ::isatty(STDOUT_FILENO) == 1)
     throw Failure{Status::usage, "an array is no text for a terminal; accepted: -o FILE"};
+  const std::size_t jobs = options.jobCount();
   const Zone zone = zoneNamed(options.zone.value_or(""));
   Module module(locateModule(modulePath));
   std::optional<Sink> sink;
@@ -92,7 +92,7 @@ void runNpy(const TextOptions& options, const std::vector<NpySetting>& settings,
     NpyFile file(input == "-" ? pathOfNpyInput() : input, input);
     if (!sink) sink.emplace(options, standard, file.header().count * file.header().type.bytes);
     const bool pastLeapTable =
-        setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap),
+        setNpy(module, file, settings, zone, clockChoice(options.fold, options.gap), jobs,
                [&](std::string_view bytes) { sink->put(bytes, bytes.size()); });
     if (pastLeapTable) sink->tellOnce(kPastLeapTable);
     if (zone.isCalendar() && std::ranges::any_of(settings, isWeek)) sink->tellOnce(kWeeksOfArrays);

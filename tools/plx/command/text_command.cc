@@ -50,13 +50,6 @@ std::optional<std::size_t> countOf(std::string_view text, std::size_t most) {
   return isCount ? std::optional(number) : std::nullopt;
 }
 
-std::size_t jobsOf(const std::string& text) {
-  constexpr std::size_t kMost = 64;
-  const auto jobs = countOf(text, kMost);
-  if (!jobs) throw usage("--jobs", "not a number that it takes", text, "1 to 64 threads");
-  return *jobs;
-}
-
 OnError onErrorOf(const std::optional<std::string>& text) {
   if (!text || *text == "stop") return OnError::stop;
   if (*text == "blank") return OnError::blank;
@@ -210,7 +203,7 @@ class Run {
     edit_.values = work_.values;
     edit_.onError = onErrorOf(options.onError);
     edit_.onFinding = work_.onFinding;
-    if (options.jobs) jobs_ = jobsOf(*options.jobs);
+    jobs_ = options.jobCount();
     if (work_.valueFile) {
       values_.emplace(*work_.valueFile);
       jobs_ = 1;  // the file is read in step
@@ -515,6 +508,14 @@ std::optional<InPlace> TextOptions::changesInPlace() const {
     throw usage("--backup", "not the end of a file's name", *backup, "a suffix such as .bak");
   refuseOneFileTwice(inputs);
   return InPlace{backup};
+}
+
+std::size_t TextOptions::jobCount() const {
+  constexpr std::size_t kMost = 64;
+  if (!jobs) return 1;
+  const auto count = countOf(*jobs, kMost);
+  if (!count) throw usage("--jobs", "not a number that it takes", *jobs, "1 to 64 threads");
+  return *count;
 }
 
 bool TextOptions::isTable() const {

@@ -32,6 +32,8 @@ struct TextOptions {
   // Of a table or of JSON lines, with columns; else of lines.
   bool isTable() const;
   bool isJson() const;
+  // Of --jobs. Throws a Failure of Status::usage.
+  std::size_t jobCount() const;
   // Nothing where the results go elsewhere. Throws a Failure of Status::usage for what cannot be changed in
   // place.
   std::optional<InPlace> changesInPlace() const;

@@ -15,6 +15,7 @@
 #include "setting/block_setter.h"
 #include "setting/refusals.h"
 #include "setting/value.h"
+#include "stream/pipeline.h"
 
 namespace plx {
 
@@ -101,11 +102,13 @@ class SettingValues {
     return elementText(file_->name(), file_->header(), bytes / values_.type.bytes);
   }
 
-  // Before the values of datetimes up to that one are wanted: the file is not shorter than it was.
-  void prepare(std::size_t end) {
-    if (!file_) return;
-    file_->elements(0);
-    if (values_.elements.isContiguous()) file_->release(end);
+  // Throws a Failure where the file is shorter than it was.
+  void checkLength() const {
+    if (file_) file_->elements(0);
+  }
+  // The values of datetimes before that one are no longer wanted.
+  void release(std::size_t end) {
+    if (file_ && values_.elements.isContiguous()) file_->release(end);
   }
 
  private:
@@ -123,11 +126,35 @@ class SettingValues {
   std::unique_ptr<NpyFile> file_;  // null for one value
 };
 
+// Chunks of elements, which stay where they are mapped: its records are all that a chunk has.
+class ElementChunks : public Chunks {
+ public:
+  explicit ElementChunks(std::size_t count) : count_(count) {}
+
+  bool read(Chunk& chunk) override {
+    if (next_ >= count_) return false;
+    chunk.record = next_ + 1;
+    chunk.records = std::min(kChunk, count_ - next_);
+    next_ += chunk.records;
+    return true;
+  }
+  // Nothing here waits.
+  void allowWakeUp() override {}
+  void wakeUp() override {}
+
+ private:
+  const std::size_t count_;
+  std::size_t next_ = 0;
+};
+
+std::size_t firstOf(const Chunk& chunk) { return chunk.record - 1; }
+std::size_t endOf(const Chunk& chunk) { return firstOf(chunk) + chunk.records; }
+
 class NpySetter {
  public:
   NpySetter(const Module& module, NpyFile& file, const std::vector<NpySetting>& settings,
-            const Zone& zone, const ClockChoice& clock)
-      : file_(file), job_(module) {
+            const Zone& zone, const ClockChoice& clock, std::size_t jobs)
+      : file_(file), jobs_(jobs), job_(module) {
     const NpyHeader& header = file.header();
     for (const NpySetting& setting : settings) {
       values_.emplace_back(setting, header, zone.isCalendar());
@@ -138,20 +165,17 @@ class NpySetter {
     if (!DatetimeElements::of(header.type, job_.keepsParts))
       throw failureAt(file.name(), {"the elements are no datetimes", kAcceptedArrays},
                       typeName(header.type));
-    out_.resize(kChunk * header.type.bytes);
     job_.datetimes = {header.type,
                       false,
                       {mapped(file), header.type.bytes, 0, nullptr, nullptr},
                       {},
                       header.count};
-    job_.results = {
-        header.type, false, {out_.data(), header.type.bytes, 0, nullptr, nullptr}, {}, kChunk};
-    job_.zone = &zone;
+    if (jobs == 1) job_.zone = &zone;  // else each thread makes its own
+    job_.isLocal = zone.isLocal();
     job_.needsZone = true;
     job_.hasZone = zone.isCalendar();
     job_.zoneText = zone.text();
     job_.countsLeapSeconds = zone.countsLeapSeconds();
-    job_.options.notes = &notes_;
     job_.options.fold = clock.fold;
     job_.options.gap = clock.gap;
   }
@@ -159,22 +183,52 @@ class NpySetter {
   // Whether there are results past the table of leap seconds.
   bool run(const WriteBytes& write) {
     write(npyHeaderText(file_.header()));
-    BlockSetter setter(job_);
-    const std::size_t count = job_.datetimes.count;
-    for (std::size_t start = 0; start < count;) {
-      const std::size_t now = std::min(kChunk, count - start);
-      file_.elements(start);  // is not shorter than it was
-      for (SettingValues& values : values_) values.prepare(start);
-      job_.firstResult = start;
-      if (const auto stop = setter.work(start, now)) throw failureOf(*stop);
-      write({out_.data(), now * file_.header().type.bytes});
-      start += now;
-      file_.release(start);
-    }
-    return (setter.notes() & plxPAST_LEAP_TABLE) != 0;
+    ElementChunks chunks(job_.datetimes.count);
+    bool isPastLeapTable = false;
+    Pipeline pipeline(jobs_, [this] { return std::make_unique<ChunkSetter>(*this); });
+    pipeline.run(chunks, [&](const Chunk& chunk, const Piece& piece) {
+      write(piece.bytes());
+      isPastLeapTable = isPastLeapTable || piece.warnings > 0;
+      for (SettingValues& values : values_) values.release(endOf(chunk));
+      file_.release(endOf(chunk));
+    });
+    return isPastLeapTable;
   }
 
  private:
+  // What a thread does with its chunks.
+  class ChunkSetter : public Worker {
+   public:
+    explicit ChunkSetter(const NpySetter& all) : all_(all), job_(all.job_), setter_(job_) {
+      const ElementType& type = job_.datetimes.type;
+      out_.resize(kChunk * type.bytes);
+      job_.results = {type, false, {out_.data(), type.bytes, 0, nullptr, nullptr}, {}, kChunk};
+      job_.options.notes = &notes_;
+    }
+
+    std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
+      all_.checkLengths();
+      job_.firstResult = firstOf(chunk);
+      if (const auto stop = setter_.work(firstOf(chunk), chunk.records))
+        return all_.failureOf(*stop);
+      piece.kept = {out_.data(), chunk.records * job_.datetimes.type.bytes};
+      piece.warnings = (setter_.notes() & plxPAST_LEAP_TABLE) != 0 ? 1 : 0;
+      return std::nullopt;
+    }
+
+   private:
+    const NpySetter& all_;
+    SetJob job_;
+    std::vector<char> out_;
+    unsigned notes_ = 0;
+    BlockSetter setter_;
+  };
+
+  void checkLengths() const {
+    file_.elements(0);
+    for (const SettingValues& values : values_) values.checkLength();
+  }
+
   Failure failureOf(const Stop& stop) const {
     if (stop.index == PLX_NO_INDEX) return {Status::inputOutput, stop.wrong.message};
     const std::string where = stop.wrong.isOfValue
@@ -185,17 +239,16 @@ class NpySetter {
   }
 
   NpyFile& file_;
+  const std::size_t jobs_;
   std::vector<SettingValues> values_;
-  std::vector<char> out_;
-  SetJob job_;
-  unsigned notes_ = 0;
+  SetJob job_;  // without room for results, which each thread has
 };
 
 }  // namespace
 
 bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone& zone, const ClockChoice& clock, const WriteBytes& write) {
-  return NpySetter(module, datetimes, settings, zone, clock).run(write);
+            const Zone& zone, const ClockChoice& clock, std::size_t jobs, const WriteBytes& write) {
+  return NpySetter(module, datetimes, settings, zone, clock, jobs).run(write);
 }
 
 }  // namespace plx

@@ -37,13 +37,13 @@ using WriteBytes = std::function<void(std::string_view)>;
 
 // Applies the settings in their order to every datetime. The values
 // of a file are a single one, or as many as the datetimes and of the same shape; its elements may
-// stand in another order. In memory are one chunk of some hundred KiB and what of the files is
-// mapped.
+// stand in another order. `jobs`: threads, of which each has in memory one chunk of some hundred KiB
+// and what of the files is mapped.
 //
 // Returns whether a result on the leap-second scale lies after the end of the table of leap seconds.
 //
 // Throws a Failure for the first element that is wrong, after all before its chunk were written.
 bool setNpy(Module& module, NpyFile& datetimes, const std::vector<NpySetting>& settings,
-            const Zone& zone, const ClockChoice& clock, const WriteBytes& write);
+            const Zone& zone, const ClockChoice& clock, std::size_t jobs, const WriteBytes& write);
 
 }  // namespace plx
