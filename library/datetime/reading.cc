@@ -197,23 +197,32 @@ std::size_t digitsThatCame(const DatetimeText& text) {
   return digitsOfUnit(text.form) + text.fraction.size();
 }
 
-// A text with more digits than a pair of doubles holds.
-bool isLongerThanPair(const DatetimeText& text, const doubledouble& pair) {
-  return digitsThatCame(text) > 9 && digitsThatCame(text) > digitsHeld(pair);
+// How many digits of the second a result holds. Through a calendar the module keeps what is below a millisecond as one
+// double, whose error is at most 2^-54 milliseconds.
+std::size_t digitsHeldOf(const Reading& reading, const doubledouble& pair) {
+  constexpr std::size_t kOfCalendar = 18;
+  const std::size_t digits = digitsHeld(pair);
+  return reading.zone->isCalendar() ? std::min(digits, kOfCalendar) : digits;
+}
+
+// A text with more digits than the result holds.
+bool isLongerThanPair(const Reading& reading, const doubledouble& pair) {
+  const std::size_t came = digitsThatCame(reading.text);
+  return came > 9 && came > digitsHeldOf(reading, pair);
 }
 
 // Whether the fraction of the second is still that of the text, as far as the pairs tell. A setting may
 // have moved the last digits: the pair of a later datetime holds fewer.
 bool hasFractionOfText(const Reading& reading, const doubledouble& pair) {
-  const std::size_t held = std::min(digitsHeld(pair), digitsHeld(reading.pair));
+  const std::size_t held = std::min(digitsHeldOf(reading, pair), digitsHeld(reading.pair));
   const std::size_t digits = std::max<std::size_t>(held - 2, 9);
   return !isCount(reading.text.form) &&
          rounded(pair, digits).fraction == rounded(reading.pair, digits).fraction;
 }
 
-// The digits that the pair holds; where the fraction was left alone, those of the text.
+// The digits that the result holds; where the fraction was left alone, those of the text.
 DecimalSeconds heldDecimal(const Reading& reading, const doubledouble& pair) {
-  DecimalSeconds decimal = rounded(pair, digitsHeld(pair));
+  DecimalSeconds decimal = rounded(pair, digitsHeldOf(reading, pair));
   if (!hasFractionOfText(reading, pair)) return decimal;
   const std::string_view digits = reading.text.fraction;
   // Many nines were rounded up into the next second.
@@ -225,7 +234,7 @@ DecimalSeconds heldDecimal(const Reading& reading, const doubledouble& pair) {
 DecimalSeconds decimalOf(const Reading& reading, const doubledouble& pair, const Notation& notation,
                          std::size_t unit) {
   if (notation.exact) return shortest(pair);
-  if (isLongerThanPair(reading.text, pair)) return heldDecimal(reading, pair);
+  if (isLongerThanPair(reading, pair)) return heldDecimal(reading, pair);
   const std::size_t digits = std::max<std::size_t>(9, digitsThatCame(reading.text));
   DecimalSeconds decimal = rounded(pair, digits);
   // Rounded so, 59.9999999999 is the next minute, of which nothing is left to cut. One digit more tells
@@ -386,7 +395,7 @@ bool write(const Reading& reading, const doubledouble& pair, const Notation& not
 }
 
 bool cutsDigits(const Reading& reading, const doubledouble& pair, const Notation& notation) {
-  return !notation.exact && !notation.digits && isLongerThanPair(reading.text, pair) &&
+  return !notation.exact && !notation.digits && isLongerThanPair(reading, pair) &&
          !hasFractionOfText(reading, pair);
 }
 

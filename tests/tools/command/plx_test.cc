@@ -561,18 +561,37 @@ TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
   }
 }
 
+// In a time zone the module keeps what is below a millisecond as one double: some eighteen digits of the second. Without
+// one it keeps some twenty-two.
+TEST(Plx, KeepsDigitsOfASecondThatIsLeftAlone) {
+  Cases cases(3 * 3 * 17);
+  const std::string all = "9876543210123456789012345";
+  for (const char* zone : {"", "America/New_York", "+05:30"}) {
+    for (const char* setting : {"day=11", "hour=3", "minute+=61"}) {
+      for (std::size_t digits = 9; digits <= all.size(); ++digits, ++cases) {
+        const std::string fraction = all.substr(0, digits - 1) + '7';  // no zero at the end
+        const PlxResult result =
+            runPlx({"set", setting, "-z", zone, "2014-05-10T08:30:15." + fraction});
+        EXPECT_EQ(result.err, "");
+        const std::string written = result.out.substr(result.out.find('.') + 1);
+        EXPECT_EQ(written.substr(0, written.find_first_not_of("0123456789")), fraction)
+            << zone << ' ' << setting;
+      }
+    }
+  }
+}
+
 TEST(Plx, TellsThatDigitsWereCut) {
-  const std::vector<std::string> command = words("set hour 3 -z America/New_York");
   const auto told = [&](const std::string& fraction) {
-    std::vector<std::string> arguments = command;
-    arguments.push_back("2014-05-10T08:30:15." + fraction);
-    return runPlx(arguments).err;
+    return runPlx({"set", "hour", "2", "-z", "America/New_York", "--gap", "start",
+                   "2014-03-09T08:30:15." + fraction})
+        .err;
   };
-  EXPECT_EQ(told("1234567890123456789012"), "") << "22 of them";
+  EXPECT_EQ(told("123456789"), "");
   EXPECT_EQ(
       told("12345678901234567890123"),
-      "plx: digits of seconds that no pair of doubles holds, the twenty-third and further ones "
-      "as a rule, were cut\n");
+      "plx: digits of seconds that a result cannot hold were cut: as a rule from the twenty-third "
+      "on, in a time zone from the nineteenth on\n");
 }
 
 TEST(Plx, Helps) {
