@@ -184,9 +184,10 @@ RulesDifferences differences(const zones::SystemZones& system,
     if (isNew) found.all.push_back({{}, what});
     auto& group = found.all[place->second].names;
     if (std::ranges::find(group, name) != group.end()) continue;
-    group.insert(isCanonical(name) ? group.begin() : group.end(), name);
+    group.push_back(name);
     ++found.names;
   }
+  for (RulesDifference& one : found.all) std::ranges::stable_partition(one.names, isCanonical);
   std::ranges::sort(found.all, {}, [](const RulesDifference& one) { return one.names.front(); });
   return found;
 }
