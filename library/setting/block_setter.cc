@@ -457,8 +457,9 @@ void BlockSetter::putPairs(std::size_t start, std::size_t count) {
 void BlockSetter::takeNotes(std::size_t count) {
   if (job_.options.notes == nullptr || (notes_ & plxPAST_LEAP_TABLE) != 0) return;
   if (!job_.countsLeapSeconds) return;
+  // What is left out is missing here, and so past no table.
   for (std::size_t i = 0; i < count; ++i)
-    if (!isLeftOut(i) && pastLeapTable(pairAt(result_.get(), i))) notes_ |= plxPAST_LEAP_TABLE;
+    if (pastLeapTable(pairAt(result_.get(), i))) notes_ |= plxPAST_LEAP_TABLE;
 }
 
 std::string BlockSetter::elementText(std::size_t i) const {

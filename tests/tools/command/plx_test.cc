@@ -499,7 +499,6 @@ TEST(Plx, TellsThatWeeksOfArraysAreCountedByTheModule) {
   }
 }
 
-// Once in a run, by every command, and on no other line.
 TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
   const TemporaryFolder folder;
   const std::string bytes = npyOf("<f8", std::vector<double>{0.0, 86400000.0, -1.5});
@@ -528,6 +527,7 @@ TEST(Plx, SetsAnArrayThatComesThroughAPipe) {
   EXPECT_NE(folder.read("err").find("not a datetime"), std::string::npos) << folder.read("err");
 }
 
+// Once in a run, by every command, and on no other line.
 TEST(Plx, WarnsPastTheTableOfLeapSeconds) {
   const TemporaryFolder folder;
   const std::string array = folder.write("times.npy", npyOf("<f8", std::vector<double>{1.5e12}));
