@@ -90,11 +90,9 @@ void setField(const paArray* datetimes, const paArray* values, UCalendarDateFiel
   }
   auto calendar = makeCalendar();
   if (elements.count == 0) return;
-  // For many elements a table is made in any case, so it is kept, too: except where isOfKey or the locale's
-  // data would have to be asked first, which would slow down a first call.
-  const bool isRepaid =
-      elements.count >= kRepaysTable && !isOfKey && !isReadByLocale(calendar->getTimeZone());
-  if (!found && (isRepaid || rememberedZones().meet(key)) && (!isOfKey || isOfKey(nullptr))) {
+  // In a first call not even a table that it makes for many elements is kept: memory that nobody has used
+  // yet would take a third of such a call.
+  if (!found && rememberedZones().meet(key) && (!isOfKey || isOfKey(nullptr))) {
     const auto zone = remember(key, calendar->getTimeZone());
     CalendarWalk calendarWalk(*calendar, component, elements);
     if (zone.offsets()) return setByOffsets(*zone.offsets(), component, elements, calendarWalk);

@@ -58,9 +58,11 @@ TEST(SetField, AZoneIsLeftByErrorsToo) {
   const auto unknown = [](const OffsetTable*) -> bool { throw std::bad_alloc(); };
   const auto isRemembered = [&] { return static_cast<bool>(rememberedZones().find(key)); };
   constexpr double kFraction = 2.5;  // is refused
-  Cases cases(6);
-  for (int round = 0; round < 2; ++round, cases += 3) {
+  Cases cases(8);
+  for (int round = 0; round < 2; ++round, cases += 4) {
     rememberedZones().forget();
+    EXPECT_NO_THROW(set(2, paris, nullptr));
+    EXPECT_FALSE(isRemembered()) << "a first call keeps nothing, of however many elements";
     EXPECT_ANY_THROW(set(kFraction, paris, nullptr)) << "as the zone is remembered";
     EXPECT_TRUE(isRemembered());
     EXPECT_ANY_THROW(set(kFraction, paris, yes)) << "in a zone that is";
