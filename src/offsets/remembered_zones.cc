@@ -69,9 +69,11 @@ RememberedZones::InUse RememberedZones::find(const ZoneKey& key) {
 
 bool RememberedZones::meet(const ZoneKey& key) {
   const std::uint64_t hash = hashOf(key);
-  auto& place = met_[(hash >> 1) % met_.size()];
-  if (place.load(std::memory_order_relaxed) == hash) return true;
-  place.store(hash, std::memory_order_relaxed);
+  for (const auto& note : met_) {
+    if (note.load(std::memory_order_relaxed) == hash) return true;
+  }
+  const std::size_t i = notes_.fetch_add(1, std::memory_order_relaxed) % met_.size();
+  met_[i].store(hash, std::memory_order_relaxed);
   return false;
 }
 
@@ -124,7 +126,7 @@ RememberedZones::InUse RememberedZones::remember(const ZoneKey& key,
 }
 
 void RememberedZones::forget() {
-  for (auto& place : met_) place.store(0, std::memory_order_relaxed);
+  for (auto& note : met_) note.store(0, std::memory_order_relaxed);
   for (std::size_t i = 0; i < kMostZones; ++i) {
     if (!slots_[i].take()) continue;
     fill(i, nullptr, 0, 0);

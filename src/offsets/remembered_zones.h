@@ -119,8 +119,9 @@ class RememberedZones {
   // Empty where the zone is not remembered.
   InUse find(const ZoneKey& key);
 
-  // Notes that a zone was met, and returns whether it seems to have been met before. A hint only: zones met
-  // since may have overwritten the note, and two zones may have the same hash.
+  // Notes that a zone was met, and returns whether it is among the last ones noted, as many as there are slots.
+  // Of more zones in turn each would be forgotten before it comes again, and its table would have been made for
+  // nothing. A hint only: two zones may have the same hash.
   bool meet(const ZoneKey& key);
 
   // Remembers the table of a zone, or that it has none, in place of the zone that was last used longest
@@ -143,8 +144,9 @@ class RememberedZones {
   Numbers hashes_{};    // of the keys
   Numbers lastUsed_{};  // 0: empty
   std::array<Slot, kMostZones> slots_;
-  std::atomic<std::uint64_t> now_ = 0;  // how many zones were remembered so far, as a clock
-  std::array<std::atomic<std::uint64_t>, 256> met_{};  // hashes
+  std::atomic<std::uint64_t> now_ = 0;    // how many zones were remembered so far, as a clock
+  Numbers met_{};                         // the hashes noted last, the oldest of which is replaced
+  std::atomic<std::uint64_t> notes_ = 0;  // so far
 };
 
 // Those of the process. Forgotten when the module is unloaded.

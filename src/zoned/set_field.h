@@ -30,11 +30,11 @@
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, boost::unique_ptr<icu::GregorianCalendar> calendar);
 
-// The same in a zone that may be remembered: it is from its second call on, or from its first one of many
-// elements. `makeCalendar` makes a calendar by createCalendar(), whose errors it raises; it is called where
-// the zone is not remembered, or an element needs the calendar. `isOfKey` is given where the zone may differ
-// from the one that the key names, and takes long: it tells whether the two are the same, and is asked before
-// a remembered table is used, with that table, and before a zone is remembered, with null.
+// The same in a zone that may be remembered: it is from its second call on, unless many other zones were met
+// between the two. `makeCalendar` makes a calendar by createCalendar(), whose errors it raises; it is called
+// where the zone is not remembered, or an element needs the calendar. `isOfKey` is given where the zone may
+// differ from the one that the key names, and takes long: it tells whether the two are the same, and is asked
+// before a remembered table is used, with that table, and before a zone is remembered, with null.
 void setField(const paArray* datetimes, const paArray* values, UCalendarDateFields field,
               paArray* result, const ZoneKey& key, const CalendarWalk::MakeCalendar& makeCalendar,
               const std::function<bool(const OffsetTable*)>& isOfKey = nullptr);

@@ -106,6 +106,23 @@ TEST_F(Remembered, AZoneIsMetOnce) {
   EXPECT_FALSE(zones.meet(texts.key("A")));
 }
 
+// Of more zones in turn than there is room for each would be forgotten before it comes again. A table for every
+// call would cost more than the calendar.
+TEST_F(Remembered, ZonesInTurnAreMetIfThereIsRoomForThem) {
+  constexpr std::size_t kRounds = 3;
+  Cases cases(kRounds * (1 + 40 + kMost + (kMost + 1) + 100 + 300));
+  for (const std::size_t count :
+       {std::size_t{1}, std::size_t{40}, kMost, kMost + 1, std::size_t{100}, std::size_t{300}}) {
+    zones.forget();
+    for (std::size_t round = 0; round < kRounds; ++round) {
+      for (std::size_t i = 0; i < count; ++i, ++cases) {
+        ASSERT_EQ(zones.meet(texts.key(i)), round > 0 && count <= kMost)
+            << i << " of " << count << ", round " << round;
+      }
+    }
+  }
+}
+
 TEST_F(Remembered, TheLeastRecentlyUsedIsForgotten) {
   constexpr std::size_t kAll = 500;
   Cases cases(kAll);
