@@ -5,6 +5,8 @@
 #include <unicode/timezone.h>
 
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -87,6 +89,37 @@ TEST_F(Remembered, KeysOfOneHashAreToldApart) {
   EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
   zones.forget();
   EXPECT_FALSE(zones.find(one)) << "in use, by nobody";
+}
+
+// A step of the hash, which takes eight bytes. Keys of one hash can so be made: as many as one likes.
+std::uint64_t step(std::uint64_t hash, std::uint64_t bytes) {
+  const std::uint64_t product = (hash ^ bytes) * 0x9E3779B97F4A7C15U;
+  return product ^ product >> 32;
+}
+
+// Who knows the hash can write a text that has the hash of a zone.
+TEST_F(Remembered, TextsMadeToHaveTheHashOfAZoneAreNotThatZone) {
+  const std::string zone = "Etc/GMT+";
+  const std::vector<std::uint16_t> units(zone.begin(), zone.end());
+  std::uint64_t words[2], others[2];
+  std::memcpy(words, units.data(), sizeof words);
+  const std::uint64_t life = 4, start = step(units.size(), life);
+  Cases cases(100);
+  for (std::uint64_t i = 1; i <= 100; ++i, ++cases) {
+    zones.forget();
+    others[0] = words[0] + i;
+    others[1] = words[1] ^ step(start, words[0]) ^ step(start, others[0]);
+    std::vector<std::uint16_t> made(units.size());
+    std::memcpy(made.data(), others, sizeof others);
+    const ZoneKey one{units, "en_US", life}, other{made, "en_US", life};
+    ASSERT_FALSE(zones.meet(one));
+    ASSERT_TRUE(zones.meet(other)) << "of another hash: make texts that have the same";
+    zones.remember(one, hours(1));
+    EXPECT_FALSE(zones.find(other));
+    zones.remember(other, hours(2));
+    EXPECT_EQ(offsetOf(zones.find(one)), 1.0);
+    EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
+  }
 }
 
 TEST_F(Remembered, ThatThereIsNoTable) {
