@@ -22,7 +22,7 @@ namespace plx {
 
 class BlockSetter : public BlockWorker {
  public:
-  // The job outlives the setter. Throws a Failure where the zone cannot be read.
+  // The job outlives the setter. Throws a Wrong where the zone cannot be read.
   explicit BlockSetter(const SetJob& job);
 
   std::optional<Stop> work(std::size_t start, std::size_t count) override;

@@ -10,6 +10,8 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -536,6 +538,23 @@ TEST_F(NpySetterTest, TheFirstWrongElementOfManyChunks) {
     EXPECT_EQ(written_.size() / kChunk / 8, first / kChunk) << "whole chunks";
     ++cases;
   }
+}
+
+// Each thread reads the zone for itself.
+TEST_F(NpySetterTest, AZoneThatAThreadCannotRead) {
+  NpyFile file(folder_.write("times.npy", npyOf("<f8", Doubles(100'000))));
+  ASSERT_EQ(::setenv("TZ", "Europe/Paris", 1), 0);
+  const Zone zone = Zone::named("local");
+  ASSERT_EQ(::setenv("TZ", "Europe/Pariss", 1), 0);
+  try {
+    setNpy(module_, file, {{findComponent("day"), 1}}, zone, {}, 3, [](std::string_view) {});
+    ADD_FAILURE() << "there is no such zone";
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status, Status::unknownName);
+    EXPECT_THAT(failure.message, StartsWith("--zone: TZ names no time zone of the system"));
+  }
+  ::unsetenv("TZ");
+  ::tzset();
 }
 
 TEST_F(NpySetterTest, AFileThatBecomesShorter) {

@@ -171,7 +171,7 @@ class NpySetter {
                       {},
                       header.count};
     if (jobs == 1) job_.zone = &zone;  // else each thread makes its own
-    job_.isLocal = zone.isLocal();
+    zoneName_ = zone.isLocal() ? "local" : zone.text();
     job_.needsZone = true;
     job_.hasZone = zone.isCalendar();
     job_.zoneText = zone.text();
@@ -199,7 +199,7 @@ class NpySetter {
   // What a thread does with its chunks.
   class ChunkSetter : public Worker {
    public:
-    explicit ChunkSetter(const NpySetter& all) : all_(all), job_(all.job_), setter_(job_) {
+    explicit ChunkSetter(const NpySetter& all) : all_(all), job_(ownJob()), setter_(job_) {
       const ElementType& type = job_.datetimes.type;
       out_.resize(kChunk * type.bytes);
       job_.results = {type, false, {out_.data(), type.bytes, 0, nullptr, nullptr}, {}, kChunk};
@@ -217,7 +217,14 @@ class NpySetter {
     }
 
    private:
+    SetJob ownJob() {
+      SetJob job = all_.job_;
+      if (job.zone == nullptr) job.zone = &ownZone_.emplace(Zone::named(all_.zoneName_));
+      return job;
+    }
+
     const NpySetter& all_;
+    std::optional<Zone> ownZone_;
     SetJob job_;
     std::vector<char> out_;
     unsigned notes_ = 0;
@@ -241,6 +248,7 @@ class NpySetter {
   NpyFile& file_;
   const std::size_t jobs_;
   std::vector<SettingValues> values_;
+  std::string zoneName_;
   SetJob job_;  // without room for results, which each thread has
 };
 
