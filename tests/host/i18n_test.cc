@@ -99,6 +99,20 @@ TEST(Compare, LettersEqualTheirSmallForms) {
   }
 }
 
+// And the order of any two is that of what ICU folds them to.
+TEST(Compare, OrdersByIcusFolding) {
+  const auto folded = [](unsigned short unit) { return u_foldCase(unit, U_FOLD_CASE_DEFAULT); };
+  Cases cases(65536 * 128);
+  for (unsigned unit = 0; unit < 65536; ++unit) {
+    const auto a = static_cast<unsigned short>(unit);
+    const UChar32 x = folded(a);
+    for (unsigned short b = 0; b < 128; ++b, ++cases) {
+      const int order = lcctype::compare(&a, 1, &b, 1, brel::i18n::case_insensitive);
+      ASSERT_EQ(sign(order), sign(x - folded(b))) << unit << " and " << b;
+    }
+  }
+}
+
 TEST(AsciiConverter, OneUnitPerByte) {
   const brel::i18n::codecvt_ascii_to_ustring convert;
   EXPECT_EQ(convert("UTC", 3), wide("UTC"));
