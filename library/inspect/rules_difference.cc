@@ -187,7 +187,8 @@ RulesDifferences differences(const zones::SystemZones& system,
     group.push_back(name);
     ++found.names;
   }
-  for (RulesDifference& one : found.all) std::ranges::stable_partition(one.names, isCanonical);
+  for (RulesDifference& one : found.all)
+    std::stable_partition(one.names.begin(), one.names.end(), isCanonical);
   std::ranges::sort(found.all, {}, [](const RulesDifference& one) { return one.names.front(); });
   return found;
 }
