@@ -48,6 +48,15 @@ class Remembered : public testing::Test {
  protected:
   ~Remembered() override { zones.forget(); }
 
+  // Two zones whose keys have the same hash, none of them remembered yet.
+  void expectApart(const ZoneKey& one, const ZoneKey& other) {
+    zones.remember(one, hours(1));
+    EXPECT_FALSE(zones.find(other));
+    zones.remember(other, hours(2));
+    EXPECT_EQ(offsetOf(zones.find(one)), 1.0);
+    EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
+  }
+
   RememberedZones zones;
   Texts texts;
 };
@@ -82,11 +91,7 @@ TEST_F(Remembered, KeysOfOneHashAreToldApart) {
   const ZoneKey one = texts.key("A", "en", 4), other = texts.key("A\0"s, "en\0"s, 4 ^ 1 ^ 2);
   EXPECT_FALSE(zones.meet(one));
   ASSERT_TRUE(zones.meet(other)) << "of another hash: find keys that have the same";
-  zones.remember(one, hours(1));
-  EXPECT_FALSE(zones.find(other));
-  zones.remember(other, hours(2));
-  EXPECT_EQ(offsetOf(zones.find(one)), 1.0);
-  EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
+  expectApart(one, other);
   zones.forget();
   EXPECT_FALSE(zones.find(one)) << "in use, by nobody";
 }
@@ -114,11 +119,7 @@ TEST_F(Remembered, TextsMadeToHaveTheHashOfAZoneAreNotThatZone) {
     const ZoneKey one{units, "en_US", life}, other{made, "en_US", life};
     ASSERT_FALSE(zones.meet(one));
     ASSERT_TRUE(zones.meet(other)) << "of another hash: make texts that have the same";
-    zones.remember(one, hours(1));
-    EXPECT_FALSE(zones.find(other));
-    zones.remember(other, hours(2));
-    EXPECT_EQ(offsetOf(zones.find(one)), 1.0);
-    EXPECT_EQ(offsetOf(zones.find(other)), 2.0);
+    expectApart(one, other);
   }
 }
 

@@ -16,9 +16,8 @@ namespace plx {
 namespace {
 
 constexpr std::string_view kCutDigits =
-    "digits of seconds that a result cannot hold were cut: as a rule from the twenty-third on, in "
-    "a "
-    "time zone from the nineteenth on";
+    "digits of seconds that a result cannot hold were cut: as a rule from the twenty-third on, "
+    "in a time zone from the nineteenth on";
 constexpr std::string_view kCarriedOnTheWay =
     "one setting after the other leads by way of a date that does not exist; --together resolves "
     "those of the date as one";
