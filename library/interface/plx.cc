@@ -197,13 +197,11 @@ int plxVersions(plxVersionTexts* versions, plxError* error) {
     if (versions == nullptr)
       throw plx::wrong({"versions: null", "the address of a plxVersionTexts", plx::Status::usage,
                         plx::id::kInvalidArgument});
+    // Loaded first: ICU keeps those rules that it was first asked for.
+    const plx::Module& module = plx::loadedModule();
     static const plx::VersionTexts texts = plx::versionTexts();
-    *versions = {PLX_VERSION,
-                 plx::loadedModule().path().c_str(),
-                 texts.icu.c_str(),
-                 texts.rules.c_str(),
-                 texts.rulesFrom.c_str(),
-                 texts.lastLeapSecond.c_str()};
+    *versions = {PLX_VERSION,         module.path().c_str(),   texts.icu.c_str(),
+                 texts.rules.c_str(), texts.rulesFrom.c_str(), texts.lastLeapSecond.c_str()};
     return 0;
   });
 }

@@ -16,6 +16,7 @@
 #include "support/built.h"
 #include "support/cases.h"
 #include "tools/support/temporary_folder.h"
+#include "tools/support/zone_files.h"
 
 namespace {
 
@@ -50,6 +51,17 @@ Function* functionOf(void* library, const char* name) {
   plxVersionTexts versions{};
   const bool isLoaded = versionsOf(&versions, &error) == 0;
   std::fprintf(stderr, "%s\n", isLoaded ? versions.module : "none");
+  std::exit(0);
+}
+
+// Writes the release of the time-zone rules that are in use, as the library's first call tells it.
+[[noreturn]] void tellRules() {
+  void* const library = ::dlopen(built("libplx.so.1").c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) std::exit(2);
+  plxVersionTexts versions{};
+  plxError error;
+  const int status = functionOf<decltype(plxVersions)>(library, "plxVersions")(&versions, &error);
+  std::fprintf(stderr, "%s\n", status == 0 ? versions.rules : error.message);
   std::exit(0);
 }
 
@@ -89,6 +101,22 @@ TEST(Load, OneModuleForTheProcess) {
       << "the same file by another path";
   EXPECT_EXIT(load(library, {nullptr, "/none/plx_datetime.so"}), ExitedWithCode(0),
               "\n" + notFound("another module is loaded already: " + module) + module + "\n$");
+}
+
+// Telling which rules there are would otherwise settle that they are ICU's own.
+TEST(Load, VersionsAreThoseOfTheRulesThatAreConverted) {
+  const TemporaryFolder folder;
+  folder.write("tzdata.zi", "# version 2099z\n");
+  fs::create_directory(folder.path("Europe"));
+  folder.write("Europe/Berlin", zoneFile(3 * 3600, {}));
+  const std::string update = "'" + built("plx") + "' rules update --from '" + folder.path("") +
+                             "' --to '" + folder.path("data/plx/rules") + "' > /dev/null";
+  ::unsetenv("ICU_TIMEZONE_FILES_DIR");
+  ::setenv("XDG_DATA_HOME", folder.path("data").c_str(), 1);
+  ASSERT_EQ(std::system(update.c_str()), 0);
+  EXPECT_EXIT(tellRules(), ExitedWithCode(0), "^2099z\n$");
+  ::unsetenv("XDG_DATA_HOME");
+  ::setenv("ICU_TIMEZONE_FILES_DIR", "/nowhere", 1);
 }
 
 TEST(Load, NoModule) {
