@@ -28,6 +28,17 @@ DatetimeArray pairIn(doubledouble& pair) {
   return array;
 }
 
+// What stopped `one`, a job of a pair, told as for the datetime in the caller's own type.
+Wrong wrongOf(SetJob one, const DatetimeArray& datetime, Stop stop) {
+  double room[2] = {};  // for a result of any type
+  one.datetimes = one.results = datetime;
+  one.results.elements = {&room[0], datetime.type.bytes, 1, kShape, nullptr};
+  if (datetime.isPair) one.results.low = {&room[1], datetime.type.bytes, 1, kShape, nullptr};
+  unsigned notes = 0;
+  if (auto same = run(one, notes)) stop = std::move(*same);
+  return std::move(stop.wrong);
+}
+
 }  // namespace
 
 std::string explain(const SetJob& job, std::string_view asked, bool colour) {
@@ -58,7 +69,7 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
     if (readNumbers(values.type, values.elements.at(0), 1, &number) == 1) values.forAll = number;
   }
   unsigned notes = 0;
-  if (auto stop = run(one, notes)) throw std::move(stop->wrong);
+  if (auto stop = run(one, notes)) throw wrongOf(one, job.datetimes, std::move(*stop));
   const double value = values.forAll.value_or(std::nan(""));
   if (!std::isfinite(value) || !(std::fabs(after.hi) <= most)) {
     throw wrong({"the value or the result is out of range", zone.acceptedRange(), Status::badData,

@@ -374,6 +374,7 @@ TEST(Explain, WhatCannotBeSet) {
       "+144683-05-23T16:29:30.496Z";
   Column<std::int64_t> seconds({1394383800}, "<M8[s]"), far({std::int64_t{1} << 60}, "<M8[W]");
   Column<double> millis({1e300}, "<f8"), high({3.9e23}, "<f8");
+  Column<std::complex<double>> finite({{1394383800000, 0.25}}, "<c16");
   double low = 0;
   plxArray pair = high.array();
   pair.low = &low;
@@ -401,8 +402,13 @@ TEST(Explain, WhatCannotBeSet) {
                 std::string(kFar));
   EXPECT_EQ(toldOf(one, forAll(paYEAR, yearInZone), "Etc/UTC"),
             "Pelmor:datetime:RangeError: the value or the result is out of range: "
-            "\"1394383800000,0\"" +
+            "\"2014-03-09T16:50:00\"" +
                 std::string(kFarInZone));
+  EXPECT_EQ(toldOf(finite.array(), forAll(paYEAR, yearInZone), "Etc/UTC"),
+            "Pelmor:datetime:RangeError: the value or the result is out of range: "
+            "\"1394383800000+0.25j\"" +
+                std::string(kFarInZone));
+  EXPECT_EQ(seconds.elements(), std::vector<std::int64_t>{1394383800});
   EXPECT_EQ(toldOf(one, forAll(paMONTH, half), nullptr),
             "Pelmor:datetime:MustBeInteger: not a whole number: \"0.5\"; accepted: whole numbers; "
             "only second and time-of-day take fractions");
