@@ -51,9 +51,9 @@ std::string explain(const SetJob& job, std::string_view asked, bool colour) {
     throw wrong({"the datetime is a missing one, NaT or NaN", zone.acceptedRange(), Status::badData,
                  id::kOutOfRange});
   if (!(std::fabs(before.hi) <= most))
-    throw wrong(
-        {"the datetime is out of range", zone.acceptedRange(), Status::badData, id::kOutOfRange},
-        places.text(0));
+    throw wrong({"the datetime is out of range", zone.acceptedRange(), Status::badData,
+                 zone.isCalendar() ? id::kRangeError : id::kOutOfRange},
+                places.text(0));
   SetJob one = job;
   one.options = {};
   one.options.fold = job.options.fold;

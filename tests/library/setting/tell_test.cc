@@ -391,7 +391,7 @@ TEST(Explain, WhatCannotBeSet) {
       toldOf(pair, word(paMONTH, "2"), nullptr),
       "Pelmor:library:OutOfRange: the datetime is out of range: \"3.9e+23,0\"" + std::string(kFar));
   EXPECT_EQ(toldOf(pair, word(paMONTH, "2"), "Europe/Paris"),
-            "Pelmor:library:OutOfRange: the datetime is out of range: \"3.9e+23,0\"" +
+            "Pelmor:datetime:RangeError: the datetime is out of range: \"3.9e+23,0\"" +
                 std::string(kFarInZone));
   EXPECT_EQ(toldOf(one, forAll(paYEAR, year), nullptr),
             "Pelmor:library:OutOfRange: the value or the result is out of range: "
