@@ -164,7 +164,7 @@ typedef struct {
   /* How many work; 0 and 1: the one that calls. Small arrays take fewer. */
   unsigned threads;
   /* Null, or called now and then, by the calling thread: so many elements of all are set. Another
-   * result than 0 stops; the elements before `error.done` are set then. */
+   * result than 0 stops; the elements before `error.done` are set then. Little work may end without a call. */
   int (*progress)(void* context, size_t done, size_t all);
   /* Handed to `progress`. */
   void* context;
@@ -200,7 +200,7 @@ PLX_API int plxConvert(const plxArray* datetimes, const plxOptions* options,
 
 /* ---- Telling ---- */
 
-/* How a text is marked up. */
+/* How a text is marked up. Its weeks are those of plxGet, from which those of `plx explain` differ in time zones. */
 typedef enum {
   plxPLAIN_TEXT = 0, /* lines of at most 80 columns, as `plx explain` prints them */
   plxCOLOURED_TEXT,  /* the same with the escapes of a terminal */
