@@ -125,7 +125,8 @@ def read_values(value, shape):
         return value, None
     if isinstance(value, str):
         return str(value), None
-    if isinstance(value, numbers.Integral) and kind is not bool:
+    # To Python timedelta64 is an integer as well.
+    if isinstance(value, numbers.Integral) and kind is not bool and not isinstance(value, np.timedelta64):
         if not -(2**63) <= value < 2**63:
             raise too_long()
         return int(value), None
@@ -141,7 +142,7 @@ def read_values(value, shape):
     if kind == "f" and array.dtype.itemsize == 2:
         array = array.astype(np.float32)
     if kind not in "iuf" or array.dtype.itemsize > 8:
-        if kind == "O" and _are_whole(array):
+        if kind == "O" and _are_too_long(array):
             raise too_long()
         raise TypeError(
             f"value: {f'elements of {array.dtype}' if array.ndim else repr(value)}; "
@@ -154,8 +155,10 @@ def too_long():
     return library_error("ValueNotExact", "value: a whole number of more than 64 bits; accepted: numbers within 2^53")
 
 
-def _are_whole(array):
-    return array.size > 0 and all(isinstance(one, int) and type(one) is not bool for one in array.flat)
+def _are_too_long(array):
+    """Whether these are objects because they are whole numbers that no integer of NumPy holds."""
+    are_whole = all(isinstance(one, int) and type(one) is not bool for one in array.flat)
+    return are_whole and any(not -(2**63) <= one < 2**64 for one in array.flat)
 
 
 def _spread(array, shape):

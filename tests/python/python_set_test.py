@@ -303,6 +303,7 @@ def test_what_is_no_datetime_is_told_how_to_become_one(x, text):
     "value",
     [
         True, [True, False, True], 1j, None, [None, 1, 2], b"last", np.array(["last"] * 3), T, object(),
+        np.timedelta64(1, "D"), np.array([1, 2, 3], object), [np.timedelta64(1, "D")] * 3,
         np.ma.array([(1,)] * 3, [("a", "i8")], mask=True),
     ],
 )  # fmt: skip
