@@ -65,7 +65,7 @@ class Datetimes(NamedTuple):
 
 
 def read(x):
-    if type(x) is tuple:
+    if isinstance(x, tuple):
         return _read_pair(x)
     array, where = _read_array(x)
     return Datetimes(array, None, type_of(array.dtype), where, (x,))
@@ -226,7 +226,7 @@ class Results:
 
 
 def _as_parts(x):
-    return x if type(x) is tuple else (x,)
+    return x if isinstance(x, tuple) else (x,)
 
 
 def _out_parts(x, out):

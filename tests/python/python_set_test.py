@@ -1,5 +1,7 @@
 """plx.set: kinds of datetimes and values, layouts, memory for results, and what is refused."""
 
+import collections
+
 import numpy as np
 import pytest
 
@@ -138,6 +140,15 @@ def test_every_unit():
     assert plx.set(np.datetime64("2014-05", "M"), "month", 2) == np.datetime64("2014-02", "M")
     assert plx.set(np.datetime64("2014", "Y"), "year", 1) == np.datetime64("0001", "Y")
     assert plx.set(np.datetime64("2014-05-31", "25D"), "year", "2014") == np.datetime64("2014-05-31", "25D")
+
+
+def test_pairs_with_names():
+    Pair = collections.namedtuple("Pair", "high low")
+    pair = Pair(np.array([0.0, 1.0]), np.array([2.0**-40, 0.0]))
+    expected = plx.set(tuple(pair), "day", 2)
+    for results in (plx.set(pair, "day", 2), plx.set(tuple(pair), "day", 2, out=Pair(np.zeros(2), np.zeros(2)))):
+        assert len(results) == 2 and all(same_bits(one, other) for one, other in zip(results, expected))
+    assert plx.get(pair, "day").tolist() == [1, 1]
 
 
 def test_scalars_stay_scalars():
