@@ -218,8 +218,8 @@ class Results:
             for part, target, given in zip(self.parts, self.targets, _as_parts(self.out)):
                 if part is not target:
                     np.copyto(target, part, where=True if self.where is None else self.where)
-                if self.where is not None and isinstance(given, np.ma.MaskedArray):
-                    given.mask = ~self.where
+                if isinstance(given, np.ma.MaskedArray):
+                    given.mask = np.ma.nomask if self.where is None else ~self.where
             return self.out
         parts = tuple(_like(one, part, self.where, value_where) for one, part in zip(self.x.like, self.parts))
         return parts if self.x.is_pair else parts[0]

@@ -266,6 +266,10 @@ def test_masked():
         plx.set(far.data, "year", 2014, zone="Europe/Paris")
     out = np.ma.array(np.zeros(3, T.dtype))
     assert plx.set(x, "day", 1, out=out) is out and out.mask.tolist() == [False, False, True]
+    # What was masked there is not, once it is set.
+    for given, mask in ((T, [False] * 3), (np.ma.array(T), [False] * 3), (x, [False, False, True])):
+        out = np.ma.array(np.zeros(3, T.dtype), mask=[True, True, False])
+        assert plx.set(given, "day", 1, out=out).mask.tolist() == mask
     high, low = plx.set((np.ma.array([0.0, 1.0], mask=[1, 0]), np.array([0.0, 0.0])), "day", 2)
     assert high.mask.tolist() == [True, False] and high[1] == 86400001 and low[1] == 0
 
