@@ -289,10 +289,14 @@ def _like(x, array, where, value_where):
 
 
 def as_given(x, array):
-    """Results of another type than x: masked as x is, and a scalar for a scalar."""
+    """Results of another type than x: masked as x is, of its subclass, and a scalar for a scalar."""
     given = x.like[0]
     if x.where is not None:
         return np.ma.array(array, mask=~x.where)
-    if isinstance(given, ndarray):
+    if type(given) is ndarray:
         return array
+    if isinstance(given, np.ma.MaskedArray):
+        return np.ma.array(array)
+    if isinstance(given, ndarray):
+        return given.__array_wrap__(array)
     return array[()] if array.ndim == 0 else array

@@ -43,6 +43,10 @@ def test_get_in_zones():
     assert plx.get(t.reshape(3, 1), "minute").shape == (3, 1)
     masked = plx.get(np.ma.array(t, mask=[1, 0, 0]), "minute")
     assert masked.mask.tolist() == [True, False, False] and masked[1] == 30
+    # Masked arrays stay such where nothing is masked.
+    plain = np.ma.array(t[:2])
+    for results in (plx.get(plain, "minute"), *plx.split(plain), plx.set(plain, "day", 1, check="mask")[1]):
+        assert isinstance(results, np.ma.MaskedArray) and not np.ma.getmaskarray(results).any()
     assert plx.get(np.empty((0, 2), "M8[s]"), "hour").shape == (0, 2)
     with pytest.raises(plx.UnknownZone):
         plx.get(t, "hour", zone="Europe/Pariss")

@@ -286,6 +286,10 @@ def test_subclasses():
     result = plx.set(x, "day", 1)
     assert type(result) is Labelled and same_bits(result.view(np.ndarray), plx.set(T, "day", 1))
     assert type(plx.set(np.array([[T[0]]]).view(np.matrix), "day", 1)) is np.matrix
+    assert plx.set(x, "month", 2, check="mask")[1].label == "seen"
+    # What is read and written as pairs, as `np.isnat` has it.
+    for results in (plx.get(x, "day"), *plx.split(x), plx.join(*plx.split(x), x.dtype)):
+        assert type(results) is Labelled and results.label == "seen"
 
 
 # -------------------------------------------------------------------------------------------- what is refused
