@@ -95,6 +95,9 @@ def _where(x):
     return None if mask is np.ma.nomask or x.dtype.names is not None else ~mask
 
 
+_WITH_ACCESSOR = ("Series", "DatetimeIndex", "DataArray")
+
+
 def _read_array(x):
     """The elements as NumPy's own array, and which of them are not masked."""
     if type(x) is ndarray:
@@ -102,11 +105,13 @@ def _read_array(x):
     if isinstance(x, np.ma.MaskedArray):
         return np.asarray(x), _where(x)
     library = type(x).__module__.split(".")[0]
-    if library in ("pandas", "xarray"):
-        raise TypeError(
-            f"x: a {type(x).__name__} of {library}; import plx.{library} and write x.plx.set(...), "
-            "or give x.to_numpy()"
-        )
+    if library in ("pandas", "xarray") and hasattr(x, "to_numpy"):
+        has_accessor = any(kind.__name__ in _WITH_ACCESSOR for kind in type(x).__mro__)
+        write = f"import plx.{library} and write x.plx.set(...), or " if has_accessor else ""
+        # In a zone they would be objects otherwise. A single Timestamp takes no dtype, and is none.
+        is_zoned = getattr(getattr(x, "dtype", None), "tz", None) is not None
+        give = "x.to_numpy('M8[ns]'), instants in UTC" if is_zoned else "x.to_numpy()"
+        raise TypeError(f"x: a {type(x).__name__} of {library}; {write}give {give}")
     if library in ("dask", "dask_expr"):
         write = "plx.dask.set(x, ...)" if hasattr(x, "chunks") else "x.plx.set(...)"
         raise TypeError(f"x: {type(x).__name__} of dask; import plx.dask and write {write}, or give x.compute()")

@@ -10,7 +10,7 @@ import pytest
 
 import plx
 import plx.pandas
-from support import Cases, random_datetimes
+from support import Cases, random_datetimes, same_bits
 
 NEW_YORK = "America/New_York"
 
@@ -150,6 +150,20 @@ def test_the_rest():
     for x in (frame.t, pd.Index(frame.t)):
         with pytest.raises(TypeError, match="import plx.pandas and write x.plx.set"):
             plx.set(x, "day", 1)
+    # What has no accessor is not told to use it, and what would be objects is told how to be none.
+    for x, text in (
+        (pd.Timestamp("2014-05-31"), r"give x\.to_numpy\(\)$"),
+        (pd.Timestamp("2014-05-31", tz=NEW_YORK), r"give x\.to_numpy\(\)$"),
+        (pd.NaT, r"give x\.to_numpy\(\)$"),
+        (frame.n.to_frame(), r"give x\.to_numpy\(\)$"),
+        (moments(3).array, r"give x\.to_numpy\(\)$"),
+        (frame.t, r"or give x\.to_numpy\('M8\[ns\]'\), instants in UTC$"),
+        (frame.t.array, r"; give x\.to_numpy\('M8\[ns\]'\), instants in UTC$"),
+    ):
+        with pytest.raises(TypeError, match=text) as error:
+            plx.set(x, "day", 1)
+        assert ("x.plx" in str(error.value)) == hasattr(x, "plx")
+    assert same_bits(frame.t.to_numpy("M8[ns]"), frame.t.dt.tz_convert(None).to_numpy())
     # plx itself does not ask for pandas.
     code = "import sys, plx; sys.exit('pandas' in sys.modules)"
     assert subprocess.run([sys.executable, "-c", code]).returncode == 0
