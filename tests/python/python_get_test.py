@@ -75,8 +75,9 @@ def test_pairs_there_and_back():
     with pytest.raises(plx.OutOfRange) as error:
         plx.join(np.array([1.0, 1.5]), np.zeros(2), "M8[ms]")
     assert error.value.index == 1
-    with pytest.raises(TypeError, match="dtype: int64"):
-        plx.join(1.5, 0.0, int)
+    for dtype, text in ((int, "int64"), ("M8", "datetime64"), ("c8", "complex64"), (None, "float64")):
+        with pytest.raises(TypeError, match=f"^dtype: {text}; accepted: datetime64 with a unit, complex128$"):
+            plx.join(1.5, 0.0, dtype)
     with pytest.raises(TypeError, match="a pair already"):
         plx.split((np.zeros(1), np.zeros(1)))
 
