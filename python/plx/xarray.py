@@ -46,7 +46,8 @@ class DataArrayAccessor:
             more = [dimension for dimension in value.dims if dimension not in self._datetimes.dims]
             if more:
                 raise ValueError(f"value: has dimensions that the datetimes have not: {more}")
-            inputs.append(value)
+            # Its coordinates say to which datetimes values belong, and are not those of the results.
+            inputs.append(value.reset_coords(drop=True))
         else:
             # Of the datetimes' shape, by position.
             options["value"] = value

@@ -48,6 +48,13 @@ def test_values_by_dimension():
     assert same_bits(da.plx.set("day", both).values, plx.set(T, "day", [[5, 6, 7, 8], [6, 7, 8, 9], [7, 8, 9, 10]]))
     assert same_bits(da.plx.set("day", [5, 6, 7, 8]).values, plx.set(T, "day", [5, 6, 7, 8]))
     assert same_bits(da.plx.set("day", "last").values, plx.set(T, "day", "last"))
+    # Coordinates are those of the datetimes, whatever others the values have.
+    da = da.assign_coords(run=5)
+    others = days.assign_coords(run=6, unit="d", code=("station", [1, 2, 3]))
+    for others in (others, others.isel(station=[2, 0, 1])):
+        result = da.plx.set("day", others)
+        assert same_bits(result.values, plx.set(T, "day", np.array([[5], [6], [7]])))
+        xr.testing.assert_identical(result.coords.to_dataset(), da.coords.to_dataset())
     with pytest.raises(ValueError, match="dimensions that the datetimes have not"):
         da.plx.set("day", xr.DataArray([1, 2], dims="other"))
     with pytest.raises(plx.NotWhole):
