@@ -144,6 +144,11 @@ def test_the_rest():
         pd.Series([1, 2]).plx
     with pytest.raises(AttributeError, match="datetimelike"):
         pd.Index(["a"]).plx
+    for kind in ("category", object):
+        s = pd.Series(moments(3, NEW_YORK)).astype(kind)
+        with pytest.raises(AttributeError, match="pd.to_datetime reads others"):
+            s.plx
+        assert pd.to_datetime(s).plx.set("day", 1).dt.day.tolist() == [1] * 3
     assert pd.Series([], dtype="M8[ns]").plx.set("day", 1).empty
     frame = pd.DataFrame({"t": moments(3, NEW_YORK), "n": [1, 2, 3]})
     assert frame.assign(t=frame.t.plx.set("day", frame.n)).t.dt.day.tolist() == [1, 2, 3]
