@@ -38,6 +38,11 @@ std::optional<Wrong> DatetimePlaces::read(std::size_t position, doubledouble& da
   const bool isSwapped = array_.type.isSwapped();
   datetime = {loadDouble(array_.elements, position, isSwapped),
               loadDouble(array_.low, position, isSwapped)};
+  if (std::isfinite(datetime.hi) && !std::isfinite(datetime.lo))
+    return wrong(
+        {"the low part of a finite datetime is not finite",
+         "a finite low part where the high part is finite", Status::badData, id::kNotFinite},
+        pairText(datetime));
   return std::nullopt;
 }
 

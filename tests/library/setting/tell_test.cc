@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 #include "library/setting/support.h"
 #include "support/cases.h"
@@ -244,6 +246,33 @@ TEST(Convert, TellsOfADatetimeThatIsNone) {
             "\"1+nanj\"; accepted: a finite low part, the imaginary one, where the high part is "
             "finite");
   EXPECT_EQ(millis.elements(), (std::vector<double>{0, 7}));
+}
+
+// Where the high part is none, the low part says nothing.
+TEST(Convert, TellsOfALowPartThatIsNone) {
+  Cases cases(4);
+  using Row = std::pair<double, std::string>;
+  for (const auto& [low, text] :
+       {Row{kNan, "nan"}, Row{HUGE_VAL, "inf"}, Row{-HUGE_VAL, "-inf"}, Row{0.5, ""}}) {
+    Column<double> high({kNan, 5}, "<f8");
+    std::vector<double> lows = {low, low};
+    plxArray in = high.array();
+    in.low = lows.data();
+    Column<std::int64_t> micros({7, 7}, "<M8[us]");
+    Column<double> numbers({7, 7}, "<f8");
+    const plxArray out = micros.array(), seconds = numbers.array();
+    const std::string expected =
+        text.empty() ? ""
+                     : "Pelmor:library:NotFinite at 1: the low part of a finite datetime is not "
+                       "finite: \"5," +
+                           text + "\"; accepted: a finite low part where the high part is finite";
+    plxError error;
+    EXPECT_EQ(told(plxConvert(&in, nullptr, &out, &error), error), expected);
+    EXPECT_EQ(micros.elements(), (std::vector<std::int64_t>{kNaT, text.empty() ? 5500 : 7}));
+    EXPECT_EQ(told(plxGet(&in, paSECOND, nullptr, &seconds, &error), error), expected);
+    EXPECT_EQ(numbers.elements()[1], text.empty() ? 0.0055 : 7);
+    ++cases;
+  }
 }
 
 // Counts become pairs, and the pairs the same counts.
