@@ -138,7 +138,8 @@ enum {
 
 /* What else is worth telling, for `notes`. */
 enum {
-  plxPAST_LEAP_TABLE = 1 /* with UTCLeapSeconds, results after the last leap second that is known */
+  plxPAST_LEAP_TABLE = 1 /* with UTCLeapSeconds, what was set or read is after the last leap second
+                            that is known */
 };
 
 /* All zero: the defaults. */
@@ -188,7 +189,7 @@ PLX_API int plxSet(const plxArray* datetimes, const plxSetting* settings, size_t
 
 /* Reads a component of all datetimes, by the rules that setting it uses, as numbers of any type "<f8" of
  * the same shape. Seconds and times of day have their fraction, rounded to the nearest double. NaN for
- * what is no datetime. Of the options, zone, where, threads and progress count. */
+ * what is no datetime. Of the options, zone, where, threads, progress and notes count. */
 PLX_API int plxGet(const plxArray* datetimes, int component, const plxOptions* options,
                    const plxArray* numbers, plxError* error);
 

@@ -112,7 +112,11 @@ int plxGet(const plxArray* datetimes, int component, const plxOptions* options,
            const plxArray* numbers, plxError* error) {
   return guarded(error, [&] {
     plx::loadedModule();  // for the rules and the locale that it goes by
-    return finish(error, plx::run(plx::readGetJob(datetimes, component, options, numbers)));
+    const plx::GetJob job = plx::readGetJob(datetimes, component, options, numbers);
+    unsigned notes = 0;
+    const auto stop = plx::run(job, notes);
+    if (job.options.notes != nullptr) *job.options.notes = notes;
+    return finish(error, stop);
   });
 }
 

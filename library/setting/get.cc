@@ -8,6 +8,7 @@
 #include "base/calendar_limits.h"
 #include "elements/bytes.h"
 #include "inspect/component_value.h"
+#include "inspect/leap_table.h"
 #include "inspect/wall.h"
 #include "setting/datetime_places.h"
 #include "setting/zone_of.h"
@@ -36,12 +37,15 @@ class Getter : public BlockWorker {
       if (std::isfinite(datetime.hi)) {
         if (auto wrong = faultOf(datetime, i)) return Stop{std::move(*wrong), i};
         number = componentValue(job_.component, datetime, zone_);
+        if (zone_.countsLeapSeconds() && pastLeapTable(datetime)) notes_ |= plxPAST_LEAP_TABLE;
       }
       char* out = job_.numbers.at(i);
       job_.isSwapped ? store<true>(out, number) : store<false>(out, number);
     }
     return std::nullopt;
   }
+
+  unsigned notes() const override { return notes_; }
 
  private:
   std::optional<Wrong> faultOf(const doubledouble& datetime, std::size_t i) const {
@@ -70,6 +74,7 @@ class Getter : public BlockWorker {
   DatetimePlaces places_;
   const Zone zone_;
   std::vector<double> high_, low_;
+  unsigned notes_ = 0;
 };
 
 class Converter : public BlockWorker {
@@ -104,8 +109,7 @@ double componentValue(Component component, const doubledouble& pair, const Zone&
   return dd::collapse(dd::divide(millis, kMillisPerSecond));
 }
 
-std::optional<Stop> run(const GetJob& job) {
-  unsigned notes = 0;
+std::optional<Stop> run(const GetJob& job, unsigned& notes) {
   return runBlocks(
       job.datetimes.count, kReadBlock, job.options, [&] { return std::make_unique<Getter>(job); },
       notes);

@@ -22,7 +22,8 @@ struct GetJob {
   Strided where;
   std::string zone;
 };
-std::optional<Stop> run(const GetJob& job);
+// `notes` is set to what is worth telling, bits for plxOptions::notes.
+std::optional<Stop> run(const GetJob& job, unsigned& notes);
 
 // The value of a component, rounded to the nearest double. The pair is finite and, in a calendar, within its
 // range.

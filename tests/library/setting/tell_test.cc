@@ -216,6 +216,38 @@ TEST(Get, TellsOfAClockThatDiffersFromTheRules) {
   ::tzset();
 }
 
+// What is left out, what is none, and what is read elsewhere lies past no table.
+TEST(Get, TellsOfDatetimesPastTheLeapTable) {
+  Cases cases(12);
+  for (const auto& [zone, last, isLeftOut, expected] :
+       {std::tuple{"UTCLeapSeconds", 1435708825, false, unsigned{plxPAST_LEAP_TABLE}},
+        {"utcleapseconds", 1600000000, false, plxPAST_LEAP_TABLE},
+        {"UTCLeapSeconds", 1435708824, false, 0},
+        {"UTCLeapSeconds", 1600000000, true, 0},
+        {"UTC", 1600000000, false, 0},
+        {"Europe/Paris", 1600000000, false, 0}}) {
+    for (const bool isThreaded : {false, true}) {
+      std::vector<std::int64_t> counts(isThreaded ? 20000 : 3, 0);
+      counts[1] = kNaT;
+      counts.back() = last;
+      Column<std::int64_t> datetimes(counts, "<M8[s]");
+      Column<double> numbers(std::vector<double>(counts.size()), "<f8");
+      std::vector<std::uint8_t> where(counts.size(), 1);
+      where.back() = isLeftOut ? 0 : 1;
+      const plxArray in = datetimes.array(), out = numbers.array();
+      unsigned notes = 77;
+      plxOptions options = inZone(zone);
+      options.where = where.data();
+      options.notes = &notes;
+      options.threads = isThreaded ? 2 : 1;
+      plxError error;
+      EXPECT_EQ(told(plxGet(&in, paHOUR, &options, &out, &error), error), "");
+      EXPECT_EQ(notes, expected) << zone << ' ' << last;
+      ++cases;
+    }
+  }
+}
+
 TEST(Convert, LeavesOutAndWritesPairsInTheOtherByteOrder) {
   Column<std::int64_t> micros({1500, 7, kNaT, -1}, "<M8[us]"), back({7, 7, 7, 7}, "<M8[us]");
   Column<double> high({7, 7, 7, 7}, ">f8");
