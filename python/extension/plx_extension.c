@@ -273,12 +273,13 @@ static PyObject* set(PyObject* module, PyObject* const* arguments, Py_ssize_t co
 
 PyDoc_STRVAR(getDoc,
              "get(datetimes, low, type, component, zone, numbers, where, threads, /)\n--\n\n"
-             "Returns None, or a tuple that tells what is wrong.");
+             "Returns an int, bits of what is worth telling, or a tuple that tells what is wrong.");
 static PyObject* get(PyObject* module, PyObject* const* arguments, Py_ssize_t count) {
   (void)module;
   if (!hasCount("get", count, 8)) return NULL;
   Borrowed datetimes = {0}, low = {0}, numbers = {0}, where = {0};
-  plxOptions options = {.size = sizeof options};
+  unsigned notes = 0;
+  plxOptions options = {.size = sizeof options, .notes = &notes};
   PyObject* told = NULL;
   const int component = (int)PyLong_AsLong(arguments[3]);
   options.threads = (unsigned)PyLong_AsUnsignedLong(arguments[7]);
@@ -291,7 +292,7 @@ static PyObject* get(PyObject* module, PyObject* const* arguments, Py_ssize_t co
     release(&released, countOf(&datetimes.array), &options);
     const int failed = plxGet(&datetimes.array, component, &options, &numbers.array, &error);
     takeBack(&released);
-    told = failed ? failureOf(&error) : Py_BuildValue("");
+    told = failed ? failureOf(&error) : PyLong_FromUnsignedLong(notes);
   }
   giveBack(&datetimes);
   giveBack(&low);

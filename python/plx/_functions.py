@@ -296,8 +296,10 @@ def get(x, component, *, zone=None, threads=1):
     if x.where is not None:
         numbers[...] = np.nan
     told = _plx.get(x.high, x.low, x.type, component, zone, numbers, x.where, threads)
-    if told is not None:
-        raise failure(told, x.high.shape)
+    if told:
+        if type(told) is tuple:
+            raise failure(told, x.high.shape)
+        _tell_notes(told)
     return as_given(x, numbers)
 
 

@@ -30,7 +30,7 @@ def get(
     where: Any,
     threads: int,
     /,
-) -> _Failure | None: ...
+) -> int | _Failure: ...
 def convert(
     datetimes: Any,
     low: Any,

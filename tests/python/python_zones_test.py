@@ -122,3 +122,7 @@ def test_the_end_of_the_leap_table_is_warned_of_once():
     assert warnings_of(code.format("2012-08-01")) == ""
     told = warnings_of(code.format("2020-01-01"))
     assert told.count("LeapTableWarning") == 1 and "2012-06-30" in told
+    # Reading tells as well.
+    code = code.replace("plx.set(t, 'hour', 1, zone", "plx.get(t, 'hour', zone")
+    assert "plx.get" in code and warnings_of(code.format("2012-08-01")) == ""
+    assert warnings_of(code.format("2020-01-01")).count("LeapTableWarning") == 1
