@@ -305,6 +305,9 @@ class Format::Compiler {
       if (isEndless && part.touches)
         return fail("where a part ends is not told, as a digit follows",
                     "another character between them");
+      if (isOneOf(part.letter, kOffsets) && beginsWithColonAndDigit(i + 1))
+        return fail("where the offset ends is not told, as a colon and a digit follow",
+                    "another character between them");
       // Of a zone's name everything may be a part but these.
       const bool endsZone = next.letter == Letter::literal &&
                             std::string_view(" ,;()[]\"'|\t").find(format_.literals_[next.begin]) !=
@@ -317,6 +320,16 @@ class Format::Compiler {
         return fail("the Z behind a time says that it is UTC", "%z, which reads Z, too");
     }
     return true;
+  }
+
+  // What stands from a part on.
+  bool beginsWithColonAndDigit(std::size_t at) const {
+    const std::vector<FormatPart>& parts = format_.parts_;
+    if (parts[at].letter != Letter::literal) return false;
+    const std::string_view literal = literalOf(parts[at]);
+    if (literal.front() != ':') return false;
+    return literal.size() > 1 ? isDigit(literal[1])
+                              : at + 1 < parts.size() && beginsWithDigit(parts[at + 1]);
   }
 
   std::string_view literalOf(const FormatPart& part) const {

@@ -241,15 +241,17 @@ class Format::Reader {
       return true;
     }
     if (sign != '+' && sign != '-') return false;
+    // A colon without a number behind it is not the offset's, as in "+02:00: started".
+    const auto isColon = [&] { return rest_.size() > 1 && rest_[0] == ':' && isDigit(rest_[1]); };
     int hours = 0, minutes = 0, seconds = 0;
     if (!digits(2, hours)) return false;
-    const bool hasColon = !rest_.empty() && rest_[0] == ':';
+    const bool hasColon = isColon();
     std::uint64_t style = OffsetStyle::hours;
     if (hasColon) rest_.remove_prefix(1);
     if (hasColon || (!rest_.empty() && isDigit(rest_[0]))) {
       if (!digits(2, minutes)) return false;
       style = hasColon ? OffsetStyle::extended : OffsetStyle::basic;
-      const bool hasSeconds = !rest_.empty() && (hasColon ? rest_[0] == ':' : isDigit(rest_[0]));
+      const bool hasSeconds = hasColon ? isColon() : !rest_.empty() && isDigit(rest_[0]);
       if (hasSeconds) {
         if (hasColon) rest_.remove_prefix(1);
         if (!digits(2, seconds)) return false;

@@ -82,6 +82,10 @@ TEST(Format, WritesAsItRead) {
        "2014-05-10 08:30:15.0 +02:00", "the colon of an offset"},
       {"%F %R%z", "2014-05-10 08:30+02", "2014-05-10T08:30:00+02:00", 0, "2014-05-10 08:30+02",
        "an offset of hours"},
+      {"[%FT%T%:z: ]", "[2014-05-10T08:30:15+02:00: ]", "2014-05-10T08:30:15+02:00", 60,
+       "[2014-05-10T08:31:15+02:00: ]", "a colon behind an offset"},
+      {"%F %R%z:", "2014-05-10 08:30+02:", "2014-05-10T08:30:00+02:00", 60,
+       "2014-05-10 08:31+02:", "and behind one of hours"},
       {"%F %R %z", "2014-05-10 08:30 -0000", "2014-05-10T08:30:00-00:00", 0,
        "2014-05-10 08:30 -0000", "an offset that nobody knows"},
       {"%F %R %Z", "2014-05-10 08:30 GMT", "2014-05-10T08:30:00Z", 60, "2014-05-10 08:31 GMT",
@@ -311,6 +315,8 @@ TEST(Format, IsRefusedWhereItTellsNoDate) {
       {"%F %H:%M.%f", "the format has a fraction without its second"},
       {"%F %T.%f%Y", "a part stands twice in the format"},
       {"%T.%f%Y-%m-%d", "where a part ends is not told, as a digit follows"},
+      {"%F %R%z:%S", "where the offset ends is not told, as a colon and a digit follow"},
+      {"%F %R%:z:00", "where the offset ends is not told, as a colon and a digit follow"},
       {"%FT%TZ", "the Z behind a time says that it is UTC"},
       {"%F%Z%H", "where the zone's name ends is not told"},
       {"%s %Y", "%s tells date and time alone"},
@@ -339,6 +345,10 @@ TEST(Format, ReadsWhatStandsAtTheFront) {
   EXPECT_EQ(format->readFront("10/May/2014:08:30:15 +0200] \"GET /\"", reading), 26U);
   EXPECT_EQ(reading.datetime.offsetSeconds, 7200);
   EXPECT_EQ(format->readFront("GET", reading), 0U);
+  EXPECT_EQ(format->readFront("10/May/2014:08:30:15 +0200: GET /", reading), 26U);
+  EXPECT_EQ(format->readFront("10/May/2014:08:30:15 +02:00: GET /", reading), 27U);
+  EXPECT_EQ(format->readFront("10/May/2014:08:30:15 +02: GET /", reading), 24U);
+  EXPECT_EQ(reading.datetime.offsetSeconds, 7200);
   EXPECT_TRUE(format->mayHave(0, '1'));
   EXPECT_TRUE(format->mayHave(0, ' '));
   EXPECT_FALSE(format->mayHave(0, 'M'));
