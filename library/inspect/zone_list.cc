@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <memory>
 
 #include "datetime/datetime_text.h"
@@ -27,6 +29,16 @@ std::string aliasOf(const std::string& name) {
   return canonical == name ? std::string() : canonical;
 }
 
+// The other names of a zone, by which ICU has the same rules.
+std::vector<std::string> sameRulesAs(const std::string& name) {
+  const icu::UnicodeString id = unicodeText(name);
+  std::vector<std::string> names;
+  const int count = icu::TimeZone::countEquivalentIDs(id);
+  for (int i = 0; i < count; ++i)
+    icu::TimeZone::getEquivalentID(id, i).toUTF8String(names.emplace_back());
+  return names;
+}
+
 std::string nextChange(const Zone& zone, int128 second) {
   const auto change = zone.stretchAt(second).end;
   if (!change) return "-";
@@ -35,6 +47,18 @@ std::string nextChange(const Zone& zone, int128 second) {
   std::string text;
   writeDatetime(text, form, zone.wallTime(change->second), "");
   return text;
+}
+
+// What a zone's clock shows at a second.
+struct Clock {
+  std::string offset, change;
+};
+
+Clock clockOf(const Zone& zone, int128 second) {
+  Clock clock;
+  writeOffset(clock.offset, zone.wallTime(second).offsetSeconds);
+  clock.change = nextChange(zone, second);
+  return clock;
 }
 
 }  // namespace
@@ -70,12 +94,15 @@ bool matches(const std::string& name, const std::string& pattern) {
 std::string zoneTable(const std::vector<std::string>& names, int128 second) {
   std::size_t width = 0;
   for (const std::string& name : names) width = std::max(width, name.size());
+  std::map<std::string, Clock, std::less<>> clocks;
   std::string table;
   for (const std::string& name : names) {
-    const Zone zone = Zone::named(name);
-    std::string offset;
-    writeOffset(offset, zone.wallTime(second).offsetSeconds);
-    const std::string change = nextChange(zone, second);
+    auto known = clocks.find(name);
+    if (known == clocks.end()) {
+      known = clocks.emplace(name, clockOf(Zone::named(name), second)).first;
+      for (const std::string& same : sameRulesAs(name)) clocks.emplace(same, known->second);
+    }
+    const auto& [offset, change] = known->second;
     const std::string alias = aliasOf(name);
     table += fmt::format("{:{}}  {:9}  ", name, width, offset);
     if (alias.empty()) {
