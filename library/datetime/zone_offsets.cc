@@ -40,8 +40,19 @@ OffsetStretch stretchByICU(const icu::BasicTimeZone& rules, double ms, double of
 
 }  // namespace
 
-ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules)
-    : rules_(std::move(rules)), table_(OffsetTable::of(*rules_)) {}
+ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules) : rules_(std::move(rules)) {}
+
+bool ZoneOffsets::tryTable() {
+  // As many as one datetime needs that is read, set and written.
+  constexpr int kQuestionsBefore = 4;
+  if (questions_ < kQuestionsBefore) {
+    ++questions_;
+    return false;
+  }
+  table_ = OffsetTable::of(*rules_);
+  isTableTried_ = true;
+  return table_.has_value();
+}
 
 int ZoneOffsets::ask(std::int64_t second) const {
   std::int32_t raw = 0, saving = 0;
@@ -60,10 +71,10 @@ int ZoneOffsets::askOfWallTime(std::int64_t wallSecond) const {
   return (raw + saving) / 1000;
 }
 
-OffsetStretch ZoneOffsets::stretchAt(std::int64_t second) const {
+OffsetStretch ZoneOffsets::stretchAt(std::int64_t second) {
   const double ms = static_cast<double>(second) * kMillisOfSecond;
-  return table_ ? ::stretchAt(table_->instants(), ms)
-                : stretchByICU(*rules_, ms, ask(second) * kMillisOfSecond);
+  return hasTable() ? ::stretchAt(table_->instants(), ms)
+                    : stretchByICU(*rules_, ms, ask(second) * kMillisOfSecond);
 }
 
 }  // namespace plx

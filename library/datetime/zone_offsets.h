@@ -1,5 +1,5 @@
 // The offsets of a time zone from UTC, in seconds: from the module's table of them, or from ICU where a
-// zone has no table.
+// zone has no table, and for the first few questions, which take less than the making of a table.
 #pragma once
 
 #include <unicode/basictz.h>
@@ -23,17 +23,17 @@ class ZoneOffsets {
 
   // At an instant within 2^52 ms of 1970. Throws a Failure where ICU fails.
   int at(std::int64_t second) {
-    return table_ ? instants_.at(table_->instants(), second) : ask(second);
+    return hasTable() ? instants_.at(table_->instants(), second) : ask(second);
   }
 
   // That by which a wall time is read: before a gap as before it, and of a time that comes twice as
   // the second time.
   int ofWallTime(std::int64_t wallSecond) {
-    return table_ ? walls_.at(table_->walls(), wallSecond) : askOfWallTime(wallSecond);
+    return hasTable() ? walls_.at(table_->walls(), wallSecond) : askOfWallTime(wallSecond);
   }
 
   // The stretch of the same offset around an instant.
-  OffsetStretch stretchAt(std::int64_t second) const;
+  OffsetStretch stretchAt(std::int64_t second);
 
  private:
   // Where the table was entered last, for each 24 days of 34 years. Whatever a place says is held
@@ -56,11 +56,15 @@ class ZoneOffsets {
     std::array<std::uint16_t, kPlaces> places_{};
   };
 
+  bool hasTable() { return table_ || (!isTableTried_ && tryTable()); }
+  bool tryTable();
   int ask(std::int64_t second) const;
   int askOfWallTime(std::int64_t wallSecond) const;
 
   std::unique_ptr<icu::BasicTimeZone> rules_;
   std::optional<OffsetTable> table_;
+  int questions_ = 0;  // that came before the table
+  bool isTableTried_ = false;
   Places instants_, walls_;
 };
 

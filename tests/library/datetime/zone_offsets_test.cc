@@ -163,6 +163,14 @@ TEST(ZoneOffsets, AreThoseOfTheCalendarWhereStretchesMeet) {
   }
 }
 
+void expectSame(const OffsetStretch& one, const OffsetStretch& other, const std::string& where) {
+  ASSERT_EQ(one.start, other.start) << where;
+  ASSERT_EQ(one.end, other.end) << where;
+  ASSERT_EQ(one.before, other.before) << where;
+  ASSERT_EQ(one.offset, other.offset) << where;
+  ASSERT_EQ(one.after, other.after) << where;
+}
+
 // Zones that the module has no table of: rules of ICU's own class, those of New York since 2007.
 TEST(ZoneOffsets, AreAskedOfICUWhereThereIsNoTable) {
   Cases cases(20'000);
@@ -179,12 +187,8 @@ TEST(ZoneOffsets, AreAskedOfICUWhereThereIsNoTable) {
   const auto compare = [&](std::int64_t second) {
     ASSERT_EQ(asked.at(second), known.at(second)) << second;
     ASSERT_EQ(asked.ofWallTime(second), known.ofWallTime(second)) << second;
-    const OffsetStretch one = asked.stretchAt(second), other = known.stretchAt(second);
-    ASSERT_EQ(one.start, other.start) << second;
-    ASSERT_EQ(one.end, other.end) << second;
-    ASSERT_EQ(one.before, other.before) << second;
-    ASSERT_EQ(one.offset, other.offset) << second;
-    ASSERT_EQ(one.after, other.after) << second;
+    ASSERT_NO_FATAL_FAILURE(
+        expectSame(asked.stretchAt(second), known.stretchAt(second), std::to_string(second)));
     ++cases;
   };
   for (int i = 0; i < 5'000; ++i) {
@@ -192,6 +196,31 @@ TEST(ZoneOffsets, AreAskedOfICUWhereThereIsNoTable) {
     ASSERT_NO_FATAL_FAILURE(compare(second));
     const auto edge = static_cast<std::int64_t>(known.stretchAt(second).end / 1000.0);
     for (const std::int64_t around : {-1, 0, 1}) ASSERT_NO_FATAL_FAILURE(compare(edge + around));
+  }
+}
+
+// ICU answers the first questions, the table those that follow.
+TEST(ZoneOffsets, FirstAnswersAreThoseOfTheTable) {
+  Cases cases(4 * 10'000);
+  std::size_t turn = 0;
+  for (const std::string& id : everyZone()) {
+    const auto zone = zoneOf(id);
+    if (!OffsetTable::of(*zone)) continue;
+    ZoneOffsets warm(zoneOf(id));
+    for (int i = 0; i < 5; ++i) warm.at(0);
+    std::vector<std::int64_t> seconds = {-kLast, kLast, 0, 2'147'483'647, 4'102'444'800};
+    for (const Change& change : changesOf(*zone))
+      if (++turn % 4 == 0) seconds.push_back(static_cast<std::int64_t>(change.instant / 1000));
+    for (const std::int64_t second : seconds) {
+      const std::string where = id + ' ' + std::to_string(second);
+      ZoneOffsets fresh(zoneOf(id));
+      ASSERT_EQ(fresh.at(second), warm.at(second)) << where;
+      const std::int64_t wall = second + warm.at(second);
+      ASSERT_EQ(fresh.ofWallTime(wall), warm.ofWallTime(wall)) << where;
+      for (const std::int64_t at : {second - 1, second})
+        ASSERT_NO_FATAL_FAILURE(expectSame(fresh.stretchAt(at), warm.stretchAt(at), where));
+      cases += 4;
+    }
   }
 }
 
@@ -214,7 +243,7 @@ TEST(ZoneOffsets, WhatLeavesTheOffsetIsPassedOverWithoutATableToo) {
   zone->complete(status);
   ASSERT_TRUE(U_SUCCESS(status));
   ASSERT_FALSE(OffsetTable::of(*zone));
-  const ZoneOffsets offsets(std::move(zone));
+  ZoneOffsets offsets(std::move(zone));
   Cases cases(5);
   for (const std::int64_t second :
        {1'000'000'000, 1'050'000'000, 1'100'000'000, 1'150'000'000, 1'299'999'999}) {
