@@ -230,7 +230,7 @@ IcuZone icuZoneOf(const ZoneFile& file) {
     first = typeOf(*file.rule, file.rule->offsetAt(startOfYear(kFirstYear)));
   const std::vector<IcuZone::Type> split = splitTypes(all, first);
 
-  zone.types = {{first.offset, 0}};
+  zone.types.push_back({first.offset, 0});
   IcuZone::Type before = zone.types.front();
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (split[i] == before) continue;  // another abbreviation
