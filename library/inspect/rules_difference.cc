@@ -45,7 +45,7 @@ std::vector<Spell> partsOf(const zones::Offsets& first, const icu::BasicTimeZone
     parts.push_back({*begin, next.value_or(kNever)});
     begin = next;
   }
-  if (begin) parts = {{first, kNever}};
+  if (begin) parts.assign(1, {first, kNever});
   return parts;
 }
 
