@@ -1,11 +1,11 @@
-from typing import Any, Literal, NamedTuple, TypeVar, overload
+from typing import Any, Literal, NamedTuple, SupportsIndex, TypeVar, overload
 
 import datetime
 
 import numpy as np
 import numpy.typing as npt
 
-_Component = str | int
+_Component = str | int | np.integer[Any]
 _Zone = str | datetime.tzinfo | None
 _Value = str | float | npt.ArrayLike
 _Fold = Literal["later", "earlier", "same", "error"]
@@ -68,8 +68,34 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: _Check = None,
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> _Scalar: ...
+@overload
+def set(
+    x: float,
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: _Check = None,
+    threads: SupportsIndex = 1,
+) -> np.float64: ...
+@overload
+def set(
+    x: complex,
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: _Check = None,
+    threads: SupportsIndex = 1,
+) -> np.complex128: ...
 @overload
 def set(
     x: _Array,
@@ -81,7 +107,7 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: _Check = None,
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> _Array: ...
 @overload
 def set(
@@ -94,8 +120,21 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: _Check = None,
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> _Pair: ...
+@overload
+def set(
+    x: list[Any],
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: npt.NDArray[Any] | None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: _Check = None,
+    threads: SupportsIndex = 1,
+) -> npt.NDArray[Any]: ...
 
 # The mask of what is otherwise than asked comes beside them.
 @overload
@@ -109,8 +148,34 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: Literal["mask"],
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> tuple[_Scalar, np.bool_]: ...
+@overload
+def set(
+    x: float,
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: Literal["mask"],
+    threads: SupportsIndex = 1,
+) -> tuple[np.float64, np.bool_]: ...
+@overload
+def set(
+    x: complex,
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: Literal["mask"],
+    threads: SupportsIndex = 1,
+) -> tuple[np.complex128, np.bool_]: ...
 @overload
 def set(
     x: _Array,
@@ -122,7 +187,7 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: Literal["mask"],
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> tuple[_Array, _Bools]: ...
 @overload
 def set(
@@ -135,28 +200,41 @@ def set(
     fold: _Fold = "later",
     gap: _Gap = "shift",
     check: Literal["mask"],
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> tuple[_Pair, _Bools]: ...
+@overload
+def set(
+    x: list[Any],
+    component: _Component,
+    value: _Value,
+    *,
+    zone: _Zone = None,
+    out: npt.NDArray[Any] | None = None,
+    fold: _Fold = "later",
+    gap: _Gap = "shift",
+    check: Literal["mask"],
+    threads: SupportsIndex = 1,
+) -> tuple[npt.NDArray[Any], _Bools]: ...
 
 @overload
 def get(
-    x: np.datetime64 | np.complex128 | np.float64, component: _Component, *, zone: _Zone = None, threads: int = 1
+    x: np.datetime64 | np.complex128 | np.float64 | complex, component: _Component, *, zone: _Zone = None, threads: SupportsIndex = 1
 ) -> np.float64: ...
 @overload
 def get(
-    x: npt.NDArray[Any] | tuple[npt.ArrayLike, npt.ArrayLike],
+    x: npt.NDArray[Any] | tuple[npt.ArrayLike, npt.ArrayLike] | list[Any],
     component: _Component,
     *,
     zone: _Zone = None,
-    threads: int = 1,
+    threads: SupportsIndex = 1,
 ) -> _Floats: ...
 
 @overload
-def split(x: np.datetime64 | np.complex128 | np.float64, *, threads: int = 1) -> tuple[np.float64, np.float64]: ...
+def split(x: np.datetime64 | np.complex128 | np.float64 | complex, *, threads: SupportsIndex = 1) -> tuple[np.float64, np.float64]: ...
 @overload
-def split(x: npt.NDArray[Any], *, threads: int = 1) -> _Pair: ...
+def split(x: npt.NDArray[Any] | list[Any], *, threads: SupportsIndex = 1) -> _Pair: ...
 
-def join(high: npt.ArrayLike, low: npt.ArrayLike, dtype: npt.DTypeLike, *, threads: int = 1) -> Any: ...
+def join(high: npt.ArrayLike, low: npt.ArrayLike, dtype: npt.DTypeLike, *, threads: SupportsIndex = 1) -> Any: ...
 def explain(
     x: Any,
     component: _Component,

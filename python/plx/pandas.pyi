@@ -1,5 +1,5 @@
 import datetime
-from typing import Any, Literal
+from typing import Any, Literal, SupportsIndex
 
 from . import Explanation, _Check, _Component, _Fold, _Gap
 
@@ -17,9 +17,9 @@ class DatetimeAccessor:
         fold: _Fold = "same",
         gap: _Gap = "shift",
         check: _Check | Literal["mask"] = None,
-        threads: int = 1,
+        threads: SupportsIndex = 1,
     ) -> Any: ...
-    def get(self, component: _Component, *, zone: None = None, threads: int = 1) -> Any: ...
+    def get(self, component: _Component, *, zone: None = None, threads: SupportsIndex = 1) -> Any: ...
     def explain(
         self, component: _Component, value: Any, *, zone: None = None, fold: _Fold = "same", gap: _Gap = "shift"
     ) -> Explanation: ...

@@ -1,4 +1,4 @@
-from typing import Any, Literal
+from typing import Any, Literal, SupportsIndex
 
 from . import Explanation, _Check, _Component, _Fold, _Gap, _Zone
 
@@ -15,9 +15,9 @@ class DataArrayAccessor:
         fold: _Fold = "later",
         gap: _Gap = "shift",
         check: _Check | Literal["mask"] = None,
-        threads: int = 1,
+        threads: SupportsIndex = 1,
     ) -> Any: ...
-    def get(self, component: _Component, *, zone: _Zone = None, threads: int = 1) -> Any: ...
+    def get(self, component: _Component, *, zone: _Zone = None, threads: SupportsIndex = 1) -> Any: ...
     def explain(
         self, component: _Component, value: Any, *, zone: _Zone = None, fold: _Fold = "later", gap: _Gap = "shift"
     ) -> Explanation: ...

@@ -32,6 +32,20 @@ def scalars(t: np.datetime64) -> None:
     assert_type(plx.explain(t, "day", 1), plx.Explanation)
 
 
+def numbers_and_lists(t: np.datetime64, number: np.int64) -> None:
+    assert_type(plx.set(1.5, "day", 1), np.float64)
+    assert_type(plx.set(1.5j, "day", 1, check="nat"), np.complex128)
+    assert_type(plx.set(1.5, "day", 1, check="mask"), tuple[np.float64, np.bool_])
+    assert_type(plx.set(1.5j, "day", 1, check="mask"), tuple[np.complex128, np.bool_])
+    assert_type(plx.set([t, t], "day", 1), npt.NDArray[Any])
+    assert_type(plx.set([t, t], "day", 1, check="mask"), tuple[npt.NDArray[Any], npt.NDArray[np.bool_]])
+    assert_type(plx.set(t, number, number, threads=number), np.datetime64)
+    assert_type(plx.get(1.5, number, threads=number), np.float64)
+    assert_type(plx.get([t, t], "day"), Floats)
+    assert_type(plx.split(1.5j), tuple[np.float64, np.float64])
+    assert_type(plx.split([t, t]), tuple[Floats, Floats])
+
+
 def others() -> None:
     assert_type(plx.components()[0].takes_fractions, bool)
     assert_type(plx.zones("paris"), list[str])
