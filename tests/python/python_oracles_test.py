@@ -53,6 +53,38 @@ def test_the_program_on_the_same_data(tmp_path, dtype, zone):
             cases.add(count)
 
 
+@pytest.mark.parametrize("zone", ["America/New_York"] if SANITIZED else ["America/New_York", "Australia/Lord_Howe"])
+def test_the_programs_options_on_the_same_data(tmp_path, zone):
+    # Hours around the changes of a clock, where the options matter.
+    near = _changes(zone)[-40:, None] + np.arange(-9000, 9000, 450)
+    x = near.ravel().astype("M8[s]")
+    given, made = tmp_path / "given.npy", tmp_path / "made.npy"
+    np.save(given, x)
+    different = set()
+    with Cases(17 * x.size) as cases:
+        for component, value, options in [
+            *(("minute", 30, {"fold": fold}) for fold in ("later", "earlier", "same")),
+            *(("hour", 1, {"fold": fold}) for fold in ("later", "earlier", "same")),
+            *(("time_of_day", 7500.0, {"gap": gap}) for gap in ("shift", "start", "end")),
+            *(("hour", 2, {"gap": gap, "fold": "same"}) for gap in ("start", "end")),
+            ("day", "last", {}),
+            *(("month", word, {"fold": "same"}) for word in ("feb", "last")),
+            *(("day_of_week", word, {"gap": "end"}) for word in ("sun", "last")),
+            ("quarter", "q2", {}),
+        ]:
+            command = [PROGRAM, "set", component.replace("_", "-"), str(value), str(given), "--quiet", "--zone", zone]
+            command += [part for name, option in options.items() for part in (f"--{name}", option)]
+            result = subprocess.run(command + ["-o", str(made)], capture_output=True, text=True)
+            assert result.returncode == 0, (command, result.stderr)
+            results = plx.set(x, component, value, zone=zone, **options)
+            assert same_bits(results, np.load(made)), (component, value, options)
+            made.unlink()
+            different.add((component, value, results.tobytes()))
+            cases.add(x.size)
+    # No option is without an effect here.
+    assert len(different) == 17
+
+
 ZONES = """
 Africa/Abidjan Africa/Cairo Africa/Johannesburg Africa/Lagos Africa/Nairobi Africa/Tunis America/Adak
 America/Anchorage America/Argentina/Buenos_Aires America/Asuncion America/Bogota America/Caracas America/Chicago
