@@ -107,9 +107,11 @@ def taken(call):
 
 @given(st.data(), datetimes(), components, zones)
 def test_setting_what_was_read_changes_nothing(data, x, component, zone):
-    # Setting the quarter goes to its first month, and inside a leap second to the second before it. Of seconds with a
-    # fraction the nearest double is read.
-    if component in ("quarter", "second", "time_of_day") or zone == "UTCLeapSeconds":
+    # Setting the quarter goes to its first month.
+    if component == "quarter":
+        return
+    # A double holds seconds of the day to a nanosecond, and not what a low part may have beyond.
+    if component in ("second", "time_of_day") and parts(x)[0].dtype.kind != "M":
         return
     read = taken(lambda: plx.get(x, component, zone=zone))
     if read is None:
@@ -117,9 +119,14 @@ def test_setting_what_was_read_changes_nothing(data, x, component, zone):
     again = taken(lambda: plx.set(x, component, read, zone=zone, fold="same"))
     if again is None:
         return
+    # Setting goes from a leap second to the second before it.
+    if zone == "UTCLeapSeconds" and (plx.get(x, "second", zone=zone) >= 60).any():
+        return
     for one, other in zip(parts(again), parts(x), strict=True):
         assert np.array_equal(one, other, equal_nan=True)
     tally("read")
+    if component in ("second", "time_of_day") or zone == "UTCLeapSeconds":
+        tally("read rarely")
 
 
 @given(st.data(), datetimes(), components, zones)
@@ -199,6 +206,7 @@ def test_masks_hide_what_they_cover(data, x, component, zone):
 def test_enough_was_tried():
     # The last test of the file: each law met a good part of what was made up for it.
     least = settings.default.max_examples // 4
+    assert tallies.get("read rarely", 0) >= least // 4, tallies
     with Cases(6 * least) as cases:
         for name in ("read", "twice", "layout", "order", "pairs", "masks"):
             assert tallies.get(name, 0) >= least, tallies
