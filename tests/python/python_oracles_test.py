@@ -3,6 +3,7 @@
 pandas reads the system's time-zone rules, and so does plx here: converted, and named before it is loaded.
 """
 
+import ctypes
 import os
 import subprocess
 import tempfile
@@ -83,6 +84,54 @@ def test_the_programs_options_on_the_same_data(tmp_path, zone):
             cases.add(x.size)
     # No option is without an effect here.
     assert len(different) == 17
+
+
+class LibraryArray(ctypes.Structure):
+    """plxArray of plx/plx.h, of a single element."""
+
+    _fields_ = [
+        ("data", ctypes.c_void_p), ("type", ctypes.c_char_p), ("ndim", ctypes.c_size_t), ("shape", ctypes.c_void_p),
+        ("strides", ctypes.c_void_p), ("low", ctypes.c_void_p), ("low_strides", ctypes.c_void_p),
+    ]  # fmt: skip
+
+
+class LibrarySetting(ctypes.Structure):
+    _fields_ = [("component", ctypes.c_int), ("values", LibraryArray), ("word", ctypes.c_char_p)]
+
+
+class LibraryOptions(ctypes.Structure):
+    _fields_ = [("size", ctypes.c_size_t), ("zone", ctypes.c_char_p), ("fold", ctypes.c_int), ("gap", ctypes.c_int)]
+
+
+def test_the_library_one_element_at_a_time():
+    # Without the extension and without NumPy's memory: each datetime by itself in a number of C's.
+    library = ctypes.CDLL("libplx.so.1", mode=os.RTLD_NOLOAD | os.RTLD_NOW)
+    error = ctypes.create_string_buffer(4096)
+    folds, gaps = ("later", "earlier", "same"), {"shift": 0, "start": 2, "end": 3}
+    count = 20 if SANITIZED else 200
+    with Cases(11 * 6 * count) as cases:
+        for number, one in enumerate(plx.components()):
+            span = COMPONENTS[one.name]
+            for zone in (None, "UTC", "UTCLeapSeconds", "Etc/UTC", "America/New_York", "+05:30"):
+                for unit in ("s", "ns"):
+                    x = random_datetimes(count // 2, unit, seed=number)
+                    values = np.random.default_rng(number).integers(span[0], span[-1], x.size)
+                    fold, gap = folds[number % 3], list(gaps)[number // 3 % 3]
+                    results = plx.set(x, one.name, values, zone=zone, fold=fold, gap=gap)
+                    options = LibraryOptions(0, zone and zone.encode(), folds.index(fold), gaps[gap])
+                    # What later versions add to the end counts as zero.
+                    options.size = ctypes.sizeof(options)
+                    for i in range(x.size):
+                        datetime, value = ctypes.c_int64(int(x[i].astype(np.int64))), ctypes.c_int64(int(values[i]))
+                        array = LibraryArray(ctypes.addressof(datetime), f"<M8[{unit}]".encode())
+                        setting = LibrarySetting(one.selector, LibraryArray(ctypes.addressof(value), b"<i8"))
+                        status = library.plxSet(
+                            ctypes.byref(array), ctypes.byref(setting), ctypes.c_size_t(1), ctypes.byref(options),
+                            ctypes.byref(array), error,
+                        )  # fmt: skip
+                        assert status == 0, error.value
+                        assert datetime.value == results[i].astype(np.int64), (one, zone, x[i], values[i])
+                        cases.add()
 
 
 ZONES = """
