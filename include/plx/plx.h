@@ -165,7 +165,7 @@ typedef struct {
   /* How many work; 0 and 1: the one that calls. Small arrays take fewer. */
   unsigned threads;
   /* Null, or called now and then, by the calling thread: so many elements of all are set. Another
-   * result than 0 stops; the elements before `error.done` are set then. Little work may end without a call. */
+   * result than 0 stops; the elements before `error.done` are set then. Little work ends without a call. */
   int (*progress)(void* context, size_t done, size_t all);
   /* Handed to `progress`. */
   void* context;

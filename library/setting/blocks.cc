@@ -83,30 +83,37 @@ std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptio
   }
 
   Blocks blocks(all, block);
-  const auto work = [&](bool tells) {
+  // Works on a block that is taken, and on others.
+  const auto workFrom = [&](std::size_t start, std::size_t count, bool tells) {
     try {
       const auto worker = makeWorker();
-      std::size_t start = 0, count = 0;
-      while (blocks.take(start, count)) {
+      do {
         if (auto stop = worker->work(start, count)) return blocks.stop(std::move(*stop));
         blocks.finish(count);
         blocks.note(worker->notes());
         if (!tells || goesOn(options, blocks.done(), all)) continue;
         return blocks.stop(
             {wrong({"stopped", {}, Status::badData, id::kStopped}), PLX_NO_INDEX, start + count});
-      }
+      } while (blocks.take(start, count));
     } catch (...) {
       blocks.stop(std::current_exception());
     }
   };
+  const auto work = [&] {
+    std::size_t start = 0, count = 0;
+    if (blocks.take(start, count)) workFrom(start, count, false);
+  };
+  // Taken before there are others, who might else leave no block to tell the progress after.
+  std::size_t start = 0, count = 0;
+  blocks.take(start, count);
   std::vector<std::thread> threads;
   threads.reserve(most);
   try {
-    while (threads.size() + 1 < most) threads.emplace_back(work, false);
+    while (threads.size() + 1 < most) threads.emplace_back(work);
   } catch (const std::exception&) {
     // As many threads as the system and the memory allow.
   }
-  work(true);
+  workFrom(start, count, true);
   for (std::thread& thread : threads) thread.join();
   notes = blocks.notes();
   return blocks.result();

@@ -4,6 +4,7 @@
 #include <unicode/basictz.h>
 #include <unicode/gregocal.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "library/setting/support.h"
@@ -99,8 +100,8 @@ std::vector<std::int64_t> set(std::vector<std::int64_t> seconds, std::vector<dou
 
 // Setting what the clock shows, at the first and at the last second of each overlap, both times that they come.
 TEST(Folds, EveryOverlapOfEveryZone) {
-  Cases cases(testsAreWhole() ? 1'000'000 : ofUsual(100'000));
-  for (const std::string& name : zonesOfThisRun()) {
+  Cases cases(ofUsual(2'000'000));
+  for (const std::string& name : everyUsualZone()) {
     const std::unique_ptr<icu::BasicTimeZone> made = zoneOf(name);
     const icu::BasicTimeZone& zone = *made;
     Clock clock(zone);
@@ -154,8 +155,8 @@ TEST(Folds, EveryOverlapOfEveryZone) {
 
 // Setting the time of day to the first and the last second that is skipped, and to those beside them.
 TEST(Folds, EveryGapOfEveryZone) {
-  Cases cases(testsAreWhole() ? 200'000 : ofUsual(20'000));
-  for (const std::string& name : zonesOfThisRun()) {
+  Cases cases(ofUsual(200'000));
+  for (const std::string& name : everyUsualZone()) {
     const std::unique_ptr<icu::BasicTimeZone> made = zoneOf(name);
     const icu::BasicTimeZone& zone = *made;
     std::vector<std::int64_t> from, shifted, start, end;
@@ -269,6 +270,29 @@ TEST(Folds, WhereElementsAreLeftOut) {
   const int status = plxSet(&in, &hour, 1, &options, &out, &error);
   EXPECT_EQ(told(status, error), "");
   EXPECT_EQ(results.elements(), (std::vector<double>{1399710615250 + 5 * 3600000, 7, 3600000}));
+}
+
+// Several blocks are never over without a call, however little of them the calling thread gets to.
+TEST(Folds, ProgressStopsSeveralThreads) {
+  constexpr std::size_t kCount = std::size_t{3} << 13;
+  const plxSetting hour = word(paHOUR, "1");
+  plxOptions options = inZone("");
+  options.threads = 3;
+  options.progress = [](void*, std::size_t, std::size_t) { return 1; };
+  Cases cases(100);
+  for (int call = 0; call < 100; ++call, ++cases) {
+    Column<double> datetimes(std::vector<double>(kCount, 0.0), "<f8");
+    const plxArray array = datetimes.array();
+    plxError error;
+    ASSERT_EQ(plxSet(&array, &hour, 1, &options, &array, &error), 1);
+    ASSERT_STREQ(error.identifier, "Pelmor:library:Stopped");
+    ASSERT_EQ(error.index, PLX_NO_INDEX);
+    ASSERT_GT(error.done, 0U);
+    ASSERT_LE(error.done, kCount);
+    const auto first = datetimes.elements().begin();
+    const auto done = static_cast<std::ptrdiff_t>(error.done);
+    ASSERT_EQ(std::count(first, first + done, 3600000), done);
+  }
 }
 
 TEST(Folds, ProgressStops) {
