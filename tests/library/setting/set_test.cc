@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <complex>
 #include <cstdint>
 #include <cstring>
@@ -150,6 +151,9 @@ TEST(Set, StopsAtAnyElementOfAnyBlock) {
       {"no whole second", "<M8[s]", paSECOND, 1, 0.25, 0, "Pelmor:library:CannotHold"},
       {"too many for 64 bits", "<M8[ns]", paYEAR, 1970, 2500, 0, "Pelmor:library:CannotHold"},
       {"out of range", "<M8[W]", paYEAR, 1970, 1970, 1LL << 60, "Pelmor:library:OutOfRange"},
+      {"out of range", "<f8", paYEAR, 1970, 1970, std::bit_cast<std::int64_t>(1e300),
+       "Pelmor:library:OutOfRange"},
+      {"no whole day", ">M8[D]", paHOUR, 0, 5, 0, "Pelmor:library:CannotHold"},
   };
   Cases cases(std::size(rows) * positions.size() * 4);
   for (const Row& row : rows) {
