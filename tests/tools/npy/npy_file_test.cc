@@ -3,13 +3,17 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "messages/message.h"
+#include "stream/signals.h"
 #include "support/cases.h"
 #include "support/proc_files.h"
 #include "tools/support/npy_bytes.h"
@@ -17,6 +21,8 @@
 
 namespace plx {
 namespace {
+
+constexpr std::uint64_t kLast = 99'999;
 
 // How often a file is mapped into this process.
 int mappingsOf(const std::string& path) {
@@ -60,6 +66,56 @@ TEST(NpyFile, GivesBackWhatHasBeenRead) {
   EXPECT_GT(resident() + 13 * kMiB, whole) << "and no more";
   file.release(kCount / 4);
   EXPECT_EQ(sum(), expected);
+}
+
+// Reading a mapping past the end of its file would end the program without a word, and leave what is half written.
+TEST(NpyFile, ReadingWhereTheFileHasBecomeShorterIsToldInWords) {
+  Cases cases(2 * 3);
+  const TemporaryFolder folder;
+  for (const bool byThread : {false, true}) {
+    for (const std::uint64_t element : {std::uint64_t{1000}, std::uint64_t{50'000}, kLast}) {
+      const std::string path = folder.write("a.npy", npyOf("<f8", std::vector<double>(kLast + 1)));
+      const std::string halfWritten = folder.write("half", "written");
+      const auto read = [&](const char* elements) {
+        volatile char byte = elements[8 * element];
+        static_cast<void>(byte);
+      };
+      EXPECT_EXIT(
+          {
+            handleSignals();
+            removeOnSignal(halfWritten);
+            const NpyFile file(path, "the array");
+            const char* const elements = file.elements(0);
+            std::filesystem::resize_file(path, 2000);
+            if (byThread) {
+              std::vector<std::thread> both;
+              for (int i = 0; i < 2; ++i) both.emplace_back(read, elements);
+              for (std::thread& one : both) one.join();
+            }
+            read(elements);
+          },
+          testing::ExitedWithCode(static_cast<int>(Status::inputOutput)),
+          "^plx: the array: the file has become shorter while it was being read\n$");
+      EXPECT_FALSE(std::filesystem::exists(halfWritten));
+      ++cases;
+    }
+  }
+}
+
+// Elsewhere it is what it was.
+TEST(NpyFile, OtherFaultsOfMemoryEndTheProgramAsBefore) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("a.npy", npyOf("<f8", std::vector<double>(1000)));
+  const std::string halfWritten = folder.write("half", "written");
+  EXPECT_EXIT(
+      {
+        handleSignals();
+        removeOnSignal(halfWritten);
+        const NpyFile file(path, path);
+        ::raise(SIGBUS);
+      },
+      testing::KilledBySignal(SIGBUS), "^$");
+  EXPECT_FALSE(std::filesystem::exists(halfWritten));
 }
 
 // Whether the file can be read or not.

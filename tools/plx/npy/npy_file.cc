@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "messages/message.h"
+#include "stream/signals.h"
 
 namespace plx {
 
@@ -112,26 +113,30 @@ NpyFile::NpyFile(const std::string& path, const std::string& name) : name_(escap
       if (mapped == MAP_FAILED) throw failure(name_, "cannot map");
       bytes_ = static_cast<char*>(mapped);
     }
+    tellOnShortFile(bytes_, size_, shorter());
     layout_ = readNpyHeader({bytes_, size_}, name_);
   } catch (...) {
-    if (bytes_ != nullptr) ::munmap(bytes_, size_);
-    ::close(descriptor_);
+    close();
     throw;
   }
 }
 
-NpyFile::~NpyFile() {
-  ::munmap(bytes_, size_);
+NpyFile::~NpyFile() { close(); }
+
+void NpyFile::close() {
+  forgetShortFile(bytes_);
+  if (bytes_ != nullptr) ::munmap(bytes_, size_);
   ::close(descriptor_);
+}
+
+std::string NpyFile::shorter() const {
+  return name_ + ": the file has become shorter while it was being read";
 }
 
 const char* NpyFile::elements(std::uint64_t first) const {
   struct stat info;
   if (::fstat(descriptor_, &info) != 0) throw failure(name_, "cannot read");
-  if (static_cast<std::size_t>(info.st_size) < size_) {
-    throw Failure{Status::inputOutput,
-                  name_ + ": the file has become shorter while it was being read"};
-  }
+  if (static_cast<std::size_t>(info.st_size) < size_) throw Failure{Status::inputOutput, shorter()};
   return bytes_ + layout_.dataStart + first * layout_.header.type.bytes;
 }
 

@@ -34,8 +34,8 @@ class NpyFile {
   const NpyHeader& header() const { return layout_.header; }
 
   // The elements from that one on, in the order of the file, as long as this object lives. Throws a
-  // Failure of Status::inputOutput where the file has become shorter: whoever reads a mapping beyond
-  // the end of its file is ended by the system.
+  // Failure of Status::inputOutput where the file has become shorter; to read elements that it lost
+  // meanwhile ends the program with the same message (stream/signals.h).
   const char* elements(std::uint64_t first) const;
 
   // The elements before that one are not wanted for now, and their pages may go: however large the
@@ -43,6 +43,9 @@ class NpyFile {
   void release(std::uint64_t end);
 
  private:
+  void close();
+  std::string shorter() const;
+
   std::string name_;
   int descriptor_ = -1;
   char* bytes_ = nullptr;

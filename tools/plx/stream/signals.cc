@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "messages/message.h"
+
 namespace plx {
 
 namespace {
@@ -23,15 +25,52 @@ std::vector<std::string>& filesToRemove() {
 std::atomic<int> terminalToClear = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
-// Only calls that are safe in a handler. The signal had its default restored when it came, and is
-// held back until the handler returns: then it ends the program.
-void cleanUp(int signal) {
-  for (const std::string& path : filesToRemove()) ::unlink(path.c_str());
-  const int terminal = terminalToClear;
-  if (terminal >= 0 && ::write(terminal, kClearLine, sizeof kClearLine - 1) < 0) {
+// Memory into which a file is mapped.
+struct Mapping {
+  const char* begin;
+  std::size_t bytes;
+  std::string message;
+};
+std::vector<Mapping>& mappings() {
+  static auto* const all = new std::vector<Mapping>;
+  return *all;
+}
+
+// Handlers make only calls that are safe in one.
+
+void tell(int descriptor, const char* text, std::size_t bytes) {
+  if (::write(descriptor, text, bytes) < 0) {
     // The terminal is gone, and nobody is left to be told.
   }
+}
+
+void leaveNothing() {
+  for (const std::string& path : filesToRemove()) ::unlink(path.c_str());
+  const int terminal = terminalToClear;
+  if (terminal >= 0) tell(terminal, kClearLine, sizeof kClearLine - 1);
+}
+
+// The signal had its default restored when it came, and is
+// held back until the handler returns: then it ends the program.
+void cleanUp(int signal) {
+  leaveNothing();
   ::raise(signal);
+}
+
+// Comes to the thread that read. Several may, of which one ends the program. Elsewhere than in a mapping the
+// instruction that failed is tried again, without this handler.
+void endOnShortFile(int signal, siginfo_t* info, void*) {
+  static std::atomic_flag isEnding = ATOMIC_FLAG_INIT;
+  while (isEnding.test_and_set()) ::pause();
+  leaveNothing();
+  const auto* const address = static_cast<const char*>(info->si_addr);
+  for (const Mapping& mapping : mappings()) {
+    if (address < mapping.begin || address >= mapping.begin + mapping.bytes) continue;
+    tell(STDERR_FILENO, mapping.message.data(), mapping.message.size());
+    ::_exit(static_cast<int>(Status::inputOutput));
+  }
+  ::signal(signal, SIG_DFL);
+  if (info->si_code <= 0) ::raise(signal);  // sent by a process: nothing is tried again
 }
 
 sigset_t handledSignals() {
@@ -44,7 +83,8 @@ sigset_t handledSignals() {
 }  // namespace
 
 void handleSignals() {
-  filesToRemove();  // makes the list: a handler must not
+  filesToRemove();  // makes the lists: a handler must not
+  mappings();
   struct sigaction action = {};
   action.sa_handler = cleanUp;
   action.sa_mask = handledSignals();
@@ -54,6 +94,11 @@ void handleSignals() {
     ::sigaction(signal, nullptr, &before);
     if (before.sa_handler != SIG_IGN) ::sigaction(signal, &action, nullptr);
   }
+  struct sigaction onShortFile = {};
+  onShortFile.sa_sigaction = endOnShortFile;
+  onShortFile.sa_mask = handledSignals();
+  onShortFile.sa_flags = SA_SIGINFO;
+  ::sigaction(SIGBUS, &onShortFile, nullptr);
   for (const int signal : {SIGPIPE, SIGXFSZ}) ::signal(signal, SIG_IGN);
 }
 
@@ -70,6 +115,14 @@ void keepOnSignal(const std::string& path) {
   auto& paths = filesToRemove();
   const auto found = std::find(paths.begin(), paths.end(), path);
   if (found != paths.end()) paths.erase(found);
+}
+
+void tellOnShortFile(const char* mapped, std::size_t bytes, const std::string& message) {
+  mappings().push_back({mapped, bytes, "plx: " + message + '\n'});
+}
+
+void forgetShortFile(const char* mapped) {
+  std::erase_if(mappings(), [&](const Mapping& mapping) { return mapping.begin == mapped; });
 }
 
 void clearOnSignal(int descriptor) { terminalToClear = descriptor; }

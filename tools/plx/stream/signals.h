@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstddef>
 #include <string>
 
 namespace plx {
@@ -27,6 +28,12 @@ class SignalsHeld {
 // Marks a file to be removed when a signal comes, and takes the mark back. Called with signals held.
 void removeOnSignal(const std::string& path);
 void keepOnSignal(const std::string& path);
+
+// Marks memory into which a file is mapped, and takes the mark back, while no other thread reads it. To read it
+// where the file has become shorter then ends the program as an error with that message does, the temporary files
+// removed, instead of by SIGBUS without a word.
+void tellOnShortFile(const char* mapped, std::size_t bytes, const std::string& message);
+void forgetShortFile(const char* mapped);
 
 // Clears the line of a terminal's cursor.
 inline constexpr char kClearLine[] = "\r\x1b[K";
