@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 #include <string>
-#include <type_traits>
 
 #include "datetime/local_zone.h"
 #include "elements/elements.h"
@@ -27,15 +26,6 @@ constexpr std::size_t kMostDimensions = 64;
 [[noreturn]] void refuseArgument(std::string_view what, const char* why,
                                  std::string_view accepted) {
   refuse(id::kInvalidArgument, fmt::format("{}: {}", what, why), accepted);
-}
-
-// Whether an enumerator that counts from 0 to `last` stands there. A caller in C may have written any number, and to
-// read that as an enumerator would be undefined here.
-template <class Enum>
-bool isAmong(const Enum& written, Enum last) {
-  std::make_unsigned_t<std::underlying_type_t<Enum>> number;
-  std::memcpy(&number, &written, sizeof number);
-  return number <= static_cast<decltype(number)>(last);
 }
 
 // Before anything reads the lengths.

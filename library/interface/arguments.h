@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
+#include <type_traits>
 
 #include "plx/plx.h"
 #include "setting/get.h"
@@ -10,6 +12,15 @@
 #include "setting/wrong.h"
 
 namespace plx {
+
+// Whether an enumerator that counts from 0 to `last` stands there. A caller in C may have written any number, and to
+// read that as an enumerator would be undefined here.
+template <class Enum>
+bool isAmong(const Enum& written, Enum last) {
+  std::make_unsigned_t<std::underlying_type_t<Enum>> number;
+  std::memcpy(&number, &written, sizeof number);
+  return number <= static_cast<decltype(number)>(last);
+}
 
 // Each throws a Wrong for what is not accepted. `what` names the argument.
 

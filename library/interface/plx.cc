@@ -131,7 +131,7 @@ char* plxExplain(const plxArray* datetime, const plxSetting* setting, const plxO
                  plxTextForm form, plxError* error) {
   char* text = nullptr;
   guarded(error, [&] {
-    if (form < plxPLAIN_TEXT || form > plxHTML)
+    if (!plx::isAmong(form, plxHTML))
       throw plx::wrong(
           {"form: unknown", "a plxTextForm", plx::Status::usage, plx::id::kInvalidArgument});
     const plx::SetJob job =
