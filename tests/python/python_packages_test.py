@@ -71,3 +71,5 @@ def test_a_wheel(tmp_path):
     with zipfile.ZipFile(wheel) as archive:
         archive.extractall(folder)
     assert "+debian" in check(home / "bin" / "python", folder)
+    moved = home.rename(tmp_path / "moved")
+    assert "+debian" in check(moved / "bin" / "python", moved / folder.relative_to(home))
