@@ -104,7 +104,7 @@ std::string edges(const Transition& change) {
 std::string datetime(const doubledouble& pair, const Zone& zone) {
   DatetimeText form;
   form.separator = 'T';
-  const DecimalSeconds decimal = rounded(pair, 9);
+  const DecimalSeconds decimal = shortest(pair);
   std::string text;
   writeDatetime(text, form, zone.wallTime(decimal.seconds), decimal.fraction);
   return text;

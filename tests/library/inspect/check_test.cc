@@ -71,6 +71,8 @@ TEST_F(Check, TellsWhatHappened) {
       {"month=2", "", "2014-05-31", "there is no 31 February 2014: 2014-03-03T00:00:00"},
       {"day=31 month=2", "", "2014-05-10", "there is no 31 February 2014: 2014-03-03T00:00:00"},
       {"quarter=2", "", "2014-12-31", "there is no 31 April 2014: 2014-05-01T00:00:00"},
+      {"month=4", "", "1970-01-31T23:59:59.99999999988",
+       "there is no 31 April 1970: 1970-05-01T23:59:59.99999999988"},
       {"year=2013", "", "2012-02-29", "there is no 29 February 2013: 2013-03-01T00:00:00"},
       {"month=14", "", "2014-05-31",
        "there is no 31 February 2015; month 14 carried over: "
