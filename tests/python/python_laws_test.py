@@ -21,8 +21,8 @@ settings.load_profile("plx")
 ZONES = [None, "UTC", "UTCLeapSeconds", "Etc/UTC", "America/New_York", "Australia/Lord_Howe", "Asia/Kolkata", "+05:30"]
 # As far as a count of 64 bits goes in each, or to the years 0 to 4000.
 LIMITS = {
-    "D": 700_000, "h": 17_000_000, "m": 10**9, "s": 6 * 10**10, "ms": 6 * 10**13, "us": 6 * 10**16, "ns": 8 * 10**18,
-    "25s": 10**9,
+    "Y": 2000, "M": 24_000, "W": 100_000, "D": 700_000, "h": 17_000_000, "m": 10**9, "s": 6 * 10**10, "ms": 6 * 10**13,
+    "us": 6 * 10**16, "ns": 8 * 10**18, "ps": 8 * 10**18, "fs": 8 * 10**18, "as": 8 * 10**18, "25s": 10**9,
 }  # fmt: skip
 components = st.sampled_from(sorted(COMPONENTS))
 zones = st.sampled_from(ZONES)
@@ -131,10 +131,10 @@ def test_setting_what_was_read_changes_nothing(data, x, component, zone):
 
 @given(st.data(), datetimes(), components, zones)
 def test_setting_twice_is_setting_once(data, x, component, zone):
-    # Within the range in which nothing carries.
+    # Within the range in which nothing carries, but for days that a month does not have.
     value = data.draw(st.integers(2, {"quarter": 4, "day_of_week": 7}.get(component, 12)))
     once = taken(lambda: plx.set(x, component, value, zone=zone))
-    if once is None:
+    if once is None or plx.set(x, component, value, zone=zone, check="mask")[1].any():
         return
     # A wall time that is skipped is another one afterwards.
     read = plx.get(once, component, zone=zone)
