@@ -20,6 +20,7 @@
 #include "interface/arguments.h"
 #include "interface/loaded.h"
 #include "module/components.h"
+#include "setting/blocks.h"
 #include "setting/explain.h"
 #include "setting/get.h"
 #include "setting/job.h"
@@ -68,21 +69,29 @@ char* copyOf(const std::string& text) {
 template <class Body>
 int guarded(plxError* error, Body body) {
   write(error, "", "");
+  std::size_t done = 0;
+  const auto fail = [&](std::string_view identifier, std::string_view message) {
+    write(error, identifier, message, PLX_NO_INDEX, done);
+  };
   try {
-    return body();
+    try {
+      return body();
+    } catch (const plx::CutShort& cut) {
+      done = cut.done;
+      std::rethrow_exception(cut.cause);
+    }
   } catch (const plx::Wrong& wrong) {
-    write(error, wrong.identifier, wrong.message);
+    fail(wrong.identifier, wrong.message);
   } catch (const plx::Failure& failure) {
-    write(error,
-          failure.status == plx::Status::unknownName ? "Pelmor:datetime:UnknownTimeZone"
-                                                     : "Pelmor:host:Failed",
-          failure.message);
+    fail(failure.status == plx::Status::unknownName ? "Pelmor:datetime:UnknownTimeZone"
+                                                    : "Pelmor:host:Failed",
+         failure.message);
   } catch (const std::bad_alloc&) {
-    write(error, "Pelmor:host:OutOfMemory", "There is not enough memory for the call.");
+    fail("Pelmor:host:OutOfMemory", "There is not enough memory for the call.");
   } catch (const std::exception& exception) {
-    write(error, "Pelmor:host:Failed", exception.what());
+    fail("Pelmor:host:Failed", exception.what());
   } catch (...) {
-    write(error, "Pelmor:host:Failed", "an exception of unknown type");
+    fail("Pelmor:host:Failed", "an exception of unknown type");
   }
   return 1;
 }

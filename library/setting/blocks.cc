@@ -35,27 +35,32 @@ class Blocks {
   void stop(Stop stop) {
     const std::lock_guard lock(mutex_);
     isStopped_ = true;
-    const auto place = [](const Stop& s) { return s.index != PLX_NO_INDEX ? s.index : s.done; };
-    if (!stop_ || place(stop) < place(*stop_)) stop_ = std::move(stop);
+    if (!stop_ || placeOf(stop) < placeOf(*stop_)) stop_ = std::move(stop);
   }
-  void stop(std::exception_ptr exception) {
+  // An exception counts before any stop.
+  void stop(CutShort cut) {
     const std::lock_guard lock(mutex_);
     isStopped_ = true;
-    if (!exception_) exception_ = std::move(exception);
+    if (!cut_ || cut.done < cut_->done) cut_ = std::move(cut);
   }
   std::optional<Stop> result() {
-    if (exception_) std::rethrow_exception(exception_);
-    return std::move(stop_);
+    if (!cut_) return std::move(stop_);
+    if (stop_) cut_->done = std::min(cut_->done, placeOf(*stop_));
+    throw CutShort(*cut_);
   }
 
  private:
+  static std::size_t placeOf(const Stop& stop) {
+    return stop.index != PLX_NO_INDEX ? stop.index : stop.done;
+  }
+
   const std::size_t all_, block_;
   std::atomic<std::size_t> next_{0}, done_{0};
   std::atomic<unsigned> notes_{0};
   std::atomic<bool> isStopped_{false};
   std::mutex mutex_;
   std::optional<Stop> stop_;
-  std::exception_ptr exception_;
+  std::optional<CutShort> cut_;
 };
 
 // Whether the caller wants to go on.
@@ -70,16 +75,20 @@ std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptio
                               unsigned& notes) {
   const std::size_t most = std::min<std::size_t>(options.threads, all / block);
   if (most <= 1 && (all <= block || options.progress == nullptr)) {
-    const auto worker = makeWorker();
     std::size_t start = 0;
-    std::optional<Stop> stop;
-    do {
-      const std::size_t count = std::min(block, all - start);
-      stop = worker->work(start, count);
-      start += count;
-    } while (!stop && start < all);
-    notes = worker->notes();
-    return stop;
+    try {
+      const auto worker = makeWorker();
+      std::optional<Stop> stop;
+      do {
+        const std::size_t count = std::min(block, all - start);
+        stop = worker->work(start, count);
+        start += count;
+      } while (!stop && start < all);
+      notes = worker->notes();
+      return stop;
+    } catch (...) {
+      throw CutShort{std::current_exception(), start};
+    }
   }
 
   Blocks blocks(all, block);
@@ -96,7 +105,7 @@ std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptio
             {wrong({"stopped", {}, Status::badData, id::kStopped}), PLX_NO_INDEX, start + count});
       } while (blocks.take(start, count));
     } catch (...) {
-      blocks.stop(std::current_exception());
+      blocks.stop(CutShort{std::current_exception(), start});
     }
   };
   const auto work = [&] {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -19,6 +20,12 @@ struct Stop {
   std::size_t setting = 0;           // during which of several, counted from 0
 };
 
+// What a worker threw, and how many elements were done before.
+struct CutShort {
+  std::exception_ptr cause;
+  std::size_t done;
+};
+
 // One for each thread.
 class BlockWorker {
  public:
@@ -30,7 +37,7 @@ class BlockWorker {
 };
 
 // Works on `all` elements in blocks of `block` elements, with the threads and the progress of the options. An
-// empty array is one empty block, for checks that come before any element. Throws what a worker throws.
+// empty array is one empty block, for checks that come before any element. Throws CutShort where a worker throws.
 // `notes` is set to the notes of all workers.
 std::optional<Stop> runBlocks(std::size_t all, std::size_t block, const plxOptions& options,
                               const std::function<std::unique_ptr<BlockWorker>()>& makeWorker,

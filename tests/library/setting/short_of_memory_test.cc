@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "library/setting/support.h"
@@ -76,14 +77,25 @@ TEST(ShortOfMemory, WhicheverAllocationFails) {
   Cases cases(60);
   for (const unsigned threads : {1U, 3U}) {
     Call call(threads);
+    std::size_t mostDone = 0;
     cases += withEachAllocationFailing(
         [&](plxError& error) {
           call.datetimes.elements().assign(kCount, kBefore);
           const int status = call.run();
           error = call.error;
-          return status == 0;
+          if (status == 0) return true;
+          // A caller that goes on from there sets no element twice, and leaves none out.
+          const auto& elements = call.datetimes.elements();
+          const auto done = elements.begin() + static_cast<std::ptrdiff_t>(error.done);
+          EXPECT_TRUE(std::all_of(elements.begin(), done, [](auto e) { return e == kAfter; }));
+          const bool isAlone = threads == 1;
+          EXPECT_TRUE(!isAlone ||
+                      std::all_of(done, elements.end(), [](auto e) { return e == kBefore; }));
+          mostDone = std::max(mostDone, error.done);
+          return false;
         },
         [&] { EXPECT_EQ(call.datetimes.elements(), std::vector(kCount, kAfter)); });
+    EXPECT_GT(mostDone, 0U) << "none failed behind the first block";
   }
 }
 
