@@ -50,8 +50,14 @@ c++ -std=c++11 "$project/arrays.cc" "${flags[@]}" -o arrays-in-cxx
 ./arrays-in-c
 ./arrays-in-cxx
 
-# The lines of docs/host_interface.md, as they stand there. They want a way without a blank.
+# The program of docs/library.md, which prints what stands there.
 root=$(dirname "$project")/../..
+sed -n '/^```c$/,/^```$/{/^```/!p}' "$root/docs/library.md" >told.c
+cc -std=c99 -Wall -Wextra -Wno-missing-field-initializers -Werror told.c "${flags[@]}" -o told-program
+./told-program | tee told.out
+grep -F "It prints \`$(cat told.out)\`" "$root/docs/library.md"
+
+# The lines of docs/host_interface.md, as they stand there. They want a way without a blank.
 cp -r "$installed" "$folder/plain"
 export PKG_CONFIG_PATH="$folder/plain/$libdir/pkgconfig" LD_LIBRARY_PATH="$folder/plain/$libdir"
 mkdir told
