@@ -31,6 +31,28 @@ PROGRAMS_ZONES = [None, "Europe/Paris", "UTC", "UTCLeapSeconds", "America/Caraca
 PROGRAMS_DTYPES = ["M8[ns]", "c16", "M8[ms]", ">M8[s]", "f8"]
 
 
+def test_what_the_program_explains():
+    """The same text; but in a zone the module counts the weeks at the end of a year otherwise than the program."""
+
+    def without_weeks(text):
+        return [line for line in text.splitlines() if not line.startswith("  week  ")]
+
+    with Cases(3 * 11) as cases:
+        for zone in (None, "Europe/Paris", "UTCLeapSeconds"):
+            for number, (component, span) in enumerate(COMPONENTS.items()):
+                (t,) = random_datetimes(1, "ms", seed=number, first="1980-02-01", last="2010-01-01")
+                value = int(np.random.default_rng(number).integers(span[0], span[-1]))
+                # A zone's datetimes are told to the program with the offset that their clock has.
+                at = plx.explain(t, component, value, zone=zone)
+                told = f"{t}" if zone is None else f"{t}Z"
+                command = [PROGRAM, "explain", component.replace("_", "-"), str(value), told, "--quiet"]
+                result = subprocess.run(command + (["--zone", zone] if zone else []), capture_output=True, text=True)
+                assert result.returncode == 0, result.stderr
+                assert without_weeks(str(at)) == without_weeks(result.stdout), command
+                assert zone == "Europe/Paris" or f"{at}\n" == result.stdout
+                cases.add()
+
+
 @pytest.mark.parametrize("zone", PROGRAMS_ZONES[:2] if SANITIZED else PROGRAMS_ZONES)
 @pytest.mark.parametrize("dtype", PROGRAMS_DTYPES[:2] if SANITIZED else PROGRAMS_DTYPES)
 def test_the_program_on_the_same_data(tmp_path, dtype, zone):
