@@ -28,6 +28,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kAcceptedInstead =
     "an identifier such as Europe/Paris, or an offset such as +05:30";
 constexpr int kMostLinks = 40;
+constexpr int kSecondsPerDay = 86400;
 
 // Nothing for what is no file of a zone, or cannot be read.
 std::optional<std::string> contentOf(const fs::path& path) {
@@ -156,8 +157,11 @@ std::optional<std::string> zoneOfRule(std::string_view rule, Complaint& complain
   } else if (!scan.atEnd()) {
     complaint = {fmt::format("TZ is a rule, and no name of a time zone: {}", escapeText(rule)),
                  kAcceptedInstead, Status::unknownName};
+  } else if (const int offset = systemOffset(0); std::abs(offset) < kSecondsPerDay) {
+    return offsetText(offset);
   } else {
-    return offsetText(systemOffset(0));
+    complaint = {fmt::format("TZ is a rule a day or more from UTC: {}", escapeText(rule)),
+                 kAcceptedInstead, Status::unknownName};
   }
   return std::nullopt;
 }

@@ -103,6 +103,8 @@ TEST_F(LocalZone, IsRefusedWhereICUHasNone) {
       {"EST5EDT,M3.2.0,M11.1.0",
        "TZ is a rule, and no name of a time zone: EST5EDT,M3.2.0,M11.1.0"},
       {"CET-1CEST", "TZ is a rule, and no name of a time zone: CET-1CEST"},
+      {"FAR+24", "TZ is a rule a day or more from UTC: FAR+24"},
+      {"FAR-25", "TZ is a rule a day or more from UTC: FAR-25"},
       {"Europe/Pariss", "TZ names no time zone of the system: Europe/Pariss"},
       {":Europe/Pariss", "TZ names no time zone of the system: Europe/Pariss"},
       {"Asia/Tokyo", "TZ names no time zone of the system: Asia/Tokyo"},
@@ -113,7 +115,7 @@ TEST_F(LocalZone, IsRefusedWhereICUHasNone) {
            timeZoneData()},
       {folder_.path("own"), "the system's zone has no name, only a file, " + folder_.path("own")},
   };
-  Cases cases(9);
+  Cases cases(11);
   for (const auto& r : rows) {
     EXPECT_EQ(set(r.tz, "2014-07-10"),
               (PlxResult{3, "",
