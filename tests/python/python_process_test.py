@@ -106,14 +106,19 @@ def test_references_are_steady():
                 for _ in range(50):
                     call()
                 gc.collect()
-                before, blocks = [sys.getrefcount(one) for one in held], sys.getallocatedblocks()
+                before = [sys.getrefcount(one) for one in held]
                 times = CALLS // len(calls)
-                for _ in range(times):
-                    call()
-                gc.collect()
+                growths = []
+                # A leak grows each time; what the interpreter makes for itself does not.
+                while not growths or (growths[-1] >= min(200, times // 4) and len(growths) < 3):
+                    blocks = sys.getallocatedblocks()
+                    for _ in range(times):
+                        call()
+                    gc.collect()
+                    growths.append(abs(sys.getallocatedblocks() - blocks))
+                    cases.add(times)
+                assert growths[-1] < min(200, times // 4), growths
                 assert [sys.getrefcount(one) for one in held] == before
-                assert abs(sys.getallocatedblocks() - blocks) < min(200, times // 4)
-                cases.add(times)
 
 
 def test_threads_work_side_by_side():
