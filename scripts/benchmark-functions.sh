@@ -35,7 +35,7 @@ measure() {
 #     ratio_row CASE "<= GOAL" b a    at most
 ratio_row() {
   awk -v name="$1" -v goal="$2" -v b="$3" -v a="$4" 'BEGIN {
-    most = sub(/^<= /, "", goal); ratio = b / a
+    most = sub(/^<= /, "", goal); goal += 0; ratio = b / a
     printf "| %s | %s %s | %.2f | %s |\n", name, most ? "at most" : "at least", goal, ratio,
            (most ? ratio <= goal : ratio >= goal) ? "yes" : "**no**" }'
 }
