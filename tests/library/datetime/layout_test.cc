@@ -16,8 +16,8 @@
 #include "datetime/format.h"
 #include "datetime/layout_reader.h"
 #include "datetime/reading.h"
+#include "support/at_the_end.h"
 #include "support/cases.h"
-#include "support/guarded_array.h"
 #include "support/length.h"
 #include "support/random.h"
 
@@ -299,19 +299,6 @@ std::string spelledOtherwise(std::string text, Random& random) {
       return text;
   }
 }
-
-// Bytes that end where readable memory does.
-class AtTheEnd {
- public:
-  std::string_view operator()(std::string_view text) {
-    char* const begin = page_.data() + page_.size() - text.size();
-    std::ranges::copy(text, begin);
-    return {begin, text.size()};
-  }
-
- private:
-  GuardedArray<char> page_{4096};
-};
 
 Notation notationOf(std::size_t formats, const std::vector<Format>& all, Random& random) {
   Notation notation;
