@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "stream/line_reader.h"
@@ -11,15 +12,17 @@
 namespace plx {
 namespace {
 
-// The table with every field of the second column replaced and a field appended to each record.
+// The table with every field of the second column replaced and a field appended to each record. Where texts are
+// expected, replacements are parts of those.
 std::string written(std::string_view bytes, const TableFormat& format, const char* replacement,
-                    const char* appended) {
+                    const char* appended, std::optional<std::string> expected = {}) {
   const Chunk chunk = chunkOf(bytes);
   Cells cells;
   splitTable(chunk, format, {{1, "2"}}, cells);
   EXPECT_FALSE(cells.failure) << cells.failure->message;
   std::string out;
   CellWriter writer(chunk, format, out);
+  if (expected) writer.expect(*expected);
   for (std::size_t i = 0; i < cells.records.size(); ++i) {
     if (replacement != nullptr) writer.replace(cells.cells[i], replacement);
     if (appended != nullptr) writer.append(cells.records[i], appended);
@@ -57,10 +60,14 @@ TEST(CellWriter, ReplacesAndAppends) {
        "a byte-order mark"},
       {"a,b\n", {',', true}, "x", "y", "a,b\n", "a header is no record"},
   };
-  Cases cases(17);
+  Cases cases(51);
   for (const auto& r : rows) {
-    EXPECT_EQ(written(r.bytes, r.format, r.replacement, r.appended), r.out) << r.why;
-    ++cases;
+    const std::string replacement = r.replacement == nullptr ? "" : r.replacement;
+    for (const auto& expected : {std::optional<std::string>(), std::optional(replacement),
+                                 std::optional(replacement + ",\t\"\r\n")}) {
+      EXPECT_EQ(written(r.bytes, r.format, r.replacement, r.appended, expected), r.out) << r.why;
+      ++cases;
+    }
   }
 }
 

@@ -209,6 +209,7 @@ void ChunkEditor::edit(const Chunk& chunk, std::string& out) {
       writer.append({header.begin, header.end}, name);
   }
   if (options_.newColumns.empty()) {
+    writer.expect(batch_.text);
     replaceAll(writer);
   } else {
     for (std::size_t task = 0; task < end_ * datetimes_; ++task)
