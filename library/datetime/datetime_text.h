@@ -65,6 +65,13 @@ struct WallTime {
   int offsetSeconds = 0;
 };
 
+// The same of whole seconds in a plain year, one of four digits, as nearly all are.
+struct PlainTime {
+  std::int64_t wall = 0;  // seconds since 1970-01-01T00:00:00 on that clock
+  OffsetForm offset = OffsetForm::none;
+  int offsetSeconds = 0;
+};
+
 // Appends a wall time in the form that `form` came in, without the suffix: a date alone where that
 // was one and the time of day is zero, otherwise with seconds. In the basic format the year is one
 // of four digits.

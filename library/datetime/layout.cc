@@ -22,6 +22,8 @@ constexpr std::uint64_t nonDigits(std::uint64_t word) {
   return ((word & kUpper) ^ kThree) | ((sum & kUpper) ^ kThree);
 }
 
+constexpr std::int64_t kDay = 86400;  // seconds
+
 int twoDigitsAt(const char* text) { return text[0] * 10 + text[1] - '0' * 11; }
 
 constexpr auto kPairsOfDigits = [] {
@@ -84,7 +86,7 @@ constexpr NamesByKey kMonthsByKey(kMonthNames);
 constexpr NamesByKey kWeekdaysByKey(kWeekdayNames);
 
 // From Sunday 0. 1970-01-01 was a Thursday; 719530 days are whole weeks, before the first plain day.
-int weekdayOf(std::int64_t day) { return static_cast<int>((day + 719530 + 4) % 7); }
+int weekdayOf(int day) { return (day + 719530 + 4) % 7; }
 
 constexpr bool isAsciiLetter(char c) { return 'a' <= lowerCase(c) && lowerCase(c) <= 'z'; }
 
@@ -217,7 +219,7 @@ const Layout& Layout::ofIsoDatetimes() {
   return layout;
 }
 
-Layout::Front Layout::readFront(std::string_view text, DatetimeText& datetime) const {
+Layout::Front Layout::readFront(std::string_view text, PlainTime& time) const {
   if (wordCount_ == 0 || text.size() < size_) return {Reads::unknown};
   for (std::size_t i = 0; i < wordCount_; ++i) {
     const Word& word = words_[i];
@@ -230,16 +232,16 @@ Layout::Front Layout::readFront(std::string_view text, DatetimeText& datetime) c
     const std::size_t place = word.at + firstByte(wrong);
     return {kinds_[place] == Kind::digit ? Reads::unknown : Reads::no};
   }
-  if (!isWhole_ || !readFields(text.data(), datetime)) return {Reads::unknown};
-  datetime.offset = OffsetForm::none;
-  datetime.offsetSeconds = 0;
+  if (!isWhole_ || !readFields(text.data(), time)) return {Reads::unknown};
+  time.offset = OffsetForm::none;
+  time.offsetSeconds = 0;
   if (offset_ == Offset::none || (offset_ == Offset::ofIso && text.size() == size_))
     return {Reads::yes, size_};
-  return readOffset(text, datetime);
+  return readOffset(text, time);
 }
 
 // False for what does not exist, and for names in other letters.
-bool Layout::readFields(const char* text, DatetimeText& datetime) const {
+bool Layout::readFields(const char* text, PlainTime& time) const {
   int year = ofAll_;
   if (year_ != kNowhere) {
     year = twoDigitsAt(text + year_) * 100 + twoDigitsAt(text + year_ + 2);
@@ -252,8 +254,8 @@ bool Layout::readFields(const char* text, DatetimeText& datetime) const {
   const int day = twoDigitsAt(text + day_);
   if (month < 1 || month > 12 || day < 1 || (day > 28 && day > daysInMonth(year, month)))
     return false;
-  datetime.day = dayOfPlain(year, month, day);
-  if (weekday_ != kNowhere && kWeekdaysByKey.at(text + weekday_) != weekdayOf(datetime.day) + 1)
+  const int dayNumber = dayOfPlain(year, month, day);
+  if (weekday_ != kNowhere && kWeekdaysByKey.at(text + weekday_) != weekdayOf(dayNumber) + 1)
     return false;
   if (separator_ != kNowhere) {
     const char separator = text[separator_];
@@ -262,16 +264,16 @@ bool Layout::readFields(const char* text, DatetimeText& datetime) const {
   const int hour = hour_ == kNowhere ? 0 : twoDigitsAt(text + hour_);
   const int minute = minute_ == kNowhere ? 0 : twoDigitsAt(text + minute_);
   const int second = second_ == kNowhere ? 0 : twoDigitsAt(text + second_);
-  datetime.secondOfDay = hour * 3600 + minute * 60 + second;
+  time.wall = dayNumber * kDay + hour * 3600 + minute * 60 + second;
   return hour <= 23 && minute <= 59 && second <= 59;
 }
 
 // Z, +hhmm or +hh:mm, of ISO 8601 only the latter, behind the other parts.
-Layout::Front Layout::readOffset(std::string_view text, DatetimeText& datetime) const {
+Layout::Front Layout::readOffset(std::string_view text, PlainTime& time) const {
   const std::string_view rest = text.substr(size_);
   const char sign = rest.empty() ? '\0' : rest[0];
   if (sign == 'Z') {
-    datetime.offset = OffsetForm::z;
+    time.offset = OffsetForm::z;
     return {Reads::yes, size_ + 1};
   }
   if (sign != '+' && sign != '-')
@@ -286,30 +288,28 @@ Layout::Front Layout::readOffset(std::string_view text, DatetimeText& datetime) 
   const int hours = twoDigitsAt(rest.data() + 1), minutes = twoDigitsAt(&rest[minutesAt]);
   const int magnitude = hours * 3600 + minutes * 60;
   if (hours > 23 || minutes > 59 || (sign == '-' && magnitude == 0)) return {Reads::unknown};
-  datetime.offset = OffsetForm::numeric;
-  datetime.offsetSeconds = sign == '-' ? -magnitude : magnitude;
+  time.offset = OffsetForm::numeric;
+  time.offsetSeconds = sign == '-' ? -magnitude : magnitude;
   return {Reads::yes, size_ + end};
 }
 
-bool Layout::write(std::string& out, std::string_view text, const WallTime& wall) const {
-  constexpr std::int64_t kDay = 86400, kFirst = kFirstPlainDay * kDay,
-                         kEnd = (kLastPlainDay + 1) * kDay;
-  if (wall.seconds < kFirst || wall.seconds >= kEnd || wall.insertedSecond) return false;
-  const std::int64_t sinceFirst = static_cast<std::int64_t>(wall.seconds) - kFirst;
-  std::array<char, kMost + kEight> written;
-  std::memcpy(written.data(), text.data(), size_);
-  if (!writeFields(written.data(), sinceFirst / kDay + kFirstPlainDay,
-                   static_cast<int>(sinceFirst % kDay)))
-    return false;
-  char* end = written.data() + size_;
-  if (offset_ != Offset::none && !writeOffset(end, text, wall)) return false;
-  out.append(written.data(), static_cast<std::size_t>(end - written.data()));
-  return true;
+std::size_t Layout::write(char* to, std::string_view text, const PlainTime& time) const {
+  constexpr std::int64_t kFirst = kFirstPlainDay * kDay, kEnd = (kLastPlainDay + 1) * kDay;
+  if (time.wall < kFirst || time.wall >= kEnd) return 0;
+  const auto sinceFirst = static_cast<std::uint64_t>(time.wall - kFirst);
+  const auto days = static_cast<int>(sinceFirst / kDay);
+  const auto clock = static_cast<int>(sinceFirst % kDay);
+  for (std::size_t i = 0; i < wordCount_; ++i)
+    std::memcpy(to + words_[i].at, text.data() + words_[i].at, kEight);
+  if (!writeFields(to, days + kFirstPlainDay, clock)) return 0;
+  char* end = to + size_;
+  if (offset_ != Offset::none && !writeOffset(end, text, time)) return 0;
+  return static_cast<std::size_t>(end - to);
 }
 
 // False where something would be lost that the texts have no place for.
-bool Layout::writeFields(char* to, std::int64_t day, int clock) const {
-  const PlainDate date = plainDateOf(static_cast<int>(day));
+bool Layout::writeFields(char* to, int day, int clock) const {
+  const PlainDate date = plainDateOf(day);
   if (year_ != kNowhere) {
     putTwoDigits(to + year_, date.year / 100);
     putTwoDigits(to + year_ + 2, date.year % 100);
@@ -342,25 +342,25 @@ bool Layout::writeFields(char* to, std::int64_t day, int clock) const {
   return true;
 }
 
-bool Layout::writeOffset(char*& end, std::string_view text, const WallTime& wall) const {
+bool Layout::writeOffset(char*& end, std::string_view text, const PlainTime& time) const {
   bool hasColon = true;
   if (offset_ == Offset::ofIso) {
-    if (wall.offset == OffsetForm::none) return true;
-    if (wall.offset == OffsetForm::z) {
+    if (time.offset == OffsetForm::none) return true;
+    if (time.offset == OffsetForm::z) {
       *end++ = 'Z';
       return true;
     }
   } else {
-    if (wall.offset == OffsetForm::none) return false;
+    if (time.offset == OffsetForm::none) return false;
     if (text[size_] == 'Z') {
       *end++ = 'Z';
-      return wall.offset != OffsetForm::numeric;
+      return time.offset != OffsetForm::numeric;
     }
     hasColon = text[size_ + 3] == ':';
   }
-  const int magnitude = wall.offsetSeconds < 0 ? -wall.offsetSeconds : wall.offsetSeconds;
+  const int magnitude = time.offsetSeconds < 0 ? -time.offsetSeconds : time.offsetSeconds;
   if (magnitude % 60 != 0) return false;
-  *end++ = wall.offsetSeconds < 0 ? '-' : '+';
+  *end++ = time.offsetSeconds < 0 ? '-' : '+';
   putTwoDigits(end, magnitude / 3600);
   end += 2;
   if (hasColon) *end++ = ':';

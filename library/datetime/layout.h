@@ -35,18 +35,18 @@ class Layout {
     Reads reads;
     std::size_t size = 0;  // in bytes, of what is read
   };
-  // Where it is read, day, secondOfDay, offset and offsetSeconds are put into `datetime`; of Form::calendar, all else is
-  // as in a new one but for the separator.
-  Front readFront(std::string_view text, DatetimeText& datetime) const;
+  // Where it is not read, `time` may be changed, too.
+  Front readFront(std::string_view text, PlainTime& time) const;
   // The whole of a text. False where it is not known whether that can be read.
-  bool read(std::string_view text, DatetimeText& datetime) const {
-    const Front front = readFront(text, datetime);
+  bool read(std::string_view text, PlainTime& time) const {
+    const Front front = readFront(text, time);
     return front.reads == Reads::yes && front.size == text.size();
   }
 
-  // Appends a wall time as `text` is spelled, which was read. False, with `out` as it was, where that takes more than
-  // digits, names and an offset in their places.
-  bool write(std::string& out, std::string_view text, const WallTime& wall) const;
+  // Writes a time, of whatever year, as `text` is spelled, which was read, and returns its size; 0 where that takes
+  // more than digits, names and an offset in their places.
+  static constexpr std::size_t kMostWritten = 40;
+  std::size_t write(char* to, std::string_view text, const PlainTime& time) const;
 
   // Whether texts can be read and written by it, not only refused.
   bool isWhole() const { return isWhole_; }
@@ -67,7 +67,7 @@ class Layout {
     std::size_t at;
     std::uint64_t literals, literalMask, digitMask;
   };
-  static constexpr std::size_t kMost = 32;
+  static constexpr std::size_t kMost = 32;  // and an offset
   static constexpr std::uint8_t kNowhere = 0xFF;
 
   bool add(const FormatPart& part, std::string_view literals);
@@ -79,10 +79,10 @@ class Layout {
     return kinds_[place] == Kind::digit || kinds_[place] == Kind::digitOfYear;
   }
   void makeWords();
-  bool readFields(const char* text, DatetimeText& datetime) const;
-  Front readOffset(std::string_view text, DatetimeText& datetime) const;
-  bool writeFields(char* to, std::int64_t day, int clock) const;
-  bool writeOffset(char*& end, std::string_view text, const WallTime& wall) const;
+  bool readFields(const char* text, PlainTime& time) const;
+  Front readOffset(std::string_view text, PlainTime& time) const;
+  bool writeFields(char* to, int day, int clock) const;
+  bool writeOffset(char*& end, std::string_view text, const PlainTime& time) const;
 
   std::array<char, kMost> literals_{};
   std::array<Kind, kMost> kinds_{};

@@ -26,9 +26,9 @@ LayoutReader::LayoutReader(const Notation& notation) : notation_(notation) {
   if (!layouts_.empty()) last_ = layouts_.front();
 }
 
-const Layout* LayoutReader::readOther(std::string_view text, DatetimeText& datetime) {
+const Layout* LayoutReader::readOther(std::string_view text, PlainTime& time) {
   for (const Layout* const layout : layouts_) {
-    if (layout == last_ || !layout->read(text, datetime)) continue;
+    if (layout == last_ || !layout->read(text, time)) continue;
     if (isMissing(text)) return nullptr;
     return last_ = layout;
   }

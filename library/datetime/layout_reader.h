@@ -17,14 +17,14 @@ class LayoutReader {
   explicit LayoutReader(const Notation& notation);
 
   // The layout that reads a text as reading.h reads it in the notation, and writes it likewise; null for texts that are
-  // left to that. As for Layout::read, four members of `datetime` are set.
-  const Layout* read(std::string_view text, DatetimeText& datetime) {
-    if (last_ != nullptr && last_->read(text, datetime) && !isMissing(text)) return last_;
-    return readOther(text, datetime);
+  // left to that.
+  const Layout* read(std::string_view text, PlainTime& time) {
+    if (last_ != nullptr && last_->read(text, time) && !isMissing(text)) return last_;
+    return readOther(text, time);
   }
 
  private:
-  const Layout* readOther(std::string_view text, DatetimeText& datetime);
+  const Layout* readOther(std::string_view text, PlainTime& time);
   bool isMissing(std::string_view text) const {
     return !notation_.missing.empty() &&
            std::ranges::find(notation_.missing, text) != notation_.missing.end();

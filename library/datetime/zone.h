@@ -93,6 +93,14 @@ class Zone {
   // inserted.
   std::optional<int128> secondOf(const DatetimeText& datetime, Complaint& complaint) const;
 
+  // The same of a plain time, which is in every range. Not where leap seconds count.
+  std::int64_t secondOf(const PlainTime& time) const {
+    std::int64_t offset = time.offsetSeconds;
+    if (time.offset == OffsetForm::none && isCalendar())
+      offset = kind_ == Kind::offset ? offsetSeconds_ : offsets_->ofWallTime(time.wall);
+    return time.wall - offset;
+  }
+
   // Whether a pair of milliseconds, within the range, may be worked on here: in the local zone, only
   // where ICU's rules and the system's clock agree. Else a complaint of Status::unknownName, which
   // tells where they differ.
@@ -110,6 +118,12 @@ class Zone {
 
   // What the clock shows at a second; for a calendar, within its range.
   WallTime wallTime(int128 second) const;
+  // The same of a second within 2^52 ms of 1970, whatever year that is. Not where leap seconds count.
+  PlainTime plainTime(std::int64_t second) const {
+    if (!isCalendar()) return {second, kind_ == Kind::utc ? OffsetForm::z : OffsetForm::none, 0};
+    const int offset = kind_ == Kind::offset ? offsetSeconds_ : offsets_->at(second);
+    return {second + offset, OffsetForm::numeric, offset};
+  }
 
   // The stretch of time around a second in which the offset stays the same. A line that has no other
   // offset is one stretch.

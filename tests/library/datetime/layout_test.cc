@@ -92,12 +92,20 @@ std::string randomText(const Format& format, Random& random) {
   return text;
 }
 
-void expectSame(const DatetimeText& a, const DatetimeText& b, const std::string& text) {
-  EXPECT_EQ(a.day, b.day) << text;
-  EXPECT_EQ(a.secondOfDay, b.secondOfDay) << text;
+void expectSame(const PlainTime& a, const DatetimeText& b, const std::string& text) {
+  EXPECT_EQ(a.wall, b.day * 86400 + b.secondOfDay) << text;
   EXPECT_EQ(a.offset, b.offset) << text;
   EXPECT_EQ(a.offsetSeconds, b.offsetSeconds) << text;
-  EXPECT_EQ(a.insertedSecond, b.insertedSecond) << text;
+  EXPECT_FALSE(b.insertedSecond) << text;
+}
+
+// What is written in place of a text; empty for a time that takes more than that.
+std::string writtenByPlaces(const Layout& layout, std::string_view text, const WallTime& wall) {
+  static GuardedArray<char> room(Layout::kMostWritten);
+  const auto seconds = static_cast<std::int64_t>(wall.seconds);
+  const std::size_t size =
+      layout.write(room.data(), text, {seconds, wall.offset, wall.offsetSeconds});
+  return {room.data(), size};
 }
 
 TEST(Layout, ReadsAndWritesAsTheFormatDoes) {
@@ -114,8 +122,8 @@ TEST(Layout, ReadsAndWritesAsTheFormatDoes) {
     const std::size_t size = format.readFront(text, reading);
     for (std::size_t k = 0; k < Format::kFronts && k < size; ++k)
       ASSERT_TRUE(format.mayHave(k, text[k])) << format.text() << " " << text;
-    DatetimeText datetime;
-    const Layout::Front front = format.layout().readFront(text, datetime);
+    PlainTime time;
+    const Layout::Front front = format.layout().readFront(text, time);
     if (front.reads == Layout::Reads::unknown) continue;
     ASSERT_EQ(front.size, size) << format.text() << " " << text;
     if (front.reads == Layout::Reads::no) {
@@ -123,16 +131,13 @@ TEST(Layout, ReadsAndWritesAsTheFormatDoes) {
       continue;
     }
     ++read;
-    expectSame(datetime, reading.datetime, text);
+    expectSame(time, reading.datetime, text);
 
     const std::string whole = text.substr(0, size);
     const WallTime wall = randomWall(random);
-    std::string byPlaces = "before ";
-    if (!format.layout().write(byPlaces, whole, wall)) {
-      ASSERT_EQ(byPlaces, "before ");
-      continue;
-    }
-    std::string expected = "before ";
+    const std::string byPlaces = writtenByPlaces(format.layout(), whole, wall);
+    if (byPlaces.empty()) continue;
+    std::string expected;
     Complaint complaint;
     ASSERT_TRUE(format.write(expected, {{wall.seconds, ""}, wall, "Europe/Paris", 0},
                              &reading.spelling, complaint))
@@ -155,18 +160,20 @@ TEST(Layout, ReadsAndWritesDatesOfISO) {
     writeDatetime(text, form, before, "");
     text = changed(text, random);
     const Layout& layout = text.size() < 15 ? Layout::ofIsoDates() : Layout::ofIsoDatetimes();
-    DatetimeText datetime, expected;
+    DatetimeText expected;
+    PlainTime time;
     Complaint complaint;
-    if (!layout.read(text, datetime)) continue;
+    if (!layout.read(text, time)) continue;
     ++read;
     ASSERT_TRUE(readDatetime(text, Form::recognised, expected, complaint)) << text;
     ASSERT_EQ(expected.form, Form::calendar);
-    expectSame(datetime, expected, text);
+    expectSame(time, expected, text);
     EXPECT_TRUE(expected.fraction.empty());
 
     const WallTime wall = randomWall(random);
-    std::string byPlaces, plainly;
-    if (!layout.write(byPlaces, text, wall)) continue;
+    const std::string byPlaces = writtenByPlaces(layout, text, wall);
+    if (byPlaces.empty()) continue;
+    std::string plainly;
     writeDatetime(plainly, expected, wall, "");
     ASSERT_EQ(byPlaces, plainly) << text;
     ++written;
@@ -358,8 +365,8 @@ TEST(LayoutReader, ReadsAndWritesAsReadingDoes) {
     for (int i = 0; i < 150; ++i) {
       const std::string spelled = spelledOtherwise(randomTextOf(notation, all, random), random);
       const std::string_view text = atTheEnd(spelled);
-      DatetimeText datetime;
-      const Layout* const layout = reader.read(text, datetime);
+      PlainTime time;
+      const Layout* const layout = reader.read(text, time);
       Complaint complaint;
       const auto expected = plx::read(text, notation, zone, zones, complaint);
       ++cases;
@@ -370,7 +377,7 @@ TEST(LayoutReader, ReadsAndWritesAsReadingDoes) {
       for (const auto& format : notation.formats) told += " " + format->text();
       ASSERT_TRUE(expected.has_value()) << told << ": " << complaint.what;
       ASSERT_FALSE(expected->missing) << told;
-      expectSame(datetime, expected->text, told);
+      expectSame(time, expected->text, told);
       ASSERT_TRUE(expected->text.fraction.empty()) << told;
       const bool isDate = layout == &Layout::ofIsoDates();
       if (expected->format != nullptr) {
@@ -380,12 +387,16 @@ TEST(LayoutReader, ReadsAndWritesAsReadingDoes) {
       }
       // Of a date in a zone, TaskReader has reading.h find whether midnight is there once.
       if (isDate && expected->zone->isCalendar()) continue;
+      ASSERT_EQ(expected->zone->secondOf(time),
+                static_cast<std::int64_t>(*expected->zone->secondOf(expected->text, complaint)));
       const auto second = static_cast<std::int64_t>(randomWall(random).seconds);
-      std::string byPlaces = "before ", plainly = "before ";
-      if (!layout->write(byPlaces, text, expected->zone->wallTime(second))) {
-        ASSERT_EQ(byPlaces, "before ");
-        continue;
-      }
+      const WallTime wall = expected->zone->wallTime(second);
+      const PlainTime plain = expected->zone->plainTime(second);
+      ASSERT_TRUE(plain.wall == wall.seconds && plain.offset == wall.offset &&
+                  plain.offsetSeconds == wall.offsetSeconds);
+      const std::string byPlaces = writtenByPlaces(*layout, text, wall);
+      if (byPlaces.empty()) continue;
+      std::string plainly;
       ++written;
       ASSERT_TRUE(plx::write(*expected, {static_cast<double>(second) * 1000, 0.0}, notation,
                              plainly, complaint))
@@ -419,14 +430,14 @@ TEST(LayoutReader, ReadsEachByteAsReadingDoes) {
     LayoutReader reader(notation);
     const auto compare = [&](std::string_view spelled) {
       const std::string_view text = atTheEnd(spelled);
-      DatetimeText datetime;
-      const Layout* const layout = reader.read(text, datetime);
+      PlainTime time;
+      const Layout* const layout = reader.read(text, time);
       ++cases;
       if (layout == nullptr) return;
       Complaint complaint;
       const auto expected = plx::read(text, notation, &utc, zones, complaint);
       ASSERT_TRUE(expected.has_value()) << spelled << ": " << complaint.what;
-      expectSame(datetime, expected->text, std::string(spelled));
+      expectSame(time, expected->text, std::string(spelled));
     };
     for (const std::string text : kTexts) {
       for (std::size_t size = 0; size <= text.size(); ++size) compare(text.substr(0, size));
@@ -443,9 +454,9 @@ TEST(LayoutReader, ReadsEachByteAsReadingDoes) {
 }
 
 TEST(LayoutReader, LeavesOtherNotationsAlone) {
-  DatetimeText datetime;
+  PlainTime time;
   const auto reads = [&](const Notation& notation) {
-    return LayoutReader(notation).read("2014-05-10T08:30:15", datetime) != nullptr;
+    return LayoutReader(notation).read("2014-05-10T08:30:15", time) != nullptr;
   };
   EXPECT_TRUE(reads({}));
   Notation notation;

@@ -27,7 +27,8 @@ constexpr double kAnyValue = 1;
 void Setter::Group::clear() {
   datetimes.clear();
   before.clear();
-  tasks.clear();
+  sources.clear();
+  byPlaces = 0;
   for (auto& column : values) column.clear();
 }
 
@@ -70,20 +71,20 @@ void Setter::work(std::span<const Task> tasks, Batch& batch) {
     if (!byPlaces_ || !readByPlaces(tasks[i], i)) read(tasks[i], i);
   }
   for (auto& [zone, group] : groups_) {
-    if (group.tasks.empty()) continue;
+    if (group.sources.empty()) continue;
+    if (hasValuesForAll_) fillValues(group);
     if (options_.check) group.before = group.datetimes;
     if (mayCarryOnTheWay_ && !batch.carriedOnTheWay) lookOnTheWay(group);
     for (std::size_t part = 0; part < parts_.size(); ++part) set(group, part);
     if (options_.check) check(group);
   }
-  for (std::size_t i = 0; i < tasks.size(); ++i) write(i);
+  for (const auto& [zone, group] : groups_) write(group);
   std::stable_sort(batch.troubles.begin(), batch.troubles.end(),
                    [](const Trouble& a, const Trouble& b) { return a.task < b.task; });
 }
 
 void Setter::begin(std::size_t tasks) {
   batch_->clear(tasks);
-  items_.assign(tasks, {});
   readings_.clear();
   if (reader_.trim()) {
     groups_.clear();
@@ -97,17 +98,14 @@ void Setter::read(const Task& task, std::size_t at) {
   auto reading = reader_.read(task, trouble);
   if (!reading) return batch_->fail(std::move(trouble));
   if (reading->missing || !hasValues(task, at, *reading->zone)) return;
-  put(at, *reading->zone, reading->pair);
-  items_[at].reading = readings_.size();
+  put(*reading->zone, reading->pair, {at, nullptr, readings_.size()});
   readings_.push_back(*reading);
 }
 
-bool Setter::readByPlaces(const Task& task, std::size_t at) {
-  const auto reading = reader_.readByPlaces(task);
-  if (!reading) return false;
-  if (!hasValues(task, at, *reading->zone)) return true;
-  put(at, *reading->zone, reading->pair);
-  items_[at].layout = reading->layout;
+inline bool Setter::readByPlaces(const Task& task, std::size_t at) {
+  if (!reader_.readByPlaces(task, placed_)) return false;
+  if (!hasValues(task, at, *placed_.zone)) return true;
+  put(*placed_.zone, placed_.pair, {at, placed_.layout, 0});
   return true;
 }
 
@@ -148,16 +146,21 @@ bool Setter::readValues(const Task& task, std::size_t at, const Zone& zone) {
 }
 
 // Puts a datetime and its values among those of its zone.
-void Setter::put(std::size_t at, const Zone& zone, const doubledouble& pair) {
+inline void Setter::put(const Zone& zone, const doubledouble& pair, const Source& source) {
   Group& group = groupOf(zone);
-  items_[at].group = &group;
-  items_[at].index = group.tasks.size();
   group.datetimes.push(pair);
-  group.tasks.push_back(at);
+  group.sources.push_back(source);
+  if (source.layout != nullptr) ++group.byPlaces;
+  if (hasValuesForAll_) return;
   for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
 }
 
-Setter::Group& Setter::groupOf(const Zone& zone) {
+void Setter::fillValues(Group& group) const {
+  for (std::size_t a = 0; a < group.values.size(); ++a)
+    group.values[a].assign(group.sources.size(), *options_.assignments[a].value);
+}
+
+inline Setter::Group& Setter::groupOf(const Zone& zone) {
   if (lastGroup_ != nullptr && &lastGroup_->zone == &zone) return *lastGroup_;
   const auto [found, isNew] = groups_.try_emplace(&zone, zone, options_.reading.clock);
   if (isNew) {
@@ -197,11 +200,11 @@ void Setter::resolvePart(Group& group, std::size_t part) {
   const Component component = componentOf(parts_[part], group.zone);
   const double most = group.zone.isCalendar() ? kMaxCalendarMillis : kMaxMillis;
   std::vector<ResolvedSetting>& resolved = group.resolved[part];
-  resolved.assign(group.tasks.size(), {{component, kAnyValue}});
+  resolved.assign(group.sources.size(), {{component, kAnyValue}});
   for (std::size_t i = 0; i < resolved.size(); ++i) {
     // An earlier setting may have led out of range, which shows in the end.
     if (!(std::fabs(group.datetimes.at(i).hi) <= most)) continue;
-    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+    if (batch_->outcomes[group.sources[i].task].kind == Outcome::Kind::failed) continue;
     resolved[i] = resolvedAt(group, parts_[part], i);
     const double value = resolved[i].setting.value;
     std::optional<Complaint> wrong;
@@ -249,7 +252,7 @@ void Setter::lookOnTheWay(const Group& group) {
   for (const Assignment& assignment : options_.assignments)
     if (assignment.isOfDate()) assignments.push_back(assignment);
   if (areApart(assignments)) return;
-  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
+  for (std::size_t i = 0; i < group.sources.size(); ++i) {
     const doubledouble before = group.datetimes.at(i);
     const double day = wallOf(before, group.zone).day, dayOfMonth = dateOf(day).day;
     if (dayOfMonth <= 28.0) continue;
@@ -269,7 +272,7 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
   const bool isResolved = needsResolving(parts_[part], group.zone);
   const std::size_t first = parts_[part].front();
   group.settler.forEachNear(group.datetimes.hi, [&](std::size_t i) {
-    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) return true;
+    if (batch_->outcomes[group.sources[i].task].kind == Outcome::Kind::failed) return true;
     const Setting setting =
         isResolved ? group.resolved[part][i].setting
                    : Setting{options_.assignments[first].component, group.values[first][i]};
@@ -288,8 +291,8 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
 // Refuses an earlier part's results where ICU's rules and the system's clock differ; write() sees only the last ones.
 void Setter::refuseOtherClock(Group& group) {
   if (!group.zone.isLocal()) return;
-  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
-    if (batch_->outcomes[group.tasks[i]].kind == Outcome::Kind::failed) continue;
+  for (std::size_t i = 0; i < group.sources.size(); ++i) {
+    if (batch_->outcomes[group.sources[i].task].kind == Outcome::Kind::failed) continue;
     Complaint complaint;
     const doubledouble now = group.datetimes.at(i);
     if (!(std::fabs(now.hi) <= kMaxCalendarMillis) || group.zone.isRight(now, complaint)) continue;
@@ -298,7 +301,7 @@ void Setter::refuseOtherClock(Group& group) {
 }
 
 void Setter::giveUp(Group& group, std::size_t at, Complaint complaint) {
-  batch_->fail({group.tasks[at], Trouble::Kind::datetime, 0, std::move(complaint)});
+  batch_->fail({group.sources[at].task, Trouble::Kind::datetime, 0, std::move(complaint)});
   group.datetimes.replace(at, kAnyDatetime);
   for (auto& column : group.values) column[at] = kAnyValue;
 }
@@ -324,14 +327,14 @@ void Setter::setRange(Group& group, Component component, std::vector<double>& va
 
 void Setter::check(Group& group) {
   std::vector<Setting> asked;
-  for (std::size_t i = 0; i < group.tasks.size(); ++i) {
-    const std::size_t task = group.tasks[i];
+  for (std::size_t i = 0; i < group.sources.size(); ++i) {
+    const std::size_t task = group.sources[i].task;
     if (batch_->outcomes[task].kind == Outcome::Kind::failed) continue;
     settingsOf(group, i, asked);
     const doubledouble after = group.datetimes.at(i);
     if (!(std::fabs(after.hi) <= kMaxMillis)) continue;  // out of range, which is told elsewhere
     const Finding finding = group.checker.check(group.before.at(i), after, asked);
-    std::string text = doubtOf(group, task);
+    std::string text = doubtOf(group, i);
     if (finding.any()) text += (text.empty() ? "" : "; ") + group.checker.describe(finding, after);
     if (text.empty()) continue;
     batch_->troubles.push_back({task, Trouble::Kind::finding, 0, {std::move(text), {}}});
@@ -361,19 +364,23 @@ void Setter::settingsOf(const Group& group, std::size_t at, std::vector<Setting>
 }
 
 std::optional<Setter::Result> Setter::resultOf(std::size_t task) {
-  const Item& item = items_[task];
-  if (item.group == nullptr || batch_->outcomes[task].kind != Outcome::Kind::changed)
-    return std::nullopt;
-  Result result{item.layout != nullptr ? readAgain(task).value() : readings_[item.reading],
-                item.group->datetimes.at(item.index),
-                {}};
-  settingsOf(*item.group, item.index, result.settings);
-  return result;
+  if (batch_->outcomes[task].kind != Outcome::Kind::changed) return std::nullopt;
+  for (const auto& [zone, group] : groups_) {
+    const auto found = std::ranges::lower_bound(group.sources, task, {}, &Source::task);
+    if (found == group.sources.end() || found->task != task) continue;
+    const auto at = static_cast<std::size_t>(found - group.sources.begin());
+    Result result{found->layout != nullptr ? readAgain(task).value() : readings_[found->reading],
+                  group.datetimes.at(at),
+                  {}};
+    settingsOf(group, at, result.settings);
+    return result;
+  }
+  return std::nullopt;
 }
 
 // Whether the datetime itself is in a gap or an overlap of its zone's clock; empty where it is in none.
-std::string Setter::doubtOf(const Group& group, std::size_t task) const {
-  const Reading& reading = readings_[items_[task].reading];
+std::string Setter::doubtOf(const Group& group, std::size_t at) const {
+  const Reading& reading = readings_[group.sources[at].reading];
   const auto wall = wallOf(reading);
   if (!wall) return {};
   const int128 second = secondOf(reading.pair);
@@ -385,47 +392,60 @@ std::string Setter::doubtOf(const Group& group, std::size_t task) const {
   return fmt::format("the datetime comes twice, {}", Checker::describeOverlap(*change));
 }
 
-// Whole seconds of which the text has a place for each part.
-bool Setter::writeByPlaces(std::size_t at) {
-  const Item& item = items_[at];
-  const doubledouble pair = item.group->datetimes.at(item.index);
-  constexpr double kMost = 0x1p52;
-  if (pair.lo != 0.0 || !(std::fabs(pair.hi) < kMost)) return false;
-  const auto millis = static_cast<std::int64_t>(pair.hi);
-  if (static_cast<double>(millis) != pair.hi || millis % 1000 != 0) return false;
-  const Zone& zone = item.group->zone;
-  Complaint complaint;
-  return zone.isRight(pair, complaint) &&
-         item.layout->write(batch_->text, tasks_[at].text, zone.wallTime(millis / 1000));
-}
-
 // What a task says that was read by places, in full.
-std::optional<Reading> Setter::readAgain(std::size_t at) {
-  Trouble trouble{at, Trouble::Kind::datetime, 0, {}};
-  return reader_.read(tasks_[at], trouble);
+std::optional<Reading> Setter::readAgain(std::size_t task) {
+  Trouble trouble{task, Trouble::Kind::datetime, 0, {}};
+  return reader_.read(tasks_[task], trouble);
 }
 
-void Setter::write(std::size_t at) {
-  const Item& item = items_[at];
-  Outcome& outcome = batch_->outcomes[at];
-  if (item.group == nullptr || outcome.kind == Outcome::Kind::failed) return;
-  const std::size_t begin = batch_->text.size();
-  if (item.layout != nullptr && writeByPlaces(at)) {
-    outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
-    return;
+// Puts the results of those that were read by places one behind the other; others are appended behind the room for
+// those.
+void Setter::write(const Group& group) {
+  std::string& text = batch_->text;
+  std::size_t end = text.size();
+  text.resize(end + group.byPlaces * Layout::kMostWritten);
+  for (std::size_t i = 0; i < group.sources.size(); ++i) {
+    Outcome& outcome = batch_->outcomes[group.sources[i].task];
+    if (outcome.kind == Outcome::Kind::failed) continue;
+    const std::size_t size = writeByPlaces(group, i, text.data() + end);
+    if (size == 0) {
+      writeInFull(group, i);
+    } else {
+      outcome = {Outcome::Kind::changed, end, end + size};
+      end += size;
+    }
   }
+}
+
+// The size of what is written: whole seconds of which the text has a place for each part; else 0.
+inline std::size_t Setter::writeByPlaces(const Group& group, std::size_t at, char* to) {
+  const Source& source = group.sources[at];
+  if (source.layout == nullptr) return 0;
+  const doubledouble pair = group.datetimes.at(at);
+  constexpr double kMost = 0x1p52;
+  if (pair.lo != 0.0 || !(std::fabs(pair.hi) < kMost)) return 0;
+  const auto millis = static_cast<std::int64_t>(pair.hi);
+  const std::int64_t second = millis / 1000;
+  if (static_cast<double>(second * 1000) != pair.hi) return 0;
+  if (!group.zone.isRight(pair, complaint_)) return 0;
+  return source.layout->write(to, tasks_[source.task].text, group.zone.plainTime(second));
+}
+
+void Setter::writeInFull(const Group& group, std::size_t at) {
+  const Source& source = group.sources[at];
   std::optional<Reading> again;
-  if (item.layout != nullptr) again = readAgain(at);
-  const Reading& reading = again ? *again : readings_[item.reading];
-  const Notation& notation = reader_.notationOf(tasks_[at]);
-  const doubledouble pair = item.group->datetimes.at(item.index);
+  if (source.layout != nullptr) again = readAgain(source.task);
+  const Reading& reading = again ? *again : readings_[source.reading];
+  const Notation& notation = reader_.notationOf(tasks_[source.task]);
+  const doubledouble pair = group.datetimes.at(at);
+  const std::size_t begin = batch_->text.size();
   Complaint complaint;
   if (!plx::write(reading, pair, notation, batch_->text, complaint))
-    return batch_->fail({at, Trouble::Kind::datetime, 0, std::move(complaint)});
-  outcome = {Outcome::Kind::changed, begin, batch_->text.size()};
+    return batch_->fail({source.task, Trouble::Kind::datetime, 0, std::move(complaint)});
+  batch_->outcomes[source.task] = {Outcome::Kind::changed, begin, batch_->text.size()};
   if (keepsDigits_ && reading.text.fraction.size() > 9 && cutsDigits(reading, pair, notation))
     batch_->cutDigits = true;
-  if (item.group->zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
+  if (group.zone.countsLeapSeconds() && pastLeapTable(pair)) ++batch_->warnings;
 }
 
 }  // namespace plx

@@ -46,7 +46,13 @@ class Setter : public CellWork {
   std::optional<Result> resultOf(std::size_t task);
 
  private:
-  // The datetimes of a batch that share a zone. Each column has one entry for each of the datetimes.
+  // Where a datetime comes from.
+  struct Source {
+    std::size_t task;
+    const Layout* layout;  // by which it was read, or null:
+    std::size_t reading;   // then where that stands in `readings_`
+  };
+  // The datetimes of a batch that share a zone, in the order of their tasks. Each column has one entry for each of the datetimes.
   struct Group {
     Group(const Zone& zone, const ClockChoice& choice)
         : zone(zone), checker(zone), settler(choice, zone, checker) {}
@@ -54,20 +60,13 @@ class Setter : public CellWork {
 
     const Zone& zone;
     Datetimes datetimes, before;
-    std::vector<std::size_t> tasks;
+    std::vector<Source> sources;
+    std::size_t byPlaces = 0;                            // how many of those have a layout
     std::vector<std::vector<double>> values;             // for each assignment a column
     std::vector<std::vector<ResolvedSetting>> resolved;  // for each part that needs resolving
     Checker checker;
     ClockSettler settler;
   };
-  // A task of the batch that has a datetime.
-  struct Item {
-    Group* group = nullptr;
-    std::size_t index = 0;           // in the group
-    const Layout* layout = nullptr;  // by which it was read, or
-    std::size_t reading = 0;         // where that stands in `readings_`
-  };
-
   // Indices of assignments that become one call of the module: one, or with `together` all of the date.
   using Part = std::vector<std::size_t>;
 
@@ -79,7 +78,8 @@ class Setter : public CellWork {
   }
   bool takeValues(const Task& task, std::size_t at, const Zone& zone);
   bool readValues(const Task& task, std::size_t at, const Zone& zone);
-  void put(std::size_t at, const Zone& zone, const doubledouble& pair);
+  void put(const Zone& zone, const doubledouble& pair, const Source& source);
+  void fillValues(Group& group) const;
   Group& groupOf(const Zone& zone);
   void set(Group& group, std::size_t part);
   Component componentOf(const Part& part, const Zone& zone) const;
@@ -93,11 +93,12 @@ class Setter : public CellWork {
   void setRange(Group& group, Component component, std::vector<double>& values, std::size_t begin,
                 std::size_t end);
   void check(Group& group);
-  std::string doubtOf(const Group& group, std::size_t task) const;
+  std::string doubtOf(const Group& group, std::size_t at) const;
   void settingsOf(const Group& group, std::size_t at, std::vector<Setting>& settings) const;
-  void write(std::size_t at);
-  bool writeByPlaces(std::size_t at);
-  std::optional<Reading> readAgain(std::size_t at);
+  void write(const Group& group);
+  std::size_t writeByPlaces(const Group& group, std::size_t at, char* to);
+  void writeInFull(const Group& group, std::size_t at);
+  std::optional<Reading> readAgain(std::size_t task);
 
   Module& module_;
   const SetterOptions& options_;
@@ -111,7 +112,8 @@ class Setter : public CellWork {
   std::unordered_map<const Zone*, Group> groups_;
   Group* lastGroup_ = nullptr;   // the group used last, mostly the next datetime's, too
   std::span<const Task> tasks_;  // of the batch
-  std::vector<Item> items_;
+  PlacedReading placed_;         // of the task that is being read
+  Complaint complaint_;          // of a result that is then written in another way
   std::vector<Reading> readings_;
   std::vector<double> values_;  // of the task that is being read
   // Whether those are the same for all, and known to be right, outside of a calendar and in one.

@@ -58,7 +58,10 @@ void tellShortZones() {
   }
 }
 
-TaskReader::TaskReader(const ReadingOptions& options) : options_(options), zones_(options.weeks) {
+TaskReader::TaskReader(const ReadingOptions& options)
+    : options_(options),
+      zones_(options.weeks),
+      readsByPlaces_(!options.zoneOfTask && options.clock.isTheModules()) {
   if (!options.zone) return;
   zone_ = zoneNamed(*options.zone);
   noteShortZone(*options.zone);
@@ -89,35 +92,18 @@ std::optional<Reading> TaskReader::read(const Task& task, Trouble& trouble) {
   return reading;
 }
 
-std::optional<PlacedReading> TaskReader::readByPlaces(const Task& task) {
-  if (options_.zoneOfTask || !options_.clock.isTheModules()) return std::nullopt;
-  const Layout* const layout = layoutsOf(notationOf(task)).read(task.text, placed_);
-  if (layout == nullptr) return std::nullopt;
-  const Zone* const zone = zoneOfPlaced();
-  // Where midnight comes twice or not at all, a date alone does not tell all.
-  const bool isDate = layout == isoDates_;
-  if (zone == nullptr || zone->countsLeapSeconds() || (isDate && zone->isCalendar()))
-    return std::nullopt;
-  Complaint complaint;
-  const auto second = zone->secondOf(placed_, complaint);
-  if (!second) return std::nullopt;
-  // Years of four digits are in every range.
-  PlacedReading reading{
-      layout, zone, {static_cast<double>(static_cast<std::int64_t>(*second) * 1000), 0.0}};
-  if (!zone->isRight(reading.pair, complaint)) return std::nullopt;
-  return reading;
-}
-
 void TaskReader::findLayouts(const Notation& notation) {
   lastLayouts_ = &layouts_.try_emplace(&notation, notation).first->second;
   layoutsNotation_ = &notation;
 }
 
-void TaskReader::findZoneOfPlaced() {
-  Complaint complaint;
-  placedZone_ = zones_.of(placed_, complaint);
-  placedForm_ = placed_.offset;
-  placedOffset_ = placed_.offsetSeconds;
+void TaskReader::findZoneOfPlaced(const PlainTime& time) {
+  DatetimeText text;
+  text.offset = time.offset;
+  text.offsetSeconds = time.offsetSeconds;
+  placedZone_ = zones_.of(text, complaint_);
+  placedForm_ = time.offset;
+  placedOffset_ = time.offsetSeconds;
 }
 
 // Which of two equal times a datetime is makes no difference to its components: none is refused here.

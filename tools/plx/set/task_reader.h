@@ -35,9 +35,10 @@ void tellShortZones();
 
 // A datetime whose text is read, and can be written, by the places of its parts.
 struct PlacedReading {
-  const Layout* layout;
-  const Zone* zone;
-  doubledouble pair;
+  const Layout* layout = nullptr;
+  const Zone* zone = nullptr;
+  PlainTime time;  // what the text says
+  doubledouble pair{0.0, 0.0};
 };
 
 class TaskReader {
@@ -49,8 +50,19 @@ class TaskReader {
   // trouble's task. The zone of a reading lives until the next trim.
   std::optional<Reading> read(const Task& task, Trouble& trouble);
 
-  // The same of a task that can be read by the places of its parts; nothing for one that is left to `read`.
-  std::optional<PlacedReading> readByPlaces(const Task& task);
+  // The same of a task that can be read by the places of its parts; false for one that is left to `read`.
+  bool readByPlaces(const Task& task, PlacedReading& reading) {
+    if (!readsByPlaces_) return false;
+    reading.layout = layoutsOf(notationOf(task)).read(task.text, reading.time);
+    if (reading.layout == nullptr) return false;
+    reading.zone = zone_ ? &*zone_ : zoneOfPlaced(reading.time);
+    // Where midnight comes twice or not at all, a date alone does not tell all.
+    const bool isDateInZone = reading.layout == isoDates_ && reading.zone->isCalendar();
+    if (isDateInZone || reading.zone->countsLeapSeconds()) return false;
+    const std::int64_t millis = reading.zone->secondOf(reading.time) * 1000;
+    reading.pair = {static_cast<double>(millis), 0.0};
+    return reading.zone->isRight(reading.pair, complaint_);
+  }
 
   // The notation in which a task is read and written.
   const Notation& notationOf(const Task& task) const {
@@ -70,14 +82,14 @@ class TaskReader {
     return *lastLayouts_;
   }
   void findLayouts(const Notation& notation);
-  const Zone* zoneOfPlaced() {
-    if (zone_) return &*zone_;
-    const bool isLast = placedZone_ != nullptr && placedForm_ == placed_.offset &&
-                        placedOffset_ == placed_.offsetSeconds;
-    if (!isLast) findZoneOfPlaced();
+  // The zone that an offset tells, which always is one.
+  const Zone* zoneOfPlaced(const PlainTime& time) {
+    const bool isLast =
+        placedZone_ != nullptr && placedForm_ == time.offset && placedOffset_ == time.offsetSeconds;
+    if (!isLast) findZoneOfPlaced(time);
     return placedZone_;
   }
-  void findZoneOfPlaced();
+  void findZoneOfPlaced(const PlainTime& time);
   bool settleReading(Reading& reading, Complaint& complaint) const;
 
   const ReadingOptions& options_;
@@ -91,7 +103,8 @@ class TaskReader {
   const Notation* layoutsNotation_ = nullptr;  // of the last task, and its layouts
   LayoutReader* lastLayouts_ = nullptr;
   const Layout* const isoDates_ = &Layout::ofIsoDates();
-  DatetimeText placed_;  // what such a task says
+  bool readsByPlaces_;
+  Complaint complaint_;  // what is told of a task that is left to `read`, which tells it again
   // The zone of the last one, without one for all, and by which offset.
   const Zone* placedZone_ = nullptr;
   OffsetForm placedForm_ = OffsetForm::none;

@@ -247,7 +247,7 @@ FoundInLine InLineSplitter::readFront(std::size_t number, std::string_view line,
   const Format& format = *options_.formats[number];
   const std::string_view text = line.substr(begin);
   Layout::Front front{Layout::Reads::unknown};
-  if (options_.byPlaces) front = format.layout().readFront(text, datetime_);
+  if (options_.byPlaces) front = format.layout().readFront(text, time_);
   bool hasTime = format.layout().hasClock();
   if (front.reads == Layout::Reads::unknown) {
     FormatReading reading;

@@ -66,7 +66,7 @@ class InLineSplitter {
   std::array<std::array<Forms, 256>, Format::kFronts> fronts_{};
   std::array<std::uint8_t, 256>
       kinds_{};                // of bytes: whether a datetime may begin there, or behind
-  DatetimeText datetime_;      // what was read last
+  PlainTime time_;             // what was read last
   std::vector<bool> hasYear_;  // of the formats
   std::optional<Pattern> pattern_;
   std::vector<FoundInLine> found_;  // of the line
