@@ -32,6 +32,7 @@ class TableSplitter {
   void split();
 
  private:
+  bool isBare();
   bool isEmptyLine(std::size_t begin) const;
   bool skipHeader();
   bool isCut(std::size_t end) const;
@@ -61,6 +62,10 @@ void TableSplitter::split() {
   bool good = !chunk_.first || !format_.header || skipHeader();
   cells_.end = at_;
   while (good && at_ < bytes_.size()) {
+    if (isBare()) {
+      good = splitBare();
+      break;
+    }
     if (isEmptyLine(at_)) {
       at_ += bytes_[at_] == '\r' ? 2 : 1;
     } else {
@@ -69,6 +74,13 @@ void TableSplitter::split() {
     if (good) cells_.end = at_;
   }
   cells_.cells.resize(cells_.records.size() * columns_.size(), {0, 0});  // none of a wrong record
+}
+
+// Whether there are neither quotes nor CR from the current record on.
+bool TableSplitter::isBare() {
+  if (quote_ < at_) quote_ = findByte(bytes_, '"', at_);
+  if (return_ < at_) return_ = findByte(bytes_, '\r', at_);
+  return quote_ == bytes_.size() && return_ == bytes_.size();
 }
 
 bool TableSplitter::isEmptyLine(std::size_t begin) const {
@@ -94,9 +106,6 @@ bool TableSplitter::isCut(std::size_t end) const {
 }
 
 bool TableSplitter::splitRecord() {
-  if (quote_ < at_) quote_ = findByte(bytes_, '"', at_);
-  if (return_ < at_) return_ = findByte(bytes_, '\r', at_);
-  if (quote_ == bytes_.size() && return_ == bytes_.size()) return splitBare();
   const std::size_t lineEnd = findByte(bytes_, '\n', at_);
   const bool crlf = lineEnd < bytes_.size() && lineEnd > at_ && bytes_[lineEnd - 1] == '\r';
   const std::size_t textEnd = crlf ? lineEnd - 1 : lineEnd;
@@ -104,7 +113,7 @@ bool TableSplitter::splitRecord() {
 }
 
 // The first separator or LF.
-std::size_t TableSplitter::fieldEnd(std::size_t begin) const {
+inline std::size_t TableSplitter::fieldEnd(std::size_t begin) const {
   const std::uint64_t separators = static_cast<unsigned char>(format_.separator) * kEachByte,
                       lineEnds = '\n' * kEachByte;
   std::size_t at = begin;
@@ -117,20 +126,28 @@ std::size_t TableSplitter::fieldEnd(std::size_t begin) const {
   return at;
 }
 
-// A record of a chunk that has neither quotes nor CR from here on.
+// All records of a chunk that has neither quotes nor CR from here on.
 bool TableSplitter::splitBare() {
   const auto isLineEnd = [&](std::size_t at) { return at == bytes_.size() || bytes_[at] == '\n'; };
-  std::size_t index = 0, begin = at_, end = fieldEnd(at_);
-  for (const Column& column : columns_) {
-    for (; index < column.index; ++index) {
-      if (isLineEnd(end)) return failMissing(index + 1, end);
-      begin = end + 1;
-      end = fieldEnd(begin);
+  while (at_ < bytes_.size()) {
+    if (isLineEnd(at_)) {
+      cells_.end = ++at_;
+      continue;
     }
-    cells_.cells.push_back({begin, end});
+    std::size_t index = 0, begin = at_, end = fieldEnd(at_);
+    for (const Column& column : columns_) {
+      for (; index < column.index; ++index) {
+        if (isLineEnd(end)) return failMissing(index + 1, end);
+        begin = end + 1;
+        end = fieldEnd(begin);
+      }
+      cells_.cells.push_back({begin, end});
+    }
+    const std::size_t lineEnd = isLineEnd(end) ? end : findByte(bytes_, '\n', end);
+    if (!finishRecord(lineEnd, std::min(lineEnd + 1, bytes_.size()))) return false;
+    cells_.end = at_;
   }
-  const std::size_t lineEnd = isLineEnd(end) ? end : findByte(bytes_, '\n', end);
-  return finishRecord(lineEnd, std::min(lineEnd + 1, bytes_.size()));
+  return true;
 }
 
 // A record without quotes, and without CR but in its line end.
@@ -168,7 +185,7 @@ bool TableSplitter::splitQuoted() {
   }
 }
 
-bool TableSplitter::finishRecord(std::size_t end, std::size_t next) {
+inline bool TableSplitter::finishRecord(std::size_t end, std::size_t next) {
   if (isCut(next) || end - at_ > format_.longest) return failTooLong();
   cells_.records.push_back({at_, end});
   at_ = next;
