@@ -14,13 +14,12 @@ namespace plx {
 
 namespace {
 
-// Bits in the bytes that are no digits. A digit is 3 in its upper half, and still is when 6 is added; the uppermost
-// bit is left out of the sum, so that no byte carries into the next one.
-constexpr std::uint64_t nonDigits(std::uint64_t word) {
-  constexpr std::uint64_t kUpper = 0xF0 * kEachByte, kThree = 0x30 * kEachByte;
-  const std::uint64_t sum = (word & 0x7F * kEachByte) + 6 * kEachByte;
-  return ((word & kUpper) ^ kThree) | ((sum & kUpper) ^ kThree);
-}
+// Of texts such as 2014-05-10T08:30:15: constants, so that a loop over them asks for nothing that they have not.
+struct IsoPlaces {
+  static constexpr std::uint8_t kNowhere = 0xFF, year = 0, month = 5, day = 8, separator = 10,
+                                hour = 11, minute = 14, second = 17, yearOfCentury = kNowhere,
+                                monthName = kNowhere, weekday = kNowhere;
+};
 
 constexpr std::int64_t kDay = 86400;  // seconds
 
@@ -101,9 +100,9 @@ Layout::Layout(const std::vector<FormatPart>& parts, std::string_view literals,
     if (!hasAll) break;
   }
   makeWords();
-  const bool hasYear = year || (year_ == kNowhere) != (yearOfCentury_ == kNowhere);
-  const bool hasMonth = month_ != kNowhere || monthName_ != kNowhere;
-  isWhole_ = hasAll && wordCount_ > 0 && hasYear && hasMonth && day_ != kNowhere;
+  const bool hasYear = year || (places_.year == kNowhere) != (places_.yearOfCentury == kNowhere);
+  const bool hasMonth = places_.month != kNowhere || places_.monthName != kNowhere;
+  isWhole_ = hasAll && wordCount_ > 0 && hasYear && hasMonth && places_.day != kNowhere;
 }
 
 // One of the format's parts, behind which others may follow; false where it has no place.
@@ -118,26 +117,26 @@ bool Layout::add(const FormatPart& part, std::string_view literal) {
       }
       return true;
     case Letter::year:
-      return putNumber(part, year_, 4);
+      return putNumber(part, places_.year, 4);
     case Letter::yearOfCentury:
-      return putNumber(part, yearOfCentury_, 2);
+      return putNumber(part, places_.yearOfCentury, 2);
     case Letter::month:
-      return putNumber(part, month_, 2);
+      return putNumber(part, places_.month, 2);
     case Letter::monthAbbreviation:
-      return putName(monthName_);
+      return putName(places_.monthName);
     case Letter::day:
       blankDay_ = part.padding == Padding::blanks;
       if (part.padding == Padding::none) return false;
-      day_ = static_cast<std::uint8_t>(size_);
+      places_.day = static_cast<std::uint8_t>(size_);
       return put(Kind::digit, 2);
     case Letter::weekdayAbbreviation:
-      return putName(weekday_);
+      return putName(places_.weekday);
     case Letter::hour:
-      return putNumber(part, hour_, 2);
+      return putNumber(part, places_.hour, 2);
     case Letter::minute:
-      return putNumber(part, minute_, 2);
+      return putNumber(part, places_.minute, 2);
     case Letter::second:
-      return putNumber(part, second_, 2);
+      return putNumber(part, places_.second, 2);
     case Letter::offset:
     case Letter::offsetWithColon:
       offset_ = Offset::ofFormat;
@@ -172,12 +171,16 @@ void Layout::makeWords() {
   for (std::size_t i = 0; i < wordCount_; ++i) {
     const std::size_t at = std::min(i * kEight, size_ - kEight);
     Word word{at, 0, 0, 0};
+    const auto put = [&](std::size_t k, std::uint64_t expected, std::uint64_t sum,
+                         std::uint64_t mask) {
+      word.expected |= expected << 8 * k;
+      word.sum |= sum << 8 * k;
+      word.mask |= mask << 8 * k;
+    };
     for (std::size_t k = 0; k < kEight; ++k) {
-      const std::uint64_t ofByte = std::uint64_t{0xFF} << 8 * k;
-      if (isDigitAt(at + k)) word.digitMask |= ofByte;
-      if (kinds_[at + k] != Kind::literal) continue;
-      word.literalMask |= ofByte;
-      word.literals |= std::uint64_t{static_cast<unsigned char>(literals_[at + k])} << 8 * k;
+      if (isDigitAt(at + k)) put(k, '0', 0x7F - 9, 0x80);
+      if (kinds_[at + k] == Kind::literal)
+        put(k, static_cast<unsigned char>(literals_[at + k]), 0, 0xFF);
     }
     words_[i] = word;
   }
@@ -210,62 +213,66 @@ const Layout& Layout::ofIsoDates() {
 const Layout& Layout::ofIsoDatetimes() {
   static const Layout layout = [] {
     Layout made = ofIsoDates();
-    made.separator_ = static_cast<std::uint8_t>(made.size_);
+    made.places_.separator = static_cast<std::uint8_t>(made.size_);
     made.put(Kind::separator, 1);
     made.addAll("H:M:S");
     made.offset_ = Offset::ofIso;
+    made.isIsoDatetime_ = true;
     return made;
   }();
   return layout;
+}
+
+// False for what does not exist, and for names in other letters.
+template <class P>
+inline bool Layout::readFields(const P& places, const char* text, PlainTime& time) const {
+  int year = ofAll_;
+  if (places.year != kNowhere) {
+    year = twoDigitsAt(text + places.year) * 100 + twoDigitsAt(text + places.year + 2);
+  } else if (places.yearOfCentury != kNowhere) {
+    year = twoDigitsAt(text + places.yearOfCentury);
+    year += year < 69 ? 2000 : 1900;
+  }
+  const int month = places.month != kNowhere ? twoDigitsAt(text + places.month)
+                                             : kMonthsByKey.at(text + places.monthName);
+  const int day = twoDigitsAt(text + places.day);
+  if (month < 1 || month > 12 || day < 1 || (day > 28 && day > daysInMonth(year, month)))
+    return false;
+  const int dayNumber = dayOfPlain(year, month, day);
+  if (places.weekday != kNowhere &&
+      kWeekdaysByKey.at(text + places.weekday) != weekdayOf(dayNumber) + 1)
+    return false;
+  if (places.separator != kNowhere) {
+    const char separator = text[places.separator];
+    if (separator != 'T' && separator != 't' && separator != ' ') return false;
+  }
+  const int hour = places.hour == kNowhere ? 0 : twoDigitsAt(text + places.hour);
+  const int minute = places.minute == kNowhere ? 0 : twoDigitsAt(text + places.minute);
+  const int second = places.second == kNowhere ? 0 : twoDigitsAt(text + places.second);
+  time.wall = dayNumber * kDay + hour * 3600 + minute * 60 + second;
+  return hour <= 23 && minute <= 59 && second <= 59;
 }
 
 Layout::Front Layout::readFront(std::string_view text, PlainTime& time) const {
   if (wordCount_ == 0 || text.size() < size_) return {Reads::unknown};
   for (std::size_t i = 0; i < wordCount_; ++i) {
     const Word& word = words_[i];
-    const std::uint64_t bytes = eightBytesAt(text.data() + word.at);
-    const std::uint64_t wrong =
-        ((bytes ^ word.literals) & word.literalMask) | (nonDigits(bytes) & word.digitMask);
+    const std::uint64_t bytes = eightBytesAt(text.data() + word.at) ^ word.expected;
+    const std::uint64_t wrong = (bytes | (bytes + word.sum)) & word.mask;
     if (wrong == 0) continue;
     // Up to there the format's reader goes from place to place: each number has all its digits. What is no digit of a
     // number may be a blank or the end of a shorter one; a literal stands there or not.
     const std::size_t place = word.at + firstByte(wrong);
     return {kinds_[place] == Kind::digit ? Reads::unknown : Reads::no};
   }
-  if (!isWhole_ || !readFields(text.data(), time)) return {Reads::unknown};
+  const bool isRead = isIsoDatetime_ ? readFields(IsoPlaces(), text.data(), time)
+                                     : isWhole_ && readFields(places_, text.data(), time);
+  if (!isRead) return {Reads::unknown};
   time.offset = OffsetForm::none;
   time.offsetSeconds = 0;
   if (offset_ == Offset::none || (offset_ == Offset::ofIso && text.size() == size_))
     return {Reads::yes, size_};
   return readOffset(text, time);
-}
-
-// False for what does not exist, and for names in other letters.
-bool Layout::readFields(const char* text, PlainTime& time) const {
-  int year = ofAll_;
-  if (year_ != kNowhere) {
-    year = twoDigitsAt(text + year_) * 100 + twoDigitsAt(text + year_ + 2);
-  } else if (yearOfCentury_ != kNowhere) {
-    year = twoDigitsAt(text + yearOfCentury_);
-    year += year < 69 ? 2000 : 1900;
-  }
-  const int month =
-      month_ != kNowhere ? twoDigitsAt(text + month_) : kMonthsByKey.at(text + monthName_);
-  const int day = twoDigitsAt(text + day_);
-  if (month < 1 || month > 12 || day < 1 || (day > 28 && day > daysInMonth(year, month)))
-    return false;
-  const int dayNumber = dayOfPlain(year, month, day);
-  if (weekday_ != kNowhere && kWeekdaysByKey.at(text + weekday_) != weekdayOf(dayNumber) + 1)
-    return false;
-  if (separator_ != kNowhere) {
-    const char separator = text[separator_];
-    if (separator != 'T' && separator != 't' && separator != ' ') return false;
-  }
-  const int hour = hour_ == kNowhere ? 0 : twoDigitsAt(text + hour_);
-  const int minute = minute_ == kNowhere ? 0 : twoDigitsAt(text + minute_);
-  const int second = second_ == kNowhere ? 0 : twoDigitsAt(text + second_);
-  time.wall = dayNumber * kDay + hour * 3600 + minute * 60 + second;
-  return hour <= 23 && minute <= 59 && second <= 59;
 }
 
 // Z, +hhmm or +hh:mm, of ISO 8601 only the latter, behind the other parts.
@@ -293,6 +300,44 @@ Layout::Front Layout::readOffset(std::string_view text, PlainTime& time) const {
   return {Reads::yes, size_ + end};
 }
 
+// False where something would be lost that the texts have no place for.
+template <class P>
+inline bool Layout::writeFields(const P& places, char* to, int day, int clock) const {
+  const PlainDate date = plainDateOf(day);
+  if (places.year != kNowhere) {
+    putTwoDigits(to + places.year, date.year / 100);
+    putTwoDigits(to + places.year + 2, date.year % 100);
+  } else if (places.yearOfCentury != kNowhere) {
+    if (date.year < 1969 || date.year > 2068) return false;
+    putTwoDigits(to + places.yearOfCentury, date.year % 100);
+  } else if (date.year != ofAll_) {
+    return false;
+  }
+  if (places.month != kNowhere) {
+    putTwoDigits(to + places.month, date.month);
+  } else {
+    std::memcpy(to + places.monthName, kMonthNames[static_cast<std::size_t>(date.month - 1)].data(),
+                3);
+  }
+  const bool hasZero = to[places.day] == '0';  // 05, which then is how it is spelled
+  putTwoDigits(to + places.day, date.day);
+  if (date.day < 10 && blankDay_ && !hasZero) to[places.day] = ' ';
+  if (places.weekday != kNowhere)
+    std::memcpy(to + places.weekday, kWeekdayNames[static_cast<std::size_t>(weekdayOf(day))].data(),
+                3);
+  if (places.hour != kNowhere) {
+    putTwoDigits(to + places.hour, clock / 3600);
+    clock %= 3600;
+  }
+  if (places.minute != kNowhere) {
+    putTwoDigits(to + places.minute, clock / 60);
+    clock %= 60;
+  }
+  if (places.second == kNowhere) return clock == 0;
+  putTwoDigits(to + places.second, clock);
+  return true;
+}
+
 std::size_t Layout::write(char* to, std::string_view text, const PlainTime& time) const {
   constexpr std::int64_t kFirst = kFirstPlainDay * kDay, kEnd = (kLastPlainDay + 1) * kDay;
   if (time.wall < kFirst || time.wall >= kEnd) return 0;
@@ -301,45 +346,13 @@ std::size_t Layout::write(char* to, std::string_view text, const PlainTime& time
   const auto clock = static_cast<int>(sinceFirst % kDay);
   for (std::size_t i = 0; i < wordCount_; ++i)
     std::memcpy(to + words_[i].at, text.data() + words_[i].at, kEight);
-  if (!writeFields(to, days + kFirstPlainDay, clock)) return 0;
+  const int day = days + kFirstPlainDay;
+  const bool isWritten = isIsoDatetime_ ? writeFields(IsoPlaces(), to, day, clock)
+                                        : writeFields(places_, to, day, clock);
+  if (!isWritten) return 0;
   char* end = to + size_;
   if (offset_ != Offset::none && !writeOffset(end, text, time)) return 0;
   return static_cast<std::size_t>(end - to);
-}
-
-// False where something would be lost that the texts have no place for.
-bool Layout::writeFields(char* to, int day, int clock) const {
-  const PlainDate date = plainDateOf(day);
-  if (year_ != kNowhere) {
-    putTwoDigits(to + year_, date.year / 100);
-    putTwoDigits(to + year_ + 2, date.year % 100);
-  } else if (yearOfCentury_ != kNowhere) {
-    if (date.year < 1969 || date.year > 2068) return false;
-    putTwoDigits(to + yearOfCentury_, date.year % 100);
-  } else if (date.year != ofAll_) {
-    return false;
-  }
-  if (month_ != kNowhere) {
-    putTwoDigits(to + month_, date.month);
-  } else {
-    std::memcpy(to + monthName_, kMonthNames[static_cast<std::size_t>(date.month - 1)].data(), 3);
-  }
-  const bool hasZero = to[day_] == '0';  // 05, which then is how it is spelled
-  putTwoDigits(to + day_, date.day);
-  if (date.day < 10 && blankDay_ && !hasZero) to[day_] = ' ';
-  if (weekday_ != kNowhere)
-    std::memcpy(to + weekday_, kWeekdayNames[static_cast<std::size_t>(weekdayOf(day))].data(), 3);
-  if (hour_ != kNowhere) {
-    putTwoDigits(to + hour_, clock / 3600);
-    clock %= 3600;
-  }
-  if (minute_ != kNowhere) {
-    putTwoDigits(to + minute_, clock / 60);
-    clock %= 60;
-  }
-  if (second_ == kNowhere) return clock == 0;
-  putTwoDigits(to + second_, clock);
-  return true;
 }
 
 bool Layout::writeOffset(char*& end, std::string_view text, const PlainTime& time) const {

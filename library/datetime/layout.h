@@ -50,7 +50,7 @@ class Layout {
 
   // Whether texts can be read and written by it, not only refused.
   bool isWhole() const { return isWhole_; }
-  bool hasClock() const { return hour_ != kNowhere; }
+  bool hasClock() const { return places_.hour != kNowhere; }
   // Whether this one's format reads no text that `other`, a whole one, reads as a whole.
   bool refusesAllOf(const Layout& other) const;
   // Whether all its texts have a certain character at a place.
@@ -59,17 +59,25 @@ class Layout {
   }
 
  private:
-  // A number may have fewer digits than places, but a year; what then stands there is read in another way.
-  enum class Kind : std::uint8_t { literal, digit, digitOfYear, letter, separator };
-  enum class Offset : std::uint8_t { none, ofFormat, ofIso };
-  // Eight bytes of a text, the first one lowest.
-  struct Word {
-    std::size_t at;
-    std::uint64_t literals, literalMask, digitMask;
-  };
   static constexpr std::size_t kMost = 32;  // and an offset
   static constexpr std::uint8_t kNowhere = 0xFF;
 
+  // A number may have fewer digits than places, but a year; what then stands there is read in another way.
+  enum class Kind : std::uint8_t { literal, digit, digitOfYear, letter, separator };
+  enum class Offset : std::uint8_t { none, ofFormat, ofIso };
+  // What eight bytes of a text have to be, the first one lowest. XOR with what is expected makes a literal 0 and a digit
+  // its value; the sum reaches the uppermost bit of each byte that is more than 9, and the mask leaves what is wrong. A
+  // sum that carries into the next byte does so from a wrong one.
+  struct Word {
+    std::size_t at;
+    std::uint64_t expected, sum, mask;
+  };
+  // Where the parts stand.
+  struct Places {
+    std::uint8_t year = kNowhere, yearOfCentury = kNowhere, month = kNowhere, monthName = kNowhere,
+                 day = kNowhere, weekday = kNowhere, hour = kNowhere, minute = kNowhere,
+                 second = kNowhere, separator = kNowhere;
+  };
   bool add(const FormatPart& part, std::string_view literals);
   void addAll(std::string_view text);
   bool put(Kind kind, std::size_t count);
@@ -79,9 +87,11 @@ class Layout {
     return kinds_[place] == Kind::digit || kinds_[place] == Kind::digitOfYear;
   }
   void makeWords();
-  bool readFields(const char* text, PlainTime& time) const;
+  template <class P>
+  bool readFields(const P& places, const char* text, PlainTime& time) const;
   Front readOffset(std::string_view text, PlainTime& time) const;
-  bool writeFields(char* to, int day, int clock) const;
+  template <class P>
+  bool writeFields(const P& places, char* to, int day, int clock) const;
   bool writeOffset(char*& end, std::string_view text, const PlainTime& time) const;
 
   std::array<char, kMost> literals_{};
@@ -92,10 +102,8 @@ class Layout {
   Offset offset_ = Offset::none;
   bool blankDay_ = false;  // a day of one digit has a blank before it
   int ofAll_ = 0;          // the year, where the texts have none
-  // Where the parts stand.
-  std::uint8_t year_ = kNowhere, yearOfCentury_ = kNowhere, month_ = kNowhere,
-               monthName_ = kNowhere, day_ = kNowhere, weekday_ = kNowhere, hour_ = kNowhere,
-               minute_ = kNowhere, second_ = kNowhere, separator_ = kNowhere;
+  Places places_;
+  bool isIsoDatetime_ = false;  // whose places are known to the compiler
 };
 
 }  // namespace plx
