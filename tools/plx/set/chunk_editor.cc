@@ -52,8 +52,7 @@ void ChunkEditor::split(const Chunk& chunk) {
   failure_ = std::move(cells_.failure);
 }
 
-std::string_view ChunkEditor::keep(const Chunk& chunk, const Cell& cell) {
-  if (!cell.doubled) return chunk.bytes().substr(cell.begin, cell.end - cell.begin);
+std::string_view ChunkEditor::keepUndoubled(const Chunk& chunk, const Cell& cell) {
   std::string& buffer = kept_.emplace_back();
   if (json_) return buffer = unescapedJson(chunk.bytes().substr(cell.begin, cell.end - cell.begin));
   return textOf(chunk, cell, buffer);
@@ -185,14 +184,6 @@ Failure ChunkEditor::failureOf(const Chunk& chunk, const Trouble& trouble) const
   return {trouble.complaint.status, describe(where, trouble.complaint, text)};
 }
 
-// The text that a task's datetime becomes.
-std::string_view ChunkEditor::result(std::size_t task) const {
-  const Outcome& outcome = batch_.outcomes[task];
-  if (outcome.kind != Outcome::Kind::changed) return tasks_[task].text;
-  return std::string_view(batch_.text).substr(outcome.begin, outcome.end - outcome.begin);
-}
-
-// The result at index `at` of those that are added or listed.
 std::string_view ChunkEditor::orderedResult(std::size_t at) const {
   const std::size_t inRecord = at % datetimes_;
   return result(at - inRecord + options_.resultOrder[inRecord]);

@@ -80,10 +80,20 @@ class ChunkEditor : public Worker {
   void collectTexts(const Chunk& chunk);
   void addWrongRecords();
   bool takeFromFile(const Chunk& chunk, std::size_t record);
-  std::string_view keep(const Chunk& chunk, const Cell& cell);
+  std::string_view keep(const Chunk& chunk, const Cell& cell) {
+    if (cell.doubled) return keepUndoubled(chunk, cell);
+    return {chunk.storage.data() + cell.begin, cell.end - cell.begin};
+  }
+  std::string_view keepUndoubled(const Chunk& chunk, const Cell& cell);
   void judge(const Chunk& chunk, Piece& piece);
   Failure failureOf(const Chunk& chunk, const Trouble& trouble) const;
-  std::string_view result(std::size_t task) const;
+  // The text that a task's datetime becomes.
+  std::string_view result(std::size_t task) const {
+    const Outcome& outcome = batch_.outcomes[task];
+    if (outcome.kind != Outcome::Kind::changed) return tasks_[task].text;
+    return {batch_.text.data() + outcome.begin, outcome.end - outcome.begin};
+  }
+  // The result at index `at` of those that are added or listed.
   std::string_view orderedResult(std::size_t at) const;
   void edit(const Chunk& chunk, std::string& out);
   void replaceAll(CellWriter& writer);

@@ -28,8 +28,14 @@ void Setter::Group::clear() {
   datetimes.clear();
   before.clear();
   sources.clear();
-  byPlaces = 0;
+  added = byPlaces = 0;
   for (auto& column : values) column.clear();
+}
+
+void Setter::Group::resize(std::size_t size) {
+  datetimes.hi.resize(size);
+  datetimes.lo.resize(size);
+  sources.resize(size);
 }
 
 Setter::Setter(Module& module, const SetterOptions& options)
@@ -63,14 +69,29 @@ Setter::Setter(Module& module, const SetterOptions& options)
   mayCarryOnTheWay_ = mayCarryOnTheWay_ && !options.together && !options.clips;
 }
 
+// Puts a datetime and its values among those of its zone.
+[[gnu::always_inline]] inline void Setter::put(const Zone& zone, const doubledouble& pair,
+                                               const Source& source) {
+  Group& group = groupOf(zone);
+  group.add(pair, source);
+  if (hasValuesForAll_) return;
+  for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
+}
+
 void Setter::work(std::span<const Task> tasks, Batch& batch) {
   batch_ = &batch;
   tasks_ = tasks;
   begin(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
-    if (!byPlaces_ || !readByPlaces(tasks[i], i)) read(tasks[i], i);
+    if (byPlaces_ && reader_.readByPlaces(tasks[i], placed_)) {
+      if (hasValues(tasks[i], i, *placed_.zone))
+        put(*placed_.zone, placed_.pair, {i, placed_.layout, 0});
+    } else {
+      read(tasks[i], i);
+    }
   }
   for (auto& [zone, group] : groups_) {
+    group.fit();
     if (group.sources.empty()) continue;
     if (hasValuesForAll_) fillValues(group);
     if (options_.check) group.before = group.datetimes;
@@ -100,13 +121,6 @@ void Setter::read(const Task& task, std::size_t at) {
   if (reading->missing || !hasValues(task, at, *reading->zone)) return;
   put(*reading->zone, reading->pair, {at, nullptr, readings_.size()});
   readings_.push_back(*reading);
-}
-
-inline bool Setter::readByPlaces(const Task& task, std::size_t at) {
-  if (!reader_.readByPlaces(task, placed_)) return false;
-  if (!hasValues(task, at, *placed_.zone)) return true;
-  put(*placed_.zone, placed_.pair, {at, placed_.layout, 0});
-  return true;
 }
 
 // The values for a task; false where one of them was wrong, which then is told.
@@ -145,29 +159,18 @@ bool Setter::readValues(const Task& task, std::size_t at, const Zone& zone) {
   return true;
 }
 
-// Puts a datetime and its values among those of its zone.
-inline void Setter::put(const Zone& zone, const doubledouble& pair, const Source& source) {
-  Group& group = groupOf(zone);
-  group.datetimes.push(pair);
-  group.sources.push_back(source);
-  if (source.layout != nullptr) ++group.byPlaces;
-  if (hasValuesForAll_) return;
-  for (std::size_t a = 0; a < values_.size(); ++a) group.values[a].push_back(values_[a]);
-}
-
 void Setter::fillValues(Group& group) const {
   for (std::size_t a = 0; a < group.values.size(); ++a)
     group.values[a].assign(group.sources.size(), *options_.assignments[a].value);
 }
 
-inline Setter::Group& Setter::groupOf(const Zone& zone) {
-  if (lastGroup_ != nullptr && &lastGroup_->zone == &zone) return *lastGroup_;
+void Setter::findGroup(const Zone& zone) {
   const auto [found, isNew] = groups_.try_emplace(&zone, zone, options_.reading.clock);
   if (isNew) {
     found->second.values.resize(options_.assignments.size());
     found->second.resolved.resize(parts_.size());
   }
-  return *(lastGroup_ = &found->second);
+  lastGroup_ = &found->second;
 }
 
 // What a part sets, in the zone.
@@ -403,7 +406,8 @@ std::optional<Reading> Setter::readAgain(std::size_t task) {
 void Setter::write(const Group& group) {
   std::string& text = batch_->text;
   std::size_t end = text.size();
-  text.resize(end + group.byPlaces * Layout::kMostWritten);
+  const std::size_t room = end + group.byPlaces * Layout::kMostWritten;
+  text.resize(room);
   for (std::size_t i = 0; i < group.sources.size(); ++i) {
     Outcome& outcome = batch_->outcomes[group.sources[i].task];
     if (outcome.kind == Outcome::Kind::failed) continue;
@@ -415,6 +419,7 @@ void Setter::write(const Group& group) {
       end += size;
     }
   }
+  if (text.size() == room) text.resize(end);
 }
 
 // The size of what is written: whole seconds of which the text has a place for each part; else 0.

@@ -1,6 +1,7 @@
 // Sets components of datetimes in text.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -48,20 +49,29 @@ class Setter : public CellWork {
  private:
   // Where a datetime comes from.
   struct Source {
-    std::size_t task;
-    const Layout* layout;  // by which it was read, or null:
-    std::size_t reading;   // then where that stands in `readings_`
+    std::size_t task = 0;
+    const Layout* layout = nullptr;  // by which it was read; of null:
+    std::size_t reading = 0;         // where that stands in `readings_`
   };
   // The datetimes of a batch that share a zone, in the order of their tasks. Each column has one entry for each of the datetimes.
   struct Group {
     Group(const Zone& zone, const ClockChoice& choice)
         : zone(zone), checker(zone), settler(choice, zone, checker) {}
     void clear();
+    // While datetimes are added, their columns have more room than they need; fit() then cuts them.
+    void add(const doubledouble& pair, const Source& source) {
+      if (added == sources.size()) resize(std::max<std::size_t>(2 * added, 64));
+      datetimes.replace(added, pair);
+      sources[added++] = source;
+      if (source.layout != nullptr) ++byPlaces;
+    }
+    void fit() { resize(added); }
+    void resize(std::size_t size);
 
     const Zone& zone;
     Datetimes datetimes, before;
     std::vector<Source> sources;
-    std::size_t byPlaces = 0;                            // how many of those have a layout
+    std::size_t added = 0, byPlaces = 0;                 // of those, the latter have a layout
     std::vector<std::vector<double>> values;             // for each assignment a column
     std::vector<std::vector<ResolvedSetting>> resolved;  // for each part that needs resolving
     Checker checker;
@@ -72,7 +82,6 @@ class Setter : public CellWork {
 
   void begin(std::size_t tasks);
   void read(const Task& task, std::size_t at);
-  bool readByPlaces(const Task& task, std::size_t at);
   bool hasValues(const Task& task, std::size_t at, const Zone& zone) {
     return areKnown_[zone.isCalendar() ? 1 : 0] || takeValues(task, at, zone);
   }
@@ -80,7 +89,11 @@ class Setter : public CellWork {
   bool readValues(const Task& task, std::size_t at, const Zone& zone);
   void put(const Zone& zone, const doubledouble& pair, const Source& source);
   void fillValues(Group& group) const;
-  Group& groupOf(const Zone& zone);
+  Group& groupOf(const Zone& zone) {
+    if (lastGroup_ == nullptr || &lastGroup_->zone != &zone) findGroup(zone);
+    return *lastGroup_;
+  }
+  void findGroup(const Zone& zone);
   void set(Group& group, std::size_t part);
   Component componentOf(const Part& part, const Zone& zone) const;
   bool needsResolving(const Part& part, const Zone& zone) const;
