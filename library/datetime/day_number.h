@@ -25,9 +25,11 @@ constexpr bool isPlainDay(std::int64_t day) {
 
 // The year is counted from 1 March, so that the leap day comes last, and 400 years later, so that no quotient is
 // negative: 719468 and 146097 are the days from 0000-03-01 to 1970 and of 400 years. The day of the month may carry.
+// Months come in no order that a branch could be guessed by, so there is none.
 constexpr int dayOfPlain(int year, int month, int day) {
-  const unsigned marchYear = static_cast<unsigned>(year + 400 - (month <= 2 ? 1 : 0));
-  const unsigned sinceMarch = static_cast<unsigned>(month + (month <= 2 ? 9 : -3));  // [0, 11]
+  const unsigned beforeMarch = static_cast<unsigned>(month - 3) >> 31;  // 1 or 0
+  const unsigned marchYear = static_cast<unsigned>(year + 400) - beforeMarch;
+  const unsigned sinceMarch = static_cast<unsigned>(month - 3) + 12 * beforeMarch;  // [0, 11]
   const unsigned days = 365 * marchYear + marchYear / 4 - marchYear / 100 + marchYear / 400 +
                         (153 * sinceMarch + 2) / 5;
   return static_cast<int>(days) + day - 1 - 719468 - 146097;
@@ -43,10 +45,9 @@ constexpr PlainDate plainDateOf(int day) {
   const auto yearOfCentury = static_cast<std::uint32_t>(p2 >> 32);
   const std::uint32_t dayOfYear = static_cast<std::uint32_t>(p2) / 2939745 / 4;  // [0, 365]
   const std::uint32_t n3 = 2141 * dayOfYear + 197913;                            // 2^16 * 5 / 153
-  const bool isNextYear = dayOfYear >= 306;  // January and February
-  const auto marchMonth = static_cast<int>(n3 >> 16);
-  return {static_cast<int>(100 * century + yearOfCentury) - 400 + (isNextYear ? 1 : 0),
-          isNextYear ? marchMonth - 12 : marchMonth, static_cast<int>((n3 & 0xFFFF) / 2141) + 1};
+  const std::uint32_t nextYear = (305 - dayOfYear) >> 31;  // 1 in January and February, else 0
+  return {static_cast<int>(100 * century + yearOfCentury + nextYear) - 400,
+          static_cast<int>((n3 >> 16) - 12 * nextYear), static_cast<int>((n3 & 0xFFFF) / 2141) + 1};
 }
 
 // Month and day may lie outside their ranges and carry. dayOf(2014, 5, 10) is 16200.

@@ -321,7 +321,7 @@ inline bool Layout::writeFields(const P& places, char* to, int day, int clock) c
   }
   const bool hasZero = to[places.day] == '0';  // 05, which then is how it is spelled
   putTwoDigits(to + places.day, date.day);
-  if (date.day < 10 && blankDay_ && !hasZero) to[places.day] = ' ';
+  if (blankDay_ && !hasZero && date.day < 10) to[places.day] = ' ';
   if (places.weekday != kNowhere)
     std::memcpy(to + places.weekday, kWeekdayNames[static_cast<std::size_t>(weekdayOf(day))].data(),
                 3);

@@ -3,6 +3,8 @@
 #include <unicode/tzrule.h>
 #include <unicode/tztrans.h>
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "messages/icu.h"
@@ -39,6 +41,22 @@ OffsetStretch stretchByICU(const icu::BasicTimeZone& rules, double ms, double of
 }
 
 }  // namespace
+
+void ZoneOffsets::Stretches::find(const OffsetLine& line, std::int64_t second, Stretch& stretch) {
+  const double ms = static_cast<double>(second) * kMillisOfSecond;
+  if (!(ms < line.cycleEnd)) {
+    stretch = {second, second + 1, static_cast<int>(offsetAt(line, ms) / kMillisOfSecond)};
+    return;
+  }
+  // The first second at an edge or behind it; the ends of a line may be infinite.
+  const auto firstFrom = [](double edge) {
+    constexpr double kMost = 0x1p62;
+    return static_cast<std::int64_t>(std::clamp(std::ceil(edge / kMillisOfSecond), -kMost, kMost));
+  };
+  const std::size_t index = stretchIndex(line, ms);
+  stretch = {firstFrom(line.starts[index]), firstFrom(line.starts[index + 1]),
+             static_cast<int>(line.offsets[index] / kMillisOfSecond)};
+}
 
 ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules) : rules_(std::move(rules)) {}
 

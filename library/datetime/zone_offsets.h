@@ -36,24 +36,25 @@ class ZoneOffsets {
   OffsetStretch stretchAt(std::int64_t second);
 
  private:
-  // Where the table was entered last, for each 24 days of 34 years. Whatever a place says is held
-  // against the table's edges; where it is wrong, the table is searched.
-  class Places {
+  // The stretches of the table that were met last, for each 24 days of 34 years.
+  class Stretches {
    public:
     int at(const OffsetLine& line, std::int64_t second) {
-      std::uint16_t& place = places_[static_cast<std::size_t>(second >> kBits) % kPlaces];
-      const double ms = static_cast<double>(second) * 1000.0;
-      if (!(line.starts[place] <= ms && ms < line.starts[place + 1])) {
-        if (!(ms < line.cycleEnd)) return static_cast<int>(offsetAt(line, ms) / 1000.0);
-        place = static_cast<std::uint16_t>(stretchIndex(line, ms));
-      }
-      return static_cast<int>(line.offsets[place] / 1000.0);
+      Stretch& stretch = stretches_[static_cast<std::size_t>(second >> kBits) % kStretches];
+      if (second < stretch.begin || second >= stretch.end) find(line, second, stretch);
+      return stretch.offset;
     }
 
    private:
     static constexpr int kBits = 21;
-    static constexpr std::size_t kPlaces = 512;
-    std::array<std::uint16_t, kPlaces> places_{};
+    static constexpr std::size_t kStretches = 512;
+    struct Stretch {
+      std::int64_t begin = 0, end = 0;  // in seconds, the latter being the first behind it
+      int offset = 0;
+    };
+    static void find(const OffsetLine& line, std::int64_t second, Stretch& stretch);
+
+    std::array<Stretch, kStretches> stretches_;
   };
 
   bool hasTable() { return table_ || (!isTableTried_ && tryTable()); }
@@ -65,7 +66,7 @@ class ZoneOffsets {
   std::optional<OffsetTable> table_;
   int questions_ = 0;  // that came before the table
   bool isTableTried_ = false;
-  Places instants_, walls_;
+  Stretches instants_, walls_;
 };
 
 }  // namespace plx
