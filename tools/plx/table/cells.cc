@@ -3,10 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 
-#include "datetime/eight_bytes.h"
 #include "stream/line_reader.h"
 #include "table/field_reader.h"
+#include "table/sixteen_bytes.h"
 
 namespace plx {
 
@@ -38,7 +39,6 @@ class TableSplitter {
   bool isCut(std::size_t end) const;
   bool splitRecord();
   bool splitBare();
-  std::size_t fieldEnd(std::size_t begin) const;
   bool splitPlain(std::size_t lineEnd, std::size_t textEnd);
   bool splitQuoted();
   bool finishRecord(std::size_t end, std::size_t next);
@@ -112,42 +112,51 @@ bool TableSplitter::splitRecord() {
   return quote_ < lineEnd || return_ < textEnd ? splitQuoted() : splitPlain(lineEnd, textEnd);
 }
 
-// The first separator or LF.
-inline std::size_t TableSplitter::fieldEnd(std::size_t begin) const {
-  const std::uint64_t separators = static_cast<unsigned char>(format_.separator) * kEachByte,
-                      lineEnds = '\n' * kEachByte;
-  std::size_t at = begin;
-  for (; at + kEight <= bytes_.size(); at += kEight) {
-    const std::uint64_t bytes = eightBytesAt(bytes_.data() + at);
-    const std::uint64_t found = zeroBytes(bytes ^ separators) | zeroBytes(bytes ^ lineEnds);
-    if (found != 0) return at + firstByte(found);
-  }
-  while (at < bytes_.size() && bytes_[at] != format_.separator && bytes_[at] != '\n') ++at;
-  return at;
-}
-
 // All records of a chunk that has neither quotes nor CR from here on.
 bool TableSplitter::splitBare() {
-  const auto isLineEnd = [&](std::size_t at) { return at == bytes_.size() || bytes_[at] == '\n'; };
-  while (at_ < bytes_.size()) {
-    if (isLineEnd(at_)) {
-      cells_.end = ++at_;
-      continue;
-    }
-    std::size_t index = 0, begin = at_, end = fieldEnd(at_);
-    for (const Column& column : columns_) {
-      for (; index < column.index; ++index) {
-        if (isLineEnd(end)) return failMissing(index + 1, end);
-        begin = end + 1;
-        end = fieldEnd(begin);
+  const EitherOf separatorOrLineEnd(format_.separator, '\n');
+  const Column* const first = columns_.data();
+  const Column* const last = first + columns_.size();
+  const std::size_t size = bytes_.size();
+  const Column* column = first;        // the next one to find
+  std::size_t index = 0, begin = at_;  // of the current field
+  const auto endField = [&](std::size_t end) {
+    for (; column != last && column->index == index; ++column) cells_.cells.push_back({begin, end});
+  };
+  const auto endRecord = [&](std::size_t end) {
+    if (column != last) return failMissing(index + 1, end);
+    if (!finishRecord(end, std::min(end + 1, size))) return false;
+    cells_.end = begin = at_;
+    column = first;
+    index = 0;
+    return true;
+  };
+  for (std::size_t at = at_, next = at; at < size; at = next) {
+    next = at + kSixteen;
+    std::uint32_t ends = separatorOrLineEnd.among(bytes_.substr(at));
+    for (; ends != 0; ends &= ends - 1) {
+      const std::size_t end = at + static_cast<std::size_t>(std::countr_zero(ends));
+      const bool isLineEnd = bytes_[end] == '\n';
+      if (isLineEnd && end == at_) {  // of an empty line
+        cells_.end = begin = ++at_;
+        continue;
       }
-      cells_.cells.push_back({begin, end});
+      endField(end);
+      if (!isLineEnd && column != last) {
+        ++index;
+        begin = end + 1;
+        continue;
+      }
+      // Fields behind the last column are passed over.
+      if (!endRecord(isLineEnd ? end : findByte(bytes_, '\n', end))) return false;
+      if (isLineEnd) continue;
+      next = at_;
+      break;
     }
-    const std::size_t lineEnd = isLineEnd(end) ? end : findByte(bytes_, '\n', end);
-    if (!finishRecord(lineEnd, std::min(lineEnd + 1, bytes_.size()))) return false;
-    cells_.end = at_;
   }
-  return true;
+  if (at_ == size) return true;
+  endField(size);
+  return endRecord(size);
 }
 
 // A record without quotes, and without CR but in its line end.
