@@ -338,6 +338,35 @@ inline bool Layout::writeFields(const P& places, char* to, int day, int clock) c
   return true;
 }
 
+// The end of what is written; null where the offset has seconds, or the texts no place for what is to be told.
+inline char* Layout::writeOffset(char* to, std::string_view text, const PlainTime& time) const {
+  bool hasColon = true;
+  if (offset_ == Offset::ofIso) {
+    if (time.offset == OffsetForm::none) return to;
+    if (time.offset == OffsetForm::z) {
+      *to = 'Z';
+      return to + 1;
+    }
+  } else {
+    if (time.offset == OffsetForm::none) return nullptr;
+    if (text[size_] == 'Z') {
+      *to = 'Z';
+      return time.offset == OffsetForm::numeric ? nullptr : to + 1;
+    }
+    hasColon = text[size_ + 3] == ':';
+  }
+  const bool isWest = time.offsetSeconds < 0;
+  const auto seconds = static_cast<unsigned>(isWest ? -time.offsetSeconds : time.offsetSeconds);
+  const unsigned minutes = seconds / 60;
+  if (minutes * 60 != seconds) return nullptr;
+  *to = isWest ? '-' : '+';
+  putTwoDigits(to + 1, static_cast<int>(minutes / 60));
+  to[3] = ':';
+  to += hasColon ? 4 : 3;
+  putTwoDigits(to, static_cast<int>(minutes % 60));
+  return to + 2;
+}
+
 std::size_t Layout::write(char* to, std::string_view text, const PlainTime& time) const {
   constexpr std::int64_t kFirst = kFirstPlainDay * kDay, kEnd = (kLastPlainDay + 1) * kDay;
   if (time.wall < kFirst || time.wall >= kEnd) return 0;
@@ -350,36 +379,9 @@ std::size_t Layout::write(char* to, std::string_view text, const PlainTime& time
   const bool isWritten = isIsoDatetime_ ? writeFields(IsoPlaces(), to, day, clock)
                                         : writeFields(places_, to, day, clock);
   if (!isWritten) return 0;
-  char* end = to + size_;
-  if (offset_ != Offset::none && !writeOffset(end, text, time)) return 0;
-  return static_cast<std::size_t>(end - to);
-}
-
-bool Layout::writeOffset(char*& end, std::string_view text, const PlainTime& time) const {
-  bool hasColon = true;
-  if (offset_ == Offset::ofIso) {
-    if (time.offset == OffsetForm::none) return true;
-    if (time.offset == OffsetForm::z) {
-      *end++ = 'Z';
-      return true;
-    }
-  } else {
-    if (time.offset == OffsetForm::none) return false;
-    if (text[size_] == 'Z') {
-      *end++ = 'Z';
-      return time.offset != OffsetForm::numeric;
-    }
-    hasColon = text[size_ + 3] == ':';
-  }
-  const int magnitude = time.offsetSeconds < 0 ? -time.offsetSeconds : time.offsetSeconds;
-  if (magnitude % 60 != 0) return false;
-  *end++ = time.offsetSeconds < 0 ? '-' : '+';
-  putTwoDigits(end, magnitude / 3600);
-  end += 2;
-  if (hasColon) *end++ = ':';
-  putTwoDigits(end, magnitude / 60 % 60);
-  end += 2;
-  return true;
+  if (offset_ == Offset::none) return size_;
+  const char* const end = writeOffset(to + size_, text, time);
+  return end == nullptr ? 0 : static_cast<std::size_t>(end - to);
 }
 
 bool Layout::refusesAllOf(const Layout& other) const {

@@ -92,7 +92,7 @@ class Layout {
   Front readOffset(std::string_view text, PlainTime& time) const;
   template <class P>
   bool writeFields(const P& places, char* to, int day, int clock) const;
-  bool writeOffset(char*& end, std::string_view text, const PlainTime& time) const;
+  char* writeOffset(char* to, std::string_view text, const PlainTime& time) const;
 
   std::array<char, kMost> literals_{};
   std::array<Kind, kMost> kinds_{};

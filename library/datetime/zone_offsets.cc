@@ -69,6 +69,10 @@ bool ZoneOffsets::tryTable() {
   }
   table_ = OffsetTable::of(*rules_);
   isTableTried_ = true;
+  if (table_) {
+    instants_.makeRoom();
+    walls_.makeRoom();
+  }
   return table_.has_value();
 }
 

@@ -4,11 +4,11 @@
 
 #include <unicode/basictz.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "offsets/offset_table.h"
 
@@ -36,9 +36,11 @@ class ZoneOffsets {
   OffsetStretch stretchAt(std::int64_t second);
 
  private:
-  // The stretches of the table that were met last, for each 24 days of 34 years.
+  // The stretches of the table that were met last, for each 12 days of 34 years.
   class Stretches {
    public:
+    // To be called before the first question.
+    void makeRoom() { stretches_.resize(kStretches); }
     int at(const OffsetLine& line, std::int64_t second) {
       Stretch& stretch = stretches_[static_cast<std::size_t>(second >> kBits) % kStretches];
       if (second < stretch.begin || second >= stretch.end) find(line, second, stretch);
@@ -46,15 +48,15 @@ class ZoneOffsets {
     }
 
    private:
-    static constexpr int kBits = 21;
-    static constexpr std::size_t kStretches = 512;
+    static constexpr int kBits = 20;
+    static constexpr std::size_t kStretches = 1024;
     struct Stretch {
       std::int64_t begin = 0, end = 0;  // in seconds, the latter being the first behind it
       int offset = 0;
     };
     static void find(const OffsetLine& line, std::int64_t second, Stretch& stretch);
 
-    std::array<Stretch, kStretches> stretches_;
+    std::vector<Stretch> stretches_;
   };
 
   bool hasTable() { return table_ || (!isTableTried_ && tryTable()); }
