@@ -202,6 +202,7 @@ TEST(FoundByPlaces, IsTheSame) {
   for (int run = 0; run < 6; ++run) {
     InLineOptions options{logFormats(2014), true, {}};
     if (run % 3 == 1) options = {logFormats({}), false, {}};
+    if (run == 3) options.match = R"(\d.*[\d\]])";
     if (run % 3 == 2) {  // more than there are bits for
       while (options.formats.size() < 40)
         options.formats.push_back(options.formats[options.formats.size() % 14]);

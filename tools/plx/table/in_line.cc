@@ -10,6 +10,7 @@
 #include "messages/calendar_names.h"
 #include "messages/letters.h"
 #include "stream/line_reader.h"
+#include "table/sixteen_bytes.h"
 
 namespace plx {
 
@@ -38,12 +39,8 @@ bool isWord(char c) {
          static_cast<unsigned char>(c) >= 0x80;
 }
 
-// What stands before a datetime is no part of a longer number or name: backup-2014-05-10.
-bool canBeginBehind(char before) {
-  return !isWord(before) && std::string_view("-+./").find(before) == std::string_view::npos;
-}
-
-// Nor is what stands behind: 2014-05-10.tar, 2014-05-10-b.
+// What stands before a datetime is no part of a longer number or name, as in backup-2014-05-10. Nor is what stands
+// behind: 2014-05-10.tar, 2014-05-10-b.
 bool canEndBefore(std::string_view rest, bool hasTime) {
   if (rest.empty()) return true;
   if (isWord(rest[0]) || rest[0] == '-' || rest[0] == '/' || rest[0] == '+') return false;
@@ -207,18 +204,21 @@ constexpr std::uint32_t bitOf(std::size_t format) {
   return std::uint32_t{1} << std::min<std::size_t>(format, kFurther);
 }
 
-constexpr std::uint8_t kBegins = 1, kJoins = 2;  // kinds of bytes
-
 }  // namespace
 
 InLineSplitter::InLineSplitter(const InLineOptions& options) : options_(options) {
   if (options.match) pattern_.emplace(*options.match);
   findFronts();
-  for (std::size_t byte = 0; byte < kinds_.size(); ++byte) {
-    if (fronts_[0][byte] != 0) kinds_[byte] |= kBegins;
-    if (!canBeginBehind(static_cast<char>(byte))) kinds_[byte] |= kJoins;
+  for (std::size_t byte = 0; byte < begins_.size(); ++byte) {
+    const bool isOfWord = isLetterOrDigit(static_cast<char>(byte));
+    // A format may begin with a blank, which isPlausible() has not.
+    begins_[byte] = fronts_[0][byte] != 0 && (isOfWord || !options.recognised);
+    if (begins_[byte] && !isOfWord) beginsWithWords_ = false;
   }
-  for (const auto& format : options.formats) hasYear_.push_back(namesYear(format->text()));
+  for (const auto& format : options.formats) {
+    hasYear_.push_back(namesYear(format->text()));
+    begunBy_.push_back(options.byPlaces ? formsBegunBy(format->text()) : 0);
+  }
 }
 
 void InLineSplitter::findFronts() {
@@ -231,6 +231,15 @@ void InLineSplitter::findFronts() {
         if (options_.formats[i]->mayHave(place, c)) forms |= bitOf(i);
     }
   }
+}
+
+// The formats, but those without a bit of their own, that are the begin of another one, as %H:%M is of %H:%M:%S: what they
+// read ends no later.
+InLineSplitter::Forms InLineSplitter::formsBegunBy(std::string_view text) const {
+  Forms forms = 0;
+  for (std::size_t i = 0; i < std::min<std::size_t>(options_.formats.size(), kFurther); ++i)
+    if (text.starts_with(options_.formats[i]->text())) forms |= bitOf(i);
+  return forms;
 }
 
 // Those that may stand at the front of a text, by its first bytes.
@@ -262,7 +271,7 @@ FoundInLine InLineSplitter::readFront(std::size_t number, std::string_view line,
 std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t begin) {
   const std::string_view text = line.substr(begin);
   Forms forms = formsAt(text);
-  if (forms == 0 || (options_.recognised && !isPlausible(text))) return std::nullopt;
+  if (forms == 0) return std::nullopt;
   FoundInLine found{begin, begin};
   bool isUnclear = false;
   const auto take = [&](const FoundInLine& candidate) {
@@ -288,7 +297,9 @@ std::optional<FoundInLine> InLineSplitter::at(std::string_view line, std::size_t
     const std::size_t end = first == kFurther ? options_.formats.size() : first + 1;
     for (std::size_t i = first; i < end; ++i) {
       const FoundInLine candidate = readFront(i, line, begin);
-      if (candidate.end > begin) take(candidate);
+      if (candidate.end <= begin) continue;
+      take(candidate);
+      if (found.end == candidate.end) forms &= ~begunBy_[i] | bitOf(first);
     }
   }
   if (found.end > begin) return found;
@@ -313,16 +324,38 @@ void InLineSplitter::split(const Chunk& chunk, std::size_t longest, Cells& cells
   }
 }
 
-// The first place from `at` on where a datetime may begin; `end` where there is none. Few bytes are the first of a word,
-// so that one look at each is most of the work.
-inline std::size_t InLineSplitter::candidateFrom(std::size_t at, std::string_view line,
-                                                 Span part) const {
-  const auto kindOf = [&](std::size_t i) { return kinds_[static_cast<unsigned char>(line[i])]; };
-  std::uint8_t before = at > part.begin ? kindOf(at - 1) : 0;
+// Whether a datetime may begin there, where no longer word does.
+inline bool InLineSplitter::isCandidate(std::size_t at, std::string_view line, Span part) const {
+  const std::string_view text = line.substr(at, part.end - at);
+  return begins_[static_cast<unsigned char>(text[0])] &&
+         (!options_.recognised || isPlausible(text));
+}
+
+// The first place from `at` on where a datetime may begin; the part's end where there is none.
+std::size_t InLineSplitter::candidateFrom(std::size_t at, std::string_view line, Span part) const {
+  if (options_.byPlaces && beginsWithWords_ && part.end - part.begin >= kSixteen)
+    return wordFrom(at, line, part);
   for (; at < part.end; ++at) {
-    const std::uint8_t kind = kindOf(at);
-    if ((kind & kBegins) != 0 && (before & kJoins) == 0) return at;
-    before = kind;
+    const bool isJoined = at > part.begin && joinsWords(line[at - 1]);
+    if (!isJoined && isCandidate(at, line, part)) return at;
+  }
+  return part.end;
+}
+
+// The same where datetimes begin with letters and digits, in a part of sixteen bytes or more: the begins of words among
+// sixteen bytes at once. The last sixteen overlap those before.
+inline std::size_t InLineSplitter::wordFrom(std::size_t at, std::string_view line,
+                                            Span part) const {
+  while (at < part.end) {
+    const std::size_t block = std::min(at, part.end - kSixteen);
+    const bool isJoined = block > part.begin && joinsWords(line[block - 1]);
+    const WordBytes bytes = wordBytesAmong(line.data() + block);
+    std::uint32_t starts = bytes.words & ~(bytes.joins << 1 | (isJoined ? 1U : 0U));
+    for (starts &= ~std::uint32_t{0} << (at - block); starts != 0; starts &= starts - 1) {
+      const std::size_t start = block + static_cast<std::size_t>(std::countr_zero(starts));
+      if (isCandidate(start, line, part)) return start;
+    }
+    at = block + kSixteen;
   }
   return part.end;
 }
@@ -331,10 +364,11 @@ void InLineSplitter::findIn(std::string_view line, Span part) {
   found_.clear();
   unclear_.reset();
   const std::string_view toEnd = line.substr(0, part.end);
-  for (std::size_t at = part.begin; (at = candidateFrom(at, line, part)) < part.end;) {
+  std::size_t at = firstCandidate_ = candidateFrom(part.begin, line, part);
+  while (at < part.end) {
     const auto found = this->at(toEnd, at);
     if (found) found_.push_back(*found);
-    at = found ? found->end : at + 1;
+    at = candidateFrom(found ? found->end : at + 1, line, part);
   }
 }
 
@@ -343,9 +377,7 @@ std::optional<Beside> InLineSplitter::wrongBefore(std::size_t end, std::string_v
                                                   Span part) const {
   for (std::size_t at = part.begin; (at = candidateFrom(at, line, part)) < end; ++at) {
     const std::string_view text = line.substr(at, part.end - at);
-    if (options_.recognised ? !isPlausible(text)
-                            : isWord(text[0]) && !isDigit(text[0]) && !isName(text))
-      continue;
+    if (!options_.recognised && isWord(text[0]) && !isDigit(text[0]) && !isName(text)) continue;
     for (const auto& format : options_.formats) {
       if (!format->mayHave(0, text[0])) continue;
       if (auto complaint = wrongInShape(*format, text)) return Beside{at, std::move(*complaint)};
@@ -361,7 +393,9 @@ std::optional<Beside> InLineSplitter::doubtOf(std::string_view line, Span part) 
   const std::size_t first = hasTimed ? timed->begin : part.end;
   if (unclear_ && *unclear_ < first)
     return Beside{*unclear_, {"where the datetime ends is not clear", kAcceptedClear}};
-  if (auto wrong = wrongBefore(first, line, part)) return wrong;
+  if (firstCandidate_ < first || !options_.byPlaces) {
+    if (auto wrong = wrongBefore(first, line, part)) return wrong;
+  }
   // A date alone is no rival of a time.
   if (hasTimed) std::erase_if(found_, [](const FoundInLine& found) { return !found.hasTime; });
   if (found_.empty()) return std::nullopt;

@@ -32,7 +32,8 @@ struct InLineOptions {
   std::optional<std::string>
       match;               // a regular expression for the part of a line that has the datetime
   bool usesClock = false;  // the time of day is read or set, so that a date alone has to be one
-  // Formats are tried by the places of their parts first, which finds the same; tests compare.
+  // Formats are tried by the places of their parts first, and words are looked for sixteen bytes at a time, which finds
+  // the same; tests compare.
   bool byPlaces = true;
 };
 
@@ -52,10 +53,13 @@ class InLineSplitter {
   using Forms = std::uint32_t;
 
   void findFronts();
+  Forms formsBegunBy(std::string_view text) const;
   Forms formsAt(std::string_view text) const;
   FoundInLine readFront(std::size_t number, std::string_view line, std::size_t begin);
   std::optional<FoundInLine> at(std::string_view line, std::size_t begin);
   std::size_t candidateFrom(std::size_t at, std::string_view line, Span part) const;
+  std::size_t wordFrom(std::size_t at, std::string_view line, Span part) const;
+  bool isCandidate(std::size_t at, std::string_view line, Span part) const;
   void findIn(std::string_view line, Span part);
   std::optional<Beside> wrongBefore(std::size_t end, std::string_view line, Span part) const;
   std::optional<Beside> doubtOf(std::string_view line, Span part);
@@ -64,12 +68,14 @@ class InLineSplitter {
   const InLineOptions& options_;
   // By place and byte: the forms that may have it there.
   std::array<std::array<Forms, 256>, Format::kFronts> fronts_{};
-  std::array<std::uint8_t, 256>
-      kinds_{};                // of bytes: whether a datetime may begin there, or behind
-  PlainTime time_;             // what was read last
-  std::vector<bool> hasYear_;  // of the formats
+  std::array<bool, 256> begins_{};  // by byte: whether a datetime may begin with it
+  bool beginsWithWords_ = true;     // those are letters and digits
+  PlainTime time_;                  // what was read last
+  std::vector<bool> hasYear_;       // of the formats
+  std::vector<Forms> begunBy_;      // likewise: the shorter formats that each one begins with
   std::optional<Pattern> pattern_;
   std::vector<FoundInLine> found_;  // of the line
+  std::size_t firstCandidate_ = 0;  // the first place in it where one may begin
   std::optional<std::size_t>
       unclear_;  // where a datetime begins in it of which the end is not clear
 };
