@@ -134,8 +134,23 @@ bool isMonth(std::string_view text) {
   return std::ranges::find(kMonthKeys, keyOf(text)) != kMonthKeys.end();
 }
 
+// By byte: whether a name begins with it.
+constexpr auto kBeginsName = [] {
+  std::array<bool, 256> begins{};
+  const auto add = [&](const auto& names) {
+    for (const std::string_view name : names) {
+      begins[static_cast<unsigned char>(name[0])] = true;
+      begins[static_cast<unsigned char>(lowerCase(name[0]))] = true;
+    }
+  };
+  add(kMonthNames);
+  add(kWeekdayNames);
+  return begins;
+}();
+
 // A month or a day of the week. Most words begin no date.
 bool isName(std::string_view text) {
+  if (text.empty() || !kBeginsName[static_cast<unsigned char>(text[0])]) return false;
   return isMonth(text) || std::ranges::find(kWeekdayKeys, keyOf(text)) != kWeekdayKeys.end();
 }
 
