@@ -152,6 +152,7 @@ int useZoneRules(const char* path, paError* error) {
       best = &found;
     }
   }
+  if (best == nullptr && wrong == nullptr) return 0;  // ICU's data are not read for nothing
   std::string inUse = ownRelease();
   if (best != nullptr && zones::isNewer(best->release, inUse)) {
     if (!use(*best)) {

@@ -39,8 +39,10 @@ struct Range {
 
 std::atomic<bool> isWatching = false;
 // When the rules in use were converted from the system's, in nanoseconds as below: only files that were changed since
-// can differ. Of other rules, any may.
-std::atomic<std::int64_t> convertedAt = std::numeric_limits<std::int64_t>::min();
+// can differ. Of other rules, any may. Found out for the first zone that is looked at, as most runs have none.
+constexpr std::int64_t kNeverConverted = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kNotLookedAt = std::numeric_limits<std::int64_t>::max();
+std::atomic<std::int64_t> conversion = kNotLookedAt;
 std::mutex mutex;
 std::map<std::string, Range> watched;  // by zone
 
@@ -112,10 +114,29 @@ std::optional<zones::ZoneFile> fileOf(const std::string& name, const zones::Syst
   return file ? file : system.zone(zoneBehind(name));
 }
 
+std::int64_t findConversion() {
+  const zones::SystemZones system(zones::systemZonesFolder());
+  const RulesInUse rules = rulesInUse();
+  if (rules.converted != system.folder() || rules.release != system.release())
+    return kNeverConverted;
+  struct stat info;
+  UErrorCode status = U_ZERO_ERROR;
+  return ::stat(fileOfRules(u_getTimeZoneFilesDirectory(&status)).c_str(), &info) == 0
+             ? nanoseconds(info.st_mtim)
+             : kNeverConverted;
+}
+
+// Two threads that ask at once find the same.
+std::int64_t convertedAt() {
+  std::int64_t at = conversion;
+  if (at == kNotLookedAt) conversion = at = findConversion();
+  return at;
+}
+
 // The first second in [from, until) at which a zone's rules in use are not the system's.
 std::optional<zones::Offsets> firstOther(const std::string& name, std::int64_t from,
                                          std::int64_t until, const zones::SystemZones& system) {
-  if (changeOfFile(name) < convertedAt) return std::nullopt;
+  if (changeOfFile(name) < convertedAt()) return std::nullopt;
   const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicodeText(name)));
   const auto* rules = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
   const auto file = fileOf(name, system);
@@ -188,14 +209,8 @@ RulesInUse rulesInUse() {
 }
 
 void RulesWatch::begin() {
-  const zones::SystemZones system(zones::systemZonesFolder());
-  const RulesInUse rules = rulesInUse();
+  conversion = kNotLookedAt;
   isWatching = true;
-  if (rules.converted != system.folder() || rules.release != system.release()) return;
-  struct stat info;
-  UErrorCode status = U_ZERO_ERROR;
-  if (::stat(fileOfRules(u_getTimeZoneFilesDirectory(&status)).c_str(), &info) == 0)
-    convertedAt = nanoseconds(info.st_mtim);
 }
 
 bool RulesWatch::isOn() { return isWatching.load(std::memory_order_relaxed); }
