@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -177,6 +178,26 @@ TEST(Layout, ReadsAndWritesDatesOfISO) {
     writeDatetime(plainly, expected, wall, "");
     ASSERT_EQ(byPlaces, plainly) << text;
     ++written;
+  }
+}
+
+TEST(Layout, WritesYearsOfFourDigitsAlone) {
+  const Layout& layout = Layout::ofIsoDatetimes();
+  const struct {
+    std::int64_t wall;
+    const char* written;
+  } rows[] = {
+      {-62167219201, ""},
+      {-62167219200, "0000-01-01T00:00:00"},
+      {253402300799, "9999-12-31T23:59:59"},
+      {253402300800, ""},
+      {std::numeric_limits<std::int64_t>::min(), ""},
+      {std::numeric_limits<std::int64_t>::max(), ""},
+  };
+  Cases cases(6);
+  for (const auto& r : rows) {
+    EXPECT_EQ(writtenByPlaces(layout, "2014-05-10T08:30:15", {r.wall}), r.written);
+    ++cases;
   }
 }
 
