@@ -38,7 +38,7 @@ class CellWriter {
   // Writes the text in quotes where the cell had quotes, or the text has a separator, a quote, CR or LF. In JSON,
   // a number stays a number where the text is one, and an empty text is null.
   void replace(const Cell& cell, std::string_view text) {
-    if (!arePlain_ || cell.quoted) return replaceOther(cell, text);
+    if (!arePlain_) return replaceOther(cell, text);
     copyTo(cell.begin);
     out_.append(text);
     at_ = cell.end;
