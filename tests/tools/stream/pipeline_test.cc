@@ -22,17 +22,22 @@
 namespace plx {
 namespace {
 
-// Copies records, but fails at the one that is "bad", after those before it. Takes its time.
+// Copies records, but fails at the one that is "bad", after those before it. Takes its time, and of an odd seed keeps what
+// becomes of a chunk until the next one.
 class Copier : public Worker {
  public:
-  explicit Copier(std::uint64_t seed) : random_(seed) {}
+  explicit Copier(std::uint64_t seed) : keeps_(seed % 2 != 0), random_(seed) {}
 
   std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
     EXPECT_EQ(std::this_thread::get_id(), thread_) << "a worker belongs to one thread";
     if (random_.oneIn(4))
       std::this_thread::sleep_for(std::chrono::microseconds(random_.whole(0, 300)));
     const std::size_t bad = chunk.bytes().find("bad");
-    piece.text += chunk.bytes().substr(0, bad);
+    if (keeps_) {
+      piece.kept = kept_ = chunk.bytes().substr(0, bad);
+    } else {
+      piece.text += chunk.bytes().substr(0, bad);
+    }
     if (bad == std::string_view::npos) return std::nullopt;
     const Failure failure{Status::badData, "bad in " + std::to_string(chunk.record)};
     if (random_.oneIn(2)) throw failure;
@@ -40,6 +45,8 @@ class Copier : public Worker {
   }
 
  private:
+  const bool keeps_;
+  std::string kept_;
   Random random_;
   std::thread::id thread_ = std::this_thread::get_id();
 };
@@ -90,7 +97,7 @@ TEST(Pipeline, TheOrderStaysAndTheFirstFailureCounts) {
       const std::string message =
           messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
             EXPECT_EQ(++writing, 1);
-            out += piece.text;
+            out += piece.bytes();
             --writing;
           });
       EXPECT_EQ(out, expected);
@@ -166,6 +173,46 @@ TEST(Pipeline, FailuresAroundTheWork) {
   }
 }
 
+// While the first chunk takes its time, another thread goes on: text is laid aside, and one more chunk worked on; what a
+// worker keeps is not, as its next chunk takes the room.
+TEST(Pipeline, LaysAsideWhatIsDoneBeforeItsTurn) {
+  Cases cases(2 * 6);
+  for (const bool keeps : {false, true}) {
+    std::atomic<int> begun = 0;
+    class Slow : public Worker {
+     public:
+      Slow(std::atomic<int>& begun, bool keeps) : begun_(begun), keeps_(keeps) {}
+      std::optional<Failure> run(const Chunk& chunk, Piece& piece) override {
+        ++begun_;
+        (keeps_ ? kept_ : piece.text) = chunk.bytes();
+        if (keeps_) piece.kept = kept_;
+        if (chunk.record > 1) return std::nullopt;
+        const int most = keeps_ ? 2 : 3;
+        for (int i = 0; i < 120'000 && begun_ < most; ++i)
+          std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        std::this_thread::sleep_for(
+            std::chrono::milliseconds(20));  // in which nothing more is begun
+        EXPECT_EQ(begun_, most);
+        return std::nullopt;
+      }
+
+     private:
+      std::atomic<int>& begun_;
+      const bool keeps_;
+      std::string kept_;
+    };
+    const Packets input({"1\n", "2\n", "3\n", "4\n", "5\n", "6\n"});
+    Source source("-");
+    ChunkReader reader(source, false, 1000);
+    Pipeline pipeline(2, [&] { return std::make_unique<Slow>(begun, keeps); });
+    std::string out;
+    EXPECT_EQ(
+        messageOf(pipeline, reader, [&](auto&, auto& piece) { out += piece.bytes(), ++cases; }),
+        "");
+    EXPECT_EQ(out, "1\n2\n3\n4\n5\n6\n");
+  }
+}
+
 // A signal's handler runs in the thread that started the others.
 TEST(Pipeline, OneThreadGetsTheSignals) {
   Cases cases(20);
@@ -217,8 +264,8 @@ TEST(Pipeline, DoesNotWaitForMoreThanItNeeds) {
       ChunkReader reader(source, false, 1000);
       Pipeline pipeline = pipelineOf(jobs, 1);
       message = messageOf(pipeline, reader, [&](const Chunk&, const Piece& piece) {
-        EXPECT_EQ(::write(out[1], piece.text.data(), piece.text.size()),
-                  static_cast<ssize_t>(piece.text.size()));
+        EXPECT_EQ(::write(out[1], piece.bytes().data(), piece.bytes().size()),
+                  static_cast<ssize_t>(piece.bytes().size()));
       });
     });
     for (int i = 0; i < 5; ++i) {

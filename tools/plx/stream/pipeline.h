@@ -1,7 +1,9 @@
 // Takes chunks through workers, on as many threads as asked for, and writes the results in order.
 //
-// Each thread takes the next chunk, turns it into text, waits for its turn and writes. So there are
-// never more chunks in memory than threads, and a single thread is a plain loop.
+// Each thread takes the next chunk and turns it into text. Whose turn it is writes, and with it what lies behind in
+// order; others lay theirs aside and go on with the next chunk, so that no thread waits for one that the system has
+// stopped for a while. There are never more than two chunks in memory for each thread, and a single thread is a plain
+// loop.
 #pragma once
 
 #include <cstddef>
@@ -73,11 +75,13 @@ class Pipeline {
   void run(Chunks& chunks, const Write& write);
 
  private:
+  struct Task;    // a chunk and what becomes of it
   struct Thread;  // what a thread keeps
   class Run;
 
   MakeWorker makeWorker_;
   std::vector<Thread> threads_;
+  std::vector<std::unique_ptr<Task>> spare_;  // as many as threads, for what is laid aside
 };
 
 }  // namespace plx
