@@ -247,6 +247,8 @@ TEST(TableSet, Complaints) {
       {"2014-05-10\nx,y\n", "set day 1 a.csv", "+hh:mm]], as in 2014-05-10T08:30:15.25\n", 1},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t --new-column n a.csv",
        "plx: --new-column: the table has such a column already: \"n\"; accepted: another name", 2},
+      {"t, n\n2014-05-10,1\n", "get day -c t --new-column=\tn a.csv",
+       "plx: --new-column: the table has such a column already: \"\\tn\"", 2},
       {"t,n\n2014-05-10,1\n", "get day -c t -c n --new-column x --new-column x a.csv",
        "plx: --new-column: the table has such a column already: \"x\"", 2},
       {"t,n\n2014-05-10,1\n", "set day 1 -c t -c t a.csv", "given twice", 2},

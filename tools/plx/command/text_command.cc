@@ -382,9 +382,10 @@ class Run {
     if (edit_.table->header)
       names = readHeader(reader.peek(), *edit_.table, reader.source().name()).names;
     for (const std::string& name : options_.newColumns) {
-      if (std::find(names.begin(), names.end(), name) != names.end())
+      const std::string_view bare = withoutBlanks(name, *edit_.table);
+      if (std::find(names.begin(), names.end(), bare) != names.end())
         throw usage("--new-column", "the table has such a column already", name, "another name");
-      names.push_back(name);
+      names.emplace_back(bare);
     }
   }
 

@@ -34,12 +34,6 @@ std::size_t numberOf(std::string_view text) {
   throw Failure{Status::unknownName, describe(source, {std::move(what), accepted}, text)};
 }
 
-std::string_view withoutBlanks(std::string_view text, const TableFormat& format) {
-  while (!text.empty() && isBlank(text.front(), format)) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back(), format)) text.remove_suffix(1);
-  return text;
-}
-
 std::vector<Column> ascending(std::vector<Column> columns) {
   std::sort(columns.begin(), columns.end(),
             [](const Column& a, const Column& b) { return a.index < b.index; });
@@ -88,6 +82,12 @@ std::string listOfNames(const std::vector<std::string>& names) {
   if (names.size() > kMostNamesTold)
     list += fmt::format(", and {} more", names.size() - kMostNamesTold);
   return list;
+}
+
+std::string_view withoutBlanks(std::string_view text, const TableFormat& format) {
+  while (!text.empty() && isBlank(text.front(), format)) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back(), format)) text.remove_suffix(1);
+  return text;
 }
 
 Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_view source) {

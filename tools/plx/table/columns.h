@@ -22,6 +22,9 @@ struct Header {
   std::vector<std::string> names;  // unquoted, without blanks around them
 };
 
+// A column's name as it is compared with others: blanks around it are no part of it.
+std::string_view withoutBlanks(std::string_view text, const TableFormat& format);
+
 // The header in the first chunk of a source; `chunk` is null for an empty source, of which `source`
 // is the name. Throws a Failure of Status::badData where there is none or it cannot be read.
 Header readHeader(const Chunk* chunk, const TableFormat& format, std::string_view source);
