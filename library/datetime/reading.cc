@@ -223,7 +223,7 @@ bool hasFractionOfText(const Reading& reading, const doubledouble& pair) {
 // The digits that the result holds; where the fraction was left alone, those of the text.
 DecimalSeconds heldDecimal(const Reading& reading, const doubledouble& pair) {
   DecimalSeconds decimal = rounded(pair, digitsHeldOf(reading, pair));
-  if (!hasFractionOfText(reading, pair)) return decimal;
+  if (!reading.keepsDigits || !hasFractionOfText(reading, pair)) return decimal;
   const std::string_view digits = reading.text.fraction;
   // Many nines were rounded up into the next second.
   if (decimal.fraction.empty() && digits.front() == '9') --decimal.seconds;

@@ -27,6 +27,8 @@ struct Reading {
   // Whose wall time the text is: that zone, or the one in its brackets. Null for an instant.
   const Zone* clock = nullptr;
   doubledouble pair{0.0, 0.0};
+  // Whether digits may stay that no pair holds; not where those of the second are replaced.
+  bool keepsDigits = true;
 };
 
 // Reads a text in a zone for all datetimes or, where that is null, in the zone it brings along,

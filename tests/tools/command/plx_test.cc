@@ -589,6 +589,35 @@ TEST(Plx, KeepsDigitsOfASecondThatIsLeftAlone) {
   }
 }
 
+// So many nines are rounded up into the next second, and so many zeros away, as far as a result holds them.
+TEST(Plx, DigitsOfASecondThatIsReplacedDoNotStay) {
+  const struct {
+    const char *setting, *of9, *of0;  // the latter of 15.000...1
+  } rows[] = {
+      {"second=59", "2014-12-31T23:59:59", "2014-12-31T23:59:59"},
+      {"second=30.5", "2014-12-31T23:59:30.5", "2014-12-31T23:59:30.5"},
+      {"time=09:30", "2014-12-31T09:30:00", "2014-12-31T09:30:00"},
+      {"time-of-day=5", "2014-12-31T00:00:05", "2014-12-31T00:00:05"},
+      {"minute=up:15", "2015-01-01T00:00:00", "2015-01-01T00:00:00"},
+      {"second=down:5", "2014-12-31T23:59:55", "2014-12-31T23:59:15"},
+  };
+  const std::string nines = "59." + std::string(26, '9'),
+                    zeros = "15." + std::string(25, '0') + '1';
+  Cases cases(std::size(rows) * 4);
+  for (const auto& row : rows) {
+    for (const std::string zone : {"", "+01:00"}) {
+      for (const auto& [seconds, result] : {std::pair(nines, row.of9), std::pair(zeros, row.of0)}) {
+        EXPECT_EQ(runPlx({"set", row.setting, "2014-12-31T23:59:" + seconds + zone}),
+                  (PlxResult{0, result + zone + '\n', "", 0}))
+            << row.setting;
+        ++cases;
+      }
+    }
+  }
+  EXPECT_EQ(runPlx({"set", "second+=1", "2014-12-31T23:59:" + nines}).out,
+            "2015-01-01T00:00:00." + std::string(26, '9') + '\n');
+}
+
 TEST(Plx, TellsThatDigitsWereCut) {
   const auto told = [&](const std::string& fraction) {
     return runPlx({"set", "hour", "2", "-z", "America/New_York", "--gap", "start",

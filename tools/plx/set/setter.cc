@@ -47,6 +47,12 @@ Setter::Setter(Module& module, const SetterOptions& options)
                                           return factsOf(assignment.component).takesFractions ||
                                                  assignment.isMultiple();
                                         })),
+      replacesDigits_(std::ranges::any_of(options.assignments,
+                                          [](const Assignment& assignment) {
+                                            return assignment.isMultiple() ||
+                                                   (factsOf(assignment.component).takesFractions &&
+                                                    assignment.change == Change::to);
+                                          })),
       byPlaces_(options.byPlaces && !options.check),
       hasValuesForAll_(std::ranges::all_of(
           options.assignments, [](const Assignment& a) { return a.value.has_value(); })) {
@@ -119,6 +125,7 @@ void Setter::read(const Task& task, std::size_t at) {
   auto reading = reader_.read(task, trouble);
   if (!reading) return batch_->fail(std::move(trouble));
   if (reading->missing || !hasValues(task, at, *reading->zone)) return;
+  reading->keepsDigits = !replacesDigits_;
   put(*reading->zone, reading->pair, {at, nullptr, readings_.size()});
   readings_.push_back(*reading);
 }

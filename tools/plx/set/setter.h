@@ -116,7 +116,8 @@ class Setter : public CellWork {
   Module& module_;
   const SetterOptions& options_;
   TaskReader reader_;
-  const bool keepsDigits_;  // no component replaces the digits of a second
+  const bool keepsDigits_;     // no component changes the digits of a second
+  const bool replacesDigits_;  // a component replaces them, whatever they were
   const bool byPlaces_;
   const bool hasValuesForAll_;
   std::vector<Part> parts_;
