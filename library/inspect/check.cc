@@ -190,8 +190,12 @@ std::string Checker::describe(const Finding& finding) {
                      finding.noSuchWeek->year));
   }
   if (finding.carried) {
-    tell(fmt::format("{} {} carried over", finding.carried->field().name(),
-                     finding.carried->asked()));
+    const CalendarField field = finding.carried->field();
+    const double asked = finding.carried->asked();
+    std::string date;
+    if (field.own == Own::date) writeDatetime(date, {}, {static_cast<int128>(asked) * 86400}, "");
+    tell(date.empty() ? fmt::format("{} {} carried over", field.name(), asked)
+                      : fmt::format("{} {} carried over", field.name(), date));
   }
   if (finding.gap) {
     tell(describeGap(finding.askedWall, *finding.gap));

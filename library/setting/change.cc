@@ -442,12 +442,18 @@ std::optional<Apart> areApart(std::span<const Assignment> assignments) {
   return std::nullopt;
 }
 
-double dayInTurn(std::span<const Assignment> assignments, std::span<const double> values,
-                 double day, const Zone& zone) {
-  Lost lost;
-  for (std::size_t i = 0; i < assignments.size(); ++i)
-    day = movedDay(assignments[i], values[i], day, zone, false, lost);
-  return day;
+InTurn inTurn(std::span<const Assignment> assignments, std::span<const double> values, double day,
+              const Zone& zone) {
+  InTurn result{day};
+  bool carries = false;  // the setting before
+  for (std::size_t i = 0; i < assignments.size(); ++i) {
+    // A date replaces all before it.
+    result.carriesOnTheWay = assignments[i].own != Own::date && (result.carriesOnTheWay || carries);
+    Lost lost;
+    result.day = movedDay(assignments[i], values[i], result.day, zone, false, lost);
+    carries = lost.date || lost.week;
+  }
+  return result;
 }
 
 }  // namespace plx

@@ -83,8 +83,13 @@ struct Apart {
 };
 std::optional<Apart> areApart(std::span<const Assignment> assignments);
 
-// The day that the settings lead to one after the other, by the same arithmetic.
-double dayInTurn(std::span<const Assignment> assignments, std::span<const double> values,
-                 double day, const Zone& zone);
+// What settings lead to one after the other, by the same arithmetic.
+struct InTurn {
+  double day;
+  // One of them kept a day of the month, or an ISO week, that does not exist, and another one goes on from there.
+  bool carriesOnTheWay = false;
+};
+InTurn inTurn(std::span<const Assignment> assignments, std::span<const double> values, double day,
+              const Zone& zone);
 
 }  // namespace plx

@@ -240,6 +240,15 @@ TEST(Settings, HintsAtTogether) {
   EXPECT_EQ(hints("set month=feb day=last 2014-01-31 --clip"), 0);
   EXPECT_EQ(hints("set month=feb hour=6 day=10 2014-01-29"), 1) << "one of the clock between them";
   EXPECT_EQ(hints("set month=feb year=2015 2014-05-31"), 0) << "nor is there a 31 February as one";
+  EXPECT_EQ(hints("set month=feb day=30 2014-01-31"), 1)
+      << "nor a 30 February, but in turn 30 March";
+  EXPECT_EQ(hints("set year=2015 month=feb 2016-02-29"), 1);
+  EXPECT_EQ(hints("set month=feb day=30 2014-01-28"), 0) << "which only carries in the end";
+  EXPECT_EQ(hints("set day=31 month=feb year=2016 2014-01-15"), 1);
+  EXPECT_EQ(hints("set iso-year=2014 iso-week=5 2015-12-31"), 1) << "there is no week 53 in 2014";
+  EXPECT_EQ(hints("set quarter=1 day-of-week=4 year=2013 2014-12-29"), 0)
+      << "which as one is another day, but all of these exist";
+  EXPECT_EQ(hints("set month=feb date=2014-05-30 month=jun 2014-01-31"), 0) << "the date is new";
   EXPECT_EQ(hints("set month=feb day=10 day=12 2014-01-31"), 0)
       << "which cannot be resolved as one";
   const PlxResult zones =
@@ -269,6 +278,7 @@ TEST(Settings, AreChecked) {
       {"month=13 day=1 2014-05-01 --together", "month 13 carried over"},
       {"month=feb day=31 2014-05-01 --together", "there is no 31 February 2014: 2014-03-03"},
       {"month=feb year=2015 2014-05-31 --together", "there is no 31 February 2015: 2015-03-03"},
+      {"date=2014-05-31 month=feb 2014-01-31 --together", "; date 2014-05-31 carried over: 2014-0"},
       {"date=2014-03-09 2014-05-10T02:30 -z America/New_York", "02:30:00 is skipped"},
       {"hour+=1 2014-11-02T00:30 -z America/New_York", "comes twice"},
       {"day-of-week=0 2014-05-11T00:00Z", "day-of-week 0 carried over"},

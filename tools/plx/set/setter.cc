@@ -58,7 +58,7 @@ Setter::Setter(Module& module, const SetterOptions& options)
           options.assignments, [](const Assignment& a) { return a.value.has_value(); })) {
   const auto& assignments = options.assignments;
   std::optional<std::size_t> ofDate;
-  bool hasMonths = false;
+  bool mayCarry = false;
   for (std::size_t a = 0; a < assignments.size(); ++a) {
     const bool isOfDate = assignments[a].isOfDate();
     if (options.together && isOfDate && ofDate) {
@@ -67,10 +67,10 @@ Setter::Setter(Module& module, const SetterOptions& options)
       if (isOfDate) ofDate = parts_.size();
       parts_.push_back({a});
     }
-    // A day that is kept may carry, and another setting of the date goes on from there.
+    // A day or an ISO week that is kept may carry, and another setting of the date goes on from there.
     const bool goesOn = isOfDate && assignments[a].own != Own::date;
-    mayCarryOnTheWay_ = mayCarryOnTheWay_ || (hasMonths && goesOn);
-    hasMonths = hasMonths || isOfMonths(assignments[a]);
+    mayCarryOnTheWay_ = mayCarryOnTheWay_ || (mayCarry && goesOn);
+    mayCarry = mayCarry || isOfMonths(assignments[a]) || assignments[a].own == Own::isoYear;
   }
   mayCarryOnTheWay_ = mayCarryOnTheWay_ && !options.together && !options.clips;
 }
@@ -254,8 +254,7 @@ void Setter::set(Group& group, std::size_t part) {
   if (settles) settleClocks(group, part, before);
 }
 
-// Notes whether settings in turn lead to another day than settings resolved as one: then a day that was kept on
-// the way did not exist.
+// Notes whether settings in turn carry on the way, and so lead to another day than settings resolved as one.
 void Setter::lookOnTheWay(const Group& group) {
   std::vector<Assignment> assignments;
   std::vector<double> values;
@@ -264,14 +263,14 @@ void Setter::lookOnTheWay(const Group& group) {
   if (areApart(assignments)) return;
   for (std::size_t i = 0; i < group.sources.size(); ++i) {
     const doubledouble before = group.datetimes.at(i);
-    const double day = wallOf(before, group.zone).day, dayOfMonth = dateOf(day).day;
-    if (dayOfMonth <= 28.0) continue;
+    const double day = wallOf(before, group.zone).day;
     values.clear();
     for (std::size_t a = 0; a < options_.assignments.size(); ++a)
       if (options_.assignments[a].isOfDate()) values.push_back(group.values[a][i]);
+    const InTurn result = inTurn(assignments, values, day, group.zone);
+    if (!result.carriesOnTheWay) continue;
     const Setting together = togetherOf(assignments, values, before, group.zone, false).setting;
-    const double asOne = day + together.value - dayOfMonth;
-    if (together.noSuchDate || asOne == dayInTurn(assignments, values, day, group.zone)) continue;
+    if (day + together.value - dateOf(day).day == result.day) continue;
     batch_->carriedOnTheWay = true;
     return;
   }
