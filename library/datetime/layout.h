@@ -65,9 +65,9 @@ class Layout {
   // A number may have fewer digits than places, but a year; what then stands there is read in another way.
   enum class Kind : std::uint8_t { literal, digit, digitOfYear, letter, separator };
   enum class Offset : std::uint8_t { none, ofFormat, ofIso };
-  // What eight bytes of a text have to be, the first one lowest. XOR with what is expected makes a literal 0 and a digit
-  // its value; the sum reaches the uppermost bit of each byte that is more than 9, and the mask leaves what is wrong. A
-  // sum that carries into the next byte does so from a wrong one.
+  // What eight bytes of a text have to be, the first one lowest. XOR with what is expected makes a literal 0 and a
+  // digit its value; the sum reaches the uppermost bit of each byte that is more than 9, and the mask leaves what is
+  // wrong. A sum that carries into the next byte does so from a wrong one.
   struct Word {
     std::size_t at;
     std::uint64_t expected, sum, mask;

@@ -22,8 +22,8 @@
 namespace plx {
 namespace {
 
-// Copies records, but fails at the one that is "bad", after those before it. Takes its time, and of an odd seed keeps what
-// becomes of a chunk until the next one.
+// Copies records, but fails at the one that is "bad", after those before it. Takes its time, and of an odd seed keeps
+// what becomes of a chunk until the next one.
 class Copier : public Worker {
  public:
   explicit Copier(std::uint64_t seed) : keeps_(seed % 2 != 0), random_(seed) {}
@@ -173,8 +173,8 @@ TEST(Pipeline, FailuresAroundTheWork) {
   }
 }
 
-// While the first chunk takes its time, another thread goes on: text is laid aside, and one more chunk worked on; what a
-// worker keeps is not, as its next chunk takes the room.
+// While the first chunk takes its time, another thread goes on: text is laid aside, and one more chunk worked on; what
+// a worker keeps is not, as its next chunk takes the room.
 TEST(Pipeline, LaysAsideWhatIsDoneBeforeItsTurn) {
   Cases cases(2 * 6);
   for (const bool keeps : {false, true}) {

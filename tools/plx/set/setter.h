@@ -53,7 +53,8 @@ class Setter : public CellWork {
     const Layout* layout = nullptr;  // by which it was read; of null:
     std::size_t reading = 0;         // where that stands in `readings_`
   };
-  // The datetimes of a batch that share a zone, in the order of their tasks. Each column has one entry for each of the datetimes.
+  // The datetimes of a batch that share a zone, in the order of their tasks. Each column has one entry for each of the
+  // datetimes.
   struct Group {
     Group(const Zone& zone, const ClockChoice& choice)
         : zone(zone), checker(zone), settler(choice, zone, checker) {}

@@ -249,8 +249,8 @@ void InLineSplitter::findFronts() {
   }
 }
 
-// The formats, but those without a bit of their own, that are the begin of another one, as %H:%M is of %H:%M:%S: what they
-// read ends no later.
+// The formats, but those without a bit of their own, that are the begin of another one, as %H:%M is of %H:%M:%S: what
+// they read ends no later.
 InLineSplitter::Forms InLineSplitter::formsBegunBy(std::string_view text) const {
   Forms forms = 0;
   for (std::size_t i = 0; i < std::min<std::size_t>(options_.formats.size(), kFurther); ++i)
