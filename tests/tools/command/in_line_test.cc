@@ -16,7 +16,7 @@ PlxResult inLine(const std::vector<std::string>& more, std::string_view input) {
 }
 
 TEST(InLine, LogsAsTheyAre) {
-  Cases cases(37);
+  Cases cases(39);
   const struct {
     const char *in, *out, *why;
   } rows[] = {
@@ -62,6 +62,8 @@ TEST(InLine, LogsAsTheyAre) {
        "Last-Modified: Sat, 10 May 2014 08:00:00 GMT", "HTTP"},
       {"expires 9 May 2014 08:30:15 GMT x", "expires 9 May 2014 08:00:00 GMT x",
        "and without the weekday"},
+      {"10 May 2014 08:30:15 INFO x", "10 May 2014 08:00:00 INFO x", "nor a zone behind it"},
+      {"1:M 10 May 2014 08:30:15.123 # x", "1:M 10 May 2014 08:00:00.000 # x", "with a fraction"},
       {"Date: Sat, 10 May 2014 08:30:15 +0200 (CEST)",
        "Date: Sat, 10 May 2014 08:00:00 +0200 (CEST)", "an offset that is told twice"},
       {"Wed Oct 11 14:32:52 UTC 2000", "Wed Oct 11 14:00:00 UTC 2000", "date"},

@@ -30,7 +30,7 @@ constexpr const char* kLogFormats[] = {
     "%Y/%m/%d %H:%M:%S.%f",    "%a %b %e %H:%M:%S %Y",     "%a %b %e %H:%M:%S.%f %Y",
     "%a %b %e %H:%M:%S %Z %Y", "%a, %d %b %Y %H:%M:%S %z", "%a, %d %b %Y %H:%M:%S %Z",
     "%d %b %Y %H:%M:%S %z",    "%d %b %Y %H:%M:%S %Z",     "%b %e %H:%M:%S %Y",
-    "%b %e %Y %H:%M:%S",
+    "%b %e %Y %H:%M:%S",       "%d %b %Y %H:%M:%S",        "%d %b %Y %H:%M:%S.%f",
     "%Y-%m-%d %H:%M:%S",  // with hours of one digit
 };
 constexpr const char* kWithoutYear[] = {"%b %e %H:%M:%S", "%b %e %H:%M:%S.%f"};
