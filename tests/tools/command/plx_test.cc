@@ -618,6 +618,29 @@ TEST(Plx, DigitsOfASecondThatIsReplacedDoNotStay) {
             "2015-01-01T00:00:00." + std::string(26, '9') + '\n');
 }
 
+// A time at the edge of a gap is a whole second, whatever digits the time had that the clock skips.
+TEST(Plx, DigitsDoNotStayAtTheEdgeOfAGap) {
+  Cases cases(24);
+  for (const std::string fraction :
+       {".25", ".99999999999999999999999", ".00000000000000000000001"}) {
+    for (const auto& [setting, time] :
+         {std::pair("hour=2", "08:30:15"), std::pair("year=2014", "02:30:15")}) {
+      for (const auto& [gap, edge] :
+           {std::pair("start", "01:59:59-05:00"), std::pair("end", "03:00:00-04:00")}) {
+        for (const bool another : {false, true}) {
+          std::vector<std::string> arguments = {"set", setting};
+          if (another) arguments.push_back("day=9");
+          arguments.insert(arguments.end(), {"-z", "America/New_York", "--gap", gap,
+                                             "2014-03-09T" + (time + fraction)});
+          EXPECT_EQ(runPlx(arguments).out, std::string("2014-03-09T") + edge + '\n')
+              << setting << fraction;
+          ++cases;
+        }
+      }
+    }
+  }
+}
+
 TEST(Plx, TellsThatDigitsWereCut) {
   const auto told = [&](const std::string& fraction) {
     return runPlx({"set", "hour", "2", "-z", "America/New_York", "--gap", "start",

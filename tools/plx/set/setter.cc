@@ -125,7 +125,7 @@ void Setter::read(const Task& task, std::size_t at) {
   auto reading = reader_.read(task, trouble);
   if (!reading) return batch_->fail(std::move(trouble));
   if (reading->missing || !hasValues(task, at, *reading->zone)) return;
-  reading->keepsDigits = !replacesDigits_;
+  if (replacesDigits_) reading->keepsDigits = false;
   put(*reading->zone, reading->pair, {at, nullptr, readings_.size()});
   readings_.push_back(*reading);
 }
@@ -276,7 +276,7 @@ void Setter::lookOnTheWay(const Group& group) {
   }
 }
 
-// Settles wall times that come twice or not at all, as the options say.
+// Settles wall times that come twice or not at all, as the options say. Where there are options, none is read by places.
 void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& before) {
   const bool isResolved = needsResolving(parts_[part], group.zone);
   const std::size_t first = parts_[part].front();
@@ -292,6 +292,8 @@ void Setter::settleClocks(Group& group, std::size_t part, const Datetimes& befor
               settled.finding.overlap ? kAcceptedForFolds : kAcceptedForGaps});
     } else if (settled.kind != Settled::Kind::kept) {
       group.datetimes.replace(i, settled.result);
+      if (settled.kind == Settled::Kind::edge)
+        readings_[group.sources[i].reading].keepsDigits = false;
     }
     return true;
   });

@@ -121,7 +121,9 @@ bool TaskReader::settleReading(Reading& reading, Complaint& complaint) const {
     complaint = {Checker::describeGap(*wall, *change), kAcceptedForGaps};
     return false;
   }
-  if (choice.gap != plxGAP_SHIFT) reading.pair = pairOf(edgeOf(choice.gap, *change), {});
+  if (choice.gap == plxGAP_SHIFT) return true;
+  reading.pair = pairOf(edgeOf(choice.gap, *change), {});
+  reading.keepsDigits = false;
   return true;
 }
 
