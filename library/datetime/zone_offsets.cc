@@ -44,18 +44,23 @@ OffsetStretch stretchByICU(const icu::BasicTimeZone& rules, double ms, double of
 
 void ZoneOffsets::Stretches::find(const OffsetLine& line, std::int64_t second, Stretch& stretch) {
   const double ms = static_cast<double>(second) * kMillisOfSecond;
+  const std::int64_t days = second >> kBits, first = days << kBits;
+  stretch.days = static_cast<std::int32_t>(days);
   if (!(ms < line.cycleEnd)) {
-    stretch = {second, second + 1, static_cast<int>(offsetAt(line, ms) / kMillisOfSecond)};
+    stretch.begin = static_cast<std::int32_t>(second - first);
+    stretch.end = stretch.begin + 1;
+    stretch.offset = static_cast<std::int32_t>(offsetAt(line, ms) / kMillisOfSecond);
     return;
   }
-  // The first second at an edge or behind it; the ends of a line may be infinite.
-  const auto firstFrom = [](double edge) {
-    constexpr double kMost = 0x1p62;
-    return static_cast<std::int64_t>(std::clamp(std::ceil(edge / kMillisOfSecond), -kMost, kMost));
+  // The first second at an edge or behind it, among those of the same days.
+  const auto firstFrom = [&](double edge) {
+    const double inDays = std::ceil(edge / kMillisOfSecond) - static_cast<double>(first);
+    return static_cast<std::int32_t>(std::clamp(inDays, 0.0, static_cast<double>(kSeconds)));
   };
   const std::size_t index = stretchIndex(line, ms);
-  stretch = {firstFrom(line.starts[index]), firstFrom(line.starts[index + 1]),
-             static_cast<int>(line.offsets[index] / kMillisOfSecond)};
+  stretch.begin = firstFrom(line.starts[index]);
+  stretch.end = firstFrom(line.starts[index + 1]);
+  stretch.offset = static_cast<std::int32_t>(line.offsets[index] / kMillisOfSecond);
 }
 
 ZoneOffsets::ZoneOffsets(std::unique_ptr<icu::BasicTimeZone> rules) : rules_(std::move(rules)) {}

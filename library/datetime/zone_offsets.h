@@ -36,23 +36,31 @@ class ZoneOffsets {
   OffsetStretch stretchAt(std::int64_t second);
 
  private:
-  // The stretches of the table that were met last, for each 12 days of 34 years.
+  // The stretches of the table that were met last, for each 24 days of 34 years. Small, since there may be a thousand
+  // zones.
   class Stretches {
    public:
     // To be called before the first question.
     void makeRoom() { stretches_.resize(kStretches); }
     int at(const OffsetLine& line, std::int64_t second) {
-      Stretch& stretch = stretches_[static_cast<std::size_t>(second >> kBits) % kStretches];
-      if (second < stretch.begin || second >= stretch.end) find(line, second, stretch);
+      const std::int64_t days = second >> kBits;
+      const auto inDays = static_cast<std::int32_t>(second & (kSeconds - 1));
+      Stretch& stretch = stretches_[static_cast<std::size_t>(days) % kStretches];
+      if (stretch.days != days || inDays < stretch.begin || inDays >= stretch.end)
+        find(line, second, stretch);
       return stretch.offset;
     }
 
    private:
-    static constexpr int kBits = 20;
-    static constexpr std::size_t kStretches = 1024;
+    static constexpr int kBits = 21;
+    static constexpr std::int64_t kSeconds = std::int64_t{1} << kBits;
+    static constexpr std::size_t kStretches = 512;
+    // Of one offset, within 2^21 seconds.
     struct Stretch {
-      std::int64_t begin = 0, end = 0;  // in seconds, the latter being the first behind it
-      int offset = 0;
+      std::int32_t days = 0;  // the number of those, within 2^52 ms of 1970
+      std::int32_t begin = 0,
+                   end = 0;  // in seconds since they begin, the latter being the first behind it
+      std::int32_t offset = 0;
     };
     static void find(const OffsetLine& line, std::int64_t second, Stretch& stretch);
 
