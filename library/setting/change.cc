@@ -425,17 +425,18 @@ std::optional<Apart> areApart(std::span<const Assignment> assignments) {
       const auto isIso = [](const Assignment& x) {
         return x.own == Own::isoYear || x.own == Own::isoWeek;
       };
+      const auto isDate = [](const Assignment& x) { return x.own == Own::date; };
+      const auto isInDate = [](const Assignment& x) {  // what a date sets, too
+        return x.own == Own::none && x.component != Component::dayOfWeek;
+      };
       const bool isApart = isSame || are(is(Component::dayOfYear), is(Component::dayOfMonth)) ||
                            are(is(Component::dayOfYear), is(Component::month)) ||
                            are(is(Component::dayOfYear), is(Component::quarter)) ||
                            are(is(Component::quarter), is(Component::month)) ||
                            are(is(Component::weekOfYear), is(Component::dayOfMonth)) ||
                            are(is(Component::weekOfYear), is(Component::dayOfYear)) ||
-                           are(is(Component::weekOfYear), isIso) ||
-                           (isIso(a) != isIso(b) && are(isIso, [](const Assignment& x) {
-                              return x.own == Own::date ||
-                                     (x.own == Own::none && x.component != Component::dayOfWeek);
-                            }));
+                           are(is(Component::weekOfYear), isIso) || are(isDate, isInDate) ||
+                           are(isIso, isDate) || are(isIso, isInDate);
       if (isApart) return Apart{a.field(), b.field()};
     }
   }

@@ -278,6 +278,14 @@ TEST(Change, WhichSettingsGoTogether) {
       {"week-of-year=1", "iso-week=1", true},
       {"week-of-year=1", "iso-year=2014", true},
       {"iso-week=1", "date=2014-05-10", true},
+      {"date=2014-05-31", "month=2", true},
+      {"date=2014-05-31", "year=2015", true},
+      {"date=2014-05-31", "quarter=1", true},
+      {"date=2014-05-31", "day=1", true},
+      {"date=2014-05-31", "day-of-year=1", true},
+      {"date=2014-05-31", "week-of-year=1", true},
+      {"date=2014-05-31", "day-of-week=1", false},
+      {"date=2014-05-31", "month+=1", false},
       {"iso-year=2014", "month=1", true},
       {"iso-year=2014", "year=2014", true},
       {"iso-week=1", "iso-year=2014", false},
@@ -291,7 +299,7 @@ TEST(Change, WhichSettingsGoTogether) {
       {"month+=1", "day-of-year=1", false},
       {"month+=1", "month=1", false},
   };
-  Cases cases(2 * 23);
+  Cases cases(2 * 31);
   for (const auto& row : rows) {
     const Assignment a = given(row.a).assignment, b = given(row.b).assignment;
     for (const auto& both : {std::vector{a, b}, std::vector{b, a}}) {

@@ -278,7 +278,7 @@ TEST(Settings, AreChecked) {
       {"month=13 day=1 2014-05-01 --together", "month 13 carried over"},
       {"month=feb day=31 2014-05-01 --together", "there is no 31 February 2014: 2014-03-03"},
       {"month=feb year=2015 2014-05-31 --together", "there is no 31 February 2015: 2015-03-03"},
-      {"date=2014-05-31 month=feb 2014-01-31 --together", "; date 2014-05-31 carried over: 2014-0"},
+      {"date=2014-05-31 month-=3 2014-01-31 --together", "; date 2014-05-31 carried over: 2014-0"},
       {"date=2014-03-09 2014-05-10T02:30 -z America/New_York", "02:30:00 is skipped"},
       {"hour+=1 2014-11-02T00:30 -z America/New_York", "comes twice"},
       {"day-of-week=0 2014-05-11T00:00Z", "day-of-week 0 carried over"},
